@@ -1,0 +1,2 @@
+#include <host/zelkhost.h>
+void ZelkHost::Install(const Options&) {}

@@ -1,0 +1,80 @@
+#include "testhost.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace ZelkTest {
+
+namespace {
+
+LogCapture* g_capture = nullptr;
+
+std::string FormatMessage(const char* format, va_list arguments) {
+    char text[4096];
+    std::vsnprintf(text, sizeof(text), format, arguments);
+    return text;
+}
+
+} // namespace
+
+struct CaptureSlots {
+    static int Z4_CDECL Init(unsigned) { return 0; }
+    static int Z4_CDECL Shutdown() { return 0; }
+
+    static unsigned char Z4_CDECL IsEnabled(int, unsigned level) {
+        if (g_capture == nullptr) {
+            return 1;
+        }
+        const std::lock_guard guard(g_capture->m_mutex);
+        ++g_capture->m_questions;
+        return (g_capture->m_levels & level) != 0;
+    }
+
+    static unsigned char Z4_CDECL Assert(int, const char* expression, const char* message, const char* file,
+                                         unsigned long line, unsigned long, unsigned long*) {
+        std::fprintf(stderr, "%s(%lu): %s: %s\n", file, line, expression, message);
+        return 0;
+    }
+
+    static void Z4_CDECL Print(int id, unsigned level, const char* file, unsigned long line, const char* format,
+                               va_list arguments) {
+        const std::string text = FormatMessage(format, arguments);
+        if (g_capture == nullptr) {
+            std::fputs(text.c_str(), stderr);
+            return;
+        }
+        const std::lock_guard guard(g_capture->m_mutex);
+        g_capture->m_lines.push_back({id, level, file, line, format, text});
+    }
+};
+
+LogCapture::LogCapture(unsigned levels) : m_levels(levels) {
+    g_capture = this;
+}
+
+LogCapture::~LogCapture() {
+    g_capture = nullptr;
+}
+
+std::vector<LogLine> LogCapture::Lines() const {
+    const std::lock_guard guard(m_mutex);
+    return m_lines;
+}
+
+unsigned LogCapture::Questions() const {
+    const std::lock_guard guard(m_mutex);
+    return m_questions;
+}
+
+void InstallHost(bool guardStart) {
+    InstallMemory(guardStart);
+    Z4::eal_log_dll_interface log{};
+    log.init = CaptureSlots::Init;
+    log.shutdown = CaptureSlots::Shutdown;
+    log.is_enabled = CaptureSlots::IsEnabled;
+    log.assert_message = CaptureSlots::Assert;
+    log.vprint = CaptureSlots::Print;
+    Z4::SetEalInterface(log);
+}
+
+} // namespace ZelkTest

@@ -1,0 +1,54 @@
+// The host that every test runs on, and a way to see what the library logs.
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <vector>
+#include <zelk_core/base/ealinterface.h>
+
+namespace ZelkTest {
+
+struct LogLine {
+    int id;
+    unsigned level;
+    std::string file;
+    unsigned long line;
+    std::string format; ///< as the library passed it
+    std::string text;   ///< formatted by the C library
+};
+
+/// While it lives, the library's messages are kept here instead of being printed. One at a time.
+class LogCapture {
+public:
+    explicit LogCapture(unsigned levels = 7);
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    std::vector<LogLine> Lines() const;
+    /// How often the library asked whether a level is enabled.
+    unsigned Questions() const;
+
+private:
+    friend struct CaptureSlots;
+    mutable std::mutex m_mutex;
+    unsigned m_levels;
+    unsigned m_questions = 0;
+    std::vector<LogLine> m_lines;
+};
+
+/// Installs the test program's own tables. `guardStart` chooses the side of the inaccessible page.
+void InstallHost(bool guardStart);
+
+/// Blocks and bytes that the library holds at this moment.
+struct Balance {
+    std::size_t blocks;
+    std::size_t bytes;
+};
+Balance OutstandingMemory();
+
+/// Forms the memory table of the platform at hand; testmemory_*.cpp.
+void InstallMemory(bool guardStart);
+
+} // namespace ZelkTest

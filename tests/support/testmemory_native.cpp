@@ -1,0 +1,70 @@
+// AddressSanitizer guards the blocks here; this table only counts them.
+#include "testhost.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <malloc.h>
+
+namespace ZelkTest {
+
+namespace {
+
+std::atomic<std::size_t> g_blocks;
+std::atomic<std::size_t> g_bytes;
+
+int Init(unsigned) {
+    return 0;
+}
+
+int Shutdown() {
+    return 0;
+}
+
+void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
+    void* block = nullptr;
+    if (posix_memalign(&block, alignment < sizeof(void*) ? sizeof(void*) : alignment, size) != 0) {
+        return nullptr;
+    }
+    ++g_blocks;
+    g_bytes += malloc_usable_size(block);
+    return block;
+}
+
+void Free(void* block) {
+    if (block != nullptr) {
+        --g_blocks;
+        g_bytes -= malloc_usable_size(block);
+        std::free(block);
+    }
+}
+
+void* Realloc(void* block, std::size_t size, std::size_t alignment) {
+    void* const grown = Alloc(size, alignment, 0, 0);
+    if (grown != nullptr) {
+        const std::size_t old = malloc_usable_size(block);
+        __builtin_memcpy(grown, block, old < size ? old : size);
+        Free(block);
+    }
+    return grown;
+}
+
+void NameId(int, const char*) {}
+
+} // namespace
+
+void InstallMemory(bool) {
+    Z4::eal_mem_dll_interface memory{};
+    memory.init = Init;
+    memory.shutdown = Shutdown;
+    memory.alloc = Alloc;
+    memory.realloc = Realloc;
+    memory.free = Free;
+    memory.name_id = NameId;
+    Z4::SetEalInterface(memory);
+}
+
+Balance OutstandingMemory() {
+    return {g_blocks, g_bytes};
+}
+
+} // namespace ZelkTest

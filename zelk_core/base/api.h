@@ -1,0 +1,27 @@
+/// @file
+/// What differs between compilers and platforms, and nothing else: every compiler test of the library stands here.
+///
+/// Users of the DLL define nothing. `ZELK_CORE_BUILD` is defined while the DLL itself is compiled, `ZELK_CORE_STATIC`
+/// where the portable sources are linked straight into a program.
+#pragma once
+
+#if defined(_MSC_VER)
+#    define Z4_NOINLINE __declspec(noinline)
+#else
+#    define Z4_NOINLINE __attribute__((noinline))
+#endif
+
+#if defined(_WIN32)
+/// Calling convention of every function that the library and its host pass to each other by pointer.
+#    define Z4_CDECL __cdecl
+#else
+#    define Z4_CDECL
+#endif
+
+#if defined(ZELK_CORE_STATIC)
+#    define Z4_API
+#elif defined(ZELK_CORE_BUILD)
+#    define Z4_API __declspec(dllexport)
+#else
+#    define Z4_API __declspec(dllimport)
+#endif

@@ -1,0 +1,35 @@
+/// @file
+/// Messages and assertions, handed to the host's log table. The host decides which levels are printed, and formats.
+///
+/// A message's text carries its own prefix, level tag and line ends; its file and line are fixed names by which users
+/// find it, not the place in today's source.
+#pragma once
+
+#include <cstdarg>
+#include <zelk_core/base/api.h>
+
+namespace Z4 {
+
+/// Powers of two, so that a host can keep the enabled ones in a mask.
+enum EalLogLevel : unsigned {
+    EAL_LOG_INFO = 1,
+    EAL_LOG_WARNING = 2,
+    EAL_LOG_ERROR = 4,
+};
+
+namespace Private {
+
+/// Hands one message to the host under the library's context, unformatted, when the host has `level` enabled; does
+/// nothing otherwise. Any thread. `format` and what it refers to must live until the call returns.
+Z4_API void Log(EalLogLevel level, const char* file, unsigned long line, const char* format, ...);
+
+} // namespace Private
+
+/// Reports a failed assertion to the host, with a message built by StrFormat and cut to 1023 characters.
+/// @param id the context that the assertion belongs to, see EALId.
+/// @param ignoreFlag passed through for the host to read or set, so that an assertion can be silenced for good.
+/// @return the host's answer, commonly whether to break into the debugger; acting on it is the caller's part.
+Z4_API bool EalAssertWithMessage(int id, const char* expression, const char* file, unsigned long line,
+                                 unsigned long* ignoreFlag, const char* format, ...);
+
+} // namespace Z4

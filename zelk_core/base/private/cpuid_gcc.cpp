@@ -1,0 +1,12 @@
+#include <cpuid.h>
+#include <zelk_core/base/private/cpuid.h>
+
+namespace Z4::Private {
+
+CpuidRegisters Cpuid(std::uint32_t leaf, std::uint32_t subleaf) {
+    CpuidRegisters registers{};
+    __get_cpuid_count(leaf, subleaf, &registers.eax, &registers.ebx, &registers.ecx, &registers.edx);
+    return registers;
+}
+
+} // namespace Z4::Private

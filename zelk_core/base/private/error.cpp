@@ -1,0 +1,131 @@
+#include <iterator>
+#include <zelk_core/base/error.h>
+
+namespace Z4 {
+
+static_assert(sizeof(Error) == 4);
+static_assert(sizeof(Private::ErrorCodeWrapper) == 4);
+static_assert(sizeof(ThreadErrorCodeWrapper) == 4);
+
+namespace {
+
+constexpr const char* ERROR_TEXTS[] = {
+    "Everything worked fine",
+    "Invalid operation or argument",
+    "Overflow occurred (typically buffer)",
+    "Unsupported feature/function",
+    "The resource/object requested can't be found",
+    "An unhandled error or a low level error occurred (hardware or OS)",
+    "The object already exists",
+    "Permission/Access denied to the resource, device, or path",
+    "The object/system is not ready to perform the requested operation",
+    "The device is not ready for r/w operations",
+    "Not enough memory to complete the operation",
+    "Operation timed out",
+    "EAL implementation-specific error",
+    "Ran out of resources",
+    "Operation now in progress",
+    "Address already in use",
+    "Cannot assign requested value",
+    "Network is down",
+    "Unreachable target",
+    "Operation has been reset",
+    "Operation has been aborted",
+    "Socket is not connected",
+    "Connection refused",
+    "Host is down",
+    "Invalid or corrupted data",
+};
+static_assert(std::size(ERROR_TEXTS) == ERR_CORRUPTED_DATA + 1);
+
+struct Translation {
+    int number;
+    Error error;
+};
+
+template <std::size_t N>
+constexpr Error Translate(const Translation (&table)[N], int number) {
+    for (const Translation& entry : table) {
+        if (entry.number == number) {
+            return entry.error;
+        }
+    }
+    return ERR_UNHANDLED;
+}
+
+// The numbers are the platform's WSAE... values, kept as numbers because this file knows no platform.
+constexpr Translation SOCKET_ERRORS[] = {
+    {0, ERR_OK},
+    {10013, ERR_ACCESS_DENIED},       // WSAEACCES
+    {10022, ERR_INVALID},             // WSAEINVAL
+    {10024, ERR_OUT_OF_RESOURCES},    // WSAEMFILE
+    {10035, ERR_NOT_READY},           // WSAEWOULDBLOCK
+    {10036, ERR_IN_PROGRESS},         // WSAEINPROGRESS
+    {10037, ERR_IN_PROGRESS},         // WSAEALREADY
+    {10038, ERR_INVALID},             // WSAENOTSOCK
+    {10039, ERR_INVALID},             // WSAEDESTADDRREQ
+    {10040, ERR_OVERFLOW},            // WSAEMSGSIZE
+    {10041, ERR_INVALID},             // WSAEPROTOTYPE
+    {10042, ERR_INVALID},             // WSAENOPROTOOPT
+    {10043, ERR_UNSUPPORTED},         // WSAEPROTONOSUPPORT
+    {10045, ERR_UNSUPPORTED},         // WSAEOPNOTSUPP
+    {10047, ERR_INVALID},             // WSAEAFNOSUPPORT
+    {10048, ERR_ADDRESS_IN_USE},      // WSAEADDRINUSE
+    {10049, ERR_CANNOT_ASSIGN},       // WSAEADDRNOTAVAIL
+    {10050, ERR_NETWORK_DOWN},        // WSAENETDOWN
+    {10051, ERR_UNREACHABLE},         // WSAENETUNREACH
+    {10052, ERR_RESET},               // WSAENETRESET
+    {10053, ERR_ABORTED},             // WSAECONNABORTED
+    {10054, ERR_RESET},               // WSAECONNRESET
+    {10055, ERR_OUT_OF_RESOURCES},    // WSAENOBUFS
+    {10056, ERR_ALREADY_EXISTS},      // WSAEISCONN
+    {10057, ERR_NOT_CONNECTED},       // WSAENOTCONN
+    {10060, ERR_TIMEOUT},             // WSAETIMEDOUT
+    {10061, ERR_CONNECTION_REFUSED},  // WSAECONNREFUSED
+    {10064, ERR_HOST_DOWN},           // WSAEHOSTDOWN
+    {10065, ERR_UNREACHABLE},         // WSAEHOSTUNREACH
+    {10093, ERR_DEVICE_NOT_READY},    // WSANOTINITIALISED
+};
+
+constexpr Translation FILE_STATUSES[] = {
+    {EAL_FILE_OK, ERR_OK},
+    {EAL_FILE_TIMEOUT, ERR_TIMEOUT},
+    {EAL_FILE_NOT_FOUND, ERR_NOT_FOUND},
+    {EAL_FILE_ACCESS_DENIED, ERR_ACCESS_DENIED},
+    {EAL_FILE_SHARING_VIOLATION, ERR_ACCESS_DENIED},
+    {EAL_FILE_LOCKED, ERR_ACCESS_DENIED},
+    {EAL_FILE_UNSUPPORTED, ERR_UNSUPPORTED},
+    {EAL_FILE_INVALID_ARGUMENT, ERR_INVALID},
+    {EAL_FILE_INVALID_HANDLE, ERR_INVALID},
+    {EAL_FILE_PATH_NOT_FOUND, ERR_NOT_FOUND},
+    {EAL_FILE_INVALID_NAME, ERR_INVALID},
+    {EAL_FILE_INVALID_OFFSET, ERR_INVALID},
+    {EAL_FILE_PATH_TOO_LONG, ERR_OVERFLOW},
+    {EAL_FILE_ALREADY_EXISTS, ERR_ALREADY_EXISTS},
+    {EAL_FILE_WRITE_PROTECTED, ERR_ACCESS_DENIED},
+    {EAL_FILE_IS_DIRECTORY, ERR_ACCESS_DENIED},
+    {EAL_FILE_DISK_FULL, ERR_OUT_OF_RESOURCES},
+    {EAL_FILE_TOO_MANY_OPEN, ERR_OUT_OF_RESOURCES},
+    {EAL_FILE_DEVICE_NOT_READY, ERR_NOT_READY},
+    {EAL_FILE_NOT_SEEKABLE, ERR_UNSUPPORTED},
+    {EAL_FILE_HOST_SPECIFIC, ERR_EAL_SPECIFIC},
+    {EAL_FILE_NOT_IMPLEMENTED, ERR_UNSUPPORTED},
+};
+
+} // namespace
+
+const char* GetErrorString(Error error) {
+    const auto index = static_cast<unsigned>(error);
+    return index < std::size(ERROR_TEXTS) ? ERROR_TEXTS[index]
+                                          : "Invalid or unmanaged error code passed to Z4::GetErrorString";
+}
+
+Error Private::TranslateSocketError(int number) {
+    return Translate(SOCKET_ERRORS, number);
+}
+
+Private::ErrorCodeWrapper EalFile::TranslateError(eal_file_status status) {
+    return Translate(FILE_STATUSES, status);
+}
+
+} // namespace Z4

@@ -1,0 +1,1 @@
+#include <zelk_core/base/api.h>
