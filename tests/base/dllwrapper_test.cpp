@@ -1,1 +1,132 @@
+#include <tests/support/testhost.h>
+
 #include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <windows.h>
+#include <zelk_core/base/dllwrapper.h>
+
+using namespace Z4;
+using ZelkTest::LogCapture;
+
+namespace {
+
+const char* const SYSTEM_DLL = "winmm.dll"; // Not among this program's own imports.
+const char* const MISSING_DLL = "no_such_module.dll";
+
+bool IsMapped(const char* name) {
+    return GetModuleHandleA(name) != nullptr;
+}
+
+class Picky : public DllWrapper {
+public:
+    using DllWrapper::DllWrapper;
+    bool accept = false;
+    std::string askedFor;
+
+protected:
+    bool ValidateDLL(const char* name) override {
+        askedFor = name;
+        EXPECT_TRUE(IsDLLLoaded());
+        return accept;
+    }
+};
+
+class CountingLock {
+public:
+    void Lock() { EXPECT_EQ(++depth, 1); }
+    void Unlock() { EXPECT_EQ(--depth, 0); }
+    int depth = 0;
+};
+
+} // namespace
+
+TEST(DllWrapper, LoadsKeepsTheFirstAndFrees) {
+    const LogCapture capture;
+    {
+        DllWrapper wrapper;
+        EXPECT_FALSE(wrapper.IsDLLLoaded());
+        EXPECT_EQ(wrapper.GetDLLHandle(), nullptr);
+        ASSERT_FALSE(IsMapped(SYSTEM_DLL));
+        wrapper.LoadDLL(SYSTEM_DLL, true);
+        ASSERT_TRUE(wrapper.IsDLLLoaded());
+        void* const handle = wrapper.GetDLLHandle();
+        EXPECT_EQ(handle, GetModuleHandleA(SYSTEM_DLL));
+        wrapper.LoadDLL(MISSING_DLL, true);
+        EXPECT_EQ(wrapper.GetDLLHandle(), handle);
+    }
+    EXPECT_FALSE(IsMapped(SYSTEM_DLL));
+    EXPECT_TRUE(capture.Lines().empty());
+}
+
+TEST(DllWrapper, ReportsAMissingModuleAsInformation) {
+    const LogCapture capture;
+    DllWrapper wrapper(MISSING_DLL);
+    EXPECT_FALSE(wrapper.IsDLLLoaded());
+    wrapper.LoadDLL(MISSING_DLL, false);
+    ASSERT_EQ(capture.Lines().size(), 1u);
+    const ZelkTest::LogLine line = capture.Lines()[0];
+    EXPECT_EQ(line.level, 1u);
+    EXPECT_EQ(line.file, "base/dllwrapper");
+    EXPECT_EQ(line.line, 141u);
+    EXPECT_EQ(line.text, "[Z4::DllWrapper] EAL_LOG_INFO: Unable to load no_such_module.dll. Calls to this dll will be "
+                         "unsuccessful\n\n");
+    wrapper.LoadDLL(nullptr, true);
+    EXPECT_FALSE(wrapper.IsDLLLoaded());
+    EXPECT_EQ(capture.Lines().size(), 2u);
+}
+
+TEST(DllWrapper, FreesARefusedModuleAndReportsAnError) {
+    const LogCapture capture;
+    Picky picky;
+    picky.LoadDLL(SYSTEM_DLL, false);
+    EXPECT_TRUE(capture.Lines().empty());
+    picky.LoadDLL(SYSTEM_DLL, true);
+    EXPECT_EQ(picky.askedFor, SYSTEM_DLL);
+    EXPECT_FALSE(picky.IsDLLLoaded());
+    EXPECT_FALSE(IsMapped(SYSTEM_DLL));
+    ASSERT_EQ(capture.Lines().size(), 1u);
+    const ZelkTest::LogLine line = capture.Lines()[0];
+    EXPECT_EQ(line.level, 4u);
+    EXPECT_EQ(line.file, "base/dllwrapper");
+    EXPECT_EQ(line.line, 133u);
+    EXPECT_EQ(line.text, "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"winmm.dll\" but this version is not "
+                         "valid. Calls to this DLL will be unsuccessful. You may need a different version or to "
+                         "specify a different path.\n\n");
+    picky.accept = true;
+    picky.LoadDLL(SYSTEM_DLL, true);
+    EXPECT_TRUE(picky.IsDLLLoaded());
+}
+
+TEST(DllWrapper, AConstructorConsultsOnlyTheBaseCheck) {
+    const Picky picky(SYSTEM_DLL); // Would refuse.
+    EXPECT_TRUE(picky.IsDLLLoaded());
+    EXPECT_EQ(picky.askedFor, "");
+}
+
+TEST(DllWrapper, CopiesShareTheHandle) {
+    // Wrappers do not count, so each copy here is paid for with a load of its own.
+    DllWrapper first(SYSTEM_DLL);
+    LoadLibraryA(SYSTEM_DLL);
+    {
+        const DllWrapper copy(first);
+        EXPECT_EQ(copy.GetDLLHandle(), first.GetDLLHandle());
+    }
+    LoadLibraryA(SYSTEM_DLL);
+    {
+        DllWrapper assigned;
+        assigned = std::move(first);
+        EXPECT_EQ(assigned.GetDLLHandle(), first.GetDLLHandle());
+    }
+    EXPECT_TRUE(IsMapped(SYSTEM_DLL));
+}
+
+TEST(ThreadSafeDllWrapper, LoadsUnderItsLock) {
+    const LogCapture capture;
+    ThreadSafeDllWrapper<CountingLock> wrapper;
+    wrapper.LoadDLL(MISSING_DLL, true);
+    wrapper.LoadDLL(SYSTEM_DLL, true);
+    wrapper.LoadDLL(SYSTEM_DLL, true);
+    EXPECT_TRUE(wrapper.IsDLLLoaded());
+    EXPECT_EQ(capture.Lines().size(), 1u);
+}

@@ -1,1 +1,169 @@
+// The order of host calls for every start-up pair, recorded by a host that does nothing else.
+#include <tests/support/testhost.h>
+
 #include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+#include <zelk_core/base/ealinterface.h>
+#include <zelk_core/base/lifecycle.h>
+#include <zelk_core/eal_utils/lifecycle.h>
+#include <zelk_core/generics/lifecycle.h>
+#include <zelk_core/math/lifecycle.h>
+#include <zelk_core/os/lifecycle.h>
+#include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/encryption/lifecycle.h>
+
+using namespace Z4;
+
+namespace {
+
+std::string g_trace;
+
+void Record(const std::string& call) {
+    g_trace += g_trace.empty() ? call : ' ' + call;
+}
+
+enum TableName : char {
+    MEM = 'm',
+    LOG = 'l',
+    FILES = 'f',
+    THREAD = 't',
+    NET = 'n',
+};
+
+template <TableName NAME>
+int Z4_CDECL RecordInit(unsigned version) {
+    Record(std::string(1, NAME) + std::to_string(version));
+    return -1; // Ignored.
+}
+
+template <TableName NAME>
+int Z4_CDECL RecordShutdown() {
+    Record(std::string(1, NAME) + '-');
+    return -1;
+}
+
+void Z4_CDECL RecordName(int id, const char* name) {
+    std::ostringstream text;
+    text << std::hex << id << '=' << name;
+    Record(text.str());
+}
+
+template <TableName NAME, class Table>
+void Install(Table table) {
+    table.init = RecordInit<NAME>;
+    table.shutdown = RecordShutdown<NAME>;
+    SetEalInterface(table);
+}
+
+class Lifecycle : public testing::Test {
+protected:
+    Lifecycle() {
+        g_trace.clear();
+        eal_mem_dll_interface memory{};
+        memory.name_id = RecordName;
+        Install<MEM>(memory); // Every other slot is null: nothing may be allocated or logged.
+        Install<LOG>(eal_log_dll_interface{});
+        Install<FILES>(eal_file_dll_interface{});
+        Install<THREAD>(eal_thread_dll_interface{});
+        Install<NET>(eal_net_dll_interface{});
+    }
+    ~Lifecycle() override { ZelkTest::ReinstallHost(); }
+
+    static std::string Take() { return std::exchange(g_trace, {}); }
+};
+
+const char* const CORE_UP = "l502 m501 ffffffff=EAL_ID_VOID 40100001=QM Zelk";
+const char* const CORE_DOWN = "m- l-";
+
+struct Pair {
+    const char* name;
+    void (*initialize)();
+    void (*shutdown)();
+    unsigned coreCounts;
+    const char* up;       ///< what a first call adds behind the core's start
+    const char* down;     ///< what a last call does before the core's end
+    const char* repeated; ///< what a second call does
+};
+
+const Pair PAIRS[] = {
+    {"Base", InitializeBase, ShutdownBase, 1, "", "", ""},
+    {"Math", InitializeMath, ShutdownMath, 1, "", "", ""},
+    {"Generics", InitializeGenerics, ShutdownGenerics, 1, "", "", ""},
+    {"Encryption", InitializeEncryptionService, ShutdownEncryptionService, 2, "", "", ""},
+    {"Compression", InitializeCompressionService, ShutdownCompressionService, 2, "", "", ""},
+    {"OS", InitializeOS, ShutdownOS, 1, " n212", "n- ", ""},
+    {"EalUtils", InitializeEalUtils, ShutdownEalUtils, 1, " f501 t100", "t- f- ", "f501 t100"},
+};
+
+} // namespace
+
+TEST_F(Lifecycle, EveryPairAloneAndNested) {
+    for (const Pair& pair : PAIRS) {
+        SCOPED_TRACE(pair.name);
+        pair.initialize();
+        EXPECT_EQ(Take(), std::string(CORE_UP) + pair.up);
+        pair.initialize();
+        EXPECT_EQ(Take(), pair.repeated);
+        pair.shutdown();
+        const std::string innerDown = *pair.repeated != '\0' ? "t- f-" : "";
+        EXPECT_EQ(Take(), innerDown);
+        pair.shutdown();
+        EXPECT_EQ(Take(), std::string(pair.down) + CORE_DOWN);
+    }
+}
+
+TEST_F(Lifecycle, PairsShareOneCoreCount) {
+    for (const Pair& outer : PAIRS) {
+        for (const Pair& inner : PAIRS) {
+            if (&outer == &inner) {
+                continue;
+            }
+            SCOPED_TRACE(std::string(outer.name) + " around " + inner.name);
+            outer.initialize();
+            Take();
+            inner.initialize();
+            EXPECT_EQ(Take(), *inner.up != '\0' ? inner.up + 1 : "");
+            outer.shutdown(); // Interleaved: the core stays up for the other one.
+            EXPECT_EQ(Take() + ' ', *outer.down != '\0' ? outer.down : " ");
+            inner.shutdown();
+            EXPECT_EQ(Take(), std::string(inner.down) + CORE_DOWN);
+        }
+    }
+}
+
+TEST_F(Lifecycle, CoreCountsOfAPairAreAllReleased) {
+    // A pair of two counts leaves the core up after one release of another pair, and ends it by itself.
+    InitializeEncryptionService();
+    InitializeBase();
+    ShutdownEncryptionService();
+    Take();
+    ShutdownBase();
+    EXPECT_EQ(Take(), CORE_DOWN);
+    InitializeCompressionService();
+    Take();
+    ShutdownCompressionService();
+    EXPECT_EQ(Take(), CORE_DOWN);
+}
+
+TEST_F(Lifecycle, TheOSCountIsExactUnderConcurrency) {
+    InitializeOS();
+    Take();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([] {
+            for (int n = 0; n < 50000; ++n) {
+                InitializeOS();
+                ShutdownOS();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(Take(), "");
+    ShutdownOS();
+    EXPECT_EQ(Take(), std::string("n- ") + CORE_DOWN);
+}

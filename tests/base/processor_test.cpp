@@ -1,1 +1,139 @@
+// Fed with the CPUID answers of processors that this machine is not.
+#include <cstring>
 #include <gtest/gtest.h>
+#include <map>
+#include <string>
+#include <utility>
+#include <zelk_core/base/private/processor.h>
+
+using namespace Z4;
+using namespace Z4::Private;
+
+namespace {
+
+std::map<std::pair<std::uint32_t, std::uint32_t>, CpuidRegisters> g_answers;
+
+CpuidRegisters Answer(std::uint32_t leaf, std::uint32_t subleaf) {
+    const auto found = g_answers.find({leaf, subleaf});
+    return found != g_answers.end() ? found->second : CpuidRegisters{};
+}
+
+CpuidRegisters VendorLeaf(const std::string& text) {
+    CpuidRegisters leaf{};
+    std::memcpy(&leaf.ebx, text.data(), 4);
+    std::memcpy(&leaf.edx, text.data() + 4, 4);
+    std::memcpy(&leaf.ecx, text.data() + 8, 4);
+    return leaf;
+}
+
+void ExpectCaches(const CacheSizes& sizes, std::uint32_t l1, std::uint32_t l2, std::uint32_t l3) {
+    EXPECT_EQ(sizes.l1, l1);
+    EXPECT_EQ(sizes.l2, l2);
+    EXPECT_EQ(sizes.l3, l3);
+}
+
+constexpr std::uint32_t KIB = 1024;
+constexpr std::uint32_t UNKNOWN = Platform::UNKNOWN_SIZE;
+
+} // namespace
+
+TEST(Processor, VendorsAndSignature) {
+    const std::pair<const char*, unsigned> vendors[] = {
+        {"GenuineIntel", 1}, {"UMC UMC UMC ", 3}, {"AuthenticAMD", 0}, {"AMD ISBETTER", 0}, {"CyrixInstead", 4},
+        {"NexGenDriven", 5}, {"CentaurHauls", 6}, {"RiseRiseRise", 7}, {"GenuineTMx86", 8}, {"TransmetaCPU", 8},
+        {"Geode By NSC", 2}, {"genuineintel", 9}, {"            ", 9},
+    };
+    for (const auto& [text, code] : vendors) {
+        g_answers = {{{0, 0}, VendorLeaf(text)}, {{1, 0}, {0x000A0F31, 0, 0x80000000, 0}}};
+        const ProcessorSignature signature = IdentifyProcessor(Answer);
+        EXPECT_EQ(static_cast<unsigned>(signature.vendor), code) << text;
+        EXPECT_EQ(signature.family, 0xFu);
+        EXPECT_EQ(signature.model, 3u);
+        EXPECT_TRUE(signature.hypervisorPresent);
+    }
+    g_answers = {{{1, 0}, {0x000306A9, 0, 0x7FFFFFFF, 0}}};
+    const ProcessorSignature plain = IdentifyProcessor(Answer);
+    EXPECT_EQ(plain.vendor, ProcessorVendor::UNKNOWN);
+    EXPECT_EQ(plain.family, 6u);
+    EXPECT_EQ(plain.model, 0xAu);
+    EXPECT_FALSE(plain.hypervisorPresent);
+}
+
+TEST(Processor, EnumeratedCaches) {
+    // A Core i7-3770: 32 KiB data, 32 KiB code, 256 KiB, 8 MiB.
+    const CpuidRegisters core[] = {{0x1C004121, 0x01C0003F, 0x3F, 0},
+                                   {0x1C004122, 0x01C0003F, 0x3F, 0},
+                                   {0x1C004143, 0x01C0003F, 0x1FF, 0},
+                                   {0x1C03C163, 0x03C0003F, 0x1FFF, 6}};
+    // A Zen 3 desktop: 32 KiB, 32 KiB, 512 KiB, 32 MiB, at AMD's own leaf.
+    const CpuidRegisters zen[] = {{0x00004121, 0x01C0003F, 0x3F, 0},
+                                  {0x00004122, 0x01C0003F, 0x3F, 0},
+                                  {0x00004143, 0x01C0003F, 0x3FF, 2},
+                                  {0x0003C163, 0x03C0003F, 0x7FFF, 1}};
+    g_answers.clear();
+    for (std::uint32_t i = 0; i < 4; ++i) {
+        g_answers[{4, i}] = core[i];
+    }
+    CacheSizes sizes;
+    EXPECT_TRUE(ReadCachesDeterministic(Answer, sizes));
+    ExpectCaches(sizes, 32 * KIB, 256 * KIB, 8192 * KIB);
+
+    g_answers.clear();
+    for (std::uint32_t i = 0; i < 4; ++i) {
+        g_answers[{0x8000001D, i}] = zen[i];
+    }
+    CacheSizes amd;
+    EXPECT_FALSE(ReadCachesDeterministic(Answer, amd)) << "without the feature bit the leaf means nothing";
+    ExpectCaches(amd, UNKNOWN, UNKNOWN, UNKNOWN);
+    g_answers[{0x80000001, 0}].ecx = 1u << 22;
+    EXPECT_TRUE(ReadCachesDeterministic(Answer, amd));
+    ExpectCaches(amd, 32 * KIB, 512 * KIB, 32768 * KIB);
+}
+
+TEST(Processor, AHypervisorThatNeverEndsTheListIsLeft) {
+    const auto endless = [](std::uint32_t, std::uint32_t) { return CpuidRegisters{0x21, 0x01C0003F, 0x3F, 0}; };
+    CacheSizes sizes;
+    EXPECT_TRUE(ReadCachesDeterministic(endless, sizes));
+    ExpectCaches(sizes, 32 * KIB, UNKNOWN, UNKNOWN);
+}
+
+TEST(Processor, ClassicalCaches) {
+    // A Pentium III: 0C in EDX is the data cache, 43 the second level; ECX is marked invalid.
+    g_answers = {{{0, 0}, VendorLeaf("GenuineIntel")}, {{2, 0}, {0x03020101, 0, 0x800000EC, 0x0C040843}}};
+    CacheSizes intel;
+    EXPECT_TRUE(ReadCachesClassical(Answer, intel));
+    ExpectCaches(intel, 16 * KIB, 512 * KIB, UNKNOWN);
+
+    // The same descriptor is a third level on one Xeon and a second one elsewhere.
+    g_answers[{2, 0}] = {0x01, 0x49, 0, 0};
+    CacheSizes core2;
+    EXPECT_TRUE(ReadCachesClassical(Answer, core2));
+    ExpectCaches(core2, UNKNOWN, 4096 * KIB, UNKNOWN);
+    g_answers[{1, 0}].eax = 0xF68;
+    CacheSizes xeon;
+    EXPECT_TRUE(ReadCachesClassical(Answer, xeon));
+    ExpectCaches(xeon, UNKNOWN, UNKNOWN, 4096 * KIB);
+
+    // An Athlon 64 X2: 64 KiB, 512 KiB, no third level.
+    g_answers = {{{0, 0}, VendorLeaf("AuthenticAMD")},
+                 {{0x80000005, 0}, {0, 0, 0x40020140, 0}},
+                 {{0x80000006, 0}, {0, 0, 0x02008140, 0}}};
+    CacheSizes amd;
+    EXPECT_TRUE(ReadCachesClassical(Answer, amd));
+    ExpectCaches(amd, 64 * KIB, 512 * KIB, UNKNOWN);
+
+    g_answers.clear();
+    CacheSizes none;
+    EXPECT_FALSE(ReadCachesClassical(Answer, none));
+    ExpectCaches(none, UNKNOWN, UNKNOWN, UNKNOWN);
+}
+
+TEST(Processor, CacheLineNeedsTheFlushInstruction) {
+    std::uint32_t size = 7;
+    g_answers = {{{1, 0}, {0, 0x00000800, 0, 0}}};
+    EXPECT_FALSE(ReadCacheLineSize(Answer, size));
+    EXPECT_EQ(size, 7u);
+    g_answers = {{{1, 0}, {0, 0x00000800, 0, 1u << 19}}};
+    EXPECT_TRUE(ReadCacheLineSize(Answer, size));
+    EXPECT_EQ(size, 64u);
+}

@@ -8,6 +8,7 @@ namespace ZelkTest {
 namespace {
 
 LogCapture* g_capture = nullptr;
+bool g_guardStart = false;
 
 std::string FormatMessage(const char* format, va_list arguments) {
     char text[4096];
@@ -67,6 +68,7 @@ unsigned LogCapture::Questions() const {
 }
 
 void InstallHost(bool guardStart) {
+    g_guardStart = guardStart;
     InstallMemory(guardStart);
     Z4::eal_log_dll_interface log{};
     log.init = CaptureSlots::Init;
@@ -75,6 +77,10 @@ void InstallHost(bool guardStart) {
     log.assert_message = CaptureSlots::Assert;
     log.vprint = CaptureSlots::Print;
     Z4::SetEalInterface(log);
+}
+
+void ReinstallHost() {
+    InstallHost(g_guardStart);
 }
 
 } // namespace ZelkTest

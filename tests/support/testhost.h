@@ -41,6 +41,9 @@ private:
 /// Installs the test program's own tables. `guardStart` chooses the side of the inaccessible page.
 void InstallHost(bool guardStart);
 
+/// Puts the program's own tables back after a test that installed others.
+void ReinstallHost();
+
 /// Blocks and bytes that the library holds at this moment.
 struct Balance {
     std::size_t blocks;

@@ -1,0 +1,10 @@
+#include <zelk_core/base/lifecycle.h>
+#include <zelk_core/base/private/core.h>
+
+void Z4::InitializeBase() {
+    Private::TakeCore();
+}
+
+void Z4::ShutdownBase() {
+    Private::ReleaseCore();
+}

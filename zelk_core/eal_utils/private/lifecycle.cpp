@@ -1,0 +1,19 @@
+#include <zelk_core/base/private/core.h>
+#include <zelk_core/base/private/eal.h>
+#include <zelk_core/eal_utils/lifecycle.h>
+
+namespace Z4 {
+
+void InitializeEalUtils() {
+    Private::TakeCore();
+    Private::g_file.init(EAL_FILE_VERSION);
+    Private::g_thread.init(EAL_THREAD_VERSION);
+}
+
+void ShutdownEalUtils() {
+    Private::g_thread.shutdown();
+    Private::g_file.shutdown();
+    Private::ReleaseCore();
+}
+
+} // namespace Z4

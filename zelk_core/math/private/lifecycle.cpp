@@ -1,0 +1,10 @@
+#include <zelk_core/base/private/core.h>
+#include <zelk_core/math/lifecycle.h>
+
+void Z4::InitializeMath() {
+    Private::TakeCore();
+}
+
+void Z4::ShutdownMath() {
+    Private::ReleaseCore();
+}

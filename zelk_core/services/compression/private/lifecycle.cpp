@@ -1,0 +1,13 @@
+#include <zelk_core/base/private/core.h>
+#include <zelk_core/services/compression/lifecycle.h>
+
+void Z4::InitializeCompressionService() {
+    // Two underlying services come up.
+    Private::TakeCore();
+    Private::TakeCore();
+}
+
+void Z4::ShutdownCompressionService() {
+    Private::ReleaseCore();
+    Private::ReleaseCore();
+}

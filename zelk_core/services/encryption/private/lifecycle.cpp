@@ -1,0 +1,13 @@
+#include <zelk_core/base/private/core.h>
+#include <zelk_core/services/encryption/lifecycle.h>
+
+void Z4::InitializeEncryptionService() {
+    // Two underlying services come up.
+    Private::TakeCore();
+    Private::TakeCore();
+}
+
+void Z4::ShutdownEncryptionService() {
+    Private::ReleaseCore();
+    Private::ReleaseCore();
+}
