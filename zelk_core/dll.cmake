@@ -1,15 +1,16 @@
 # The DLL: named as its users load it, no C++ run-time library, the compiler's own run-time linked in.
 add_library(zelk_core SHARED ${portable_sources} ${windows_sources} zelk_core.rc)
 add_library(zelk_core::zelk_core ALIAS zelk_core)
+target_sources(zelk_core PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${public_headers})
 target_compile_definitions(zelk_core PRIVATE ZELK_CORE_BUILD)
-target_link_libraries(zelk_core PRIVATE zelk_dll_flags psapi)
-target_include_directories(zelk_core INTERFACE
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
+target_link_libraries(zelk_core PRIVATE $<BUILD_INTERFACE:zelk_dll_flags>)
 target_compile_features(zelk_core INTERFACE cxx_std_20)
 set_target_properties(zelk_core PROPERTIES
     OUTPUT_NAME zelk_core_win32DLL
     PREFIX ""
-    LINKER_LANGUAGE C)
+    LINKER_LANGUAGE C
+    # Compiles each public header alone, as part of the build of everything.
+    VERIFY_INTERFACE_HEADER_SETS ON)
 target_link_options(zelk_core PRIVATE
     -static-libgcc -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
 
@@ -18,3 +19,24 @@ add_custom_command(TARGET zelk_core POST_BUILD
     COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:zelk_core> $<TARGET_FILE:zelk_core>.debug
     COMMAND ${CMAKE_OBJCOPY} --strip-debug --add-gnu-debuglink=$<TARGET_FILE:zelk_core>.debug $<TARGET_FILE:zelk_core>
     VERBATIM)
+
+# The umbrella header includes every public header and nothing else.
+file(STRINGS zelk_core.h umbrella REGEX "^#include")
+list(TRANSFORM umbrella REPLACE "#include <zelk_core/(.*)>" "\\1")
+set(expected ${public_headers})
+list(REMOVE_ITEM expected zelk_core.h)
+if(NOT umbrella STREQUAL expected)
+    message(FATAL_ERROR "zelk_core.h must include these and only these, in this order: ${expected}")
+endif()
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+install(TARGETS zelk_core EXPORT zelk_core_targets FILE_SET HEADERS)
+install(FILES $<TARGET_FILE:zelk_core>.debug DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(EXPORT zelk_core_targets NAMESPACE zelk_core:: FILE zelk_core-config.cmake
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelk_core)
+write_basic_package_version_file(zelk_core-config-version.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelk_core-config-version.cmake
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelk_core)
+configure_file(zelk_core.pc.in zelk_core.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelk_core.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

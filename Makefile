@@ -1,0 +1,62 @@
+# The front door: short names over the CMake presets. Every target first installs what is missing (scripts/setup).
+FILE ?=
+PREFIX ?= $(CURDIR)/build/install
+FUZZ_SECONDS ?= 20
+BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true \
+    --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
+
+.DEFAULT_GOAL := help
+.PHONY: help setup demo test bench sanitize fuzz docs install check clean
+
+help:
+	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
+	@echo 'make test      set up, build, and run all tests'
+	@echo 'make bench     measure every room beside its peers and print the ratios'
+	@echo 'make sanitize  the portable rooms under AddressSanitizer and UBSan'
+	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
+	@echo 'make docs      HTML in build/docs'
+	@echo 'make install   headers, DLL, symbols and packages to PREFIX=$(PREFIX)'
+	@echo 'make check     what CI checks besides tests: format, lint, exports, reproducible build'
+
+setup:
+	@scripts/setup
+
+build/%/build.ninja: CMakePresets.json | setup
+	cmake --preset $* >/dev/null
+
+demo: build/mingw/build.ninja
+	@cmake --build --preset mingw --target tour
+	@scripts/wine-run build/mingw/bin/tour.exe $(FILE)
+
+test: build/mingw/build.ninja
+	cmake --build --preset mingw
+	ctest --preset mingw
+
+bench: build/mingw/build.ninja
+	cmake --build --preset mingw --target benchmarks
+	scripts/bench $(BENCH_FLAGS)
+
+sanitize: build/sanitize/build.ninja
+	cmake --build --preset sanitize
+	ctest --preset sanitize
+
+fuzz: build/fuzz/build.ninja
+	cmake --build --preset fuzz
+	for fuzzer in build/fuzz/bin/*_fuzz; do \
+	    mkdir -p build/fuzz/corpus/$${fuzzer##*/} && \
+	    $$fuzzer -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$${fuzzer##*/} || exit 1; \
+	done
+
+docs: setup
+	mkdir -p build/docs
+	doxygen docs/Doxyfile
+
+install: build/mingw/build.ninja
+	cmake --build --preset mingw --target zelk_core
+	cmake --install build/mingw --prefix $(PREFIX)
+
+check: build/mingw/build.ninja build/sanitize/build.ninja
+	scripts/check
+
+clean:
+	rm -rf build/mingw build/sanitize build/fuzz build/docs build/install
