@@ -1,0 +1,15 @@
+// The chapters of the tour: each shows one room at work, in the order of tour.cpp.
+#pragma once
+
+#include <string>
+
+/// Whole lines of text, printed by our own formatter.
+void Print(const char* format, ...);
+
+/// A heading, with the room's name.
+void Chapter(const char* room, const char* title);
+
+void TourPlatform();
+void TourStartUp();
+void TourHashes(const std::string& content);
+void TourFormatter(const char* path, const std::string& content);
