@@ -18,8 +18,8 @@ Z4_API void FreeDLLHelper(void* handle);
 
 } // namespace Private
 
-/// The wrapper over any lock with Lock() and Unlock(), which costs nothing when it is empty; it covers loading only. A copy shares the handle without
-/// counting: whoever copies sees to it that only one of the wrappers frees the module.
+/// The wrapper over any lock with Lock() and Unlock(), which costs nothing when it is empty; it covers loading only. A
+/// copy shares the handle without counting: whoever copies sees to it that only one of the wrappers frees the module.
 template <class LockPolicy>
 class ThreadSafeDllWrapper : protected LockPolicy {
 public:

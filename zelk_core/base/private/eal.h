@@ -6,11 +6,11 @@
 
 namespace Z4::Private {
 
-extern eal_mem_dll_interface g_mem;
-extern eal_log_dll_interface g_log;
-extern eal_file_dll_interface g_file;
-extern eal_thread_dll_interface g_thread;
-extern eal_net_dll_interface g_net;
+extern constinit eal_mem_dll_interface g_mem;
+extern constinit eal_log_dll_interface g_log;
+extern constinit eal_file_dll_interface g_file;
+extern constinit eal_thread_dll_interface g_thread;
+extern constinit eal_net_dll_interface g_net;
 
 inline void* MemAlloc(std::size_t size, std::size_t alignment) {
     return g_mem.alloc(size, alignment, 0, EAL_ID_ZELK_CORE);
