@@ -15,7 +15,12 @@
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/lifecycle.h>
+#include <zelk_core/os/adaptivelock.h>
+#include <zelk_core/os/autolock.h>
+#include <zelk_core/os/blockinglock.h>
+#include <zelk_core/os/concurrentaccessguard.h>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/os/nullock.h>
+#include <zelk_core/os/spinlock.h>
 #include <zelk_core/services/compression/lifecycle.h>
 #include <zelk_core/services/encryption/lifecycle.h>
