@@ -64,21 +64,27 @@ void Contended(benchmark::State& state) {
     SetThreadAffinityMask(GetCurrentThread(), before);
 }
 
-BENCHMARK(Uncontended<RawCriticalSection>);
-BENCHMARK(Uncontended<Z4::AdaptiveLock>);
-BENCHMARK(Uncontended<Z4::AdaptiveLockNonRecursive>);
-BENCHMARK(Uncontended<Z4::BlockingLock>);
-BENCHMARK(Uncontended<Z4::BlockingLockNonRecursive>);
-BENCHMARK(Uncontended<RawExchange>);
-BENCHMARK(Uncontended<Z4::NonRecursiveSpinLock>);
+BENCHMARK(Uncontended<RawCriticalSection>)->Name("lock_uncontended/critical_section");
+BENCHMARK(Uncontended<Z4::AdaptiveLock>)->Name("lock_uncontended/zelk_AdaptiveLock");
+BENCHMARK(Uncontended<Z4::AdaptiveLockNonRecursive>)->Name("lock_uncontended/zelk_AdaptiveLockNonRecursive");
+BENCHMARK(Uncontended<Z4::BlockingLock>)->Name("lock_uncontended/zelk_BlockingLock");
+BENCHMARK(Uncontended<Z4::BlockingLockNonRecursive>)->Name("lock_uncontended/zelk_BlockingLockNonRecursive");
+BENCHMARK(Uncontended<RawExchange>)->Name("spin_uncontended/exchange");
+BENCHMARK(Uncontended<Z4::NonRecursiveSpinLock>)->Name("spin_uncontended/zelk");
 
-BENCHMARK(Contended<RawCriticalSection>)->Threads(2)->UseRealTime();
-BENCHMARK(Contended<Z4::AdaptiveLock>)->Threads(2)->UseRealTime();
-BENCHMARK(Contended<Z4::AdaptiveLockNonRecursive>)->Threads(2)->UseRealTime();
-BENCHMARK(Contended<Z4::BlockingLock>)->Threads(2)->UseRealTime();
-BENCHMARK(Contended<Z4::BlockingLockNonRecursive>)->Threads(2)->UseRealTime();
-BENCHMARK(Contended<RawExchange>)->Threads(2)->UseRealTime();
-BENCHMARK(Contended<Z4::NonRecursiveSpinLock>)->Threads(2)->UseRealTime();
+BENCHMARK(Contended<RawCriticalSection>)->Name("lock_contended/critical_section")->Threads(2)->UseRealTime();
+BENCHMARK(Contended<Z4::AdaptiveLock>)->Name("lock_contended/zelk_AdaptiveLock")->Threads(2)->UseRealTime();
+BENCHMARK(Contended<Z4::AdaptiveLockNonRecursive>)
+    ->Name("lock_contended/zelk_AdaptiveLockNonRecursive")
+    ->Threads(2)
+    ->UseRealTime();
+BENCHMARK(Contended<Z4::BlockingLock>)->Name("lock_contended/zelk_BlockingLock")->Threads(2)->UseRealTime();
+BENCHMARK(Contended<Z4::BlockingLockNonRecursive>)
+    ->Name("lock_contended/zelk_BlockingLockNonRecursive")
+    ->Threads(2)
+    ->UseRealTime();
+BENCHMARK(Contended<RawExchange>)->Name("spin_contended/exchange")->Threads(2)->UseRealTime();
+BENCHMARK(Contended<Z4::NonRecursiveSpinLock>)->Name("spin_contended/zelk")->Threads(2)->UseRealTime();
 
 } // namespace
 
