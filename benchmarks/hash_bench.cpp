@@ -1,2 +1,215 @@
+// Every row `Family/zelk_core/bytes` stands beside the peer's, `Family/peer/bytes`. All hash the same bytes.
+#define XXH_STATIC_LINKING_ONLY
+#define XXH_IMPLEMENTATION
+#include <xxhash.h>
+
 #include <benchmark/benchmark.h>
-BENCHMARK_MAIN();
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+#include <zelk_core/base/hash.h>
+#include <zlib.h>
+
+using Z4::Hash;
+
+namespace {
+
+// The plain loops, as each algorithm's description reads.
+
+std::uint32_t PlainFnv32(const unsigned char* buffer, unsigned size) {
+    std::uint32_t hash = 0x811C9DC5;
+    for (unsigned i = 0; i < size; ++i) {
+        hash ^= buffer[i];
+        hash *= 16777619;
+    }
+    return hash;
+}
+
+std::uint64_t PlainFnv64(const unsigned char* buffer, unsigned size) {
+    std::uint64_t hash = 0xCBF29CE484222325;
+    for (unsigned i = 0; i < size; ++i) {
+        hash ^= buffer[i];
+        hash *= 0x100000001B3;
+    }
+    return hash;
+}
+
+std::uint32_t PlainKnuth(const unsigned char* buffer, unsigned size) {
+    std::uint32_t hash = 0;
+    for (unsigned i = 0; i < size; ++i) {
+        hash = ((hash << 4) ^ (hash >> 28)) ^ buffer[i];
+    }
+    return hash;
+}
+
+std::uint32_t PlainFast(const unsigned char* buffer, unsigned size) {
+    const auto unit = [](const unsigned char* p) {
+        std::uint16_t value;
+        std::memcpy(&value, p, sizeof(value));
+        return std::uint32_t{value};
+    };
+    std::uint32_t hash = size;
+    const unsigned char* p = buffer;
+    for (unsigned groups = size >> 2; groups > 0; --groups) {
+        hash += unit(p);
+        const std::uint32_t t = (unit(p + 2) << 11) ^ hash;
+        hash = (hash << 16) ^ t;
+        p += 4;
+        hash += hash >> 11;
+    }
+    hash ^= hash << 3;
+    hash += hash >> 5;
+    hash ^= hash << 2;
+    hash += hash >> 15;
+    hash ^= hash << 10;
+    return hash;
+}
+
+#define LOOKUP2_MIX(a, b, c)          \
+    {                                 \
+        a -= b, a -= c, a ^= c >> 13; \
+        b -= c, b -= a, b ^= a << 8;  \
+        c -= a, c -= b, c ^= b >> 13; \
+        a -= b, a -= c, a ^= c >> 12; \
+        b -= c, b -= a, b ^= a << 16; \
+        c -= a, c -= b, c ^= b >> 5;  \
+        a -= b, a -= c, a ^= c >> 3;  \
+        b -= c, b -= a, b ^= a << 10; \
+        c -= a, c -= b, c ^= b >> 15; \
+    }
+
+std::uint32_t PlainLookup2(const unsigned char* buffer, unsigned size) {
+    const auto word = [](const unsigned char* p) {
+        std::uint32_t value;
+        std::memcpy(&value, p, sizeof(value));
+        return value;
+    };
+    std::uint32_t a = 0x9E3779B9;
+    std::uint32_t b = 0x9E3779B9;
+    std::uint32_t c = 0;
+    const unsigned char* p = buffer;
+    unsigned left = size;
+    while (left >= 12) {
+        a += word(p);
+        b += word(p + 4);
+        c += word(p + 8);
+        LOOKUP2_MIX(a, b, c)
+        p += 12;
+        left -= 12;
+    }
+    c += size;
+    switch (left) {
+    case 11:
+        c += std::uint32_t{p[10]} << 24;
+        [[fallthrough]];
+    case 10:
+        c += std::uint32_t{p[9]} << 16;
+        [[fallthrough]];
+    case 9:
+        c += std::uint32_t{p[8]} << 8;
+        [[fallthrough]];
+    case 8:
+        b += std::uint32_t{p[7]} << 24;
+        [[fallthrough]];
+    case 7:
+        b += std::uint32_t{p[6]} << 16;
+        [[fallthrough]];
+    case 6:
+        b += std::uint32_t{p[5]} << 8;
+        [[fallthrough]];
+    case 5:
+        b += p[4];
+        [[fallthrough]];
+    case 4:
+        a += std::uint32_t{p[3]} << 24;
+        [[fallthrough]];
+    case 3:
+        a += std::uint32_t{p[2]} << 16;
+        [[fallthrough]];
+    case 2:
+        a += std::uint32_t{p[1]} << 8;
+        [[fallthrough]];
+    case 1:
+        a += p[0];
+        [[fallthrough]];
+    default:
+        break;
+    }
+    LOOKUP2_MIX(a, b, c)
+    return c;
+}
+
+std::uint32_t PlainCrc(const char* string) {
+    const z_crc_t* const table = get_crc_table();
+    std::uint32_t crc = 0xFFFFFFFF;
+    const auto* p = reinterpret_cast<const unsigned char*>(string);
+    for (; *p != 0; ++p) {
+        crc = (crc >> 8) ^ table[(crc ^ *p) & 0xFF];
+    }
+    return ~crc;
+}
+
+using Buffer = std::vector<unsigned char>;
+
+template <class Function>
+void AddRow(const std::string& name, unsigned size, Function function) {
+    benchmark::RegisterBenchmark((name + "/" + std::to_string(size)).c_str(),
+                                 [size, function](benchmark::State& state) {
+                                     Buffer buffer(size + 1);
+                                     for (unsigned i = 0; i < size; ++i) {
+                                         buffer[i] = static_cast<unsigned char>(1 + (i * 2654435761u >> 20) % 255);
+                                     }
+                                     for (auto _ : state) {
+                                         benchmark::DoNotOptimize(function(buffer.data(), size));
+                                     }
+                                     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * size);
+                                 });
+}
+
+template <class Ours, class Peer>
+void AddPair(const std::string& family, const std::string& peerName, std::initializer_list<unsigned> sizes, Ours ours,
+             Peer peer) {
+    for (const unsigned size : sizes) {
+        AddRow(family + "/zelk_core", size, ours);
+        AddRow(family + "/" + peerName, size, peer);
+    }
+}
+
+const char* AsString(const unsigned char* buffer) {
+    return reinterpret_cast<const char*>(buffer);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    constexpr unsigned KIB = 1024;
+    constexpr unsigned MIB = 1024 * 1024;
+    using Bytes = const unsigned char*;
+
+    AddPair(
+        "CRC", "zlib", {4, 16, 64, 100, KIB, MIB}, [](Bytes p, unsigned n) { return Hash::CRC(p, n); },
+        [](Bytes p, unsigned n) { return crc32(0, p, n); });
+    AddPair(
+        "CRC_string", "plain", {4, 8, 16, 24, KIB}, [](Bytes p, unsigned) { return Hash::CRC(AsString(p)); },
+        [](Bytes p, unsigned) { return PlainCrc(AsString(p)); });
+    AddPair(
+        "XXH32", "xxhash", {16, 64, KIB, MIB}, [](Bytes p, unsigned n) { return Hash::XXH32(p, n); },
+        [](Bytes p, unsigned n) { return XXH32(p, n, 0); });
+    AddPair(
+        "XXH64", "xxhash", {16, 32, 64, 100, KIB, MIB}, [](Bytes p, unsigned n) { return Hash::XXH64(p, n); },
+        [](Bytes p, unsigned n) { return XXH64(p, n, 0); });
+    AddPair(
+        "FNV32", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::FNV32(p, n); }, PlainFnv32);
+    AddPair(
+        "FNV64", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::FNV64(p, n); }, PlainFnv64);
+    AddPair(
+        "Dobbs", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::Dobbs(p, n); }, PlainLookup2);
+    AddPair(
+        "Fast", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::Fast(p, n); }, PlainFast);
+    AddPair(
+        "Knuth", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::Knuth(p, n); }, PlainKnuth);
+
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+}

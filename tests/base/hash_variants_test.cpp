@@ -1,1 +1,92 @@
 #include <gtest/gtest.h>
+#include <random>
+#include <tests/support/guardedpage.h>
+#include <vector>
+#include <zelk_core/base/private/hashcrc.h>
+
+namespace {
+
+using Z4::Private::CrcPclmul;
+using Z4::Private::CrcPortable;
+
+struct Variant {
+    const char* name;
+    bool available;
+    std::uint32_t (*crc)(const unsigned char* buffer, unsigned size, std::uint32_t crc);
+};
+
+void PrintTo(const Variant& variant, std::ostream* out) {
+    *out << variant.name;
+}
+
+class CrcVariant : public testing::TestWithParam<Variant> {
+protected:
+    void SetUp() override {
+        if (!GetParam().available) {
+            GTEST_SKIP() << "this processor has no " << GetParam().name;
+        }
+    }
+
+    /// One bit at a time.
+    static std::uint32_t Expected(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
+        std::uint32_t value = ~crc;
+        for (unsigned bit = 0; bit < size * 8; ++bit) {
+            const std::uint32_t difference = (value ^ (buffer[bit / 8] >> bit % 8)) & 1;
+            value = (value >> 1) ^ (difference != 0 ? 0xEDB88320 : 0);
+        }
+        return ~value;
+    }
+};
+
+TEST_P(CrcVariant, PublishedValue) {
+    EXPECT_EQ(GetParam().crc(reinterpret_cast<const unsigned char*>("123456789"), 9, 0), 0xCBF43926u);
+    EXPECT_EQ(GetParam().crc(nullptr, 0, 77), 77u);
+}
+
+// Sums of equal or single bits find a wrong factor that random input might cover up, and name its distance.
+TEST_P(CrcVariant, EveryLengthAlignmentAndContent) {
+    const ZelkTest::GuardedPage page;
+    std::mt19937 random(11);
+    for (unsigned size = 0; size <= 260; ++size) {
+        unsigned char* const atEnd = page.End() - size;
+        for (int content = 0; content < 4; ++content) {
+            for (unsigned i = 0; i < size; ++i) {
+                const unsigned char bytes[] = {0, 0xFF, static_cast<unsigned char>(i == size / 2 ? 0x10 : 0),
+                                               static_cast<unsigned char>(random())};
+                atEnd[i] = bytes[content];
+            }
+            for (const std::uint32_t crc : {0u, 0xFFFFFFFFu, 0x12345678u}) {
+                ASSERT_EQ(GetParam().crc(atEnd, size, crc), Expected(atEnd, size, crc))
+                    << size << " bytes, content " << content;
+            }
+        }
+    }
+    for (unsigned offset = 0; offset < 16; ++offset) {
+        for (unsigned size = 0; size <= 140; ++size) {
+            const unsigned char* const place = page.End() - 256 + offset;
+            ASSERT_EQ(GetParam().crc(place, size, 5), Expected(place, size, 5)) << size << " at " << offset;
+        }
+    }
+}
+
+TEST_P(CrcVariant, LongRandomInput) {
+    std::mt19937 random(12);
+    std::vector<unsigned char> data(20000);
+    for (unsigned char& byte : data) {
+        byte = static_cast<unsigned char>(random());
+    }
+    for (int round = 0; round < 100; ++round) {
+        const unsigned offset = random() % 64;
+        const unsigned size = random() % 5000;
+        const std::uint32_t crc = random();
+        ASSERT_EQ(GetParam().crc(data.data() + offset, size, crc), Expected(data.data() + offset, size, crc)) << round;
+    }
+    EXPECT_EQ(GetParam().crc(data.data(), 20000, 0), Expected(data.data(), 20000, 0));
+}
+
+INSTANTIATE_TEST_SUITE_P(Hash, CrcVariant,
+                         testing::Values(Variant{"Portable", true, CrcPortable},
+                                         Variant{"Pclmul", Z4::Private::HasPclmul(), CrcPclmul}),
+                         [](const auto& variant) { return variant.param.name; });
+
+} // namespace

@@ -7,8 +7,11 @@
 
 #if defined(_MSC_VER)
 #    define Z4_NOINLINE __declspec(noinline)
+/// For a function that reads, on purpose and harmlessly, past the end of an object within an aligned block of memory.
+#    define Z4_NO_SANITIZE_ADDRESS __declspec(no_sanitize_address)
 #else
 #    define Z4_NOINLINE __attribute__((noinline))
+#    define Z4_NO_SANITIZE_ADDRESS __attribute__((no_sanitize_address))
 #endif
 
 #if defined(_WIN32)

@@ -1,1 +1,72 @@
-#include <zelk_core/base/api.h>
+#include <atomic>
+#include <cstring>
+#include <zelk_core/base/hash.h>
+#include <zelk_core/base/log.h>
+#include <zelk_core/base/private/hashbytes.h>
+#include <zelk_core/base/private/hashcrc.h>
+
+namespace Z4 {
+
+namespace Private {
+
+namespace {
+
+using CrcFunction = decltype(&CrcPortable);
+
+std::uint32_t CrcChoose(const unsigned char* buffer, unsigned size, std::uint32_t crc);
+
+/// Threads that meet the first call together all choose alike, so the order of their stores is indifferent.
+constinit std::atomic<CrcFunction> g_crc{CrcChoose};
+
+std::uint32_t CrcChoose(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
+    const CrcFunction choice = HasPclmul() ? CrcPclmul : CrcPortable;
+    g_crc.store(choice, std::memory_order_relaxed);
+    return choice(buffer, size, crc);
+}
+
+} // namespace
+
+} // namespace Private
+
+std::uint32_t Hash::CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
+    if (size < Private::CRC_PCLMUL_MIN) {
+        return Private::CrcPortable(buffer, size, crc);
+    }
+    return Private::g_crc.load(std::memory_order_relaxed)(buffer, size, crc);
+}
+
+std::uint32_t Hash::CRC(const char* string, std::uint32_t crc) {
+    const Private::Bytes bytes = Private::BytesOf(string);
+    return CRC(bytes.data, bytes.size, crc);
+}
+
+std::uint32_t Hash::CRC(const wchar_t* string, std::uint32_t crc) {
+    const Private::Bytes bytes = Private::BytesOf(string);
+    if (reinterpret_cast<std::uintptr_t>(string) % 4 != 0) {
+        Private::Log(EAL_LOG_WARNING, "base/hash", 600,
+                     "[Z4::Hash] EAL_LOG_WARNING: ComputeCRC called with unaligned string buffer. Falling back to byte "
+                     "array of %d bytes.\n  Please align buffer or use ComputeCRC<>(const U8*, ...) for better "
+                     "performances.\n",
+                     static_cast<int>(bytes.size));
+    }
+    return CRC(bytes.data, bytes.size, crc);
+}
+
+std::uint32_t Hash::CRC(const unsigned char* buffer, unsigned size, const std::uint32_t table[256], std::uint32_t crc) {
+    std::uint32_t value = ~crc;
+    for (unsigned i = 0; i < size; ++i) {
+        value = Private::CrcStepByte(value, buffer[i], table);
+    }
+    return ~value;
+}
+
+void Hash::CreateCrcTable(std::uint32_t polynomial, std::uint32_t table[256]) {
+    std::uint32_t reflected = 0;
+    for (unsigned bit = 0; bit < 32; ++bit) {
+        reflected |= ((polynomial >> bit) & 1) << (31 - bit);
+    }
+    const Private::CrcTable built(reflected);
+    std::memcpy(table, built.entries, sizeof(built.entries));
+}
+
+} // namespace Z4
