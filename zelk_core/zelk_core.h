@@ -7,6 +7,7 @@
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/ealinterface.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/hash.h>
 #include <zelk_core/base/lifecycle.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/platform.h>
