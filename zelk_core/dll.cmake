@@ -10,6 +10,8 @@ set_target_properties(zelk_core PROPERTIES
     OUTPUT_NAME zelk_core_win32DLL
     PREFIX ""
     LINKER_LANGUAGE C)
+# CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.
+set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 target_link_options(zelk_core PRIVATE
     -static-libgcc -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
 
