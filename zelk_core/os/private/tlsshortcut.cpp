@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <winternl.h>
 #include <zelk_core/os/tlsshortcut.h>
 
 namespace Z4::TlsShortCut {
@@ -17,6 +18,10 @@ void Set(std::uint32_t index, std::uint32_t value) {
 }
 
 std::uint32_t Get(std::uint32_t index) {
+    // The first slots lie in the thread's own block, where reading costs less than the platform's call does.
+    if (index < TLS_MINIMUM_AVAILABLE) {
+        return reinterpret_cast<std::uint32_t>(NtCurrentTeb()->TlsSlots[index]);
+    }
     return reinterpret_cast<std::uint32_t>(TlsGetValue(index));
 }
 
