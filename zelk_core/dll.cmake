@@ -11,6 +11,8 @@ set_target_properties(zelk_core PROPERTIES
     LINKER_LANGUAGE C
     # Compiles each public header alone, as part of the build of everything.
     VERIFY_INTERFACE_HEADER_SETS ON)
+# CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.
+set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 target_link_options(zelk_core PRIVATE
     -static-libgcc -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
 

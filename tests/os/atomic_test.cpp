@@ -1,0 +1,135 @@
+#include <barrier>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <thread>
+#include <type_traits>
+#include <vector>
+#include <zelk_core/os/atomic.h>
+
+namespace {
+
+using Z4::Atomic;
+
+template <class T>
+class AtomicOperations : public testing::Test {};
+using Operands = testing::Types<long, unsigned long, int, unsigned, long long, unsigned long long>;
+TYPED_TEST_SUITE(AtomicOperations, Operands);
+
+TYPED_TEST(AtomicOperations, ReturnAndLeaveTheirValues) {
+    using T = TypeParam;
+    // A pattern in each half, so that a half that gets lost shows.
+    constexpr T WIDE = static_cast<T>(0x1234'5678'9ABC'DEF0ull);
+    constexpr T MASK = static_cast<T>(0xF0F0'0F0F'FFFF'0000ull);
+    T value = 5;
+    EXPECT_EQ(Atomic::Add(value, 3), T{8});
+    EXPECT_EQ(Atomic::Sub(value, 2), T{6});
+    EXPECT_EQ(Atomic::Increment(value), T{7});
+    EXPECT_EQ(Atomic::Decrement(value), T{6});
+    EXPECT_EQ(Atomic::PostIncrement(value), T{6});
+    EXPECT_EQ(Atomic::PostDecrement(value), T{7});
+    EXPECT_EQ(Atomic::Exchange(value, WIDE), T{6});
+    EXPECT_EQ(Atomic::Get(value), WIDE);
+    EXPECT_EQ(Atomic::ExchangeIfEqual(value, T{6}, T{1}), WIDE) << "not equal, not replaced";
+    EXPECT_EQ(Atomic::ExchangeIfEqual(value, WIDE, T{0x0F}), WIDE);
+    EXPECT_EQ(Atomic::Or(value, 0xF0), T{0x0F});
+    EXPECT_EQ(value, T{0xFF});
+    value = WIDE;
+    EXPECT_EQ(Atomic::And(value, MASK), WIDE);
+    EXPECT_EQ(value, static_cast<T>(WIDE & MASK));
+    EXPECT_EQ(Atomic::Xor(value, WIDE), static_cast<T>(WIDE & MASK));
+    EXPECT_EQ(value, static_cast<T>((WIDE & MASK) ^ WIDE));
+    value = 0;
+    EXPECT_EQ(Atomic::Get(value), T{0});
+}
+
+TYPED_TEST(AtomicOperations, WrapAround) {
+    using T = TypeParam;
+    using Limits = std::numeric_limits<T>;
+    T value = Limits::max();
+    EXPECT_EQ(Atomic::Increment(value), Limits::min());
+    EXPECT_EQ(Atomic::Decrement(value), Limits::max());
+    EXPECT_EQ(Atomic::PostIncrement(value), Limits::max());
+    EXPECT_EQ(Atomic::PostDecrement(value), Limits::min());
+    EXPECT_EQ(Atomic::Add(value, Limits::max()), static_cast<T>(-2)) << "signed or not";
+    EXPECT_EQ(Atomic::Sub(value, Limits::max()), Limits::max());
+}
+
+enum class State : std::uint32_t {
+    IDLE,
+    BUSY = 0x8000'0001
+};
+
+TEST(AtomicOperands, IncludeEnumerations) {
+    State state = State::IDLE;
+    EXPECT_EQ(Atomic::ExchangeIfEqual(state, State::IDLE, State::BUSY), State::IDLE);
+    EXPECT_EQ(Atomic::ExchangeIfEqual(state, State::IDLE, State::IDLE), State::BUSY);
+    EXPECT_EQ(Atomic::Get(state), State::BUSY);
+    static_assert(!Z4::AtomicOperand<bool> && !Z4::AtomicOperand<short> && !Z4::AtomicOperand<double>);
+}
+
+template <class Work>
+void OnThreads(unsigned count, const Work& work) {
+    std::barrier start(static_cast<std::ptrdiff_t>(count));
+    std::vector<std::thread> threads;
+    for (unsigned t = 0; t < count; ++t) {
+        threads.emplace_back([&, t] {
+            start.arrive_and_wait();
+            work(t);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TYPED_TEST(AtomicOperations, LoseNothingBetweenThreads) {
+    using T = TypeParam;
+    constexpr unsigned ROUNDS = 250'000;
+    // Close below the carry from the low to the high half.
+    constexpr T BEGIN = static_cast<T>(0x7FFF'FFFFu - 1000);
+    T sum = BEGIN;
+    T swapped = 0;
+    T bits = 0;
+    OnThreads(4, [&](unsigned t) {
+        const T own = static_cast<T>(T{1} << t);
+        for (unsigned i = 0; i < ROUNDS; ++i) {
+            Atomic::Add(sum, 5);
+            Atomic::Sub(sum, 2);
+            Atomic::Increment(sum);
+            Atomic::PostDecrement(sum);
+            T seen = Atomic::Get(swapped);
+            for (T before; (before = Atomic::ExchangeIfEqual(swapped, seen, static_cast<T>(seen + 1))) != seen;) {
+                seen = before;
+            }
+            EXPECT_EQ(Atomic::Or(bits, own) & own, 0);
+            EXPECT_EQ(Atomic::And(bits, static_cast<T>(~own)) & own, own);
+            Atomic::Xor(bits, own);
+            EXPECT_EQ(Atomic::Xor(bits, own) & own, own);
+        }
+    });
+    EXPECT_EQ(sum, static_cast<T>(static_cast<std::make_unsigned_t<T>>(BEGIN) + 4u * 3u * ROUNDS));
+    EXPECT_EQ(swapped, static_cast<T>(4u * ROUNDS));
+    EXPECT_EQ(bits, T{0});
+}
+
+TEST(Atomic64, IsNeverSeenHalfWrittenEvenAcrossCacheLines) {
+    // 4 bytes before a line's end: as unlucky as a 4-byte aligned stack can place it.
+    alignas(64) static unsigned char lines[128];
+    for (const unsigned offset : {0u, 60u}) {
+        auto& value = *reinterpret_cast<volatile long long*>(lines + offset);
+        Atomic::Exchange(value, 0);
+        OnThreads(2, [&](unsigned t) {
+            for (unsigned i = 0; i < 200'000; ++i) {
+                const long long seen = t == 0 ? Atomic::Exchange(value, -static_cast<long long>(i & 1)) //
+                                              : Atomic::Get(value);
+                if (seen != 0 && seen != -1) {
+                    ADD_FAILURE() << "torn: " << std::hex << seen;
+                    return;
+                }
+            }
+        });
+    }
+}
+
+} // namespace

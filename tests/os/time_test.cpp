@@ -1,0 +1,252 @@
+#include <windows.h>
+
+#include <bit>
+#include <cstring>
+#include <ctime>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+#include <zelk_core/os/private/time.h>
+#include <zelk_core/os/stopwatch.h>
+#include <zelk_core/os/time.h>
+#include <zelk_core/os/tlsshortcut.h>
+
+namespace {
+
+namespace Time = Z4::Time;
+namespace TlsShortCut = Z4::TlsShortCut;
+using Z4::StopWatch;
+
+std::uint64_t RawCounter() {
+    LARGE_INTEGER counts;
+    QueryPerformanceCounter(&counts);
+    return static_cast<std::uint64_t>(counts.QuadPart);
+}
+
+void PassMicroSec(unsigned us) {
+    LARGE_INTEGER frequency;
+    QueryPerformanceFrequency(&frequency);
+    const std::uint64_t counts = static_cast<std::uint64_t>(frequency.QuadPart) * us / 1'000'000 + 1;
+    for (const std::uint64_t begin = RawCounter(); RawCounter() - begin < counts;) {
+    }
+}
+
+TEST(TimeArithmetic, ElapsedTimesCrossTheWrap) {
+    EXPECT_EQ(Time::GetElapsedMilliSeconds(0xFFFFFF00, 0x00000100), 512u);
+    EXPECT_EQ(Time::GetElapsedCPUCycles(~0ull - 9, 10), 20u);
+    EXPECT_EQ(Time::GetElapsedMicroSeconds(~0ull - 9, 10), 20u);
+}
+
+TEST(TimeArithmetic, MicroSecondsDivideTheFrequencyFirst) {
+    struct Case {
+        std::uint64_t counts, frequency, microSec;
+    };
+    for (const Case& c : {Case{10'000'000, 10'000'000, 1'000'000}, Case{3'579'545, 3'579'545, 1'000'152},
+                          Case{9, 10'000'000, 0}, Case{19, 10'000'000, 1}, Case{0, 10'000'000, 0},
+                          Case{1ull << 53, 2'999'999'999, 3'002'400'752'380}, Case{7, 1000, 7000},
+                          // The product wraps just here.
+                          Case{~0ull / 1000, 10'000'000, 1'844'674'407'370'955}, Case{~0ull / 1000 + 1, 1000, 384}}) {
+        EXPECT_EQ(Z4::Private::MicroSecFromCounts(c.counts, Z4::Private::CountsPerMilliSec(c.frequency)), c.microSec)
+            << c.counts << " counts at " << c.frequency;
+    }
+}
+
+TEST(TimeClocks, FollowTheSystems) {
+    LARGE_INTEGER frequency;
+    QueryPerformanceFrequency(&frequency);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([&] {
+            const std::uint64_t known = static_cast<std::uint64_t>(frequency.QuadPart);
+            EXPECT_EQ(Time::GetCpuFrequency(), known);
+            EXPECT_EQ(Time::GetMicroSecFromCycles(1'000'000'007), 1'000'000'007'000 / (known / 1000));
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+
+    const auto second = static_cast<std::uint32_t>(std::time(nullptr));
+    EXPECT_LE(Time::Get() - second, 60u);
+    const DWORD tick = GetTickCount();
+    EXPECT_LE(Time::GetElapsedMilliSeconds(tick), 60'000u);
+    EXPECT_LE(Time::GetMilliSec() - tick, 60'000u);
+
+    const std::uint64_t before = RawCounter();
+    const std::uint64_t counts = Time::GetCpuCycle();
+    const std::uint64_t microSec = Time::GetMicroSec();
+    const std::uint64_t after = RawCounter();
+    EXPECT_TRUE(before <= counts && counts <= after);
+    EXPECT_TRUE(Time::GetMicroSecFromCycles(counts) <= microSec && microSec <= Time::GetMicroSecFromCycles(after));
+}
+
+TEST(TimeClocks, RunOn) {
+    const std::uint64_t counts = Time::GetCpuCycle();
+    const std::uint64_t microSec = Time::GetMicroSec();
+    const std::uint32_t milliSec = Time::GetMilliSec();
+    PassMicroSec(50'000);
+    EXPECT_GE(Time::GetElapsedCPUCycles(counts), Time::GetCpuFrequency() / 20);
+    EXPECT_GE(Time::GetElapsedMicroSeconds(microSec), 49'999u);
+    EXPECT_GE(Time::GetElapsedMilliSeconds(milliSec), 30u) << "a tick of up to 16 ms may be missing";
+}
+
+bool SameMinute(const SYSTEMTIME& a, const SYSTEMTIME& b) {
+    return a.wMinute == b.wMinute && a.wHour == b.wHour && a.wDay == b.wDay;
+}
+
+TEST(TimeDate, IsTheSystemsDateWithoutOffsets) {
+    struct Clock {
+        bool (*get)(Time::Date&);
+        void(WINAPI* raw)(SYSTEMTIME*);
+    };
+    for (const Clock& clock : {Clock{Time::GetDate, GetLocalTime}, Clock{Time::GetUTCDate, GetSystemTime}}) {
+        SYSTEMTIME before;
+        SYSTEMTIME after;
+        Time::Date date;
+        do {
+            std::memset(&date, 0x55, sizeof date);
+            clock.raw(&before);
+            EXPECT_TRUE(clock.get(date));
+            clock.raw(&after);
+        } while (!SameMinute(before, after));
+        EXPECT_TRUE(before.wSecond <= date.second && date.second <= after.wSecond);
+        EXPECT_EQ(date.minute, before.wMinute);
+        EXPECT_EQ(date.hour, before.wHour);
+        EXPECT_EQ(date.dayOfMonth, before.wDay);
+        EXPECT_EQ(date.month, before.wMonth);
+        EXPECT_EQ(date.year, before.wYear);
+        EXPECT_EQ(date.dayOfWeek, before.wDayOfWeek);
+        EXPECT_TRUE(0 <= date.milliSeconds && date.milliSeconds <= 999);
+        EXPECT_EQ(date.daylightSaving, -1);
+    }
+}
+
+/// The watch's fields, in their order.
+struct Fields {
+    std::uint64_t start, cumulated, lastInterval;
+    bool started;
+};
+
+Fields Look(const StopWatch& watch) {
+    return std::bit_cast<Fields>(watch);
+}
+
+StopWatch Make(const Fields& fields) {
+    return std::bit_cast<StopWatch>(fields);
+}
+
+TEST(StopWatchStates, ConstructorStartAndRestart) {
+    const Fields stopped = Look(StopWatch(false));
+    EXPECT_TRUE(stopped.start == 0 && stopped.cumulated == 0 && stopped.lastInterval == 0 && !stopped.started);
+
+    const std::uint64_t before = RawCounter();
+    const Fields running = Look(StopWatch(true));
+    EXPECT_TRUE(before <= running.start && running.start <= RawCounter());
+    EXPECT_TRUE(running.cumulated == 0 && running.lastInterval == 0 && running.started);
+
+    StopWatch watch = Make({1, 200, 30, false});
+    watch.Start();
+    EXPECT_TRUE(watch.IsStarted());
+    EXPECT_GE(Look(watch).start, before);
+    EXPECT_EQ(Look(watch).cumulated, 200u);
+    EXPECT_EQ(Look(watch).lastInterval, 30u);
+
+    watch = Make({1, 200, 30, true});
+    watch.Restart();
+    EXPECT_TRUE(watch.IsStarted());
+    EXPECT_GE(Look(watch).start, before);
+    EXPECT_EQ(Look(watch).cumulated, 0u);
+    EXPECT_EQ(Look(watch).lastInterval, 0u);
+}
+
+TEST(StopWatchStates, StopAddsTheIntervalEachTime) {
+    StopWatch idle(false);
+    idle.Stop();
+    EXPECT_EQ(idle.GetCumul(), 0u);
+
+    StopWatch watch(true);
+    PassMicroSec(1000);
+    watch.Stop();
+    EXPECT_FALSE(watch.IsStarted());
+    const std::uint64_t interval = watch.GetElapsed(0);
+    EXPECT_GE(interval, Time::GetCpuFrequency() / 1000);
+    EXPECT_EQ(watch.GetCumul(), interval);
+    watch.Stop();
+    EXPECT_EQ(watch.GetCumul(), 2 * interval);
+
+    watch.Start();
+    watch.Stop();
+    EXPECT_EQ(watch.GetCumul(), 2 * interval + watch.GetElapsed(0));
+}
+
+TEST(StopWatchStates, ResetKeepsTheLastInterval) {
+    StopWatch watch = Make({1, 200, 30, true});
+    watch.Reset(77);
+    const Fields reset = Look(watch);
+    EXPECT_TRUE(reset.start == 77 && reset.cumulated == 0 && reset.lastInterval == 30 && !reset.started);
+    watch.Stop();
+    EXPECT_EQ(watch.GetCumul(), 30u);
+}
+
+TEST(StopWatchReadings, StoppedTheyAreTheStoredOnes) {
+    const std::uint64_t frequency = Time::GetCpuFrequency();
+    const StopWatch watch = Make({1, 5 * frequency + 77, 3 * frequency + 55, false});
+    EXPECT_EQ(watch.GetElapsed(0), 3 * frequency + 55);
+    EXPECT_EQ(watch.GetElapsed(99), 3 * frequency + 55);
+    EXPECT_EQ(watch.GetElapsedUSec(), Time::GetMicroSecFromCycles(3 * frequency + 55));
+    EXPECT_EQ(watch.GetElapsedMs(), Time::GetMicroSecFromCycles(3 * frequency + 55) / 1000);
+    EXPECT_EQ(watch.GetCumul(), 5 * frequency + 77);
+    EXPECT_EQ(watch.GetCumulUSec(), Time::GetMicroSecFromCycles(5 * frequency + 77));
+    EXPECT_EQ(watch.GetCumulMs(), Time::GetMicroSecFromCycles(5 * frequency + 77) / 1000);
+}
+
+TEST(StopWatchReadings, RunningTheyCountOn) {
+    const std::uint64_t frequency = Time::GetCpuFrequency();
+    const std::uint64_t start = RawCounter() - 3 * frequency;
+    const StopWatch watch = Make({start, 5 * frequency, 1, true});
+    EXPECT_EQ(watch.GetElapsed(start + 42), 42u);
+    EXPECT_GE(watch.GetElapsed(0), 3 * frequency);
+    EXPECT_GE(watch.GetElapsedUSec(), Time::GetMicroSecFromCycles(3 * frequency));
+    EXPECT_GE(watch.GetElapsedMs(), 3000u);
+    EXPECT_GE(watch.GetCumul(), 8 * frequency);
+    EXPECT_GE(watch.GetCumulUSec(), Time::GetMicroSecFromCycles(8 * frequency));
+    EXPECT_GE(watch.GetCumulMs(), 8000u);
+}
+
+TEST(TlsSlots, HoldAValuePerThreadToTheLastSlot) {
+    std::vector<std::uint32_t> slots;
+    for (std::uint32_t slot; (slot = TlsShortCut::Alloc()) != 0xFFFFFFFF;) {
+        slots.push_back(slot);
+    }
+    EXPECT_GT(slots.size(), 64u) << "more than the thread's own block holds";
+    EXPECT_EQ(TlsShortCut::Get(0xFFFFFFFF), 0u);
+    TlsShortCut::Set(0xFFFFFFFF, 1);
+    TlsShortCut::Free(0xFFFFFFFF);
+
+    const auto set = [&](std::uint32_t base) {
+        for (const std::uint32_t slot : slots) {
+            ASSERT_EQ(TlsShortCut::Get(slot), 0u) << slot;
+            TlsShortCut::Set(slot, base + slot);
+        }
+    };
+    const auto check = [&](std::uint32_t base) {
+        for (const std::uint32_t slot : slots) {
+            ASSERT_EQ(TlsShortCut::Get(slot), base + slot) << slot;
+        }
+    };
+    set(0x80000000);
+    std::thread([&] {
+        set(0x1000);
+        check(0x1000);
+    }).join();
+    check(0x80000000);
+
+    for (const std::uint32_t slot : slots) {
+        TlsShortCut::Free(slot);
+    }
+    const std::uint32_t again = TlsShortCut::Alloc();
+    EXPECT_EQ(TlsShortCut::Get(again), 0u) << "a slot taken again starts afresh";
+    TlsShortCut::Free(again);
+}
+
+} // namespace

@@ -1,0 +1,198 @@
+/// @file
+/// Atomic operations on plain 32-bit and 64-bit integers that the caller holds: a field of a record, a global.
+///
+/// All are sequentially consistent and inline: one locked instruction on 32 bits where the processor has one, a
+/// compare-and-exchange loop on 64. An integer used from several threads must be touched by these operations only.
+/// A 64-bit integer need be aligned to 4 bytes only, as on a 32-bit stack, but is fastest when aligned to 8.
+#pragma once
+
+#include <atomic>
+#include <type_traits>
+#include <zelk_core/base/api.h>
+
+namespace Z4 {
+
+/// What Atomic works on: integers and enumerations of 32 or 64 bits.
+template <class T>
+concept AtomicOperand = std::disjunction_v<std::is_integral<T>, std::is_enum<T>> && sizeof(T) % 4 == 0 &&
+                        sizeof(T) <= 8;
+
+/// Arithmetic wraps around and returns the value after it, the Post and the bitwise forms return the value before.
+class Atomic {
+public:
+    Atomic() = default;
+    Atomic(const Atomic&) = default;
+    /// An Atomic has no state; these do nothing.
+    Z4_API Atomic& operator=(const Atomic&);
+    Z4_API Atomic& operator=(Atomic&&);
+
+    /// The value. 64 bits are read by a compare-and-exchange, so they must lie in writable memory.
+    template <AtomicOperand T>
+    static T Get(const volatile T& value) {
+        return static_cast<T>(InternalGet(AsWord(value)));
+    }
+
+    /// Stores `replacement`.
+    /// @return the value before.
+    template <AtomicOperand T>
+    static T Exchange(volatile T& value, std::type_identity_t<T> replacement) {
+        return static_cast<T>(InternalExchange(AsWord(value), static_cast<Word<T>>(replacement)));
+    }
+
+    /// Stores `replacement` if the value is `comparand`; mind the order, the comparand comes first.
+    /// @return the value before, equal to `comparand` exactly when it was replaced.
+    template <AtomicOperand T>
+    static T ExchangeIfEqual(volatile T& value, std::type_identity_t<T> comparand,
+                             std::type_identity_t<T> replacement) {
+        return static_cast<T>(
+            InternalExchangeIfEqual(AsWord(value), static_cast<Word<T>>(comparand), static_cast<Word<T>>(replacement)));
+    }
+
+    /// @return the value after the addition.
+    template <AtomicOperand T>
+    static T Add(volatile T& value, std::type_identity_t<T> summand) {
+        return static_cast<T>(InternalAdd(AsWord(value), static_cast<Word<T>>(summand)));
+    }
+
+    /// @return the value after the subtraction.
+    template <AtomicOperand T>
+    static T Sub(volatile T& value, std::type_identity_t<T> subtrahend) {
+        return static_cast<T>(InternalSub(AsWord(value), static_cast<Word<T>>(subtrahend)));
+    }
+
+    /// @return the value after.
+    template <AtomicOperand T>
+    static T Increment(volatile T& value) {
+        return static_cast<T>(InternalIncrement(AsWord(value)));
+    }
+
+    /// @return the value after.
+    template <AtomicOperand T>
+    static T Decrement(volatile T& value) {
+        return static_cast<T>(InternalDecrement(AsWord(value)));
+    }
+
+    /// @return the value before.
+    template <AtomicOperand T>
+    static T PostIncrement(volatile T& value) {
+        return static_cast<T>(InternalPostIncrement(AsWord(value)));
+    }
+
+    /// @return the value before.
+    template <AtomicOperand T>
+    static T PostDecrement(volatile T& value) {
+        return static_cast<T>(InternalPostDecrement(AsWord(value)));
+    }
+
+    /// @return the value before.
+    template <AtomicOperand T>
+    static T And(volatile T& value, std::type_identity_t<T> mask) {
+        return static_cast<T>(InternalAnd(AsWord(value), static_cast<Word<T>>(mask)));
+    }
+
+    /// @return the value before.
+    template <AtomicOperand T>
+    static T Or(volatile T& value, std::type_identity_t<T> mask) {
+        return static_cast<T>(InternalOr(AsWord(value), static_cast<Word<T>>(mask)));
+    }
+
+    /// @return the value before.
+    template <AtomicOperand T>
+    static T Xor(volatile T& value, std::type_identity_t<T> mask) {
+        return static_cast<T>(InternalXor(AsWord(value), static_cast<Word<T>>(mask)));
+    }
+
+private:
+    template <class T>
+    using Word = std::conditional_t<sizeof(T) == 4, long, long long>;
+
+    // The compilers let no other access pass a sequentially consistent one, whatever its type.
+    template <class T>
+    static volatile Word<T>& AsWord(volatile T& value) {
+        return reinterpret_cast<volatile Word<T>&>(value);
+    }
+    template <class T>
+    static const volatile Word<T>& AsWord(const volatile T& value) {
+        return reinterpret_cast<const volatile Word<T>&>(value);
+    }
+
+    template <class T>
+    static std::atomic_ref<T> Ref(const volatile T& value) {
+        return std::atomic_ref<T>(const_cast<T&>(value));
+    }
+
+    static long InternalGet(const volatile long& value) { return Ref(value).load(); }
+    static long long InternalGet(const volatile long long& value) {
+        // Exchanges 0 for 0 or nothing at all, and tells the value either way.
+        return InternalExchangeIfEqual(const_cast<volatile long long&>(value), 0ll, 0ll);
+    }
+
+    template <class T>
+    static T InternalExchange(volatile T& value, T replacement) {
+        return Ref(value).exchange(replacement);
+    }
+    template <class T>
+    static T InternalExchangeIfEqual(volatile T& value, T comparand, T replacement) {
+        Ref(value).compare_exchange_strong(comparand, replacement);
+        return comparand;
+    }
+    template <class T>
+    static T InternalAdd(volatile T& value, T summand) {
+        using Unsigned = std::make_unsigned_t<T>;
+        const T before = Ref(value).fetch_add(summand);
+        return static_cast<T>(static_cast<Unsigned>(before) + static_cast<Unsigned>(summand));
+    }
+    template <class T>
+    static T InternalSub(volatile T& value, T subtrahend) {
+        using Unsigned = std::make_unsigned_t<T>;
+        const T before = Ref(value).fetch_sub(subtrahend);
+        return static_cast<T>(static_cast<Unsigned>(before) - static_cast<Unsigned>(subtrahend));
+    }
+    template <class T>
+    static T InternalIncrement(volatile T& value) {
+        return InternalAdd(value, T{1});
+    }
+    template <class T>
+    static T InternalPreIncrement(volatile T& value) {
+        return InternalIncrement(value);
+    }
+    template <class T>
+    static T InternalPostIncrement(volatile T& value) {
+        return Ref(value).fetch_add(T{1});
+    }
+    template <class T>
+    static T InternalDecrement(volatile T& value) {
+        return InternalSub(value, T{1});
+    }
+    template <class T>
+    static T InternalPreDecrement(volatile T& value) {
+        return InternalDecrement(value);
+    }
+    template <class T>
+    static T InternalPostDecrement(volatile T& value) {
+        return Ref(value).fetch_sub(T{1});
+    }
+    template <class T>
+    static T InternalAnd(volatile T& value, T mask) {
+        return Ref(value).fetch_and(mask);
+    }
+    template <class T>
+    static T InternalOr(volatile T& value, T mask) {
+        return Ref(value).fetch_or(mask);
+    }
+    template <class T>
+    static T InternalXor(volatile T& value, T mask) {
+        return Ref(value).fetch_xor(mask);
+    }
+};
+
+/// Reserved for a list without locks. It has no state and no operations; its assignments do nothing.
+class SList {
+public:
+    SList() = default;
+    SList(const SList&) = default;
+    Z4_API SList& operator=(const SList&);
+    Z4_API SList& operator=(SList&&);
+};
+
+} // namespace Z4

@@ -1,0 +1,13 @@
+#include <zelk_core/os/atomic.h>
+
+namespace Z4 {
+
+static_assert(sizeof(long) == 4 && sizeof(long long) == 8);
+
+Atomic& Atomic::operator=(const Atomic&) = default;
+Atomic& Atomic::operator=(Atomic&&) = default;
+
+SList& SList::operator=(const SList&) = default;
+SList& SList::operator=(SList&&) = default;
+
+} // namespace Z4
