@@ -2,7 +2,8 @@
 add_library(zelk_core SHARED ${portable_sources} ${windows_sources} zelk_core.rc)
 add_library(zelk_core::zelk_core ALIAS zelk_core)
 target_compile_definitions(zelk_core PRIVATE ZELK_CORE_BUILD)
-target_link_libraries(zelk_core PRIVATE zelk_dll_flags psapi)
+# The static libgcc comes before the shared one that CMake appends for C++ objects, so that the latter is never needed.
+target_link_libraries(zelk_core PRIVATE zelk_dll_flags psapi gcc)
 target_include_directories(zelk_core INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
 target_compile_features(zelk_core INTERFACE cxx_std_20)
