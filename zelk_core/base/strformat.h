@@ -1,3 +1,8 @@
+/// @file
+/// The bounded formatter of every text that the library builds: the familiar conversions with one result on every
+/// platform, in narrow and in wide characters.
+///
+/// Any thread; no locale, no allocation, no failure.
 #pragma once
 
 #include <cstdarg>
@@ -5,12 +10,72 @@
 
 namespace Z4 {
 
+/// Formats into a buffer of the caller's. Mind what differs from the C library: there is no exponent notation, so `%e`
+/// prints an "e" and takes no argument; `%g` is `%f` without trailing zeros; halves round up; a floating-point zero has
+/// no sign; a null string prints nothing.
+///
+/// A conversion is `%`, flags, width, precision, length and conversion character, in this order.
+///
+/// - Flags, in any number and order: `-` justifies to the left; `0` pads a number on the left with zeros, after its
+///   sign or prefix, unless `-` is given, and also when it has a precision; `+` puts a "+" before signed integers that
+///   are not negative and before floating-point numbers above zero; a space puts a space before the former and a "+"
+///   before the latter (`+` goes first); `#` is the alternate form of `o`, `x` and `X`; `'` is ignored.
+/// - Width: a decimal number, or `*` for an `int` argument; a negative argument justifies to the left and counts by
+///   its magnitude. Nothing is ever cut to the width.
+/// - Precision: `.` and a decimal number (without one it is 0), or `.*` for an `int` argument; a negative argument is
+///   no precision.
+/// - Length: `h` (short), `l` (long) or `ll` (64-bit), for integers. Strings and characters have the buffer's
+///   character type whatever the length.
+///
+/// The conversions:
+///
+/// - `d`, `i`: a signed integer in decimal. The precision is the least number of digits; 0 with precision 0 has none.
+/// - `u`, `o`, `x`, `X`: an unsigned integer in decimal, octal, hexadecimal of either case; precision likewise. `#`
+///   makes octal begin with "0", and puts "0x" or "0X" before hexadecimal other than 0.
+/// - `D`, `O`, `U`: as `ld`, `lo`, `lu`.
+/// - `p`: a pointer as eight hexadecimal digits in upper case. Only width and `-` count.
+/// - `f`: a double with precision (default 6) fractional digits, without a point when it is 0. What is no number, is
+///   infinite or has a magnitude above 1e64 prints nan, +inf, -inf, toobig, padded with spaces only.
+/// - `g`: as `f`, then without the zeros at the end of the fraction, of which one digit always stays.
+/// - `s`: a string, at most precision characters of it, within which it need not be terminated. Null counts as empty.
+/// - `c`: a character, passed as `int`.
+/// - `%`: a percent sign. Like strings and characters it is padded to the width, with spaces only.
+///
+/// Another character in the place of the conversion is printed by itself, without flags and width (the arguments of
+/// `*` are taken). A format that ends within a conversion prints nothing for it.
+///
+/// A number has at most 256 characters, sign and prefix included, padding not. An integer's precision is cut to that;
+/// a floating-point number that would be longer is left out, and its width filled with spaces. Floating-point digits
+/// come one by one from quotients in double arithmetic: those before the point are exact below 1e22, beyond that errors
+/// of a unit in the 16th or 17th digit can show, and a fraction is rounded by its product with 10 to the precision,
+/// itself rounded. Widths and precisions beyond INT_MAX count as INT_MAX.
 class StrFormat {
 public:
+    /// Formats into `buffer`, whose `size` counts characters: the first `size - 1` of the output are stored and always
+    /// terminated. Nothing is stored when `size` is 0 or `buffer` is null. What does not fit costs no time but that of
+    /// finding the lengths of strings.
+    /// @param format null counts as empty.
+    /// @param arguments must match `format`, and must not lie in `buffer`; unspecified afterwards.
+    /// @return the length of the complete output without terminator, stored or not; INT_MAX when it is longer.
     Z4_API static int vsnprintf(char* buffer, unsigned size, const char* format, va_list arguments);
+
+    /// vsnprintf() of the arguments that follow.
     Z4_API static int snprintf(char* buffer, unsigned size, const char* format, ...);
+
+    /// The same in wide characters, by the same rules: `%s` takes wide strings and `%c` a wide character. Buffer,
+    /// format and strings may lie at odd addresses.
     Z4_API static int vsnprintf(wchar_t* buffer, unsigned size, const wchar_t* format, va_list arguments);
+
+    /// vsnprintf() of the arguments that follow.
     Z4_API static int snprintf(wchar_t* buffer, unsigned size, const wchar_t* format, ...);
+
+    /// Renders `value` for people, in the largest binary prefix (Ki, Mi, Gi, Ti, Pi, Ei) of which it has one or more:
+    /// 1536 with precision 1 is "1.5 KiB". Rounding is exact, halves go up, and what rounds to 1024 moves on to the
+    /// next prefix: 1048575 is "1.0 MiB". Values below 1024 are whole: "512 B".
+    /// @param size of `buffer` in characters; the text is cut as vsnprintf() does. 18 and the unit's length suffice.
+    /// @param unit what is counted, written after the prefix; null is "B". With an empty one "512" and "1.5 Ki" remain.
+    /// @param precision fractional digits, taken to the nearest of 0 to 9.
+    /// @return `buffer`.
     Z4_API static char* FormatSize(char* buffer, unsigned size, unsigned long long value, const char* unit,
                                    int precision);
 };
