@@ -1,6 +1,7 @@
 #include "testhost.h"
 
 #include <host/zelkhost.h>
+#include <zelk_core/base/ealid.h>
 
 namespace ZelkTest {
 
@@ -11,7 +12,8 @@ void InstallMemory(bool guardStart) {
 }
 
 Balance OutstandingMemory() {
-    return {};
+    const ZelkHost::MemoryStatistics statistics = ZelkHost::GetMemoryStatistics(Z4::EAL_ID_ZELK_CORE);
+    return {statistics.blocks, statistics.bytes};
 }
 
 } // namespace ZelkTest

@@ -33,7 +33,8 @@ struct eal_mem_dll_interface {
     /// for whom (see EALId).
     void*(Z4_CDECL* alloc)(std::size_t size, std::size_t alignment, unsigned flags, int id);
     eal_reserved_slot reserved3;
-    /// Grows the non-null block `pointer`, keeping its content and context; null leaves the old block as it was.
+    /// Grows the non-null block `pointer`, keeping its content and context; the block's new place is aligned to
+    /// `alignment`. Null leaves the old block as it was.
     void*(Z4_CDECL* realloc)(void* pointer, std::size_t size, std::size_t alignment);
     eal_reserved_slot reserved5;
     void(Z4_CDECL* free)(void* pointer);
@@ -112,7 +113,7 @@ struct eal_file_dll_interface {
     int(Z4_CDECL* shutdown)();
     /// `path` is UTF-8; `mode` combines eal_file_mode. On failure `*handle` is null.
     eal_file_status(Z4_CDECL* open)(const char* path, unsigned mode, eal_file_handle* handle);
-    /// Waits for the file's asynchronous operations first.
+    /// Waits for the file's asynchronous operations first. Not to be called from a completion, nor is `shutdown`.
     eal_file_status(Z4_CDECL* close)(eal_file_handle handle);
     eal_reserved_slot reserved4;
     eal_file_status(Z4_CDECL* read)(eal_file_handle handle, void* buffer, std::uint32_t size, std::uint64_t offset,
@@ -124,7 +125,7 @@ struct eal_file_dll_interface {
     eal_file_status(Z4_CDECL* write)(eal_file_handle handle, const void* buffer, std::uint32_t size,
                                      std::uint64_t offset, std::uint32_t* transferred);
     eal_reserved_slot reserved8;
-    /// Returns when everything written is on the device.
+    /// Returns when everything whose write has ended is on the device.
     eal_file_status(Z4_CDECL* flush)(eal_file_handle handle);
     /// What buffer addresses must be multiples of with EAL_FILE_UNBUFFERED, in bytes; 1 for other files.
     std::uint32_t(Z4_CDECL* buffer_alignment)(eal_file_handle handle);

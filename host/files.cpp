@@ -1,0 +1,319 @@
+#include <host/fileengine.h>
+#include <memory>
+#include <new>
+
+namespace ZelkHost {
+
+namespace {
+
+struct File {
+    ~File() {
+        if (handle != INVALID_HANDLE_VALUE) {
+            CloseHandle(handle);
+        }
+        if (blockingEnd != nullptr) {
+            CloseHandle(blockingEnd);
+        }
+    }
+
+    HANDLE handle = INVALID_HANDLE_VALUE;
+    bool writable = false;
+    std::uint32_t alignment = 1;  ///< of buffers, offsets and sizes
+    HANDLE blockingEnd = nullptr; ///< signalled when a blocking operation has ended
+    SlimLock blocking;            ///< one such operation at a time, as there is one event
+    unsigned pending = 0;         ///< asynchronous operations; the engine's
+};
+
+OVERLAPPED At(std::uint64_t offset) {
+    OVERLAPPED position{};
+    position.Offset = static_cast<DWORD>(offset);
+    position.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    return position;
+}
+
+Z4::eal_file_status LastStatus() {
+    return StatusOf(GetLastError());
+}
+
+constinit FileEngine g_engine;
+constinit InitCount g_uses;
+
+// The system takes offsets above for commands, such as "at the end".
+constexpr std::uint64_t LARGEST_OFFSET = INT64_MAX;
+
+constexpr std::size_t LONGEST_PATH = 32766; // without its terminator
+
+Z4::eal_file_status CheckTransfer(const File* file, const void* buffer, std::uint32_t size, std::uint64_t offset) {
+    if (file == nullptr) {
+        return Z4::EAL_FILE_INVALID_HANDLE;
+    }
+    if (offset > LARGEST_OFFSET - size) {
+        return Z4::EAL_FILE_INVALID_OFFSET;
+    }
+    const std::uint64_t misaligned = (reinterpret_cast<std::uintptr_t>(buffer) | size | offset) % file->alignment;
+    if ((buffer == nullptr && size != 0) || misaligned != 0) {
+        return Z4::EAL_FILE_INVALID_ARGUMENT;
+    }
+    return Z4::EAL_FILE_OK;
+}
+
+/// `start(handle, overlapped)` is the system's ReadFile or WriteFile.
+template <class Start>
+Z4::eal_file_status Transfer(Z4::eal_file_handle handle, const void* buffer, std::uint32_t size, std::uint64_t offset,
+                             std::uint32_t* transferred, Start start) {
+    if (transferred == nullptr) {
+        return Z4::EAL_FILE_INVALID_ARGUMENT;
+    }
+    *transferred = 0;
+    auto* const file = static_cast<File*>(handle);
+    if (const Z4::eal_file_status status = CheckTransfer(file, buffer, size, offset); status != Z4::EAL_FILE_OK) {
+        return status;
+    }
+    const std::lock_guard guard(file->blocking);
+    OVERLAPPED overlapped = At(offset);
+    // With its lowest bit set, the event keeps this operation away from the completion port.
+    overlapped.hEvent = reinterpret_cast<HANDLE>(reinterpret_cast<std::uintptr_t>(file->blockingEnd) | 1);
+    if (!start(file->handle, &overlapped) && GetLastError() != ERROR_IO_PENDING) {
+        return LastStatus();
+    }
+    DWORD bytes = 0;
+    const BOOL done = GetOverlappedResult(file->handle, &overlapped, &bytes, TRUE);
+    *transferred = bytes;
+    return done ? Z4::EAL_FILE_OK : LastStatus();
+}
+
+template <class Start>
+Z4::eal_file_status TransferAsync(Z4::eal_file_handle handle, const void* buffer, std::uint32_t size,
+                                  std::uint64_t offset, Z4::eal_file_completion completion, void* context,
+                                  Start start) {
+    auto* const file = static_cast<File*>(handle);
+    if (const Z4::eal_file_status status = CheckTransfer(file, buffer, size, offset); status != Z4::EAL_FILE_OK) {
+        return status;
+    }
+    if (completion == nullptr) {
+        return Z4::EAL_FILE_INVALID_ARGUMENT;
+    }
+    auto* const operation = new (std::nothrow) FileOperation(At(offset), &file->pending, completion, context);
+    if (operation == nullptr || !g_engine.Begin(file->pending)) {
+        delete operation;
+        return Z4::EAL_FILE_HOST_SPECIFIC;
+    }
+    // From here the operation is the engine's: it may have ended, and be gone, before this call returns.
+    if (start(file->handle, operation)) {
+        return Z4::EAL_FILE_OK;
+    }
+    const DWORD error = GetLastError();
+    if (error == ERROR_HANDLE_EOF) {
+        g_engine.Complete(*operation);
+    } else if (error != ERROR_IO_PENDING) {
+        delete operation;
+        g_engine.End(file->pending);
+        return StatusOf(error);
+    }
+    return Z4::EAL_FILE_OK;
+}
+
+bool IsValidMode(unsigned mode) {
+    constexpr unsigned ALL = Z4::EAL_FILE_READ | Z4::EAL_FILE_WRITE | Z4::EAL_FILE_CREATE | Z4::EAL_FILE_TRUNCATE |
+                             Z4::EAL_FILE_EXCLUSIVE | Z4::EAL_FILE_UNBUFFERED;
+    const bool accesses = (mode & (Z4::EAL_FILE_READ | Z4::EAL_FILE_WRITE)) != 0;
+    const bool truncatesUnwritable = (mode & Z4::EAL_FILE_TRUNCATE) != 0 && (mode & Z4::EAL_FILE_WRITE) == 0;
+    const bool exclusiveUncreated = (mode & Z4::EAL_FILE_EXCLUSIVE) != 0 && (mode & Z4::EAL_FILE_CREATE) == 0;
+    return (mode & ~ALL) == 0 && accesses && !truncatesUnwritable && !exclusiveUncreated;
+}
+
+DWORD Disposition(unsigned mode) {
+    if ((mode & Z4::EAL_FILE_EXCLUSIVE) != 0) {
+        return CREATE_NEW;
+    }
+    if ((mode & Z4::EAL_FILE_CREATE) != 0) {
+        return (mode & Z4::EAL_FILE_TRUNCATE) != 0 ? CREATE_ALWAYS : OPEN_ALWAYS;
+    }
+    return (mode & Z4::EAL_FILE_TRUNCATE) != 0 ? TRUNCATE_EXISTING : OPEN_EXISTING;
+}
+
+std::uint32_t SectorSizeOf(const std::wstring& path) {
+    constexpr std::uint32_t FALLBACK = 4096; // a multiple of every sector size in use
+    wchar_t volume[MAX_PATH];
+    DWORD sectorsPerCluster = 0;
+    DWORD bytesPerSector = 0;
+    DWORD freeClusters = 0;
+    DWORD clusters = 0;
+    return GetVolumePathNameW(path.c_str(), volume, MAX_PATH) &&
+                   GetDiskFreeSpaceW(volume, &sectorsPerCluster, &bytesPerSector, &freeClusters, &clusters)
+               ? bytesPerSector
+               : FALLBACK;
+}
+
+// The system only says that access to a directory is denied.
+Z4::eal_file_status OpenFailure(const std::wstring& path) {
+    const DWORD error = GetLastError();
+    if (error == ERROR_ACCESS_DENIED) {
+        const DWORD attributes = GetFileAttributesW(path.c_str());
+        if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            return Z4::EAL_FILE_IS_DIRECTORY;
+        }
+    }
+    return StatusOf(error);
+}
+
+int Z4_CDECL Init(unsigned version) {
+    g_uses.Enter([] {});
+    return CheckVersion("file", version, Z4::EAL_FILE_VERSION);
+}
+
+int Z4_CDECL Shutdown() {
+    g_uses.Leave([] {
+        if (!g_engine.IsOwnThread()) {
+            g_engine.Stop();
+        }
+    });
+    return 0;
+}
+
+// A file has any number of readers or one writer at a time.
+Z4::eal_file_status Z4_CDECL Open(const char* path, unsigned mode, Z4::eal_file_handle* handle) try {
+    if (handle == nullptr) {
+        return Z4::EAL_FILE_INVALID_ARGUMENT;
+    }
+    *handle = nullptr;
+    if (path == nullptr || !IsValidMode(mode)) {
+        return Z4::EAL_FILE_INVALID_ARGUMENT;
+    }
+    std::wstring wide;
+    if (!Widen(path, wide)) {
+        return LastStatus();
+    }
+    if (wide.size() > LONGEST_PATH) {
+        return Z4::EAL_FILE_PATH_TOO_LONG; // the system would say that it finds none
+    }
+    const bool unbuffered = (mode & Z4::EAL_FILE_UNBUFFERED) != 0;
+    auto file = std::make_unique<File>();
+    file->writable = (mode & Z4::EAL_FILE_WRITE) != 0;
+    file->alignment = unbuffered ? SectorSizeOf(wide) : 1;
+    file->handle = CreateFileW(
+        wide.c_str(), ((mode & Z4::EAL_FILE_READ) != 0 ? GENERIC_READ : 0) | (file->writable ? GENERIC_WRITE : 0),
+        file->writable ? 0 : FILE_SHARE_READ, nullptr, Disposition(mode),
+        FILE_FLAG_OVERLAPPED | (unbuffered ? FILE_FLAG_NO_BUFFERING : 0), nullptr);
+    if (file->handle == INVALID_HANDLE_VALUE) {
+        return OpenFailure(wide);
+    }
+    if (GetFileType(file->handle) != FILE_TYPE_DISK) {
+        return Z4::EAL_FILE_NOT_SEEKABLE;
+    }
+    file->blockingEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    if (file->blockingEnd == nullptr || !g_engine.Attach(file->handle)) {
+        return LastStatus();
+    }
+    *handle = file.release();
+    return Z4::EAL_FILE_OK;
+} catch (const std::bad_alloc&) {
+    return Z4::EAL_FILE_HOST_SPECIFIC;
+}
+
+// Neither here nor in Shutdown can the engine's thread wait for itself.
+Z4::eal_file_status Z4_CDECL Close(Z4::eal_file_handle handle) {
+    if (handle == nullptr) {
+        return Z4::EAL_FILE_INVALID_HANDLE;
+    }
+    if (g_engine.IsOwnThread()) {
+        return Z4::EAL_FILE_INVALID_ARGUMENT;
+    }
+    const std::unique_ptr<File> file(static_cast<File*>(handle));
+    g_engine.WaitFor(file->pending);
+    return Z4::EAL_FILE_OK;
+}
+
+Z4::eal_file_status Z4_CDECL Read(Z4::eal_file_handle handle, void* buffer, std::uint32_t size, std::uint64_t offset,
+                                  std::uint32_t* transferred) {
+    return Transfer(handle, buffer, size, offset, transferred, [=](HANDLE file, OVERLAPPED* overlapped) {
+        return ReadFile(file, buffer, size, nullptr, overlapped);
+    });
+}
+
+Z4::eal_file_status Z4_CDECL Write(Z4::eal_file_handle handle, const void* buffer, std::uint32_t size,
+                                   std::uint64_t offset, std::uint32_t* transferred) {
+    return Transfer(handle, buffer, size, offset, transferred, [=](HANDLE file, OVERLAPPED* overlapped) {
+        return WriteFile(file, buffer, size, nullptr, overlapped);
+    });
+}
+
+Z4::eal_file_status Z4_CDECL ReadAsync(Z4::eal_file_handle handle, void* buffer, std::uint32_t size,
+                                       std::uint64_t offset, Z4::eal_file_completion completion, void* context) {
+    return TransferAsync(handle, buffer, size, offset, completion, context, [=](HANDLE file, OVERLAPPED* overlapped) {
+        return ReadFile(file, buffer, size, nullptr, overlapped);
+    });
+}
+
+Z4::eal_file_status Z4_CDECL WriteAsync(Z4::eal_file_handle handle, const void* buffer, std::uint32_t size,
+                                        std::uint64_t offset, Z4::eal_file_completion completion, void* context) {
+    return TransferAsync(handle, buffer, size, offset, completion, context, [=](HANDLE file, OVERLAPPED* overlapped) {
+        return WriteFile(file, buffer, size, nullptr, overlapped);
+    });
+}
+
+Z4::eal_file_status Z4_CDECL Flush(Z4::eal_file_handle handle) {
+    auto* const file = static_cast<File*>(handle);
+    if (file == nullptr) {
+        return Z4::EAL_FILE_INVALID_HANDLE;
+    }
+    // The system refuses to flush what was opened for reading, where there is nothing to do.
+    return !file->writable || FlushFileBuffers(file->handle) ? Z4::EAL_FILE_OK : LastStatus();
+}
+
+std::uint32_t Z4_CDECL Alignment(Z4::eal_file_handle handle) {
+    return handle != nullptr ? static_cast<File*>(handle)->alignment : 1;
+}
+
+char Z4_CDECL Separator() {
+    return '\\';
+}
+
+unsigned char Z4_CDECL Exists(const char* path) try {
+    std::wstring wide;
+    if (path == nullptr || !Widen(path, wide)) {
+        return 0;
+    }
+    const DWORD attributes = GetFileAttributesW(wide.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+} catch (const std::bad_alloc&) {
+    return 0;
+}
+
+Z4::eal_file_status Z4_CDECL Size(Z4::eal_file_handle handle, std::uint64_t* size) {
+    if (handle == nullptr) {
+        return Z4::EAL_FILE_INVALID_HANDLE;
+    }
+    if (size == nullptr) {
+        return Z4::EAL_FILE_INVALID_ARGUMENT;
+    }
+    LARGE_INTEGER bytes{};
+    const BOOL done = GetFileSizeEx(static_cast<File*>(handle)->handle, &bytes);
+    *size = static_cast<std::uint64_t>(bytes.QuadPart);
+    return done ? Z4::EAL_FILE_OK : LastStatus();
+}
+
+} // namespace
+
+const Z4::eal_file_dll_interface& FileTable() {
+    static constexpr Z4::eal_file_dll_interface TABLE{.init = Init,
+                                                      .shutdown = Shutdown,
+                                                      .open = Open,
+                                                      .close = Close,
+                                                      .reserved4 = nullptr,
+                                                      .read = Read,
+                                                      .read_async = ReadAsync,
+                                                      .write = Write,
+                                                      .reserved8 = nullptr,
+                                                      .flush = Flush,
+                                                      .buffer_alignment = Alignment,
+                                                      .sector_size = Alignment,
+                                                      .separator = Separator,
+                                                      .exists = Exists,
+                                                      .write_async = WriteAsync,
+                                                      .size = Size,
+                                                      .reserved16to19 = {}};
+    return TABLE;
+}
+
+} // namespace ZelkHost

@@ -1,0 +1,308 @@
+#include "capture.h"
+
+#include <algorithm>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <host/zelkhost.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using ZelkHost::MemoryMode;
+using ZelkHost::MemoryStatistics;
+
+constexpr int ID = 0x7E570001;
+constexpr std::size_t PAGE = 4096;
+
+// Both probe by touching the byte.
+bool IsAccessible(void* byte) {
+    return IsBadReadPtr(byte, 1) == 0 && IsBadWritePtr(byte, 1) == 0;
+}
+
+bool IsInaccessible(void* byte) {
+    return IsBadReadPtr(byte, 1) != 0 && IsBadWritePtr(byte, 1) != 0;
+}
+
+std::uintptr_t Address(const void* pointer) {
+    return reinterpret_cast<std::uintptr_t>(pointer);
+}
+
+class Memory : public testing::TestWithParam<MemoryMode> {
+protected:
+    void SetUp() override { ZelkHost::Install({.memoryMode = GetParam()}); }
+
+    void TearDown() override {
+        ZelkHost::FailAllocations(0);
+        const MemoryStatistics left = ZelkHost::GetMemoryStatistics(ID);
+        EXPECT_EQ(left.blocks, 0u);
+        EXPECT_EQ(left.bytes, 0u);
+    }
+
+    bool IsGuarded() const { return GetParam() != MemoryMode::PLAIN; }
+
+    static char* Allocate(std::size_t size, std::size_t alignment, int id = ID) {
+        return static_cast<char*>(m_table.alloc(size, alignment, 0, id));
+    }
+
+    static inline const Z4::eal_mem_dll_interface& m_table = ZelkHost::MemoryTable();
+};
+
+using GuardedMemory = Memory;
+using EndGuardedMemory = Memory;
+using MemoryDeathTest = Memory;
+using GuardedMemoryDeathTest = Memory;
+
+TEST_P(Memory, EveryAlignmentAndSizeIsServedExactly) {
+    std::vector<char*> blocks;
+    for (std::size_t alignment = 1; alignment <= 128 * 1024; alignment *= 2) {
+        for (const std::size_t size : {0u, 1u, 3u, 4u, 5u, 12u, 100u, 4095u, 4096u, 4097u, 70000u, 300000u}) {
+            SCOPED_TRACE(testing::Message() << size << " bytes aligned to " << alignment);
+            char* const block = Allocate(size, alignment);
+            ASSERT_NE(block, nullptr);
+            blocks.push_back(block);
+            EXPECT_EQ(Address(block) % alignment, 0u);
+            std::memset(block, 0x11, size);
+            if (GetParam() == MemoryMode::GUARD_END) {
+                const std::size_t step = std::min(alignment, PAGE);
+                const std::size_t padding = (step - size % step) % step;
+                EXPECT_TRUE(IsInaccessible(block + size + padding));
+            }
+            if (GetParam() == MemoryMode::GUARD_START) {
+                EXPECT_TRUE(IsInaccessible(block - 1));
+            }
+            if (IsGuarded() && size == 0) {
+                EXPECT_TRUE(IsInaccessible(block));
+            }
+        }
+    }
+    std::vector<char*> sorted = blocks;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(std::adjacent_find(sorted.begin(), sorted.end()), sorted.end()) << "two blocks at one address";
+    for (char* const block : blocks) {
+        m_table.free(block);
+    }
+    if (IsGuarded()) {
+        EXPECT_TRUE(std::all_of(blocks.begin(), blocks.end(), IsInaccessible));
+    }
+}
+
+TEST_P(Memory, ArgumentsThatCannotBeServedGiveNull) {
+    for (const std::size_t alignment : {0u, 3u, 6u, 4097u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(Allocate(16, alignment), nullptr) << alignment;
+    }
+    for (const std::size_t size : {0x80000000u, 0xFFFFF000u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(Allocate(size, 4), nullptr) << size;
+    }
+    EXPECT_EQ(Allocate(16, 0x80000000u), nullptr);
+    m_table.free(nullptr);
+}
+
+TEST_P(Memory, ReallocationKeepsContentAndContext) {
+    char* block = Allocate(100, 4);
+    std::memset(block, 'a', 100);
+    for (const std::size_t size : {101u, 5000u, 40u, 0u, 64u}) {
+        const std::size_t kept = std::min<std::size_t>(size, ZelkHost::GetMemoryStatistics(ID).bytes);
+        char* const moved = static_cast<char*>(m_table.realloc(block, size, 64));
+        ASSERT_NE(moved, nullptr);
+        EXPECT_EQ(Address(moved) % 64, 0u);
+        EXPECT_EQ(std::count(moved, moved + kept, 'a'), static_cast<std::ptrdiff_t>(kept));
+        EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).blocks, 1u);
+        EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).bytes, size);
+        std::memset(moved, 'a', size);
+        block = moved;
+    }
+    ZelkHost::FailAllocations(1);
+    EXPECT_EQ(m_table.realloc(block, 1000, 4), nullptr);
+    EXPECT_EQ(m_table.realloc(block, 1000, 3), nullptr);
+    EXPECT_EQ(std::count(block, block + 64, 'a'), 64) << "a refused reallocation leaves the block as it was";
+    m_table.free(block);
+}
+
+TEST_P(Memory, StatisticsAndNamesBelongToTheirContext) {
+    // Fresh contexts, as a peak never falls.
+    const int id = ID + 16 * (1 + static_cast<int>(GetParam()));
+    const int otherId = id + 1;
+    const std::uint64_t allocations = ZelkHost::GetMemoryStatistics(id).allocations;
+    char name[] = "tests";
+    m_table.name_id(id, name);
+    name[0] = '?';
+    m_table.name_id(otherId, nullptr);
+
+    char* const first = Allocate(100, 1, id);
+    char* const second = Allocate(1000000, 16, id);
+    char* const other = Allocate(7, 1, otherId);
+    m_table.free(second);
+    const MemoryStatistics statistics = ZelkHost::GetMemoryStatistics(id);
+    EXPECT_EQ(statistics.blocks, 1u);
+    EXPECT_EQ(statistics.bytes, 100u);
+    EXPECT_EQ(statistics.peakBytes, 1000100u);
+    EXPECT_EQ(statistics.allocations, allocations + 2);
+    EXPECT_EQ(ZelkHost::GetMemoryStatistics(otherId).bytes, 7u);
+    EXPECT_EQ(ZelkHost::GetMemoryStatistics(0x7E57FFFF).allocations, 0u);
+
+    const std::vector<ZelkHost::MemoryContext> contexts = ZelkHost::GetMemoryContexts();
+    const auto named =
+        std::find_if(contexts.begin(), contexts.end(), [&](const auto& entry) { return entry.id == id; });
+    ASSERT_NE(named, contexts.end());
+    EXPECT_EQ(named->name, "tests");
+    EXPECT_EQ(named->statistics.bytes, 100u);
+    m_table.free(first);
+    m_table.free(other);
+}
+
+TEST_P(Memory, RefusesTheAllocationsAskedFor) {
+    const auto attempt = [](int count) {
+        std::string granted;
+        for (int i = 0; i < count; ++i) {
+            EXPECT_EQ(Allocate(1, 3), nullptr); // invalid, and so not counted
+            char* const block = Allocate(8, 4);
+            granted += block != nullptr ? '+' : '-';
+            m_table.free(block);
+        }
+        return granted;
+    };
+    const struct {
+        std::size_t first;
+        std::size_t count;
+        const char* granted;
+    } cases[] = {{1, 1, "-+++++"}, {3, 1, "++-+++"},        {2, 3, "+---++"},
+                 {0, 1, "++++++"}, {4, SIZE_MAX, "+++---"}, {7, 1, "++++++"}};
+    for (const auto& test : cases) {
+        ZelkHost::FailAllocations(test.first, test.count);
+        const std::string granted = attempt(6);
+        EXPECT_EQ(granted, test.granted);
+        EXPECT_EQ(ZelkHost::FailAllocations(0),
+                  static_cast<std::size_t>(std::count(granted.begin(), granted.end(), '-')));
+    }
+}
+
+TEST_P(Memory, ThreadsShareTheTable) {
+    const auto work = [](unsigned char tag) {
+        constexpr int ROUNDS = 20000;
+        unsigned char* kept[8] = {};
+        std::size_t sizes[8] = {};
+        int faults = 0;
+        for (int i = 0; i < ROUNDS; ++i) {
+            const int slot = i % 8;
+            faults += kept[slot] != nullptr &&
+                      std::count(kept[slot], kept[slot] + sizes[slot], tag) != static_cast<std::ptrdiff_t>(sizes[slot]);
+            m_table.free(kept[slot]);
+            sizes[slot] = static_cast<std::size_t>(i * 37 % 500);
+            kept[slot] = reinterpret_cast<unsigned char*>(Allocate(sizes[slot], std::size_t{1} << i % 6));
+            std::memset(kept[slot], tag, sizes[slot]);
+        }
+        std::for_each(std::begin(kept), std::end(kept), m_table.free);
+        EXPECT_EQ(faults, 0);
+    };
+    const std::uint64_t before = ZelkHost::GetMemoryStatistics(ID).allocations;
+    std::vector<std::jthread> threads;
+    for (unsigned char tag = 1; tag <= 4; ++tag) {
+        threads.emplace_back(work, tag);
+    }
+    threads.clear();
+    EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).allocations, before + 80000);
+}
+
+TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
+    char* const block = Allocate(123, 4);
+    m_table.name_id(ID, "tests");
+    const ZelkTest::CapturedError error;
+    EXPECT_EQ(m_table.init(Z4::EAL_MEM_VERSION), 0);
+    EXPECT_EQ(m_table.init(Z4::EAL_MEM_VERSION), 0);
+    m_table.shutdown();
+    EXPECT_EQ(error.Text(), "");
+    m_table.shutdown();
+    EXPECT_EQ(error.Text(), "zelk_host: context 0x7E570001 (tests) holds 1 blocks, 123 bytes\n");
+    m_table.shutdown();
+    EXPECT_EQ(ZelkHost::ReportLeaks(), 1u);
+    m_table.free(block);
+    EXPECT_EQ(ZelkHost::ReportLeaks(), 0u);
+}
+
+TEST_P(MemoryDeathTest, MisusedPointersAbort) {
+    EXPECT_DEATH(
+        {
+            char* const block = Allocate(16, 4);
+            m_table.free(block);
+            m_table.free(block);
+        },
+        "was freed before");
+    EXPECT_DEATH(
+        {
+            char* const block = Allocate(64, 16);
+            std::memset(block, 0, 64);
+            m_table.free(block + 32);
+        },
+        "is no block");
+    EXPECT_DEATH(
+        {
+            alignas(16) static char foreign[64];
+            static_cast<void>(m_table.realloc(foreign + 32, 100, 4));
+        },
+        "is no block");
+}
+
+TEST_P(GuardedMemory, AddressesLastThroughManyBlocks) {
+    std::vector<char*> lasting;
+    for (int i = 0; i < 100000; ++i) {
+        char* const block = Allocate(static_cast<std::size_t>(i % 3000), 4);
+        ASSERT_NE(block, nullptr) << i;
+        if (i % 1000 == 0) {
+            lasting.push_back(block);
+        } else {
+            m_table.free(block);
+        }
+    }
+    std::for_each(lasting.begin(), lasting.end(), m_table.free);
+    for (int i = 0; i < 100; ++i) { // 3 GB
+        char* const block = Allocate(30'000'000, 16);
+        ASSERT_NE(block, nullptr) << i;
+        m_table.free(block);
+        EXPECT_TRUE(IsInaccessible(block));
+    }
+}
+
+TEST_P(EndGuardedMemory, BlocksAreAlignedNoBetterThanAsked) {
+    for (const std::size_t size : {4u, 8u, 12u, 16u, 20u, 4100u}) {
+        char* const block = Allocate(size, 4);
+        EXPECT_EQ(Address(block) % 16, (16 - size % 16) % 16) << size;
+        EXPECT_TRUE(IsAccessible(block + size - 1));
+        EXPECT_TRUE(IsInaccessible(block + size));
+        m_table.free(block);
+    }
+}
+
+TEST_P(GuardedMemoryDeathTest, WritesBesideABlockAbortWhenItIsFreed) {
+    EXPECT_DEATH(
+        {
+            char* const block = Allocate(5, 8);
+            block[5] = 0;
+            m_table.free(block);
+        },
+        "5 bytes of context 0x7E570001: the byte at offset 5 was written to");
+    if (GetParam() == MemoryMode::GUARD_END) {
+        EXPECT_DEATH(
+            {
+                char* const block = Allocate(5, 8);
+                block[-1] = 0;
+                m_table.free(block);
+            },
+            "the byte at offset -1 was written to");
+    }
+}
+
+constexpr MemoryMode GUARDED[] = {MemoryMode::GUARD_END, MemoryMode::GUARD_START};
+constexpr MemoryMode ALL[] = {MemoryMode::PLAIN, MemoryMode::GUARD_END, MemoryMode::GUARD_START};
+
+std::string ModeName(const testing::TestParamInfo<MemoryMode>& mode) {
+    return mode.param == MemoryMode::PLAIN ? "Plain" : mode.param == MemoryMode::GUARD_END ? "GuardEnd" : "GuardStart";
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, Memory, testing::ValuesIn(ALL), ModeName);
+INSTANTIATE_TEST_SUITE_P(Modes, MemoryDeathTest, testing::ValuesIn(ALL), ModeName);
+INSTANTIATE_TEST_SUITE_P(Modes, GuardedMemory, testing::ValuesIn(GUARDED), ModeName);
+INSTANTIATE_TEST_SUITE_P(Modes, EndGuardedMemory, testing::Values(MemoryMode::GUARD_END), ModeName);
+INSTANTIATE_TEST_SUITE_P(Modes, GuardedMemoryDeathTest, testing::ValuesIn(GUARDED), ModeName);
+
+} // namespace
