@@ -75,8 +75,7 @@ public:
     Z4_API static std::uint32_t Knuth(const char* string, std::uint32_t seed = 0);
     Z4_API static std::uint32_t Knuth(const wchar_t* string, std::uint32_t seed = 0);
 
-    /// xxHash, 32 bits (Collet, "xxHash fast digest algorithm", version 0.1.1). Long input runs at several bytes a
-    /// cycle.
+    /// xxHash, 32 bits (Collet, "xxHash fast digest algorithm").
     Z4_API static std::uint32_t XXH32(const unsigned char* buffer, unsigned size, std::uint32_t seed = 0);
     Z4_API static std::uint32_t XXH32(const char* string, std::uint32_t seed = 0);
     Z4_API static std::uint32_t XXH32(const wchar_t* string, std::uint32_t seed = 0);
@@ -92,7 +91,7 @@ public:
     Z4_API static std::uint32_t Dobbs(const char* string);
     Z4_API static std::uint32_t Dobbs(const wchar_t* string);
 
-    /// SuperFastHash (Hsieh, "Hash functions", 2004) with two differences: the last byte of a tail of three counts as
+    /// SuperFastHash (Hsieh, "Hash functions", 2004) with two differences: the last byte of an odd size counts as
     /// unsigned, and the final mixing has five steps of its own. Values therefore differ from the published ones.
     /// Nothing hashes to 0.
     Z4_API static std::uint32_t Fast(const unsigned char* buffer, unsigned size);
