@@ -17,11 +17,15 @@
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/os/adaptivelock.h>
+#include <zelk_core/os/atomic.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/blockinglock.h>
 #include <zelk_core/os/concurrentaccessguard.h>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/os/nullock.h>
 #include <zelk_core/os/spinlock.h>
+#include <zelk_core/os/stopwatch.h>
+#include <zelk_core/os/time.h>
+#include <zelk_core/os/tlsshortcut.h>
 #include <zelk_core/services/compression/lifecycle.h>
 #include <zelk_core/services/encryption/lifecycle.h>
