@@ -15,6 +15,7 @@ void Print(const char* format, ...) {
     Z4::StrFormat::vsnprintf(line, sizeof(line), format, arguments);
     va_end(arguments);
     std::fputs(line, stdout);
+    std::fflush(stdout); // The log goes to standard error, in between.
 }
 
 void Chapter(const char* room, const char* title) {
