@@ -61,7 +61,9 @@ bool FileEngine::Attach(HANDLE file) {
     if (m_port == nullptr) {
         m_port = CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 1);
     }
-    return m_port != nullptr && CreateIoCompletionPort(file, m_port, 0, 0) != nullptr;
+    // Systems differ in whether an operation that fails at once also sends a packet. In this mode none does.
+    return m_port != nullptr && SetFileCompletionNotificationModes(file, FILE_SKIP_COMPLETION_PORT_ON_SUCCESS) &&
+           CreateIoCompletionPort(file, m_port, 0, 0) != nullptr;
 }
 
 bool FileEngine::Begin(unsigned& pending) {
@@ -85,7 +87,7 @@ void FileEngine::End(unsigned& pending) {
 }
 
 void FileEngine::Complete(FileOperation& operation) {
-    PostQueuedCompletionStatus(m_port, 0, 0, &operation);
+    PostQueuedCompletionStatus(m_port, static_cast<DWORD>(operation.InternalHigh), 0, &operation);
 }
 
 void FileEngine::WaitFor(const unsigned& pending) {

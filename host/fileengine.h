@@ -23,15 +23,16 @@ struct FileOperation : OVERLAPPED {
 /// still open refer to it.
 class FileEngine {
 public:
-    /// Directs the operations of `file` here. False, with the system's last error set, when that fails.
+    /// Directs the operations of `file` here that the system leaves pending, and only those. False, with the system's
+    /// last error set, when that fails.
     bool Attach(HANDLE file);
 
-    /// Counts an operation that is about to start, allocated by new and from its start on the engine's. False when
+    /// Counts an operation that is about to start, allocated by new. False when
     /// there can be no thread to complete it.
     bool Begin(unsigned& pending);
     /// Takes back Begin() for an operation that did not start.
     void End(unsigned& pending);
-    /// Completes an operation with 0 bytes, for which the system will send nothing.
+    /// Completes an operation that had ended well when it was started.
     void Complete(FileOperation& operation);
 
     void WaitFor(const unsigned& pending);

@@ -98,19 +98,18 @@ Z4::eal_file_status TransferAsync(Z4::eal_file_handle handle, const void* buffer
         delete operation;
         return Z4::EAL_FILE_HOST_SPECIFIC;
     }
-    // From here the operation is the engine's: it may have ended, and be gone, before this call returns.
-    if (start(file->handle, operation)) {
+    // Once it is pending, the operation is the engine's: it may have ended, and be gone, before this call returns.
+    const DWORD error = start(file->handle, operation) ? ERROR_SUCCESS : GetLastError();
+    if (error == ERROR_IO_PENDING) {
         return Z4::EAL_FILE_OK;
     }
-    const DWORD error = GetLastError();
-    if (error == ERROR_HANDLE_EOF) {
+    if (error == ERROR_SUCCESS || error == ERROR_HANDLE_EOF) {
         g_engine.Complete(*operation);
-    } else if (error != ERROR_IO_PENDING) {
-        delete operation;
-        g_engine.End(file->pending);
-        return StatusOf(error);
+        return Z4::EAL_FILE_OK;
     }
-    return Z4::EAL_FILE_OK;
+    delete operation;
+    g_engine.End(file->pending);
+    return StatusOf(error);
 }
 
 bool IsValidMode(unsigned mode) {

@@ -319,6 +319,19 @@ TEST(HostFiles, TransfersThatCannotStartSayWhy) {
     EXPECT_EQ(g_table.flush(reader), Z4::EAL_FILE_OK);
 }
 
+// These fail only after the system has begun with them.
+TEST(HostFiles, TransfersFromAndToInaccessibleMemoryFailOnce) {
+    const TemporaryFile name;
+    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    file.Write("some text", 0);
+    void* const reserved = VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS);
+    ASSERT_NE(reserved, nullptr);
+    EXPECT_THAT(TransferStatuses(file, static_cast<char*>(reserved), 9, 0),
+                testing::Each(Z4::EAL_FILE_INVALID_ARGUMENT));
+    VirtualFree(reserved, 0, MEM_RELEASE);
+    EXPECT_EQ(file.Read(9, 0), "some text");
+}
+
 TEST(HostFiles, UnbufferedTransfersObeyTheAlignment) {
     const TemporaryFile name;
     OpenFile buffered(name.Utf8(), READ_WRITE_CREATE);

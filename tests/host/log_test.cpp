@@ -68,7 +68,7 @@ TEST(HostLog, MessagesMayHaveAnyLength) {
     const CapturedError error;
     ZelkHost::Install();
     std::string expected;
-    for (const std::size_t length : {0u, 1022u, 1023u, 1024u, 1025u, 200000u}) {
+    for (const std::size_t length : {0u, 1020u, 1021u, 1022u, 200000u}) {
         const std::string text(length, static_cast<char>('a' + length % 26));
         Print(Z4::EAL_LOG_INFO, "%s|%d\n", text.c_str(), 7);
         expected += text + "|7\n";
