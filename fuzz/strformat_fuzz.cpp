@@ -1,3 +1,347 @@
+// Any format string, with arguments that match it: nothing is read or stored beyond its block, a short buffer gets the
+// beginning of the whole text, wide text follows the narrow rules, and the C library agrees where it has the same.
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t*, std::size_t) { return 0; }
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fuzzer/FuzzedDataProvider.h>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+#include <zelk_core/base/strformat.h>
+
+namespace {
+
+static_assert(std::is_same_v<va_list, char*>, "arguments are laid out by hand, as words on the stack");
+
+constexpr int LONGEST_COMPARED = 5000;
+
+void Require(bool condition, const char* law, const std::string& format) {
+    if (!condition) {
+        std::fprintf(stderr, "%s: \"%s\"\n", law, format.c_str());
+        std::abort();
+    }
+}
+
+/// A block of exactly `count` elements, so that the sanitizer sees every access beyond it.
+template <class Value>
+std::unique_ptr<Value[]> ExactCopy(const Value* values, std::size_t count) {
+    auto block = std::make_unique<Value[]>(count);
+    std::copy_n(values, count, block.get());
+    return block;
+}
+
+std::vector<wchar_t> Widen(const char* text, std::size_t length) {
+    std::vector<wchar_t> wide(length);
+    std::transform(text, text + length, wide.begin(),
+                   [](char character) { return static_cast<wchar_t>(static_cast<unsigned char>(character)); });
+    return wide;
+}
+
+/// Argument words, and the strings that they point to.
+class Arguments {
+public:
+    void Add(std::uint32_t word) { m_words.push_back(word); }
+
+    template <class Value>
+    void AddWords(Value value) {
+        std::uint32_t words[sizeof(Value) / sizeof(std::uint32_t)];
+        std::memcpy(words, &value, sizeof(value));
+        m_words.insert(m_words.end(), std::begin(words), std::end(words));
+    }
+
+    void AddNarrow(const std::string& characters) {
+        m_narrow.push_back(ExactCopy(characters.data(), characters.size()));
+        AddWords(m_narrow.back().get());
+    }
+
+    void AddWide(const std::string& characters) {
+        const std::vector<wchar_t> wide = Widen(characters.data(), characters.size());
+        m_wide.push_back(ExactCopy(wide.data(), wide.size()));
+        AddWords(m_wide.back().get());
+    }
+
+    std::size_t Size() const { return m_words.size(); }
+
+    std::unique_ptr<std::uint32_t[]> Words(std::size_t from, std::size_t to) const {
+        return ExactCopy(m_words.data() + from, to - from);
+    }
+
+private:
+    std::vector<std::uint32_t> m_words;
+    std::vector<std::unique_ptr<char[]>> m_narrow;
+    std::vector<std::unique_ptr<wchar_t[]>> m_wide;
+};
+
+struct Conversion {
+    std::string text;
+    std::string flags;
+    long long width = 0;
+    long long precision = -1;
+    std::string length;
+    char character = 0;
+    std::size_t firstWord = 0;
+    std::size_t endWord = 0;
+    double floating = 0;
+    bool nullString = false;
+
+    bool HasOnlyFlags(const char* allowed) const { return flags.find_first_not_of(allowed) == std::string::npos; }
+};
+
+/// Reads a format as it is documented, and makes up an argument for each conversion.
+class Reader {
+public:
+    Reader(const std::string& format, FuzzedDataProvider& data) : m_format(format), m_data(data) {
+        while (m_at < m_format.size()) {
+            if (m_format[m_at++] == '%') {
+                ReadConversion();
+            }
+        }
+    }
+
+    Arguments narrow;
+    Arguments wide;
+    std::vector<Conversion> conversions;
+
+private:
+    std::string TakeWhile(const char* characters) {
+        const std::size_t from = m_at;
+        m_at = std::min(m_format.find_first_not_of(characters, from), m_format.size());
+        return m_format.substr(from, m_at - from);
+    }
+
+    bool Take(char character) {
+        const bool found = m_at < m_format.size() && m_format[m_at] == character;
+        m_at += found ? 1 : 0;
+        return found;
+    }
+
+    int Star() {
+        const int value = m_data.ConsumeBool() ? m_data.ConsumeIntegralInRange(-40, 40) : m_data.ConsumeIntegral<int>();
+        AddToBoth(value);
+        return value;
+    }
+
+    long long Number() {
+        const std::string digits = TakeWhile("0123456789");
+        return digits.size() > 10 ? LLONG_MAX : std::atoll(digits.c_str());
+    }
+
+    void ReadConversion() {
+        const std::size_t from = m_at - 1;
+        Conversion conversion;
+        conversion.firstWord = narrow.Size();
+        conversion.flags = TakeWhile("-+ 0#'");
+        conversion.width = Take('*') ? std::llabs(Star()) : Number();
+        if (Take('.')) {
+            conversion.precision = Take('*') ? std::max(Star(), -1) : Number();
+        }
+        conversion.length = Take('h') ? "h" : !Take('l') ? "" : Take('l') ? "ll" : "l";
+        if (m_at == m_format.size()) {
+            return;
+        }
+        conversion.character = m_format[m_at++];
+        conversion.text = m_format.substr(from, m_at - from);
+        AddArgument(conversion);
+        conversion.endWord = narrow.Size();
+        conversions.push_back(conversion);
+    }
+
+    template <class Value>
+    void AddToBoth(Value value) {
+        narrow.AddWords(value);
+        wide.AddWords(value);
+    }
+
+    void AddArgument(Conversion& conversion) {
+        switch (conversion.character) {
+        case 'd':
+        case 'i':
+        case 'u':
+        case 'o':
+        case 'x':
+        case 'X':
+        case 'D':
+        case 'O':
+        case 'U':
+            if (conversion.length == "ll") {
+                AddToBoth(m_data.ConsumeIntegral<std::uint64_t>());
+            } else {
+                AddToBoth(m_data.ConsumeIntegral<std::uint32_t>());
+            }
+            break;
+        case 'p':
+            AddToBoth(m_data.ConsumeIntegral<std::uint32_t>());
+            break;
+        case 'c':
+            AddToBoth(std::uint32_t{m_data.ConsumeIntegral<std::uint8_t>()});
+            break;
+        case 'f':
+        case 'g':
+            conversion.floating = Floating();
+            AddToBoth(conversion.floating);
+            break;
+        case 's':
+            AddString(conversion);
+            break;
+        default:
+            break;
+        }
+    }
+
+    double Floating() {
+        if (m_data.ConsumeBool()) {
+            return static_cast<double>(m_data.ConsumeIntegral<std::int32_t>()) / 1000;
+        }
+        const auto bits = m_data.ConsumeIntegral<std::uint64_t>();
+        double value;
+        std::memcpy(&value, &bits, sizeof(value));
+        return m_data.ConsumeBool() ? value : std::fmod(value, 1e25);
+    }
+
+    void AddString(Conversion& conversion) {
+        conversion.nullString = m_data.ConsumeIntegralInRange(0, 15) == 0;
+        if (conversion.nullString) {
+            AddToBoth(std::uint32_t{0});
+            return;
+        }
+        std::string string = m_data.ConsumeRandomLengthString(60).c_str();
+        if (conversion.precision < 0 || static_cast<long long>(string.size()) < conversion.precision) {
+            string += '\0';
+        }
+        narrow.AddNarrow(string);
+        wide.AddWide(string);
+    }
+
+    const std::string& m_format;
+    FuzzedDataProvider& m_data;
+    std::size_t m_at = 0;
+};
+
+template <class Char>
+struct Result {
+    int length;
+    std::vector<Char> text;
+};
+
+/// Formats into a block of exactly `size` characters; `odd` puts it to an odd address.
+template <class Char>
+Result<Char> Format(const Char* format, const Arguments& arguments, unsigned size, bool odd, const std::string& name) {
+    const auto words = arguments.Words(0, arguments.Size());
+    const auto block = std::make_unique<char[]>(size * sizeof(Char) + (odd ? 1 : 0));
+    char* const at = block.get() + (odd ? 1 : 0);
+    const int length =
+        Z4::StrFormat::vsnprintf(reinterpret_cast<Char*>(at), size, format, reinterpret_cast<va_list>(words.get()));
+    std::vector<Char> text(size);
+    if (size != 0) {
+        std::memcpy(text.data(), at, size * sizeof(Char));
+        text.resize(std::min<std::size_t>(size, static_cast<std::size_t>(length) + 1));
+        Require(text.back() == 0, "not terminated", name);
+        text.pop_back();
+    }
+    return {length, text};
+}
+
+bool IsNearTie(double value, long long precision) {
+    double integer;
+    const double scaled = std::modf(std::fabs(value), &integer) * std::pow(10, static_cast<double>(precision));
+    return std::fabs(std::fmod(scaled, 1) - 0.5) <= scaled * 0x1p-50;
+}
+
+/// Whether the C library's snprintf, too, defines this conversion, in the same way.
+bool IsDefinedAlike(const Conversion& conversion) {
+    if (conversion.width > 1000 || conversion.precision > 200) {
+        return false;
+    }
+    const bool zeroPad = conversion.flags.find('0') != std::string::npos;
+    switch (conversion.character) {
+    case 'd':
+    case 'i':
+        return conversion.HasOnlyFlags("-0+ '") && !(zeroPad && conversion.precision >= 0);
+    case 'u':
+        return conversion.HasOnlyFlags("-0'") && !(zeroPad && conversion.precision >= 0);
+    case 'o':
+    case 'x':
+    case 'X':
+        return conversion.HasOnlyFlags("-0#") && !(zeroPad && conversion.precision >= 0);
+    case 's': // the sanitizer, which looks on, takes precision 0 for none
+        return conversion.HasOnlyFlags("-") && conversion.length.empty() && !conversion.nullString &&
+               conversion.precision != 0;
+    case 'c':
+        return conversion.HasOnlyFlags("-") && conversion.length.empty();
+    case '%':
+        return conversion.text == "%%";
+    case 'f':
+        return conversion.HasOnlyFlags("-0+'") && conversion.length.empty() && std::fabs(conversion.floating) < 1e22 &&
+               conversion.floating != 0 && conversion.precision <= 15 &&
+               !IsNearTie(conversion.floating, conversion.precision < 0 ? 6 : conversion.precision);
+    default:
+        return false;
+    }
+}
+
+void CompareWithSystem(const Conversion& conversion, const Arguments& arguments) {
+    const auto words = arguments.Words(conversion.firstWord, conversion.endWord);
+    const auto list = reinterpret_cast<va_list>(words.get());
+    char own[2000];
+    char system[2000];
+    const int ownLength = Z4::StrFormat::vsnprintf(own, sizeof(own), conversion.text.c_str(), list);
+    const int systemLength = std::vsnprintf(system, sizeof(system), conversion.text.c_str(), list);
+    Require(ownLength == systemLength && std::memcmp(own, system, static_cast<std::size_t>(ownLength) + 1) == 0,
+            "differs from the C library", conversion.text + "\" \"" + own + "\" \"" + system);
+}
+
+std::string MakeFormat(FuzzedDataProvider& data) {
+    static constexpr char ALPHABET[] = "%%%%%%-+ 0#'**..123456789hhlllldiuoxXpfffggscDOUe~";
+    const bool anyBytes = data.ConsumeBool();
+    std::string format = data.ConsumeRandomLengthString(80).c_str();
+    if (!anyBytes) {
+        for (char& character : format) {
+            character = ALPHABET[static_cast<unsigned char>(character) % (sizeof(ALPHABET) - 1)];
+        }
+    }
+    return format;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    FuzzedDataProvider data(bytes, size);
+    const std::string name = MakeFormat(data);
+    const auto format = ExactCopy(name.c_str(), name.size() + 1);
+    const std::vector<wchar_t> wideCharacters = Widen(name.c_str(), name.size() + 1);
+    const auto wideFormat = ExactCopy(wideCharacters.data(), wideCharacters.size());
+    const Reader reader(name, data);
+
+    const int length = Format(format.get(), reader.narrow, 0, false, name).length;
+    const auto room = static_cast<unsigned>(std::min(length, LONGEST_COMPARED)) + 1;
+    const Result<char> whole = Format(format.get(), reader.narrow, room, false, name);
+    const Result<wchar_t> wide = Format(wideFormat.get(), reader.wide, room, data.ConsumeBool(), name);
+    Require(whole.length == length && wide.length == length, "length depends on the buffer", name);
+    Require(Widen(whole.text.data(), whole.text.size()) == wide.text, "wide text differs", name);
+
+    const auto shortRoom = data.ConsumeIntegralInRange(0u, room);
+    const Result<char> part = Format(format.get(), reader.narrow, shortRoom, false, name);
+    Require(part.length == length, "length depends on the buffer", name);
+    Require(part.text.size() <= whole.text.size() && std::equal(part.text.begin(), part.text.end(), whole.text.begin()),
+            "short text is no beginning", name);
+
+    for (const Conversion& conversion : reader.conversions) {
+        if (IsDefinedAlike(conversion)) {
+            CompareWithSystem(conversion, reader.narrow);
+        }
+    }
+
+    const auto value = data.ConsumeIntegral<std::uint64_t>();
+    const auto sizeRoom = data.ConsumeIntegralInRange(0u, 40u);
+    const auto sizeText = std::make_unique<char[]>(sizeRoom);
+    Z4::StrFormat::FormatSize(sizeText.get(), sizeRoom, value, data.ConsumeBool() ? "B" : nullptr,
+                              data.ConsumeIntegral<int>());
+    return 0;
+}
