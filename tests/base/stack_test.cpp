@@ -2,8 +2,8 @@
 // and enters each call at all four positions, on a thread of its own.
 #include <cstring>
 #include <gtest/gtest.h>
-#include <thread>
 #include <tests/support/testhost.h>
+#include <thread>
 #include <zelk_core/zelk_core.h>
 
 using namespace Z4;

@@ -129,8 +129,9 @@ public:
         std::uint32_t value = seed;
         while (length > 0) {
             const char c = string[--length];
-            const std::uint32_t signExtended = static_cast<std::uint32_t>(static_cast<signed char>(c));
-            value = Private::CRC_TABLE.entries[static_cast<unsigned char>(c)] ^ ((signExtended << 8) + value);
+            const std::int32_t signExtended = static_cast<signed char>(c);
+            value = Private::CRC_TABLE.entries[static_cast<unsigned char>(c)] ^
+                    ((static_cast<std::uint32_t>(signExtended) << 8) + value);
         }
         return value;
     }
