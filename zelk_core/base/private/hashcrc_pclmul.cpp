@@ -90,8 +90,9 @@ std::uint32_t CrcPclmul(const unsigned char* buffer, unsigned size, std::uint32_
             sum2 = Fold(sum2, Factors<512>(), Load(p + 32));
             sum3 = Fold(sum3, Factors<512>(), Load(p + 48));
         }
-        sum = _mm_xor_si128(Fold(sum, Factors<384>(), Fold(sum1, Factors<256>(), sum3)),
-                            Fold(sum2, Factors<128>(), _mm_setzero_si128()));
+        sum = Fold(sum, Factors<128>(), sum1);
+        sum = Fold(sum, Factors<128>(), sum2);
+        sum = Fold(sum, Factors<128>(), sum3);
     }
     for (; left >= 16; left -= 16, p += 16) {
         sum = Fold(sum, Factors<128>(), Load(p));
