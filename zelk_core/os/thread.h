@@ -160,8 +160,6 @@ private:
     Error Resume();
     Error JoinHeld();
 
-    /// A set of cores as the system takes it.
-    static Error ResolveAffinity(ThreadAffinity affinity, ThreadAffinity& resolved);
     static void Z4_CDECL Enter(void* thread);
     /// Holds a thread that starts suspended. @return whether it is detached.
     bool Begin();

@@ -10,6 +10,7 @@
 #include <zelk_core/base/private/eal.h>
 #include <zelk_core/os/nativethread.h>
 #include <zelk_core/os/private/debuggername.h>
+#include <zelk_core/os/private/nativethread.h>
 
 namespace Z4 {
 
@@ -75,14 +76,26 @@ unsigned __stdcall EnterThread(void* argument) {
     return 0;
 }
 
-Error ApplySettings(HANDLE thread, const ThreadAttributes& attributes) {
+// A new thread has all cores of the process and priority 0. What asks for just that is not worth a system call.
+
+Error ApplyAffinity(HANDLE thread, ThreadAffinity affinity) {
+    ThreadAffinity available;
+    if (const Error error = System::GetAvailableCoreMask(available)) {
+        return error;
+    }
+    return affinity == available && affinity != 0 ? ERR_OK : ThreadChangeAffinity(thread, affinity);
+}
+
+Error ApplySettings(HANDLE thread, const ThreadAttributes& attributes, bool allCores) {
     if (const Error error = ThreadChangeSchedulingPolicy(thread, attributes.schedulingPolicy)) {
         return error;
     }
-    if (const Error error = ThreadChangeAffinity(thread, attributes.affinity)) {
-        return error;
+    if (!allCores) {
+        if (const Error error = ApplyAffinity(thread, attributes.affinity)) {
+            return error;
+        }
     }
-    return ThreadChangePriority(thread, attributes.priority);
+    return attributes.priority == 0 ? ERR_OK : ThreadChangePriority(thread, attributes.priority);
 }
 
 } // namespace
@@ -97,8 +110,8 @@ Error System::GetAvailableCoreMask(ThreadAffinity& mask) {
     return ERR_OK;
 }
 
-Error ThreadCreate(const ThreadAttributes& attributes, ThreadEntry entry, void* argument, void*& handle,
-                   unsigned long& threadId) {
+Error Private::CreateNativeThread(const ThreadAttributes& attributes, bool allCores, ThreadEntry entry, void* argument,
+                                  void*& handle, unsigned long& threadId) {
     handle = nullptr;
     threadId = INVALID_THREAD_ID;
     if (entry == nullptr || IsNameTooLong(attributes.name)) {
@@ -119,7 +132,7 @@ Error ThreadCreate(const ThreadAttributes& attributes, ThreadEntry entry, void* 
         return TranslateCreationError(number);
     }
     const HANDLE thread = reinterpret_cast<HANDLE>(created);
-    if (const Error error = ApplySettings(thread, attributes)) {
+    if (const Error error = ApplySettings(thread, attributes, allCores)) {
         CloseHandle(thread);
         Private::MemFree(record);
         return error;
@@ -136,6 +149,11 @@ Error ThreadCreate(const ThreadAttributes& attributes, ThreadEntry entry, void* 
     return ERR_OK;
 }
 
+Error ThreadCreate(const ThreadAttributes& attributes, ThreadEntry entry, void* argument, void*& handle,
+                   unsigned long& threadId) {
+    return Private::CreateNativeThread(attributes, false, entry, argument, handle, threadId);
+}
+
 Error ThreadCreate(const ThreadAttributes& attributes, ThreadEntry entry, void* argument, void*& handle) {
     unsigned long threadId = 0;
     return ThreadCreate(attributes, entry, argument, handle, threadId);
@@ -149,6 +167,10 @@ Error ThreadJoin(void* handle) {
     if (id == GetCurrentThreadId()) {
         return ERR_UNREACHABLE;
     }
+    return Private::JoinOtherThread(handle);
+}
+
+Error Private::JoinOtherThread(void* handle) {
     if (WaitForSingleObject(handle, INFINITE) != WAIT_OBJECT_0) {
         return TranslateLastError();
     }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <zelk_core/base/log.h>
 #include <zelk_core/os/autolock.h>
+#include <zelk_core/os/private/nativethread.h>
 #include <zelk_core/os/thread.h>
 
 namespace Z4 {
@@ -199,17 +200,16 @@ void Thread::SetState(ThreadState state) {
 Error Thread::Create() {
     SetState(THREAD_STARTING);
     ThreadAttributes attributes;
-    Error result = ResolveAffinity(m_affinity, attributes.affinity);
-    if (result == ERR_OK) {
-        attributes.stackSize = m_stackSize;
-        attributes.priority = m_priority;
-        attributes.schedulingPolicy = m_schedulingPolicy;
-        attributes.name = m_name;
-        attributes.detached = m_detached;
-        unsigned long threadId = INVALID_THREAD_ID;
-        result = ThreadCreate(attributes, Enter, this, m_handle, threadId);
-        m_threadId = threadId;
-    }
+    attributes.stackSize = m_stackSize;
+    attributes.priority = m_priority;
+    attributes.affinity = m_affinity;
+    attributes.schedulingPolicy = m_schedulingPolicy;
+    attributes.name = m_name;
+    attributes.detached = m_detached;
+    unsigned long threadId = INVALID_THREAD_ID;
+    const Error result =
+        Private::CreateNativeThread(attributes, Private::MeansAllCores(m_affinity), Enter, this, m_handle, threadId);
+    m_threadId = threadId;
     if (result != ERR_OK) {
         m_handle = nullptr;
         m_detached = false;
@@ -251,7 +251,7 @@ Error Thread::JoinHeld() {
         }
         return ERR_UNREACHABLE;
     }
-    const Error result = ThreadJoin(m_handle);
+    const Error result = Private::JoinOtherThread(m_handle);
     m_threadId = INVALID_THREAD_ID;
     m_handle = nullptr;
     m_stackBase = 0;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <zelk_core/base/platform.h>
 #include <zelk_core/os/autolock.h>
+#include <zelk_core/os/private/nativethread.h>
 #include <zelk_core/os/thread.h>
 
 namespace Z4 {
@@ -73,20 +74,16 @@ ThreadPriority Thread::MiddlePriority(ThreadPriority a, ThreadPriority b) {
 
 Error Thread::SetThreadAffinity(ThreadAffinity affinity) {
     const Guard guard(m_monitor);
+    ThreadAffinity available;
+    if (const Error error = System::GetAvailableCoreMask(available)) {
+        return error;
+    }
     if (IsLive()) {
-        ThreadAffinity resolved;
-        Error result = ResolveAffinity(affinity, resolved);
-        if (result == ERR_OK) {
-            result = ThreadChangeAffinity(m_handle, resolved);
-        }
+        const Error result = ThreadChangeAffinity(m_handle, Private::MeansAllCores(affinity) ? available : affinity);
         if (result == ERR_OK) {
             m_affinity = affinity;
         }
         return result;
-    }
-    ThreadAffinity available;
-    if (const Error error = System::GetAvailableCoreMask(available)) {
-        return error;
     }
     m_affinity = affinity;
     return (affinity & ~std::uint64_t{available}) == 0 ? ERR_OK : ERR_INVALID;
@@ -244,14 +241,6 @@ long Thread::GetAffinityMask() {
     }
     const unsigned cores = GetNumberOfCore();
     return static_cast<long>(cores < 32 ? (1UL << cores) - 1 : 0xFFFFFFFF);
-}
-
-Error Thread::ResolveAffinity(ThreadAffinity affinity, ThreadAffinity& resolved) {
-    if (affinity == 0 || affinity == 0xFFFFFFFF) {
-        return System::GetAvailableCoreMask(resolved);
-    }
-    resolved = affinity;
-    return ERR_OK;
 }
 
 } // namespace Z4
