@@ -13,6 +13,7 @@
 #include <zelk_core/base/platform.h>
 #include <zelk_core/base/strformat.h>
 #include <zelk_core/base/version.h>
+#include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/lifecycle.h>
@@ -22,9 +23,12 @@
 #include <zelk_core/os/blockinglock.h>
 #include <zelk_core/os/concurrentaccessguard.h>
 #include <zelk_core/os/lifecycle.h>
+#include <zelk_core/os/monitor.h>
+#include <zelk_core/os/nativethread.h>
 #include <zelk_core/os/nullock.h>
 #include <zelk_core/os/spinlock.h>
 #include <zelk_core/os/stopwatch.h>
+#include <zelk_core/os/thread.h>
 #include <zelk_core/os/time.h>
 #include <zelk_core/os/tlsshortcut.h>
 #include <zelk_core/services/compression/lifecycle.h>

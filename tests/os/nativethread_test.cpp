@@ -1,0 +1,395 @@
+#include "stackprobe.h"
+#include <tests/support/testhost.h>
+#include <tests/support/winsystem.h>
+
+#include <array>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+#include <windows.h>
+#include <zelk_core/os/nativethread.h>
+
+using namespace Z4;
+using ZelkTest::Gate;
+using ZelkTest::LogCapture;
+
+namespace {
+
+ThreadAffinity AllCores() {
+    ThreadAffinity mask;
+    EXPECT_EQ(System::GetAvailableCoreMask(mask), ERR_OK);
+    return mask;
+}
+
+ThreadAttributes Attributes() {
+    ThreadAttributes attributes;
+    attributes.affinity = AllCores();
+    return attributes;
+}
+
+void WaitAtGate(void* gate) {
+    static_cast<Gate*>(gate)->Wait();
+}
+
+/// A thread that waits until it is joined.
+struct WaitingThread {
+    explicit WaitingThread(const ThreadAttributes& attributes = Attributes()) {
+        EXPECT_EQ(ThreadCreate(attributes, WaitAtGate, &gate, handle, id), ERR_OK);
+    }
+    ~WaitingThread() {
+        gate.Open();
+        EXPECT_EQ(ThreadJoin(handle), ERR_OK);
+    }
+
+    Gate gate;
+    void* handle = nullptr;
+    unsigned long id = 0;
+};
+
+/// While it lives, the announcements of thread names that a debugger would see on this thread are kept here. It lets
+/// each go on to the next handler, as a debugger that does not know them does.
+class NameRecorder {
+public:
+    struct Announcement {
+        unsigned long flags;
+        std::vector<ULONG_PTR> words;
+        std::string name;
+    };
+
+    NameRecorder() : m_handler(AddVectoredExceptionHandler(1, Record)) { s_seen.clear(); }
+    ~NameRecorder() { RemoveVectoredExceptionHandler(m_handler); }
+    NameRecorder(const NameRecorder&) = delete;
+    NameRecorder& operator=(const NameRecorder&) = delete;
+
+    std::vector<Announcement> Take() { return std::exchange(s_seen, {}); }
+
+private:
+    static LONG CALLBACK Record(EXCEPTION_POINTERS* pointers) {
+        const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+        if (record.ExceptionCode == 0x406D1388) {
+            const ULONG_PTR* const words = record.ExceptionInformation;
+            const char* const name = reinterpret_cast<const char*>(words[1]);
+            s_seen.push_back(
+                {record.ExceptionFlags, {words, words + record.NumberParameters}, name != nullptr ? name : "(null)"});
+        }
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+
+    inline static std::vector<Announcement> s_seen;
+    void* m_handler;
+};
+
+void ExpectAnnouncement(NameRecorder& recorder, const char* name, unsigned long id) {
+    const auto seen = recorder.Take();
+    ASSERT_EQ(seen.size(), 1u);
+    ASSERT_EQ(seen[0].words.size(), 4u);
+    EXPECT_EQ(seen[0].flags, 0u) << "must be continuable";
+    EXPECT_EQ(seen[0].words[0], 0x1000u);
+    EXPECT_EQ(seen[0].name, name);
+    EXPECT_EQ(seen[0].words[2], id);
+    EXPECT_EQ(seen[0].words[3], 0u);
+}
+
+DWORD g_foreignException;
+
+/// Raises while it sees the announcement, so that the announcement's own handler is asked about it.
+LONG CALLBACK RaiseAnother(EXCEPTION_POINTERS* pointers) {
+    if (pointers->ExceptionRecord->ExceptionCode == 0x406D1388) {
+        RaiseException(0xE1234567, 0, 0, nullptr);
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+LONG CALLBACK KeepCode(EXCEPTION_POINTERS* pointers) {
+    g_foreignException = pointers->ExceptionRecord->ExceptionCode;
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+const auto DEAD_HANDLE = reinterpret_cast<void*>(0x123450);
+
+} // namespace
+
+TEST(ThreadPriority, RangeIgnoresThePolicy) {
+    for (const auto policy : {THREAD_SCHEDULING_DYNAMIC_BOOST, THREAD_SCHEDULING_FIXED_PRIORITY}) {
+        EXPECT_EQ(ThreadGetPriorityMax(policy), 15);
+        EXPECT_EQ(ThreadGetPriorityMin(policy), -15);
+        for (const long priority : {-15, 0, 3, 15}) {
+            EXPECT_TRUE(ThreadIsValidPriority(priority, policy)) << priority;
+        }
+        for (const long priority : {-16L, 16L, 0x7FFFFFFFL, -0x7FFFFFFFL - 1}) {
+            EXPECT_FALSE(ThreadIsValidPriority(priority, policy)) << priority;
+        }
+    }
+}
+
+TEST(ThreadAffinity, KeepsAllBits) {
+    EXPECT_EQ(std::uint64_t{ThreadAffinity(0xFEDCBA9876543210)}, 0xFEDCBA9876543210);
+}
+
+TEST(ThreadCreate, RunsTheEntryOnTheThreadItReports) {
+    struct Report {
+        std::atomic<unsigned long> id;
+        std::atomic<unsigned> misalignment;
+    } report{};
+    void* handle = nullptr;
+    unsigned long id = 0;
+    const ThreadEntry entry = [](void* argument) {
+        static_cast<Report*>(argument)->id = GetCurrentThreadId();
+        static_cast<Report*>(argument)->misalignment = StackMisalignment();
+    };
+    ASSERT_EQ(ThreadCreate(Attributes(), entry, &report, handle, id), ERR_OK);
+    EXPECT_EQ(GetThreadId(handle), id);
+    EXPECT_EQ(ThreadJoin(handle), ERR_OK);
+    EXPECT_EQ(report.id, id);
+    EXPECT_EQ(report.misalignment, 0u);
+    DWORD flags = 0;
+    EXPECT_FALSE(GetHandleInformation(handle, &flags)) << "joining closes the handle";
+
+    ASSERT_EQ(ThreadCreate(Attributes(), entry, &report, handle), ERR_OK);
+    EXPECT_EQ(ThreadJoin(handle), ERR_OK);
+    EXPECT_NE(report.id, 0u);
+}
+
+TEST(ThreadCreate, DetachedThreadsLeaveNoHandle) {
+    Gate gate;
+    const ThreadEntry open = [](void* argument) { static_cast<Gate*>(argument)->Open(); };
+    ThreadAttributes attributes = Attributes();
+    attributes.detached = true;
+    void* handle = DEAD_HANDLE;
+    unsigned long id = INVALID_THREAD_ID;
+    ASSERT_EQ(ThreadCreate(attributes, open, &gate, handle, id), ERR_OK);
+    EXPECT_EQ(handle, nullptr);
+    EXPECT_NE(id, INVALID_THREAD_ID);
+    gate.Wait();
+}
+
+TEST(ThreadCreate, RefusesBadArgumentsAndClearsItsResults) {
+    const unsigned handles = ZelkTest::CountHandles();
+    const std::string longName(64, 'n');
+    std::array<ThreadAttributes, 4> bad;
+    bad.fill(Attributes());
+    bad[0].name = longName.c_str();
+    bad[1].affinity = 0;
+    bad[2].affinity = AllCores() | std::uint64_t{1} << 32;
+    bad[3].priority = 16;
+    for (const ThreadAttributes& attributes : bad) {
+        void* handle = DEAD_HANDLE;
+        unsigned long id = 0;
+        EXPECT_EQ(ThreadCreate(attributes, WaitAtGate, nullptr, handle, id), ERR_INVALID) << &attributes - bad.data();
+        EXPECT_EQ(handle, nullptr);
+        EXPECT_EQ(id, INVALID_THREAD_ID);
+    }
+    void* handle = DEAD_HANDLE;
+    EXPECT_EQ(ThreadCreate(Attributes(), nullptr, nullptr, handle), ERR_INVALID);
+    EXPECT_EQ(handle, nullptr);
+    EXPECT_EQ(ZelkTest::CountHandles(), handles);
+}
+
+TEST(ThreadCreate, ReportsStacksThatAreNotToBeHad) {
+    if (ZelkTest::RunsUnderWine()) {
+        GTEST_SKIP() << "Wine's C run-time gives EINVAL for want of memory";
+    }
+    ThreadAttributes attributes = Attributes();
+    attributes.stackSize = 0xF0000000;
+    void* handle = nullptr;
+    EXPECT_EQ(ThreadCreate(attributes, WaitAtGate, nullptr, handle), ERR_OUT_OF_RESOURCES);
+}
+
+TEST(ThreadCreate, AppliesTheSettingsBeforeTheThreadRuns) {
+    ThreadAttributes attributes = Attributes();
+    attributes.priority = -2;
+    attributes.affinity = 1;
+    attributes.stackSize = 0x300000;
+    const WaitingThread thread(attributes);
+    EXPECT_EQ(::GetThreadPriority(thread.handle), -2);
+    EXPECT_EQ(SetThreadAffinityMask(thread.handle, 1), 1u) << "the answer is the former set";
+    unsigned size = 0;
+    EXPECT_EQ(BSP::ThreadGetStackSize({thread.handle, thread.id}, size), ERR_OK);
+    EXPECT_GE(size, 0x300000u);
+    EXPECT_LT(size, 0x400000u);
+}
+
+TEST(NativeThread, PrioritiesRoundTripThroughTheSystem) {
+    const WaitingThread thread;
+    for (const long priority : {-15, -2, -1, 0, 1, 2, 15}) {
+        EXPECT_EQ(ThreadChangePriority(thread.handle, priority), ERR_OK) << priority;
+        EXPECT_EQ(::GetThreadPriority(thread.handle), priority);
+        ThreadPriority read = 99;
+        EXPECT_EQ(ThreadGetPriority(thread.handle, read), ERR_OK);
+        EXPECT_EQ(read, priority);
+    }
+    for (const long refused : {-16, -14, -3, 3, 14, 16}) {
+        EXPECT_EQ(ThreadChangePriority(thread.handle, refused), ERR_INVALID) << refused;
+        EXPECT_EQ(::GetThreadPriority(thread.handle), 15);
+    }
+}
+
+TEST(NativeThread, CoresRoundTripThroughTheSystem) {
+    const WaitingThread thread;
+    const std::uint64_t all = AllCores();
+    DWORD_PTR process = 0;
+    DWORD_PTR system = 0;
+    ASSERT_TRUE(GetProcessAffinityMask(GetCurrentProcess(), &process, &system));
+    EXPECT_EQ(all, process);
+
+    EXPECT_EQ(ThreadChangeAffinity(thread.handle, 1), ERR_OK);
+    for (const std::uint64_t refused : {std::uint64_t{0}, all | std::uint64_t{1} << 63, ~all, all << 32}) {
+        EXPECT_EQ(ThreadChangeAffinity(thread.handle, refused), ERR_INVALID) << std::hex << refused;
+    }
+    EXPECT_EQ(SetThreadAffinityMask(thread.handle, process), 1u) << "the answer is the former set";
+    EXPECT_EQ(ThreadChangeAffinity(thread.handle, all), ERR_OK);
+}
+
+TEST(NativeThread, BoostRoundTripsThroughTheSystem) {
+    if (ZelkTest::RunsUnderWine()) {
+        GTEST_SKIP() << "Wine does not keep the boost setting";
+    }
+    const WaitingThread thread;
+    for (const unsigned value : {1u, 0u, 7u}) {
+        EXPECT_EQ(ThreadChangeSchedulingPolicy(thread.handle, static_cast<ThreadSchedulingPolicy>(value)), ERR_OK);
+        BOOL disabled = 77;
+        ASSERT_TRUE(GetThreadPriorityBoost(thread.handle, &disabled));
+        EXPECT_EQ(disabled != 0, value != 0);
+        ThreadSchedulingPolicy policy{};
+        EXPECT_EQ(ThreadGetSchedulingPolicy(thread.handle, policy), ERR_OK);
+        EXPECT_EQ(policy, value != 0 ? 1 : 0);
+        bool enabled = value != 0;
+        EXPECT_EQ(BSP::ThreadGetPriorityBoostState({thread.handle, thread.id}, enabled), ERR_OK);
+        EXPECT_EQ(enabled, value == 0);
+    }
+    ThreadSchedulingPolicy policy = THREAD_SCHEDULING_FIXED_PRIORITY;
+    EXPECT_EQ(ThreadChangeSchedulingPolicy(DEAD_HANDLE, policy), ERR_NOT_FOUND);
+    EXPECT_EQ(ThreadGetSchedulingPolicy(DEAD_HANDLE, policy), ERR_NOT_FOUND);
+    EXPECT_EQ(policy, THREAD_SCHEDULING_DYNAMIC_BOOST);
+}
+
+TEST(NativeThread, HandlesWithoutAThreadAreNotFound) {
+    const LogCapture log;
+    for (void* const handle : {static_cast<void*>(nullptr), DEAD_HANDLE}) {
+        unsigned long id = 0;
+        ThreadPriority priority = 99;
+        EXPECT_EQ(ThreadGetId(handle, id), ERR_NOT_FOUND);
+        EXPECT_EQ(id, INVALID_THREAD_ID);
+        EXPECT_EQ(ThreadJoin(handle), ERR_NOT_FOUND);
+        EXPECT_EQ(ThreadGetPriority(handle, priority), ERR_NOT_FOUND);
+        EXPECT_EQ(priority, 99);
+        EXPECT_EQ(ThreadChangePriority(handle, 0), ERR_NOT_FOUND);
+        EXPECT_EQ(ThreadChangeAffinity(handle, AllCores()), ERR_NOT_FOUND);
+        EXPECT_EQ(ThreadChangeName(handle, "name"), ERR_NOT_FOUND);
+    }
+    // Null is looked for first, bad values before dead handles.
+    EXPECT_EQ(ThreadChangePriority(nullptr, 16), ERR_NOT_FOUND);
+    EXPECT_EQ(ThreadChangePriority(DEAD_HANDLE, 16), ERR_INVALID);
+    EXPECT_EQ(ThreadChangeAffinity(nullptr, ~std::uint64_t{0}), ERR_NOT_FOUND);
+    EXPECT_EQ(ThreadChangeAffinity(DEAD_HANDLE, ~std::uint64_t{0}), ERR_INVALID);
+    EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(NativeThread, UnknownFailuresLeaveTheirNumberInTheLog) {
+    WaitingThread thread;
+    // A handle good for waiting only: every question about the thread is denied.
+    HANDLE poor = nullptr;
+    ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), thread.handle, GetCurrentProcess(), &poor, SYNCHRONIZE, FALSE, 0));
+    const LogCapture log;
+    EXPECT_EQ(ThreadJoin(poor), ERR_UNHANDLED);
+    ASSERT_EQ(log.Lines().size(), 1u);
+    const ZelkTest::LogLine line = log.Lines()[0];
+    EXPECT_EQ(line.level, 2u);
+    EXPECT_EQ(line.file, "os/private/nativethread_ms");
+    EXPECT_EQ(line.line, 41u);
+    EXPECT_EQ(line.format, "Unknown error. GetLastError returns %d\n");
+    EXPECT_EQ(line.text, "Unknown error. GetLastError returns 5\n");
+    EXPECT_TRUE(CloseHandle(poor)) << "a join that fails leaves the handle open";
+}
+
+TEST(ThreadJoin, AThreadCannotJoinItself) {
+    EXPECT_EQ(ThreadJoin(GetCurrentThread()), ERR_UNREACHABLE);
+    BSP::ThreadInfo self{GetCurrentThread(), GetCurrentThreadId()};
+    EXPECT_EQ(BSP::ThreadJoin(self, INFINITE), ERR_UNREACHABLE);
+}
+
+TEST(ThreadNames, ReachADebuggerAndNobodyElse) {
+    NameRecorder recorder;
+    ThreadAttributes attributes = Attributes();
+    const std::string longest(63, 'n');
+    attributes.name = longest.c_str();
+    const WaitingThread named(attributes);
+    ExpectAnnouncement(recorder, longest.c_str(), named.id);
+    const WaitingThread unnamed;
+    ExpectAnnouncement(recorder, "(null)", unnamed.id);
+
+    EXPECT_EQ(ThreadChangeName(named.handle, "renamed"), ERR_OK);
+    ExpectAnnouncement(recorder, "renamed", named.id);
+    EXPECT_EQ(ThreadChangeName(GetCurrentThread(), nullptr), ERR_OK);
+    ExpectAnnouncement(recorder, "(null)", GetCurrentThreadId());
+
+    EXPECT_EQ(ThreadChangeName(named.handle, std::string(64, 'n').c_str()), ERR_INVALID);
+    EXPECT_EQ(ThreadChangeName(DEAD_HANDLE, "name"), ERR_NOT_FOUND);
+    EXPECT_TRUE(recorder.Take().empty());
+}
+
+TEST(ThreadNames, OtherExceptionsPassTheAnnouncementByUnseen) {
+    g_foreignException = 0;
+    void* const handler = AddVectoredExceptionHandler(1, RaiseAnother);
+    const auto previous = SetUnhandledExceptionFilter(KeepCode);
+    EXPECT_EQ(ThreadChangeName(GetCurrentThread(), "name"), ERR_OK);
+    SetUnhandledExceptionFilter(previous);
+    RemoveVectoredExceptionHandler(handler);
+    EXPECT_EQ(g_foreignException, 0xE1234567u);
+}
+
+TEST(ThreadGetCurrentStackAttributes, SpansTheLocals) {
+    unsigned base = 0;
+    unsigned size = 0;
+    EXPECT_EQ(ThreadGetCurrentStackAttributes(base, size), ERR_OK);
+    const auto here = reinterpret_cast<std::uintptr_t>(&base);
+    EXPECT_LT(here, base);
+    EXPECT_GE(here, base - size);
+    MEMORY_BASIC_INFORMATION region{};
+    ASSERT_NE(VirtualQuery(&base, &region, sizeof(region)), 0u);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(region.BaseAddress) + region.RegionSize, base);
+}
+
+TEST(BSP, JoinsWithATimeLimit) {
+    Gate gate;
+    BSP::ThreadInfo thread;
+    ASSERT_EQ(ThreadCreate(Attributes(), WaitAtGate, &gate, thread.handle, thread.threadId), ERR_OK);
+    const BSP::ThreadInfo before = thread;
+    const ULONGLONG start = GetTickCount64();
+    EXPECT_EQ(BSP::ThreadJoin(thread, 40), ERR_TIMEOUT);
+    EXPECT_GE(GetTickCount64() - start, 25u) << "a tick of the clock short of the limit at most";
+    EXPECT_EQ(thread.handle, before.handle);
+    gate.Open();
+    EXPECT_EQ(BSP::ThreadJoin(thread, INFINITE), ERR_OK);
+    EXPECT_EQ(thread.handle, nullptr);
+    EXPECT_EQ(thread.threadId, INVALID_THREAD_ID);
+    EXPECT_EQ(BSP::ThreadJoin(thread, INFINITE), ERR_INVALID);
+}
+
+TEST(BSP, QueriesAnswerForLiveThreadsOnly) {
+    const WaitingThread thread;
+    const BSP::ThreadInfo info{thread.handle, 0};
+    unsigned long id = 0;
+    ThreadPriority priority = 99;
+    EXPECT_EQ(BSP::ThreadGetId(info, id), ERR_OK);
+    EXPECT_EQ(id, thread.id);
+    EXPECT_EQ(BSP::ThreadGetPriority(info, priority), ERR_OK);
+    EXPECT_EQ(priority, 0);
+
+    const BSP::ThreadInfo none;
+    unsigned size = 99;
+    EXPECT_EQ(BSP::ThreadGetId(none, id), ERR_DEVICE_NOT_READY);
+    EXPECT_EQ(id, thread.id);
+    EXPECT_EQ(BSP::ThreadGetPriority(none, priority), ERR_DEVICE_NOT_READY);
+    EXPECT_EQ(BSP::ThreadGetStackSize(none, size), ERR_DEVICE_NOT_READY);
+    EXPECT_EQ(size, 99u);
+
+    void* ended = nullptr;
+    ASSERT_EQ(ThreadCreate(
+                  Attributes(), [](void*) {}, nullptr, ended),
+              ERR_OK);
+    WaitForSingleObject(ended, INFINITE);
+    EXPECT_EQ(BSP::ThreadGetStackSize({ended, 0}, size), ERR_DEVICE_NOT_READY);
+    EXPECT_EQ(ThreadJoin(ended), ERR_OK);
+}

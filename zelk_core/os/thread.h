@@ -1,0 +1,186 @@
+/// @file
+/// A thread as an object: derive, supply Run(), create it, join it.
+///
+/// The object must outlive Run(), unless the thread is detached; join it before the object goes. Operations may be
+/// called from any thread at any time, from Run() too, but not while the object is being destroyed. Run() must return:
+/// a thread that ends itself in another way never counts as ended.
+#pragma once
+
+#include <cstdint>
+#include <zelk_core/base/api.h>
+#include <zelk_core/base/error.h>
+#include <zelk_core/os/monitor.h>
+#include <zelk_core/os/nativethread.h>
+
+namespace Z4 {
+
+/// One native thread at a time. An object can be created again once it was joined, or once a detached thread's Run()
+/// has returned. Many operations have a second, shorter name.
+///
+/// Settings hold from one creation to the next. "Live" means created and not yet ended (states 1 to 3). On an object
+/// that is not live, setters of priority and cores store their value even when they refuse it, and the next creation
+/// then fails with it. A live detached thread has no handle any more: its settings cannot be changed (ERR_NOT_FOUND).
+/// Time-outs are in milliseconds, 0xFFFFFFFF for no limit. Where waiting is called off by a change of state that was
+/// not waited for, the full time starts anew.
+class Thread {
+public:
+    enum ThreadState : std::int32_t {
+        THREAD_IDLE = 0,      ///< never created, or the last creation failed
+        THREAD_STARTING = 1,  ///< the new thread has not yet come to its entry
+        THREAD_SUSPENDED = 2, ///< it waits there for ResumeThread()
+        THREAD_RUNNING = 3,   ///< about to call Run(), or in it
+        THREAD_ENDED = 4,     ///< Run() has returned
+        THREAD_JOINED = 5,    ///< handle and id are released
+    };
+
+    /// Ends the thread's use of the object, with a warning in the log for each step that the owner left out: resumes a
+    /// thread held at its start, which then skips Run(), and waits for the end of Run() unless detached. For a detached
+    /// thread that has not come to Run() it waits until it is there, and Run() is skipped. Must not be called from
+    /// Run(), unless detached. The derived part is gone by then: a Run() that uses it is joined before.
+    virtual ~Thread() { Finish(); }
+
+    /// The work, on the new thread. Its stack is aligned to 16 bytes.
+    virtual void Run() = 0;
+
+    Thread() = default;
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
+
+    /// Starts a thread with the stored settings and those given: `stackSize` in bytes, 0 for the program's default;
+    /// a thread that starts suspended is held before Run() until ResumeThread(); a detached one is not joined. The last
+    /// two stay as the last creation set them; suspending wears off with ResumeThread().
+    /// @return ERR_IN_PROGRESS, with nothing changed, while a thread lives or waits to be joined; else as
+    /// Z4::ThreadCreate(), and a failure leaves the object idle, without these settings.
+    Z4_API Error CreateThread();
+    Z4_API Error CreateThread(unsigned int stackSize);
+    Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended);
+    Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended, bool detached);
+
+    /// Sets priority and cores as SetThreadPriority() and SetAffinity() do, whatever they answer, and creates.
+    Z4_API ThreadErrorCodeWrapper StartThread(unsigned long stackSize);
+    Z4_API ThreadErrorCodeWrapper StartThread(ThreadPriority priority, unsigned long stackSize);
+    Z4_API ThreadErrorCodeWrapper StartThread(ThreadPriority priority, unsigned long stackSize, long affinity);
+
+    /// Lets a thread that was created suspended go on; not to be mistaken for a pause. ERR_CANNOT_ASSIGN otherwise.
+    Z4_API Error ResumeThread();
+
+    /// Waits for the end of Run() and releases the thread. ERR_NOT_READY when there is none, ERR_UNREACHABLE for a
+    /// detached one and from Run() itself.
+    Z4_API Error JoinThread();
+
+    /// Waits until Run() is about to be called; on an idle object too, so that one can wait before creating.
+    /// ERR_TIMEOUT when the time has passed.
+    Z4_API ThreadErrorCodeWrapper BlockUntilStarted(unsigned long timeoutMs);
+    /// Waits until Run() has returned. ERR_TIMEOUT when the time has passed, ERR_UNREACHABLE for a detached thread.
+    Z4_API ThreadErrorCodeWrapper BlockUntilStopped(unsigned long timeoutMs);
+
+    /// ERR_INVALID outside -15 to 15. What else a live thread can meet: see ThreadChangePriority().
+    Z4_API Error SetThreadPriority(ThreadPriority priority);
+    Z4_API ThreadErrorCodeWrapper SetPriority(ThreadPriority priority);
+
+    /// Halfway between the other thread's priority and that plus `delta`, see MiddlePriority(). ERR_INVALID, with
+    /// nothing changed, when either lies outside -15 to 15.
+    Z4_API Error SetThreadRelativePriority(const Thread& other, ThreadPriority delta);
+    Z4_API Error SetRelativePriority(const Thread& other, ThreadPriority delta);
+    /// Halfway between two threads.
+    Z4_API Error SetThreadRelativePriority(const Thread& a, const Thread& b);
+    Z4_API Error SetRelativePriority(const Thread& a, const Thread& b);
+
+    /// The cores to run on; the sets 0 and 0xFFFFFFFF stand for all that the process may use. ERR_INVALID for cores
+    /// outside those; an object that is not live says so of the set 0xFFFFFFFF too, but can be created with it.
+    Z4_API Error SetThreadAffinity(ThreadAffinity affinity);
+    /// The lower 32 cores, bit by bit.
+    Z4_API Error SetAffinity(long mask);
+    /// One core; 64 and above stand for all.
+    Z4_API Error SetThreadCoreNumber(unsigned long core);
+    Z4_API Error SetCoreNumber(unsigned long core);
+
+    Z4_API Error SetThreadSchedulingPolicy(ThreadSchedulingPolicy policy);
+    /// Whether the system may raise the priority for a while.
+    Z4_API ThreadErrorCodeWrapper SetPriorityBoost(bool enable);
+
+    /// Copies the name, which debuggers and warnings show. A name of more than 63 characters is cut there, with
+    /// ERR_INVALID; null is the empty name.
+    Z4_API Error SetThreadName(const char* name);
+    /// Stays valid with the object; its content changes with SetThreadName(). Never null.
+    Z4_API const char* GetThreadName() const;
+
+    /// INVALID_THREAD_ID when there is no thread.
+    Z4_API unsigned long GetThreadId() const;
+    /// Null when there is none. Closing it is not the caller's part.
+    Z4_API void* GetThreadNativeHandle() const;
+    /// The place of the handle within the object.
+    Z4_API void** GetNativeThread();
+    Z4_API ThreadState GetThreadState() const;
+    /// As set, not as the system has it.
+    Z4_API ThreadPriority GetThreadPriority() const;
+    Z4_API ThreadPriority GetCurrentPriority() const;
+    Z4_API ThreadAffinity GetThreadAffinity() const;
+    /// The lower 32 cores as set; -1 for no restriction.
+    Z4_API long GetCurrentAffinity() const;
+    Z4_API ThreadSchedulingPolicy GetThreadSchedulingPolicy() const;
+    /// In bytes, as requested; 0 once the thread was joined.
+    Z4_API unsigned int GetThreadStackSize() const;
+    Z4_API unsigned int GetStackSize() const;
+    /// The address just above the stack, 0 until the thread has come to its entry.
+    Z4_API unsigned int GetThreadStackAddress() const;
+    Z4_API unsigned int GetStackAddress() const;
+    Z4_API bool IsDetached() const;
+    Z4_API bool IsStarting() const;
+    Z4_API bool IsRunning() const;
+    /// Ended or joined.
+    Z4_API bool IsEnded() const;
+    /// Idle, ended or joined.
+    Z4_API bool IsStopped() const;
+
+    /// Bytes of the stack committed so far. Only the thread itself can ask: 0 and ERR_CANNOT_ASSIGN elsewhere.
+    Z4_API Error GetThreadCommittedStackSize(unsigned int& size) const;
+
+    /// Logical processors of the machine, see Platform.
+    Z4_API static unsigned int GetNumberOfCore();
+    /// The lower 32 cores that the process may use; as many as the machine has when the system does not tell.
+    Z4_API static long GetAffinityMask();
+
+protected:
+    /// BlockUntilStopped() and JoinThread() in one.
+    Z4_API ThreadErrorCodeWrapper Join(unsigned long timeoutMs);
+
+    /// The mean, halves away from 0, after each was brought into the range -15 to 15.
+    Z4_API static ThreadPriority MiddlePriority(ThreadPriority a, ThreadPriority b);
+
+private:
+    friend struct ThreadLayout;
+    friend struct DetachedRun;
+
+    // These expect the monitor to be held.
+    bool IsLive() const;
+    bool MayCreate() const;
+    void SetState(ThreadState state);
+    Error Create();
+    Error Resume();
+    Error JoinHeld();
+
+    static void Z4_CDECL Enter(void* thread);
+    /// Holds a thread that starts suspended. @return whether it is detached.
+    bool Begin();
+    void CallRun();
+    Z4_API void Finish();
+
+    mutable Private::Monitor m_monitor; ///< guards all that follows; every change of state wakes all who wait
+    void* m_handle = nullptr;
+    ThreadAffinity m_affinity;
+    std::uint32_t m_stackBase = 0;
+    std::uint32_t m_stackSize = 0;
+    std::uint32_t m_threadId = INVALID_THREAD_ID;
+    ThreadState m_state = THREAD_IDLE;
+    Thread* m_owner = this; ///< whose Run() is called
+    ThreadPriority m_priority;
+    ThreadSchedulingPolicy m_schedulingPolicy = THREAD_SCHEDULING_DYNAMIC_BOOST;
+    std::uint8_t m_detached : 1 = 0;
+    std::uint8_t m_startSuspended : 1 = 0;
+    std::uint8_t m_beingDestroyed : 1 = 0;
+    char m_name[64] = {};
+    unsigned char m_reserved[2] = {}; // Derived classes begin behind it, whoever compiles them.
+};
+
+} // namespace Z4
