@@ -1,0 +1,56 @@
+/// @file
+/// Locks that put a waiter to sleep at once: for sections that may be held for long.
+///
+/// A lock may be used by any number of threads; it must be destroyed only when none holds it or waits for it. Unlocking
+/// what the calling thread does not hold corrupts the lock and is not noticed.
+#pragma once
+
+#include <zelk_core/base/api.h>
+
+namespace Z4 {
+
+/// A recursive lock: its owner may lock it again, and unlocks it once for each time it was locked.
+class Z4_API BlockingLock {
+public:
+    /// @param name says at the place of construction what is guarded; not kept, may be null.
+    BlockingLock(const char* name = nullptr);
+    ~BlockingLock();
+    BlockingLock(const BlockingLock&) = delete;
+    /// Overwrites this lock with the bare bytes of the other and makes nothing sound of them: whoever uses or destroys
+    /// both afterwards releases the platform's part of `other` twice. Neither may be in use.
+    BlockingLock& operator=(const BlockingLock& other);
+
+    /// Returns when the calling thread holds the lock.
+    void Lock();
+    /// Never waits.
+    /// @return true when the calling thread now holds the lock, once more if it held it before.
+    bool TryLock();
+    /// Gives back one level of ownership.
+    void Unlock();
+
+    /// The platform's lock, a `CRITICAL_SECTION`, for calls that wait on one. It lies at the object's own address.
+    void* GetInternalLockImpl();
+
+private:
+    void InternalLock();
+
+    alignas(void*) unsigned char m_criticalSection[24];
+};
+
+/// The same lock under a name by which the caller promises not to lock it twice. Nothing checks the promise.
+class BlockingLockNonRecursive {
+public:
+    BlockingLockNonRecursive(const char* name = nullptr) : m_lock(name) {}
+
+    void Lock() { m_lock.Lock(); }
+    bool TryLock() { return m_lock.TryLock(); }
+    void Unlock() { m_lock.Unlock(); }
+    void* GetInternalLockImpl() { return m_lock.GetInternalLockImpl(); }
+
+private:
+    void InternalLock() { m_lock.Lock(); }
+
+    BlockingLock m_lock;
+};
+
+} // namespace Z4
