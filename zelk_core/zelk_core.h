@@ -16,10 +16,12 @@
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/os/autorwlock.h>
+#include <zelk_core/os/condvariable.h>
 #include <zelk_core/os/event.h>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/os/nullock.h>
 #include <zelk_core/os/rwlock.h>
 #include <zelk_core/os/semaphore.h>
+#include <zelk_core/os/threadbarrier.h>
 #include <zelk_core/services/compression/lifecycle.h>
 #include <zelk_core/services/encryption/lifecycle.h>
