@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
     TourPlatform();
     TourFormatter(path, content);
     TourHashes(content);
+    TourThreads(content);
     Z4::ShutdownBase();
 
     const std::size_t left = ZelkHost::ReportLeaks();

@@ -1,0 +1,52 @@
+// Threads that do one thing together, and the time that a wait took.
+#pragma once
+
+#include <windows.h>
+
+#include <barrier>
+#include <chrono>
+#include <cstddef>
+#include <thread>
+#include <vector>
+
+namespace ZelkTest {
+
+/// Runs `body(index)` on `threads` threads that start together, and returns when all are done.
+template <class Body>
+void RunCrowd(unsigned threads, Body body) {
+    std::barrier start(static_cast<std::ptrdiff_t>(threads));
+    std::vector<std::thread> crowd;
+    for (unsigned index = 0; index < threads; ++index) {
+        crowd.emplace_back([&, index] {
+            start.arrive_and_wait();
+            body(index);
+        });
+    }
+    for (std::thread& thread : crowd) {
+        thread.join();
+    }
+}
+
+/// Runs `here()` on this thread and `there()` on another, and returns when both are done.
+template <class Here, class There>
+void RunPair(Here here, There there) {
+    std::thread partner(there);
+    here();
+    partner.join();
+}
+
+/// Tells whether a wait was at least as long as it should have been. Some systems count waits in ticks of their own,
+/// and seen by a finer clock such a wait can end early; so it may be long enough by either clock.
+class WaitClock {
+public:
+    bool HasPassed(unsigned long ms) const {
+        const auto passed = std::chrono::steady_clock::now() - m_begin;
+        return passed >= std::chrono::milliseconds(ms) || GetTickCount64() - m_beginTicks >= ms;
+    }
+
+private:
+    std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
+    ULONGLONG m_beginTicks = GetTickCount64();
+};
+
+} // namespace ZelkTest

@@ -1,0 +1,139 @@
+#include "crowd.h"
+
+#include <atomic>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <new>
+#include <zelk_core/os/autolock.h>
+#include <zelk_core/os/event.h>
+#include <zelk_core/os/semaphore.h>
+
+namespace {
+
+using namespace Z4;
+using namespace ZelkTest;
+
+/// Takes every free count and gives them back.
+unsigned FreeCounts(Semaphore& semaphore) {
+    unsigned counts = 0;
+    while (semaphore.TryLock()) {
+        ++counts;
+    }
+    for (unsigned i = 0; i < counts; ++i) {
+        semaphore.Unlock();
+    }
+    return counts;
+}
+
+TEST(SemaphoreCounts, StayBetweenZeroAndTheMaximum) {
+    Semaphore semaphore(2, 3, nullptr);
+    EXPECT_EQ(FreeCounts(semaphore), 2u);
+    semaphore.Lock();
+    EXPECT_TRUE(semaphore.TryLock());
+    EXPECT_FALSE(semaphore.TryLock());
+    for (unsigned given = 1; given <= 5; ++given) {
+        semaphore.Unlock();
+        EXPECT_EQ(FreeCounts(semaphore), given < 3 ? given : 3u);
+    }
+    {
+        AutoLock guard(semaphore);
+        EXPECT_EQ(FreeCounts(semaphore), 2u);
+    }
+    EXPECT_EQ(FreeCounts(semaphore), 3u);
+    Semaphore greatest(0x7FFFFFFF, 0x7FFFFFFF, nullptr);
+    EXPECT_TRUE(greatest.TryLock());
+}
+
+TEST(SemaphoreCounts, OutOfRangeGiveNone) {
+    const unsigned long refused[][2] = {{0, 0}, {2, 1}, {0, 0x80000000}, {0x80000000, 0xFFFFFFFF}, {0xFFFFFFFF, 1}};
+    for (const auto& [initial, maximum] : refused) {
+        Semaphore semaphore(initial, maximum, nullptr);
+        semaphore.Unlock();
+        EXPECT_FALSE(semaphore.TryLock()) << initial << " of " << maximum;
+        semaphore.Lock();
+    }
+}
+
+TEST(SemaphoreName, IsSharedByItsSemaphoresAlone) {
+    Semaphore first(1, 2, "zelk semaphore test");
+    Semaphore second(2, 9, "zelk semaphore test");
+    EXPECT_EQ(FreeCounts(second), 1u) << "the first one's counts stay";
+    second.Lock();
+    EXPECT_FALSE(first.TryLock());
+
+    Event event(true, true, "zelk taken name");
+    Semaphore none(1, 1, "zelk taken name");
+    EXPECT_FALSE(none.TryLock());
+    EXPECT_TRUE(event.TryWait());
+}
+
+TEST(SemaphoreAssignment, SharesTheOthersCounts) {
+    Semaphore original(1, 1, nullptr);
+    // Never destroyed, since that would close the original's handle; its own is closed by hand.
+    alignas(Semaphore) unsigned char place[sizeof(Semaphore)];
+    auto* const copy = new (place) Semaphore(1, 1, nullptr);
+    HANDLE own = nullptr;
+    std::memcpy(&own, place, sizeof own);
+    *copy = original;
+    copy->Lock();
+    EXPECT_FALSE(original.TryLock());
+    original.Unlock();
+    EXPECT_TRUE(copy->TryLock());
+    EXPECT_EQ(WaitForSingleObject(own, 0), WAIT_OBJECT_0) << "left as it was";
+    EXPECT_TRUE(CloseHandle(own));
+}
+
+TEST(SemaphoreHandOver, LosesNoWakeUp) {
+    constexpr unsigned ROUND_TRIPS = 100'000; // of two hand-overs each
+    Semaphore there(0, 1, nullptr);
+    Semaphore back(0, 1, nullptr);
+    unsigned long turns = 0;
+    unsigned outOfTurn = 0;
+    RunPair(
+        [&] {
+            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
+                ++turns;
+                there.Unlock();
+                back.Lock();
+                outOfTurn += turns != 2 * i + 2 ? 1u : 0u;
+            }
+        },
+        [&] {
+            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
+                there.Lock();
+                ++turns;
+                back.Unlock();
+            }
+        });
+    EXPECT_EQ(outOfTurn, 0u);
+    EXPECT_FALSE(there.TryLock());
+    EXPECT_FALSE(back.TryLock());
+}
+
+TEST(SemaphoreContention, LetsInNoMoreThanItsCounts) {
+    constexpr unsigned THREADS = 6;
+    constexpr unsigned COUNTS = 3;
+    Semaphore semaphore(COUNTS, COUNTS, nullptr);
+    std::atomic<unsigned> inside = 0;
+    std::atomic<unsigned> tooMany = 0;
+    std::atomic<unsigned> entries = 0;
+    RunCrowd(THREADS, [&](unsigned) {
+        for (unsigned i = 0; i < 5000; ++i) {
+            if (i % 2 == 0 || !semaphore.TryLock()) {
+                semaphore.Lock();
+            }
+            tooMany += ++inside > COUNTS ? 1u : 0u;
+            if (i % 8 == 0) {
+                std::this_thread::yield();
+            }
+            --inside;
+            ++entries;
+            semaphore.Unlock();
+        }
+    });
+    EXPECT_EQ(tooMany, 0u);
+    EXPECT_EQ(entries, THREADS * 5000);
+    EXPECT_EQ(FreeCounts(semaphore), COUNTS);
+}
+
+} // namespace

@@ -1,0 +1,115 @@
+/// @file
+/// Locks that let many readers in together, or one writer alone.
+///
+/// Both block on the system's slim lock, which keeps no order among those who wait, and both need no teardown: a lock
+/// may be a static object that is ready before any code runs. A lock must be free when it is destroyed. What a thread
+/// has locked, the same thread unlocks, in the mode in which it was locked; nothing checks that.
+///
+/// autorwlock.h has the guards that hold such a lock to the end of a scope.
+#pragma once
+
+#include <zelk_core/base/api.h>
+
+namespace Z4 {
+
+/// The slim lock as it is. A thread that holds it in either mode must not ask for it again: asking to write never
+/// returns, asking to read may never return.
+class Z4_API RWLockNonRecursive {
+public:
+    /// @param spinCount ignored in this build, where the system decides how long to spin.
+    constexpr explicit RWLockNonRecursive(unsigned long spinCount = 0) { static_cast<void>(spinCount); }
+    RWLockNonRecursive(const RWLockNonRecursive&) = delete;
+    RWLockNonRecursive& operator=(const RWLockNonRecursive&) = delete;
+
+    /// Returns when the calling thread is in as a reader.
+    void LockReader();
+    /// Returns when the calling thread is in as the writer.
+    void LockWriter();
+    /// Never waits.
+    /// @return true when the calling thread is in.
+    bool TryLockReader();
+    bool TryLockWriter();
+    void UnlockReader();
+    void UnlockWriter();
+
+    /// Turns the calling thread's read lock into the write lock. Not atomic: the lock is free in between, another
+    /// writer may come first, and what was read may have changed.
+    void Upgrade();
+    /// Turns the calling thread's write lock into a read lock. Not atomic: the lock is free in between, and another
+    /// writer may come first.
+    void Downgrade();
+
+private:
+    void InternalLockReader();
+    void InternalLockWriter();
+
+    void* m_lock = nullptr;
+};
+
+/// The lock that its readers and its writer may take again: each unlocks as often as it locked. A reader that enters
+/// again makes no system call and cannot be held up by a writer who waits.
+///
+/// Re-entry of readers is known by a table that each thread has for four locks at a time. A fifth lock that a thread
+/// holds for reading at once with four others works, but entering that one again is a new entry: it can then deadlock
+/// with a writer who came in between to wait.
+///
+/// The modes do not mix: a reader that asks to write, other than through Upgrade(), and a writer that asks to read
+/// never return.
+class Z4_API RWLock {
+public:
+    /// @param spinCount ignored in this build, where the system decides how long to spin.
+    constexpr explicit RWLock(unsigned long spinCount = 0) { static_cast<void>(spinCount); }
+    RWLock(const RWLock&) = delete;
+    RWLock& operator=(const RWLock&) = delete;
+
+    /// Returns when the calling thread is in as a reader.
+    void LockReader();
+    /// The same as LockReader().
+    void LockShared();
+    /// Never waits.
+    /// @return true when the calling thread is in as a reader.
+    bool TryLockReader();
+    /// Gives back one read level.
+    void UnlockReader();
+    /// The same as UnlockReader().
+    void UnlockShared();
+
+    /// Returns when the calling thread is in as the writer.
+    void LockWriter();
+    /// The same as LockWriter().
+    void LockExclusive();
+    /// Never waits.
+    /// @return true when the calling thread is in as the writer.
+    bool TryLockWriter();
+    /// Gives back one write level.
+    void UnlockWriter();
+    /// The same as UnlockWriter().
+    void UnlockExclusive();
+
+    /// Gives back one read level and takes the write lock. The thread must hold exactly one. Not atomic: the lock is
+    /// free in between, another writer may come first, and what was read may have changed.
+    void Upgrade();
+    /// Gives back the write lock, all levels at once, and takes one read level. Not atomic: the lock is free in
+    /// between, and another writer may come first.
+    void Downgrade();
+
+    /// Whether anybody is in as a reader, or as the writer. Unless it is the calling thread itself, that may have
+    /// changed before the answer arrives.
+    bool IsReaderLockActive() const;
+    bool IsSharedLockActive() const;
+    bool IsWriterLockActive() const;
+    bool IsExclusiveLockActive() const;
+
+private:
+    static constexpr unsigned long NO_WRITER = 0xFFFFFFFF;
+
+    void InternalLockReader();
+    void InternalLockWriter();
+
+    void* m_lock = nullptr;
+    // Read levels of all threads, or the write levels of one, negated.
+    mutable long m_holds = 0;
+    unsigned long m_writerId = NO_WRITER;
+};
+
+} // namespace Z4
