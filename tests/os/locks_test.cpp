@@ -86,7 +86,9 @@ TYPED_TEST(Exclusion, LosesNoIncrementUnderContention) {
         EXPECT_EQ(guarded.count, PER_CROWD) << threads << " threads";
         EXPECT_EQ(torn, 0u) << threads << " threads";
     }
-    EXPECT_GT(refusals, 0u) << "there was no contention";
+    if (std::thread::hardware_concurrency() > 1) {
+        EXPECT_GT(refusals, 0u) << "there was no contention";
+    }
 }
 
 TYPED_TEST(Exclusion, IsHeldFromLockAndTryLockUntilUnlock) {
