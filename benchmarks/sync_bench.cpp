@@ -6,7 +6,6 @@
 #include <benchmark/benchmark.h>
 #include <memory>
 #include <thread>
-#include <zelk_core/os/blockinglock.h>
 #include <zelk_core/os/condvariable.h>
 #include <zelk_core/os/event.h>
 #include <zelk_core/os/private/threadlocal_gcc.h>
@@ -287,7 +286,7 @@ struct SemaphoreBall {
 BENCHMARK(HandOver<SemaphoreBall<Z4::Semaphore>>)->Name("semaphore_hand_over/zelk")->UseRealTime();
 BENCHMARK(HandOver<SemaphoreBall<RawSemaphore>>)->Name("semaphore_hand_over/raw")->UseRealTime();
 
-template <class ConditionClass, class LockClass>
+template <class ConditionClass>
 struct ConditionBall {
     void Give() {
         lock.Lock();
@@ -303,14 +302,12 @@ struct ConditionBall {
         given = false;
         lock.Unlock();
     }
-    LockClass lock;
+    RawCriticalSection lock;
     ConditionClass condition;
     bool given = false;
 };
-BENCHMARK(HandOver<ConditionBall<Z4::CondVariable, Z4::BlockingLock>>)
-    ->Name("condvariable_hand_over/zelk")
-    ->UseRealTime();
-BENCHMARK(HandOver<ConditionBall<RawCondition, RawCriticalSection>>)->Name("condvariable_hand_over/raw")->UseRealTime();
+BENCHMARK(HandOver<ConditionBall<Z4::CondVariable>>)->Name("condvariable_hand_over/zelk")->UseRealTime();
+BENCHMARK(HandOver<ConditionBall<RawCondition>>)->Name("condvariable_hand_over/raw")->UseRealTime();
 
 constexpr int PARTY = 4;
 

@@ -6,6 +6,7 @@
 #include <barrier>
 #include <chrono>
 #include <cstddef>
+#include <gtest/gtest.h>
 #include <thread>
 #include <vector>
 
@@ -33,6 +34,31 @@ void RunPair(Here here, There there) {
     std::thread partner(there);
     here();
     partner.join();
+}
+
+/// Two threads that take turns, 200,000 hand-overs in all, where `give(to)` wakes a waiter and `take(from)` waits.
+template <class Object, class Give, class Take>
+void ExpectNoLostHandOver(Object& there, Object& back, Give give, Take take) {
+    constexpr unsigned ROUND_TRIPS = 100'000;
+    unsigned long turns = 0;
+    unsigned outOfTurn = 0;
+    RunPair(
+        [&] {
+            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
+                ++turns;
+                give(there);
+                take(back);
+                outOfTurn += turns != 2 * i + 2 ? 1u : 0u;
+            }
+        },
+        [&] {
+            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
+                take(there);
+                ++turns;
+                give(back);
+            }
+        });
+    EXPECT_EQ(outOfTurn, 0u);
 }
 
 /// Tells whether a wait was at least as long as it should have been. Some systems count waits in ticks of their own,

@@ -264,28 +264,10 @@ TEST(EventGroup, WakesWhoeverWaits) {
 }
 
 TEST(EventHandOver, LosesNoWakeUp) {
-    constexpr unsigned ROUND_TRIPS = 100'000; // of two hand-overs each
     Event there(false, true, nullptr);
     Event back(false, true, nullptr);
-    unsigned long turns = 0;
-    unsigned outOfTurn = 0;
-    RunPair(
-        [&] {
-            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
-                ++turns;
-                there.SetDone();
-                back.WaitUntilDone();
-                outOfTurn += turns != 2 * i + 2 ? 1u : 0u;
-            }
-        },
-        [&] {
-            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
-                there.WaitUntilDone();
-                ++turns;
-                back.SetDone();
-            }
-        });
-    EXPECT_EQ(outOfTurn, 0u);
+    ExpectNoLostHandOver(
+        there, back, [](Event& to) { to.SetDone(); }, [](Event& from) { from.WaitUntilDone(); });
     EXPECT_FALSE(there.TryWait());
     EXPECT_FALSE(back.TryWait());
 }

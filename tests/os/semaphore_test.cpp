@@ -84,28 +84,10 @@ TEST(SemaphoreAssignment, SharesTheOthersCounts) {
 }
 
 TEST(SemaphoreHandOver, LosesNoWakeUp) {
-    constexpr unsigned ROUND_TRIPS = 100'000; // of two hand-overs each
     Semaphore there(0, 1, nullptr);
     Semaphore back(0, 1, nullptr);
-    unsigned long turns = 0;
-    unsigned outOfTurn = 0;
-    RunPair(
-        [&] {
-            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
-                ++turns;
-                there.Unlock();
-                back.Lock();
-                outOfTurn += turns != 2 * i + 2 ? 1u : 0u;
-            }
-        },
-        [&] {
-            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
-                there.Lock();
-                ++turns;
-                back.Unlock();
-            }
-        });
-    EXPECT_EQ(outOfTurn, 0u);
+    ExpectNoLostHandOver(
+        there, back, [](Semaphore& to) { to.Unlock(); }, [](Semaphore& from) { from.Lock(); });
     EXPECT_FALSE(there.TryLock());
     EXPECT_FALSE(back.TryLock());
 }
