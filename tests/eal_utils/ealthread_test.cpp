@@ -5,6 +5,7 @@
 #include <atomic>
 #include <functional>
 #include <gtest/gtest.h>
+#include <host/zelkhost.h>
 #include <process.h>
 #include <string>
 #include <thread>
@@ -291,4 +292,22 @@ TEST(EalThread, IsJoinedByOneOfManyWhoTry) {
     }
     EXPECT_EQ(joined, 1);
     EXPECT_EQ(host.joins, 1);
+}
+
+TEST(EalThreadOnTheReferenceHost, RunsAtEveryPriorityAgainAndAgain) {
+    SetEalInterface(ZelkHost::ThreadTable());
+    Outside outside;
+    outside.release.Open();
+    Worker worker(outside);
+    for (int priority = EAL_THREAD_PRIORITY_IDLE; priority <= EAL_THREAD_PRIORITY_TIME_CRITICAL; ++priority) {
+        EXPECT_EQ(worker.StartThread(64 * 1024, static_cast<eal_thread_priority>(priority)), ERR_OK);
+        EXPECT_EQ(worker.JoinThread(), ERR_OK);
+        EXPECT_EQ(outside.runs, priority + 1);
+        EXPECT_EQ(outside.misalignment, 0u);
+    }
+    EXPECT_EQ(worker.CreateThread(0, true), ERR_OK);
+    Await([&] { return worker.GetThreadState() == EalThread::THREAD_SUSPENDED; });
+    EXPECT_EQ(worker.ResumeThread(), ERR_OK);
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    EXPECT_EQ(outside.runs, EAL_THREAD_PRIORITY_TIME_CRITICAL + 2);
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <zelk_core/os/blockinglock.h>
+#include <zelk_core/os/condvariable.h>
 
 namespace Z4::Private {
 
@@ -15,11 +16,11 @@ public:
 
     /// Until WakeAll(), or at most `ms` milliseconds (0xFFFFFFFF: without limit); may also return without a reason.
     /// @return false when the time has passed.
-    bool Wait(unsigned long ms);
-    void WakeAll();
+    bool Wait(unsigned long ms) { return m_changed.WaitWithTimeout(m_lock, ms); }
+    void WakeAll() { m_changed.Broadcast(); }
 
 private:
-    alignas(void*) unsigned char m_condition[4] = {};
+    CondVariable m_changed;
     BlockingLock m_lock;
 };
 

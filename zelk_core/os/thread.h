@@ -3,7 +3,8 @@
 ///
 /// The object must outlive Run(), unless the thread is detached; join it before the object goes. Operations may be
 /// called from any thread at any time, from Run() too, but not while the object is being destroyed. Run() must return:
-/// a thread that ends itself in another way never counts as ended.
+/// a thread that ends itself in another way never counts as ended, and a detached one leaves the library with a record
+/// on a stack that is gone.
 #pragma once
 
 #include <cstdint>
