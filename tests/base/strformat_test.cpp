@@ -193,7 +193,7 @@ TEST(StrFormat, SignedIntegers) {
     Expect("00007|+0007", "%05.3d|%+05.3d", 7, 7);
     Expect("||   |+", "%.0d|%.d|%3.0d|%+.0d", 0, 0, 0, 0);
     Expect("1,2", "%'d,%#d", 1, 2);
-    Expect("-12 -7", "%D %'D", -12L, -7L);
+    Expect("-12 -7 4294967296 -3", "%D %'D %llD %hD", -12L, -7L, 1LL << 32, -3L);
 }
 
 TEST(StrFormat, UnsignedIntegers) {
