@@ -1,10 +1,8 @@
-#include <barrier>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
-#include <thread>
+#include <tests/os/crowd.h>
 #include <type_traits>
-#include <vector>
 #include <zelk_core/os/atomic.h>
 
 namespace {
@@ -68,21 +66,6 @@ TEST(AtomicOperands, IncludeEnumerations) {
     static_assert(!Z4::AtomicOperand<bool> && !Z4::AtomicOperand<short> && !Z4::AtomicOperand<double>);
 }
 
-template <class Work>
-void OnThreads(unsigned count, const Work& work) {
-    std::barrier start(static_cast<std::ptrdiff_t>(count));
-    std::vector<std::thread> threads;
-    for (unsigned t = 0; t < count; ++t) {
-        threads.emplace_back([&, t] {
-            start.arrive_and_wait();
-            work(t);
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 TYPED_TEST(AtomicOperations, LoseNothingBetweenThreads) {
     using T = TypeParam;
     constexpr unsigned ROUNDS = 250'000;
@@ -91,7 +74,7 @@ TYPED_TEST(AtomicOperations, LoseNothingBetweenThreads) {
     T sum = BEGIN;
     T swapped = 0;
     T bits = 0;
-    OnThreads(4, [&](unsigned t) {
+    ZelkTest::RunCrowd(4, [&](unsigned t) {
         const T own = static_cast<T>(T{1} << t);
         for (unsigned i = 0; i < ROUNDS; ++i) {
             Atomic::Add(sum, 5);
@@ -119,7 +102,7 @@ TEST(Atomic64, IsNeverSeenHalfWrittenEvenAcrossCacheLines) {
     for (const unsigned offset : {0u, 60u}) {
         auto& value = *reinterpret_cast<volatile long long*>(lines + offset);
         Atomic::Exchange(value, 0);
-        OnThreads(2, [&](unsigned t) {
+        ZelkTest::RunCrowd(2, [&](unsigned t) {
             for (unsigned i = 0; i < 200'000; ++i) {
                 const long long seen = t == 0 ? Atomic::Exchange(value, -static_cast<long long>(i & 1)) //
                                               : Atomic::Get(value);

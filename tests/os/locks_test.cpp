@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <atomic>
-#include <barrier>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <emmintrin.h>
 #include <gtest/gtest.h>
 #include <new>
+#include <tests/os/crowd.h>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -61,28 +61,20 @@ TYPED_TEST(Exclusion, LosesNoIncrementUnderContention) {
         TypeParam lock;
         Guarded guarded;
         std::atomic<unsigned> torn = 0;
-        std::barrier start(static_cast<std::ptrdiff_t>(threads));
-        std::vector<std::thread> workers;
-        for (unsigned t = 0; t < threads; ++t) {
-            workers.emplace_back([&] {
-                start.arrive_and_wait();
-                for (unsigned i = 0; i < PER_CROWD / threads; ++i) {
-                    if (i % 2 == 0) {
-                        lock.Lock();
-                    } else if (!lock.TryLock()) {
-                        refusals.fetch_add(1, std::memory_order_relaxed);
-                        lock.Lock();
-                    }
-                    torn += guarded.mirror != ~guarded.count ? 1u : 0u;
-                    guarded.count = guarded.count + 1;
-                    guarded.mirror = ~guarded.count;
-                    lock.Unlock();
+        ZelkTest::RunCrowd(threads, [&](unsigned) {
+            for (unsigned i = 0; i < PER_CROWD / threads; ++i) {
+                if (i % 2 == 0) {
+                    lock.Lock();
+                } else if (!lock.TryLock()) {
+                    refusals.fetch_add(1, std::memory_order_relaxed);
+                    lock.Lock();
                 }
-            });
-        }
-        for (std::thread& worker : workers) {
-            worker.join();
-        }
+                torn += guarded.mirror != ~guarded.count ? 1u : 0u;
+                guarded.count = guarded.count + 1;
+                guarded.mirror = ~guarded.count;
+                lock.Unlock();
+            }
+        });
         EXPECT_EQ(guarded.count, PER_CROWD) << threads << " threads";
         EXPECT_EQ(torn, 0u) << threads << " threads";
     }
