@@ -22,7 +22,7 @@ enum class Length : std::uint8_t {
     LONG_LONG,
 };
 
-struct Specification {
+struct Directive {
     bool leftJustify = false;
     bool zeroPad = false;
     bool plus = false;
@@ -66,56 +66,56 @@ public:
                 return m_output.Finish();
             }
             m_format.Skip(1);
-            Convert(ReadSpecification());
+            Convert(ReadDirective());
         }
     }
 
 private:
-    Specification ReadSpecification() {
-        Specification specification;
-        while (ReadFlag(specification)) {
+    Directive ReadDirective() {
+        Directive directive;
+        while (ReadFlag(directive)) {
         }
         if (Accept('*')) {
             const int width = va_arg(m_arguments, int);
-            specification.leftJustify |= width < 0;
-            specification.width = width < 0 ? 0u - static_cast<unsigned>(width) : static_cast<unsigned>(width);
+            directive.leftJustify |= width < 0;
+            directive.width = width < 0 ? 0u - static_cast<unsigned>(width) : static_cast<unsigned>(width);
         } else {
-            specification.width = ReadNumber();
+            directive.width = ReadNumber();
         }
         if (Accept('.')) {
             if (Accept('*')) {
                 const int precision = va_arg(m_arguments, int);
-                specification.hasPrecision = precision >= 0;
-                specification.precision = precision >= 0 ? static_cast<unsigned>(precision) : 0;
+                directive.hasPrecision = precision >= 0;
+                directive.precision = precision >= 0 ? static_cast<unsigned>(precision) : 0;
             } else {
-                specification.hasPrecision = true;
-                specification.precision = ReadNumber();
+                directive.hasPrecision = true;
+                directive.precision = ReadNumber();
             }
         }
         if (Accept('h')) {
-            specification.length = Length::SHORT;
+            directive.length = Length::SHORT;
         } else if (Accept('l')) {
-            specification.length = Accept('l') ? Length::LONG_LONG : Length::LONG;
+            directive.length = Accept('l') ? Length::LONG_LONG : Length::LONG;
         }
-        return specification;
+        return directive;
     }
 
-    bool ReadFlag(Specification& specification) {
+    bool ReadFlag(Directive& directive) {
         switch (m_format[0]) {
         case '-':
-            specification.leftJustify = true;
+            directive.leftJustify = true;
             break;
         case '0':
-            specification.zeroPad = true;
+            directive.zeroPad = true;
             break;
         case '+':
-            specification.plus = true;
+            directive.plus = true;
             break;
         case ' ':
-            specification.space = true;
+            directive.space = true;
             break;
         case '#':
-            specification.alternate = true;
+            directive.alternate = true;
             break;
         case '\'':
             break;
@@ -144,7 +144,7 @@ private:
         return number;
     }
 
-    void Convert(Specification specification) {
+    void Convert(Directive directive) {
         const Char conversion = m_format[0];
         if (conversion == 0) {
             return;
@@ -154,30 +154,30 @@ private:
         case 'D':
         case 'O':
         case 'U':
-            if (specification.length != Length::LONG_LONG) {
-                specification.length = Length::LONG;
+            if (directive.length != Length::LONG_LONG) {
+                directive.length = Length::LONG;
             }
-            return ConvertInteger(specification, static_cast<char>(conversion + ('a' - 'A')));
+            return ConvertInteger(directive, static_cast<char>(conversion + ('a' - 'A')));
         case 'd':
         case 'i':
         case 'u':
         case 'o':
         case 'x':
         case 'X':
-            return ConvertInteger(specification, static_cast<char>(conversion));
+            return ConvertInteger(directive, static_cast<char>(conversion));
         case 'p':
-            return ConvertPointer(specification);
+            return ConvertPointer(directive);
         case 'f':
         case 'g':
-            return ConvertFloating(specification, conversion == 'g');
+            return ConvertFloating(directive, conversion == 'g');
         case 's':
-            return ConvertString(specification);
+            return ConvertString(directive);
         case 'c': {
             const auto character = static_cast<Char>(va_arg(m_arguments, int));
-            return PutText(Text<Char>(&character), 1, specification);
+            return PutText(Text<Char>(&character), 1, directive);
         }
         case '%':
-            return PutText(Text<Char>(&conversion), 1, specification);
+            return PutText(Text<Char>(&conversion), 1, directive);
         default:
             return m_output.Append(Text<Char>(&conversion), 1);
         }
@@ -209,23 +209,20 @@ private:
         }
     }
 
-    void ConvertInteger(const Specification& specification, char conversion) {
+    void ConvertInteger(const Directive& directive, char conversion) {
         if (conversion != 'd' && conversion != 'i') {
-            const unsigned long long value = NextUnsigned(specification.length);
-            const bool prefixed = specification.alternate && value != 0;
-            return PutInteger(specification,
+            const unsigned long long value = NextUnsigned(directive.length);
+            const bool prefixed = directive.alternate && value != 0;
+            return PutInteger(directive,
                               prefixed && conversion == 'x'   ? "0x"sv
                               : prefixed && conversion == 'X' ? "0X"sv
                                                               : ""sv,
                               value, conversion);
         }
-        const long long value = NextSigned(specification.length);
-        const std::string_view sign = value < 0             ? "-"sv
-                                      : specification.plus  ? "+"sv
-                                      : specification.space ? " "sv
-                                                            : ""sv;
+        const long long value = NextSigned(directive.length);
+        const std::string_view sign = value < 0 ? "-"sv : directive.plus ? "+"sv : directive.space ? " "sv : ""sv;
         const auto bits = static_cast<unsigned long long>(value);
-        PutInteger(specification, sign, value < 0 ? 0 - bits : bits, conversion);
+        PutInteger(directive, sign, value < 0 ? 0 - bits : bits, conversion);
     }
 
     static char* WriteInteger(char* end, unsigned long long value, char conversion) {
@@ -242,103 +239,102 @@ private:
     }
 
     // A precision beyond the field is cut, so that a damaged one cannot ask for endless zeros.
-    void PutInteger(const Specification& specification, std::string_view prefix, unsigned long long value,
-                    char conversion) {
+    void PutInteger(const Directive& directive, std::string_view prefix, unsigned long long value, char conversion) {
         char scratch[Private::INTEGER_SCRATCH_SIZE];
         char* const end = scratch + sizeof(scratch);
-        const bool blank = value == 0 && specification.hasPrecision && specification.precision == 0;
+        const bool blank = value == 0 && directive.hasPrecision && directive.precision == 0;
         const char* const begin = blank ? end : WriteInteger(end, value, conversion);
         const auto digits = static_cast<unsigned>(end - begin);
         const auto prefixLength = static_cast<unsigned>(prefix.size());
-        unsigned minimum = std::min(specification.precision, Private::NUMBER_FIELD_SIZE - prefixLength);
-        if (conversion == 'o' && specification.alternate && minimum <= digits && (blank || *begin != '0')) {
+        unsigned minimum = std::min(directive.precision, Private::NUMBER_FIELD_SIZE - prefixLength);
+        if (conversion == 'o' && directive.alternate && minimum <= digits && (blank || *begin != '0')) {
             minimum = digits + 1;
         }
-        PutNumber({prefix, minimum > digits ? minimum - digits : 0, {begin, digits}}, specification);
+        PutNumber({prefix, minimum > digits ? minimum - digits : 0, {begin, digits}}, directive);
     }
 
-    void ConvertPointer(const Specification& specification) {
+    void ConvertPointer(const Directive& directive) {
         constexpr unsigned POINTER_DIGITS = 8;
         char scratch[Private::INTEGER_SCRATCH_SIZE];
         char* const end = scratch + sizeof(scratch);
         const auto address = reinterpret_cast<std::uintptr_t>(va_arg(m_arguments, void*));
         const char* const begin = Private::WriteHexadecimal(end, static_cast<std::uint32_t>(address), true);
         const auto digits = static_cast<unsigned>(end - begin);
-        Specification plain;
-        plain.leftJustify = specification.leftJustify;
-        plain.width = specification.width;
+        Directive plain;
+        plain.leftJustify = directive.leftJustify;
+        plain.width = directive.width;
         PutNumber({{}, POINTER_DIGITS - digits, {begin, digits}}, plain);
     }
 
-    void ConvertFloating(const Specification& specification, bool dropZeros) {
+    void ConvertFloating(const Directive& directive, bool dropZeros) {
         constexpr unsigned DEFAULT_PRECISION = 6;
         const double value = va_arg(m_arguments, double);
         const double magnitude = value < 0 ? -value : value;
         if (value != value) {
-            return PutWord("nan"sv, specification);
+            return PutWord("nan"sv, directive);
         }
         if (magnitude > DBL_MAX) {
-            return PutWord(value < 0 ? "-inf"sv : "+inf"sv, specification);
+            return PutWord(value < 0 ? "-inf"sv : "+inf"sv, directive);
         }
         if (magnitude > Private::FIXED_NOTATION_LIMIT) {
-            return PutWord("toobig"sv, specification);
+            return PutWord("toobig"sv, directive);
         }
-        const bool forced = specification.plus || specification.space;
+        const bool forced = directive.plus || directive.space;
         const std::string_view sign = value < 0 ? "-"sv : forced && value > 0 ? "+"sv : ""sv;
-        const unsigned precision = specification.hasPrecision ? specification.precision : DEFAULT_PRECISION;
+        const unsigned precision = directive.hasPrecision ? directive.precision : DEFAULT_PRECISION;
         const auto room = Private::NUMBER_FIELD_SIZE - static_cast<unsigned>(sign.size());
         Private::FixedNotationArea area;
         std::string_view digits = Private::FixedNotation(area, room, magnitude, precision);
         if (digits.empty()) {
-            return PutWord({}, specification);
+            return PutWord({}, directive);
         }
         if (dropZeros) {
             for (unsigned removable = precision; removable > 1 && digits.back() == '0'; --removable) {
                 digits.remove_suffix(1);
             }
         }
-        PutNumber({sign, 0, digits}, specification);
+        PutNumber({sign, 0, digits}, directive);
     }
 
     // What stands in the place of a number is padded with spaces only.
-    void PutWord(std::string_view word, Specification specification) {
-        specification.zeroPad = false;
-        PutNumber({{}, 0, word}, specification);
+    void PutWord(std::string_view word, Directive directive) {
+        directive.zeroPad = false;
+        PutNumber({{}, 0, word}, directive);
     }
 
-    void ConvertString(const Specification& specification) {
+    void ConvertString(const Directive& directive) {
         const Char* const string = va_arg(m_arguments, const Char*);
         std::size_t length = 0;
         if (string != nullptr) {
-            const std::size_t limit = specification.hasPrecision ? specification.precision : SIZE_MAX;
+            const std::size_t limit = directive.hasPrecision ? directive.precision : SIZE_MAX;
             for (const Text<Char> text(string); length < limit && text[length] != 0; ++length) {
             }
         }
-        PutText(Text<Char>(string), length, specification);
+        PutText(Text<Char>(string), length, directive);
     }
 
-    void PutText(Text<Char> text, std::size_t length, const Specification& specification) {
-        const std::size_t padding = specification.width > length ? specification.width - length : 0;
-        if (!specification.leftJustify) {
+    void PutText(Text<Char> text, std::size_t length, const Directive& directive) {
+        const std::size_t padding = directive.width > length ? directive.width - length : 0;
+        if (!directive.leftJustify) {
             m_output.Fill(' ', padding);
         }
         m_output.Append(text, length);
-        if (specification.leftJustify) {
+        if (directive.leftJustify) {
             m_output.Fill(' ', padding);
         }
     }
 
-    void PutNumber(const NumberField& field, const Specification& specification) {
+    void PutNumber(const NumberField& field, const Directive& directive) {
         const auto length = static_cast<unsigned>(field.prefix.size() + field.zeros + field.digits.size());
-        const unsigned padding = specification.width > length ? specification.width - length : 0;
-        const bool zeroPad = specification.zeroPad && !specification.leftJustify;
-        if (!specification.leftJustify && !zeroPad) {
+        const unsigned padding = directive.width > length ? directive.width - length : 0;
+        const bool zeroPad = directive.zeroPad && !directive.leftJustify;
+        if (!directive.leftJustify && !zeroPad) {
             m_output.Fill(' ', padding);
         }
         m_output.AppendAscii(field.prefix);
         m_output.Fill('0', field.zeros + (zeroPad ? padding : 0));
         m_output.AppendAscii(field.digits);
-        if (specification.leftJustify) {
+        if (directive.leftJustify) {
             m_output.Fill(' ', padding);
         }
     }
