@@ -128,10 +128,9 @@ public:
         }
         std::uint32_t value = seed;
         while (length > 0) {
-            const char c = string[--length];
-            const std::int32_t signExtended = static_cast<signed char>(c);
-            value = Private::CRC_TABLE.entries[static_cast<unsigned char>(c)] ^
-                    ((static_cast<std::uint32_t>(signExtended) << 8) + value);
+            const std::uint32_t byte = static_cast<unsigned char>(string[--length]);
+            const std::uint32_t signExtended = (byte ^ 0x80) - 0x80;
+            value = Private::CRC_TABLE.entries[byte] ^ ((signExtended << 8) + value);
         }
         return value;
     }
