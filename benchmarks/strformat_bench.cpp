@@ -47,7 +47,7 @@ void Mixed(benchmark::State& state) {
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(Mixed<Own>)->Name("snprintf_mixed/own");
+BENCHMARK(Mixed<Own>)->Name("snprintf_mixed/zelk");
 BENCHMARK(Mixed<Mingw>)->Name("snprintf_mixed/mingw");
 BENCHMARK(Mixed<System>)->Name("snprintf_mixed/system");
 
@@ -62,7 +62,7 @@ void Integer(benchmark::State& state) {
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(Integer<Own>)->Name("snprintf_integer/own");
+BENCHMARK(Integer<Own>)->Name("snprintf_integer/zelk");
 BENCHMARK(Integer<Mingw>)->Name("snprintf_integer/mingw");
 BENCHMARK(Integer<System>)->Name("snprintf_integer/system");
 
@@ -75,7 +75,7 @@ void Floating(benchmark::State& state) {
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(Floating<Own>)->Name("snprintf_floating/own");
+BENCHMARK(Floating<Own>)->Name("snprintf_floating/zelk");
 BENCHMARK(Floating<Mingw>)->Name("snprintf_floating/mingw");
 BENCHMARK(Floating<System>)->Name("snprintf_floating/system");
 
@@ -88,7 +88,7 @@ void String(benchmark::State& state) {
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(String<Own>)->Name("snprintf_string/own");
+BENCHMARK(String<Own>)->Name("snprintf_string/zelk");
 BENCHMARK(String<Mingw>)->Name("snprintf_string/mingw");
 BENCHMARK(String<System>)->Name("snprintf_string/system");
 

@@ -11,25 +11,25 @@
 namespace {
 
 // Where a peer's form returns the other of the two values, the peer's row pays for the correction too.
-#define ZELK_ATOMIC_PAIR(NAME, OURS, PEER)         \
-    template <class T>                             \
-    void NAME##Zelk(benchmark::State& state) {     \
-        alignas(8) volatile T value = 5;           \
-        for (auto _ : state) {                     \
-            benchmark::DoNotOptimize(OURS);        \
-        }                                          \
-    }                                              \
-    template <class T>                             \
-    void NAME##Compiler(benchmark::State& state) { \
-        alignas(8) std::atomic<T> value = 5;       \
-        for (auto _ : state) {                     \
-            benchmark::DoNotOptimize(PEER);        \
-        }                                          \
-    }                                              \
-    BENCHMARK(NAME##Zelk<long>);                   \
-    BENCHMARK(NAME##Compiler<long>);               \
-    BENCHMARK(NAME##Zelk<long long>);              \
-    BENCHMARK(NAME##Compiler<long long>)
+#define ZELK_ATOMIC_PAIR(NAME, OURS, PEER)                       \
+    template <class T>                                           \
+    void NAME##Zelk(benchmark::State& state) {                   \
+        alignas(8) volatile T value = 5;                         \
+        for (auto _ : state) {                                   \
+            benchmark::DoNotOptimize(OURS);                      \
+        }                                                        \
+    }                                                            \
+    template <class T>                                           \
+    void NAME##Compiler(benchmark::State& state) {               \
+        alignas(8) std::atomic<T> value = 5;                     \
+        for (auto _ : state) {                                   \
+            benchmark::DoNotOptimize(PEER);                      \
+        }                                                        \
+    }                                                            \
+    BENCHMARK(NAME##Zelk<long>)->Name(#NAME "_32/zelk");         \
+    BENCHMARK(NAME##Compiler<long>)->Name(#NAME "_32/compiler"); \
+    BENCHMARK(NAME##Zelk<long long>)->Name(#NAME "_64/zelk");    \
+    BENCHMARK(NAME##Compiler<long long>)->Name(#NAME "_64/compiler")
 
 // 64 bits are read by exchange here, and the peer's row does the same.
 template <class T>
@@ -55,21 +55,21 @@ void RawCounter(benchmark::State& state) {
         benchmark::DoNotOptimize(counts);
     }
 }
-BENCHMARK(RawCounter);
+BENCHMARK(RawCounter)->Name("counter/raw");
 
 void CpuCycle(benchmark::State& state) {
     for (auto _ : state) {
         benchmark::DoNotOptimize(Z4::Time::GetCpuCycle());
     }
 }
-BENCHMARK(CpuCycle);
+BENCHMARK(CpuCycle)->Name("counter/zelk");
 
 void MicroSec(benchmark::State& state) {
     for (auto _ : state) {
         benchmark::DoNotOptimize(Z4::Time::GetMicroSec());
     }
 }
-BENCHMARK(MicroSec);
+BENCHMARK(MicroSec)->Name("counter/zelk_MicroSec");
 
 void StopWatchInterval(benchmark::State& state) {
     Z4::StopWatch watch(false);
@@ -79,7 +79,7 @@ void StopWatchInterval(benchmark::State& state) {
     }
     benchmark::DoNotOptimize(watch.GetCumul());
 }
-BENCHMARK(StopWatchInterval);
+BENCHMARK(StopWatchInterval)->Name("stop_watch_interval/zelk");
 
 void RawSlot(benchmark::State& state) {
     const DWORD index = TlsAlloc();
@@ -88,7 +88,7 @@ void RawSlot(benchmark::State& state) {
     }
     TlsFree(index);
 }
-BENCHMARK(RawSlot);
+BENCHMARK(RawSlot)->Name("slot/raw");
 
 void SlotShortCut(benchmark::State& state) {
     const std::uint32_t index = Z4::TlsShortCut::Alloc();
@@ -97,7 +97,7 @@ void SlotShortCut(benchmark::State& state) {
     }
     Z4::TlsShortCut::Free(index);
 }
-BENCHMARK(SlotShortCut);
+BENCHMARK(SlotShortCut)->Name("slot/zelk");
 
 } // namespace
 
