@@ -9,7 +9,7 @@ set_target_properties(zelk_core PROPERTIES
     OUTPUT_NAME zelk_core_win32DLL
     PREFIX ""
     LINKER_LANGUAGE C
-    # Compiles each public header alone, as part of the build of everything.
+    # Makes a target that compiles each public header alone; `make test` builds it.
     VERIFY_INTERFACE_HEADER_SETS ON)
 # CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.
 set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
