@@ -16,10 +16,12 @@ set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 target_link_options(zelk_core PRIVATE
     -static-libgcc -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
 
-# Symbols go beside the DLL, and the DLL says where they are; a debugger finds them by itself.
+# Symbols go beside the DLL, and the DLL says where they are; a debugger finds them by itself. Without a fixed date,
+# objcopy would stamp both files with today's.
+set(objcopy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
 add_custom_command(TARGET zelk_core POST_BUILD
-    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:zelk_core> $<TARGET_FILE:zelk_core>.debug
-    COMMAND ${CMAKE_OBJCOPY} --strip-debug --add-gnu-debuglink=$<TARGET_FILE:zelk_core>.debug $<TARGET_FILE:zelk_core>
+    COMMAND ${objcopy} --only-keep-debug $<TARGET_FILE:zelk_core> $<TARGET_FILE:zelk_core>.debug
+    COMMAND ${objcopy} --strip-debug --add-gnu-debuglink=$<TARGET_FILE:zelk_core>.debug $<TARGET_FILE:zelk_core>
     VERBATIM)
 
 # The umbrella header includes every public header and nothing else.
