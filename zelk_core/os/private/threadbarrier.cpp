@@ -21,9 +21,9 @@ bool ThreadBarrier::Wait(bool) {
     if (++m_arrivedCount >= m_partyCount) {
         ++m_generation;
         m_arrivedCount = 0;
-        // Woken before the lock is free, the others would go to sleep on it at once.
-        m_lock.Unlock();
+        // Woken under the lock: nobody can leave, and destroy the barrier, before the wake-up is done with it.
         m_roundEnded.Broadcast();
+        m_lock.Unlock();
         return true;
     }
     // The generation tells the end of this round from a spurious wake-up, also to a thread that sleeps into the next.
