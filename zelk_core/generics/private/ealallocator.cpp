@@ -1,0 +1,15 @@
+#include <zelk_core/generics/ealallocator.h>
+
+#include <zelk_core/base/private/eal.h>
+
+namespace Z4::Private {
+
+void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId) {
+    return g_mem.alloc(size, alignment, 0, contextId);
+}
+
+void FreeToHost(void* pointer) {
+    g_mem.free(pointer);
+}
+
+} // namespace Z4::Private
