@@ -18,6 +18,14 @@
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/lifecycle.h>
+#include <zelk_core/net/berkeleysocket.h>
+#include <zelk_core/net/hostinfo.h>
+#include <zelk_core/net/nicinfo.h>
+#include <zelk_core/net/socket.h>
+#include <zelk_core/net/socketaddr.h>
+#include <zelk_core/net/socketgroup.h>
+#include <zelk_core/net/tcpsocket.h>
+#include <zelk_core/net/udpsocket.h>
 #include <zelk_core/os/adaptivelock.h>
 #include <zelk_core/os/atomic.h>
 #include <zelk_core/os/autolock.h>

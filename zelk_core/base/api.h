@@ -14,6 +14,18 @@
 #    define Z4_NO_SANITIZE_ADDRESS __attribute__((no_sanitize_address))
 #endif
 
+/// Declares two overloads of one virtual function, so that they take their slots in the order written here: one ABI
+/// numbers overloads as they come, the other from the last to the first.
+#if defined(_MSC_VER)
+#    define Z4_VIRTUAL_PAIR(first, second)                                                                             \
+        second;                                                                                                        \
+        first
+#else
+#    define Z4_VIRTUAL_PAIR(first, second)                                                                             \
+        first;                                                                                                         \
+        second
+#endif
+
 #if defined(_WIN32)
 /// Calling convention of every function that the library and its host pass to each other by pointer.
 #    define Z4_CDECL __cdecl

@@ -1,0 +1,76 @@
+/// @file
+/// The machine's network adapters.
+#pragma once
+
+#include <cstdint>
+#include <zelk_core/base/api.h>
+
+struct _IP_ADAPTER_ADDRESSES_LH;
+
+namespace Z4 {
+
+/// One adapter in a NICInfo, which owns it.
+class NICEntry {
+public:
+    /// The hardware address, "00:1A:2B:3C:4D:5E"; empty when there is none or it has more than 8 bytes.
+    const char* GetMACAddress() const { return m_self->m_macAddress; }
+    /// The system's name of the adapter; null when there was no memory for it.
+    const char* GetName() const { return m_self->m_name; }
+    /// The system's IPv4 interface index.
+    unsigned long GetIndex() const { return m_self->m_index; }
+    /// How many IPv4 addresses it has.
+    unsigned long GetIPAddressCount() const { return m_self->m_addressCount; }
+    /// The dotted address at `index`; null beyond the last.
+    Z4_API const char* GetIPAddress(unsigned long index) const;
+
+private:
+    friend class NICInfo;
+    friend struct NICInfoLayout;
+    using AddressText = char[46];
+    void Fill(const _IP_ADAPTER_ADDRESSES_LH& adapter);
+
+    char m_macAddress[24];
+    AddressText* m_addresses;
+    char* m_name;
+    std::uint32_t m_index;
+    std::uint32_t m_addressCount;
+    const NICEntry* m_self;
+};
+
+/// A snapshot, taken at construction, in the system's order. It is empty when the system refuses it or there is no
+/// memory. Reading it is safe from any thread.
+class NICInfo {
+public:
+    class const_iterator {
+    public:
+        explicit const_iterator(const NICEntry* entry) : m_entry(entry) {}
+        const NICEntry& operator*() const { return *m_entry; }
+        const NICEntry* operator->() const { return m_entry; }
+        const_iterator& operator++() {
+            ++m_entry;
+            return *this;
+        }
+        const_iterator operator++(int) { return const_iterator(m_entry++); }
+        bool operator==(const const_iterator&) const = default;
+
+    private:
+        const NICEntry* m_entry;
+    };
+
+    Z4_API NICInfo();
+    Z4_API ~NICInfo();
+    NICInfo(const NICInfo&) = delete;
+    NICInfo& operator=(const NICInfo&) = delete;
+
+    unsigned long GetCount() const { return m_count; }
+    const_iterator begin() const { return const_iterator(m_entries); }
+    const_iterator end() const { return const_iterator(m_entries + m_count); }
+
+private:
+    friend struct NICInfoLayout;
+
+    std::uint32_t m_count;
+    NICEntry* m_entries;
+};
+
+} // namespace Z4
