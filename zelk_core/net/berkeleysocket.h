@@ -52,8 +52,7 @@ public:
     /// @return bytes stored, 0 at the end of a stream; -1 on failure. A datagram that does not fit fills the buffer and
     /// is lost with ERR_OVERFLOW.
     Z4_API static long Receive(char* data, unsigned long size, long handle, unsigned long& error);
-    Z4_API static long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle,
-                                   unsigned long& error);
+    Z4_API static long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle, unsigned long& error);
 
     /// `how` reaches the system unchanged; unknown values are ERR_INVALID.
     Z4_API static bool Shutdown(ShutdownHow how, long handle, unsigned long& error);

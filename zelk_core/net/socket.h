@@ -8,13 +8,14 @@
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/generics/hostnew.h>
 #include <zelk_core/net/berkeleysocket.h>
 #include <zelk_core/net/socketaddr.h>
 
 namespace Z4 {
 
 /// Start the network (InitializeOS()) before making one. IPv4 only.
-class Z4_API Socket {
+class Z4_API Socket : public HostNew<Socket> {
 public:
     /// What Select(long) waits for, or-ed.
     enum SelectMask : long {
@@ -49,8 +50,8 @@ public:
     virtual long Send(const char* data, unsigned long size);
 
     /// Waits as Send() does.
-    /// @return bytes stored, 0 when the peer has ended its stream; -1 on failure. A datagram that does not fit fills the
-    /// buffer and is lost with ERR_OVERFLOW.
+    /// @return bytes stored, 0 when the peer has ended its stream; -1 on failure. A datagram that does not fit fills
+    /// the buffer and is lost with ERR_OVERFLOW.
     virtual long Receive(char* data, unsigned long size);
 
     /// Waits for what is asked for by pointers that are not null, for the socket's time-out at most; see

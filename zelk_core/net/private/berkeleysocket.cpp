@@ -128,8 +128,7 @@ long BerkeleySocket::Receive(char* data, unsigned long size, long handle, unsign
     return CountOrFail(recv(ToSocket(handle), data, Clamp(size), 0), error);
 }
 
-long BerkeleySocket::ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle,
-                                 unsigned long& error) {
+long BerkeleySocket::ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle, unsigned long& error) {
     SocketAddr sender;
     int addressSize = NATIVE_SIZE;
     const int received = recvfrom(ToSocket(handle), data, Clamp(size), 0, Native(sender), &addressSize);

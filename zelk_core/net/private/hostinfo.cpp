@@ -121,8 +121,8 @@ void HostInfo::Resolve(const char* host) {
     addrinfo* results = nullptr;
     int number = getaddrinfo(host, nullptr, &hints, &results);
     if (number == 0) {
-        number = getnameinfo(results->ai_addr, static_cast<socklen_t>(results->ai_addrlen), m_address,
-                             sizeof m_address, nullptr, 0, NI_NUMERICHOST);
+        number = getnameinfo(results->ai_addr, static_cast<socklen_t>(results->ai_addrlen), m_address, sizeof m_address,
+                             nullptr, 0, NI_NUMERICHOST);
         freeaddrinfo(results);
     }
     m_status = AnalyseError(number);
