@@ -1,0 +1,54 @@
+#!/usr/bin/env python3
+"""Serves the test program given as arguments from outside Wine, runs it and judges by its last words.
+
+Each TCP connection opens with one line that says what this end does: ECHO, COUNT, CALL port or RESET. Datagrams to the
+same port come back.
+"""
+import os
+import socket
+import struct
+import subprocess
+import sys
+import threading
+
+
+def serve(connection):
+    with connection, connection.makefile("rb") as reader:
+        verb, argument = reader.readline().split()
+        if verb == b"ECHO":
+            while data := reader.read1(65536):
+                connection.sendall(data)
+        elif verb == b"COUNT":
+            connection.sendall(b"%d" % len(reader.read()))
+        elif verb == b"CALL":
+            with socket.create_connection(("127.0.0.1", int(argument))) as call:
+                call.sendall(b"hello")
+                answer = b""
+                while data := call.recv(100):
+                    answer += data
+            connection.sendall(answer)
+        elif verb == b"RESET":
+            connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+
+
+def accept(listener):
+    while True:
+        connection, _ = listener.accept()
+        threading.Thread(target=serve, args=(connection,), daemon=True).start()
+
+
+def reflect(datagrams):
+    while True:
+        data, peer = datagrams.recvfrom(65536)
+        datagrams.sendto(data, peer)
+
+
+listener = socket.create_server(("127.0.0.1", 0))
+port = listener.getsockname()[1]
+datagrams = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+datagrams.bind(("127.0.0.1", port))
+threading.Thread(target=accept, args=(listener,), daemon=True).start()
+threading.Thread(target=reflect, args=(datagrams,), daemon=True).start()
+sys.stdout.flush()
+result = subprocess.run(sys.argv[1:], env={**os.environ, "ZELK_PEER_PORT": str(port)}, check=False)
+sys.exit(result.returncode)
