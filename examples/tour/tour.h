@@ -14,3 +14,4 @@ void TourStartUp();
 void TourHashes(const std::string& content);
 void TourThreads(const std::string& content);
 void TourFormatter(const char* path, const std::string& content);
+void TourNetwork(const std::string& content);
