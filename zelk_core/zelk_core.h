@@ -8,6 +8,7 @@
 #include <zelk_core/base/ealinterface.h>
 #include <zelk_core/base/error.h>
 #include <zelk_core/base/hash.h>
+#include <zelk_core/base/hostnew.h>
 #include <zelk_core/base/lifecycle.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/platform.h>
@@ -16,7 +17,6 @@
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/ealallocator.h>
-#include <zelk_core/generics/hostnew.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/net/berkeleysocket.h>
@@ -48,4 +48,5 @@
 #include <zelk_core/os/time.h>
 #include <zelk_core/os/tlsshortcut.h>
 #include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/dbghelp/windbghelp.h>
 #include <zelk_core/services/encryption/lifecycle.h>

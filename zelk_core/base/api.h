@@ -29,8 +29,11 @@
 #if defined(_WIN32)
 /// Calling convention of every function that the library and its host pass to each other by pointer.
 #    define Z4_CDECL __cdecl
+/// The system's own, for functions that are handed on to it.
+#    define Z4_STDCALL __stdcall
 #else
 #    define Z4_CDECL
+#    define Z4_STDCALL
 #endif
 
 #if defined(ZELK_CORE_STATIC)

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/ealid.h>
+#include <zelk_core/base/hostnew.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/os/nullock.h>
 
@@ -24,6 +26,14 @@ template <class LockPolicy>
 class ThreadSafeDllWrapper : protected LockPolicy {
 public:
     virtual ~ThreadSafeDllWrapper() { Free(); }
+
+    /// On the heap, in the host's memory. (Not by HostNew: a class can have one empty base only.)
+    static void* operator new(std::size_t size) noexcept {
+        return Private::AllocateFromHost(size, alignof(ThreadSafeDllWrapper), EAL_ID_ZELK_CORE);
+    }
+    static void* operator new(std::size_t, void* storage) noexcept { return storage; }
+    static void operator delete(void* object) noexcept { HostNew<ThreadSafeDllWrapper>::operator delete(object); }
+    static void operator delete(void*, void*) noexcept {}
 
     ThreadSafeDllWrapper() = default;
 

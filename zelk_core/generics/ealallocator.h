@@ -4,18 +4,11 @@
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/ealid.h>
+#include <zelk_core/base/hostnew.h>
 
 #include <cstddef>
 
 namespace Z4 {
-
-namespace Private {
-
-/// The host's `alloc` with its flag 0, and the host's `free`. Any thread, as far as the host allows.
-Z4_API void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId);
-Z4_API void FreeToHost(void* pointer);
-
-} // namespace Private
 
 /// Takes memory from the host's table under `CONTEXT_ID`, the number of an EALId. `RESERVED` is 0 in every use. It has
 /// no state, so all allocators of one type are equal. The tables must be installed (see ealinterface.h).

@@ -8,7 +8,7 @@
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/error.h>
-#include <zelk_core/generics/hostnew.h>
+#include <zelk_core/base/hostnew.h>
 #include <zelk_core/net/berkeleysocket.h>
 #include <zelk_core/net/socketaddr.h>
 

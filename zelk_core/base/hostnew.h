@@ -6,11 +6,18 @@
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/ealid.h>
-#include <zelk_core/generics/ealallocator.h>
 
 #include <cstddef>
 
 namespace Z4 {
+
+namespace Private {
+
+/// The host's `alloc` with its flag 0, and the host's `free`. Any thread, as far as the host allows.
+Z4_API void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId);
+Z4_API void FreeToHost(void* pointer);
+
+} // namespace Private
 
 /// Mix-in, `class Box : public HostNew<Box>`: objects of `Derived` on the heap, and of classes derived from it, live in
 /// the host's memory at the alignment of `Derived`, and any module may delete what another made. Where the host

@@ -1,4 +1,4 @@
-#include <zelk_core/generics/ealallocator.h>
+#include <zelk_core/base/hostnew.h>
 
 #include <zelk_core/base/private/eal.h>
 

@@ -1,0 +1,188 @@
+/// @file
+/// The one way to the system's debug-help library, `dbghelp.dll`, which no two threads may call at once.
+///
+/// The library is loaded and its symbol handler started on a thread of its own, so that start-up does not wait for it;
+/// the first call that comes earlier waits for the end of that thread. InitializeDbgHelpService() makes the object.
+#pragma once
+
+#include <zelk_core/base/api.h>
+#include <zelk_core/base/dllwrapper.h>
+#include <zelk_core/base/error.h>
+#include <zelk_core/os/blockinglock.h>
+
+// The system's records, which only its own headers define.
+struct _IMAGEHLP_LINE64;
+struct _IMAGEHLP_MODULE64;
+struct _IMAGEHLP_SYMBOL64;
+struct _IMAGE_NT_HEADERS;
+struct _MINIDUMP_CALLBACK_INFORMATION;
+struct _MINIDUMP_EXCEPTION_INFORMATION;
+struct _MINIDUMP_USER_STREAM_INFORMATION;
+struct _tagADDRESS64;
+struct _tagSTACKFRAME64;
+
+namespace Z4 {
+
+namespace Private {
+template <class T>
+class Singleton;
+} // namespace Private
+
+/// Any thread may call anything. Without `dbghelp.dll`, or without one of its functions, the calls that would need it
+/// return false, null or 0, and the thread's last system error is 127 (procedure not found).
+///
+/// The library is asked for by its bare name, and the system looks beside the program before it looks in its own
+/// folders: whoever can write there can plant another one. SetSystemLibraryOnly() looks in the system's folder alone.
+class Z4_API WinDbgHelp {
+public:
+    /// What an observer learns of a module that was loaded or is about to be unloaded. The names end with a zero and
+    /// live until the observer returns; longer ones than 259 and 1023 characters are cut.
+    struct DllNotificationData {
+        long long timeStamp; ///< the performance counter when the notification came
+        void* baseAddress;
+        unsigned long size; ///< in bytes
+        const wchar_t* baseName;
+        const wchar_t* fullName;
+        bool unloaded; ///< false when it was loaded
+    };
+
+    /// Called on the thread that loads or unloads, inside the system's loader: it must return soon, and must neither
+    /// load modules, nor call the forwarding operations below, nor wait for another thread.
+    using DllNotificationCallback = void(Z4_CDECL*)(const DllNotificationData& data, void* context);
+
+    static constexpr unsigned long MAX_OBSERVERS = 32;
+
+    static void SingletonInit();
+    /// Waits for the loader thread, ends the notifications, closes the symbol handler and frees the library.
+    static void SingletonShutdown();
+    static WinDbgHelp& Instance();
+
+    /// Whether the symbol handler reads the symbols of all modules when it starts; true at first. Set it before the
+    /// object is made: InitializeDbgHelpService() does.
+    static void SetLoadSymbols(bool load);
+    static bool GetLoadSymbols();
+
+    /// Whether only the system's own folder is searched for `dbghelp.dll`; false at first. Set it before the object is
+    /// made.
+    static void SetSystemLibraryOnly(bool only);
+
+    /// The version of the file `name`, as its version resource has it, most significant number first.
+    /// @return false, with a warning in the log, when there is none, or when it is beyond 64 KiB.
+    static bool GetVersionInfo(const char* name, unsigned short (&version)[4]);
+
+    WinDbgHelp(const WinDbgHelp&) = delete;
+    WinDbgHelp& operator=(const WinDbgHelp&) = delete;
+
+    /// Where symbols are searched: the current directory at construction, then `_NT_SYMBOL_PATH`, then
+    /// `_NT_ALTERNATE_SYMBOL_PATH`, those that exist, joined by semicolons. A part that does not fit into 4095
+    /// characters is left out.
+    const char* GetSymbolPath() const { return m_symbolPath; }
+
+    /// True once the loader thread is done; from then on no call waits for it. Never waits.
+    bool IsReady() const;
+    /// True when the symbol handler is up. Waits for the loader thread.
+    bool IsLoaded();
+
+    /// Adds an observer behind those registered. ERR_INVALID without a callback, ERR_ALREADY_EXISTS for the same pair
+    /// once more, ERR_OUT_OF_RESOURCES beyond MAX_OBSERVERS. One added during a notification is called in it.
+    Error RegisterDllNotificationCallback(DllNotificationCallback callback, void* context);
+    /// ERR_NOT_FOUND when the pair is not registered. An observer may remove itself or others while it is called. A call
+    /// that runs on another thread meanwhile is not waited for.
+    Error UnregisterDllNotificationCallback(DllNotificationCallback callback, void* context);
+
+    /// @name Forwarding operations
+    /// The system's functions of the same names, with their arguments and results, one at a time.
+    /// @{
+    using EnumerateModulesCallback = int(Z4_STDCALL*)(const char* name, unsigned long long base, unsigned long size,
+                                                      void* context);
+    using FindFileCallback = int(Z4_STDCALL*)(const char* name, void* context);
+    using ReadMemoryCallback = int(Z4_STDCALL*)(void* process, unsigned long long address, void* buffer,
+                                                unsigned long size, unsigned long* read);
+    using FunctionTableAccessCallback = void*(Z4_STDCALL*)(void* process, unsigned long long address);
+    using GetModuleBaseCallback = unsigned long long(Z4_STDCALL*)(void* process, unsigned long long address);
+    using TranslateAddressCallback = unsigned long long(Z4_STDCALL*)(void* process, void* thread,
+                                                                     _tagADDRESS64* address);
+
+    bool SymInitialize(void* process, const char* searchPath, bool invade);
+    bool SymCleanup(void* process);
+    bool SymRefreshModuleList(void* process);
+    unsigned long SymGetOptions();
+    unsigned long SymSetOptions(unsigned long options);
+    bool SymGetModuleInfo64(void* process, unsigned long long address, _IMAGEHLP_MODULE64* module);
+    bool StackWalk64(unsigned long machineType, void* process, void* thread, _tagSTACKFRAME64* frame, void* context,
+                     ReadMemoryCallback readMemory, FunctionTableAccessCallback functionTableAccess,
+                     GetModuleBaseCallback getModuleBase, TranslateAddressCallback translateAddress);
+    void* SymFunctionTableAccess64(void* process, unsigned long long address);
+    /// The function itself, for walking stacks, where it is called without the lock of this class from inside
+    /// StackWalk64(); null when there is none.
+    void* GetAddressOfSymFunctionTableAccess64();
+    /// Begins anew, up to four times in all, when the list of modules changed while it was read; the callback then
+    /// sees modules again.
+    bool EnumerateLoadedModules64(void* process, EnumerateModulesCallback callback, void* context);
+    bool SymSetSearchPath(void* process, const char* path);
+    bool SymGetSymFromAddr64(void* process, unsigned long long address, unsigned long long* displacement,
+                             _IMAGEHLP_SYMBOL64* symbol);
+    bool SymGetLineFromAddr64(void* process, unsigned long long address, unsigned long* displacement,
+                              _IMAGEHLP_LINE64* line);
+    unsigned long long SymLoadModule64(void* process, void* file, const char* imageName, const char* moduleName,
+                                       unsigned long long base, unsigned long size);
+    bool SymUnloadModule64(void* process, unsigned long long base);
+    bool SymFindFileInPath(void* process, const char* path, const char* name, void* id, unsigned long two,
+                           unsigned long three, unsigned long flags, char* found, FindFileCallback callback,
+                           void* context);
+    /// `dumpType` is the system's `MINIDUMP_TYPE`.
+    bool MiniDumpWriteDump(void* process, unsigned long processId, void* file, int dumpType,
+                           _MINIDUMP_EXCEPTION_INFORMATION* exception, _MINIDUMP_USER_STREAM_INFORMATION* userStream,
+                           _MINIDUMP_CALLBACK_INFORMATION* callback);
+    _IMAGE_NT_HEADERS* ImageNtHeader(void* base);
+    /// @}
+
+private:
+    friend class Private::Singleton<WinDbgHelp>;
+
+    struct Observer {
+        DllNotificationCallback callback;
+        void* context;
+    };
+    /// Where a running notification goes on; observers may come and go meanwhile.
+    struct Cursor {
+        unsigned long next;
+        Cursor* outer;
+    };
+
+    static constexpr int ENTRY_POINTS = 17;
+
+    WinDbgHelp();
+    ~WinDbgHelp();
+
+    static unsigned Z4_STDCALL EnterLoader(void* object);
+    static void Z4_STDCALL OnNotification(unsigned long reason, const void* data, void* object);
+
+    void Load();
+    void ResolveEntryPoints();
+    bool StartSymbolHandler();
+    void WaitUntilReady();
+    void Notify(const DllNotificationData& data);
+    template <class Function, class... Arguments>
+    auto Call(int slot, Arguments... arguments);
+    template <class Function, class... Arguments>
+    auto Forward(int slot, Arguments... arguments);
+
+    BlockingLock m_lock;
+    DllWrapper m_library;
+    void* m_entryPoints[ENTRY_POINTS] = {};
+    char m_symbolPath[4096];
+    bool m_invadeProcess;
+    long m_loaded = 0;
+    long m_ready = 0;
+    void* m_thread = nullptr;
+    unsigned long m_loaderThreadId = 0;
+    void* m_cookie = nullptr;
+
+    BlockingLock m_observersLock;
+    unsigned long m_observerCount = 0;
+    Observer m_observers[MAX_OBSERVERS];
+    Cursor* m_cursors = nullptr;
+};
+
+} // namespace Z4
