@@ -1,0 +1,61 @@
+#include <zelk_core/base/private/core.h>
+#include <zelk_core/eal_utils/lifecycle.h>
+#include <zelk_core/os/lifecycle.h>
+#include <zelk_core/services/dbghelp/lifecycle.h>
+#include <zelk_core/services/dbghelp/private/symboldatabase.h>
+#include <zelk_core/services/dbghelp/programmoduledb.h>
+#include <zelk_core/services/dbghelp/stacksizemonitordb.h>
+#include <zelk_core/services/dbghelp/windbghelp.h>
+
+namespace Z4 {
+
+namespace {
+
+constinit unsigned g_uses = 0;
+constinit SymbolDataBase* g_symbols = nullptr;
+
+} // namespace
+
+void InitializeDbgHelpService() {
+    InitializeDbgHelpService(true);
+}
+
+void InitializeDbgHelpService(bool loadSymbols) {
+    if (++g_uses != 1) {
+        return;
+    }
+    Private::TakeCore();
+    InitializeEalUtils();
+    Private::TakeCore();
+    InitializeOS();
+    WinDbgHelp::SetLoadSymbols(loadSymbols);
+    ProgramModuleDB::SingletonInit();
+    WinDbgHelp::SingletonInit();
+    g_symbols = Private::CreateSymbolDataBase();
+    SymbolHandler::SingletonInit();
+    SymbolHandler::Instance().SetDataBase(g_symbols);
+    SymbolHandler::Instance().SetShuttingDown(false);
+    ProgramModuleDB::Instance().Subscribe();
+    StackSizeMonitorDb::SingletonInit();
+}
+
+void ShutdownDbgHelpService() {
+    if (--g_uses != 0) {
+        return;
+    }
+    ProgramModuleDB::SingletonShutdown();
+    StackSizeMonitorDb::SingletonShutdown();
+    SymbolHandler::Instance().SetShuttingDown(true);
+    if (g_symbols != nullptr) {
+        g_symbols->Release();
+        g_symbols = nullptr;
+    }
+    SymbolHandler::Instance().SetDataBase(nullptr);
+    WinDbgHelp::SingletonShutdown();
+    ShutdownOS();
+    Private::ReleaseCore();
+    ShutdownEalUtils();
+    Private::ReleaseCore();
+}
+
+} // namespace Z4

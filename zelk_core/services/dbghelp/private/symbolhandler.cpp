@@ -1,0 +1,99 @@
+#include <windows.h>
+
+#include <dbghelp.h>
+
+#include <cstring>
+#include <zelk_core/base/private/singleton.h>
+#include <zelk_core/os/atomic.h>
+#include <zelk_core/services/dbghelp/private/symboldatabase.h>
+#include <zelk_core/services/dbghelp/programmoduledb.h>
+#include <zelk_core/services/dbghelp/symbolhandler.h>
+#include <zelk_core/services/dbghelp/windbghelp.h>
+
+namespace Z4 {
+
+namespace {
+
+constinit Private::Singleton<SymbolHandler> g_instance;
+
+template <std::size_t SIZE>
+void CopyText(char (&to)[SIZE], const char* from) {
+    const std::size_t length = strnlen(from, SIZE - 1);
+    std::memcpy(to, from, length);
+    to[length] = '\0';
+}
+
+/// Symbols as the debug-help library reads them. One lives as long as the service.
+class W32DebugSymbolDataBase : public SymbolDataBase {
+public:
+    bool FindSymbol(const void* address, SymbolInfo& info) override {
+        constexpr ULONG LONGEST_NAME = sizeof info.function;
+        struct {
+            IMAGEHLP_SYMBOL64 symbol;
+            char name[LONGEST_NAME];
+        } record{};
+        record.symbol.SizeOfStruct = sizeof record.symbol;
+        record.symbol.MaxNameLength = LONGEST_NAME;
+        const DWORD64 place = reinterpret_cast<std::uintptr_t>(address);
+        const HANDLE process = GetCurrentProcess();
+        WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+        DWORD64 displacement = 0;
+        const bool found = debugHelp.SymGetSymFromAddr64(process, place, &displacement, &record.symbol);
+        if (found) {
+            CopyText(info.function, record.symbol.Name);
+            info.displacement = static_cast<unsigned long>(displacement);
+        }
+        IMAGEHLP_LINE64 line{};
+        line.SizeOfStruct = sizeof line;
+        DWORD lineDisplacement = 0;
+        if (debugHelp.SymGetLineFromAddr64(process, place, &lineDisplacement, &line)) {
+            CopyText(info.file, line.FileName);
+            info.line = line.LineNumber;
+        }
+        return found;
+    }
+
+    void Release() override { delete this; }
+};
+
+} // namespace
+
+SymbolDataBase::~SymbolDataBase() = default;
+
+SymbolDataBase* Private::CreateSymbolDataBase() {
+    return new W32DebugSymbolDataBase;
+}
+
+void SymbolHandler::SingletonInit() {
+    g_instance.Get();
+}
+
+SymbolHandler& SymbolHandler::Instance() {
+    return g_instance.Get();
+}
+
+bool SymbolHandler::Resolve(const void* address, SymbolInfo& info) {
+    info = {};
+    if (Atomic::Get(m_shuttingDown) != 0) {
+        return false;
+    }
+    ProgramModuleDB::Module module;
+    if (!ProgramModuleDB::Instance().FindModule(address, module)) {
+        return false;
+    }
+    CopyText(info.module, module.name);
+    if (m_dataBase != nullptr) {
+        m_dataBase->FindSymbol(address, info);
+    }
+    return true;
+}
+
+void SymbolHandler::SetDataBase(SymbolDataBase* dataBase) {
+    m_dataBase = dataBase;
+}
+
+void SymbolHandler::SetShuttingDown(bool shuttingDown) {
+    Atomic::Exchange(m_shuttingDown, shuttingDown ? 1 : 0);
+}
+
+} // namespace Z4

@@ -1,0 +1,57 @@
+/// @file
+/// How deep the stacks of threads have been seen.
+#pragma once
+
+#include <zelk_core/base/api.h>
+#include <zelk_core/generics/ealallocator.h>
+#include <zelk_core/generics/vector.h>
+#include <zelk_core/os/blockinglock.h>
+
+namespace Z4 {
+
+namespace Private {
+template <class T>
+class Singleton;
+} // namespace Private
+
+/// Threads measure themselves, where they are deep: Sample() costs a lock and a search. Any thread may call anything.
+class Z4_API StackSizeMonitorDb {
+public:
+    struct Entry {
+        unsigned long threadId;
+        unsigned long largestUse; ///< bytes from the stack's beginning, the largest of all samples
+        unsigned long size;       ///< bytes reserved for the stack
+    };
+
+    static void SingletonInit();
+    static void SingletonShutdown();
+    static StackSizeMonitorDb& Instance();
+
+    StackSizeMonitorDb(const StackSizeMonitorDb&) = delete;
+    StackSizeMonitorDb& operator=(const StackSizeMonitorDb&) = delete;
+
+    /// Notes how much of its stack the calling thread uses at this moment; nothing is noted when there is no memory.
+    /// @return the bytes in use.
+    unsigned long Sample();
+
+    /// Threads that have been seen, also those that have ended since.
+    unsigned long GetCount();
+    /// @return false beyond the last.
+    bool GetEntry(unsigned long index, Entry& entry);
+    /// @return false for a thread that never sampled.
+    bool FindThread(unsigned long threadId, Entry& entry);
+    /// Forgets a thread that has ended, whose id the system may give to another.
+    void Forget(unsigned long threadId);
+
+private:
+    friend class Private::Singleton<StackSizeMonitorDb>;
+
+    StackSizeMonitorDb() = default;
+    ~StackSizeMonitorDb() = default;
+    Entry* Find(unsigned long threadId);
+
+    BlockingLock m_lock;
+    Vector<Entry, ZelkAllocator> m_entries;
+};
+
+} // namespace Z4
