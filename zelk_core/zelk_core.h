@@ -17,7 +17,10 @@
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/ealallocator.h>
+#include <zelk_core/generics/fixedvector.h>
 #include <zelk_core/generics/lifecycle.h>
+#include <zelk_core/generics/string.h>
+#include <zelk_core/generics/vector.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/net/berkeleysocket.h>
 #include <zelk_core/net/hostinfo.h>
@@ -48,5 +51,9 @@
 #include <zelk_core/os/time.h>
 #include <zelk_core/os/tlsshortcut.h>
 #include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/dbghelp/lifecycle.h>
+#include <zelk_core/services/dbghelp/programmoduledb.h>
+#include <zelk_core/services/dbghelp/stacksizemonitordb.h>
+#include <zelk_core/services/dbghelp/symbolhandler.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
 #include <zelk_core/services/encryption/lifecycle.h>
