@@ -12,7 +12,7 @@ namespace Z4 {
 
 /// Any thread may call anything. The list is read at the first question, which waits for WinDbgHelp to be ready, and
 /// kept current by its notifications from then on. Where memory runs out, modules are missing in it.
-class Z4_API ProgramModuleDB {
+class ProgramModuleDB {
 public:
     struct Module {
         void* baseAddress;
@@ -21,25 +21,25 @@ public:
         char name[260];
     };
 
-    static void SingletonInit();
+    Z4_API static void SingletonInit();
     /// Ends the observation and forgets the list.
-    static void SingletonShutdown();
-    static ProgramModuleDB& Instance();
+    Z4_API static void SingletonShutdown();
+    Z4_API static ProgramModuleDB& Instance();
 
     ProgramModuleDB(const ProgramModuleDB&) = delete;
     ProgramModuleDB& operator=(const ProgramModuleDB&) = delete;
 
     /// Begins to observe loads and unloads; InitializeDbgHelpService() does.
-    Error Subscribe();
+    Z4_API Error Subscribe();
 
-    unsigned long GetCount();
+    Z4_API unsigned long GetCount();
     /// @return false beyond the last; modules may come and go between two calls.
-    bool GetModule(unsigned long index, Module& module);
+    Z4_API bool GetModule(unsigned long index, Module& module);
     /// @return false when `address` lies in no module.
-    bool FindModule(const void* address, Module& module);
+    Z4_API bool FindModule(const void* address, Module& module);
 
     /// The observer: `context` is the object.
-    static void Z4_CDECL UpdateModulesList(const WinDbgHelp::DllNotificationData& data, void* context);
+    Z4_API static void Z4_CDECL UpdateModulesList(const WinDbgHelp::DllNotificationData& data, void* context);
 
 private:
     friend class Private::Singleton<ProgramModuleDB>;

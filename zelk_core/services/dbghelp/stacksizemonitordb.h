@@ -15,7 +15,7 @@ class Singleton;
 } // namespace Private
 
 /// Threads measure themselves, where they are deep: Sample() costs a lock and a search. Any thread may call anything.
-class Z4_API StackSizeMonitorDb {
+class StackSizeMonitorDb {
 public:
     struct Entry {
         unsigned long threadId;
@@ -23,25 +23,25 @@ public:
         unsigned long size;       ///< bytes reserved for the stack
     };
 
-    static void SingletonInit();
-    static void SingletonShutdown();
-    static StackSizeMonitorDb& Instance();
+    Z4_API static void SingletonInit();
+    Z4_API static void SingletonShutdown();
+    Z4_API static StackSizeMonitorDb& Instance();
 
     StackSizeMonitorDb(const StackSizeMonitorDb&) = delete;
     StackSizeMonitorDb& operator=(const StackSizeMonitorDb&) = delete;
 
     /// Notes how much of its stack the calling thread uses at this moment; nothing is noted when there is no memory.
     /// @return the bytes in use.
-    unsigned long Sample();
+    Z4_API unsigned long Sample();
 
     /// Threads that have been seen, also those that have ended since.
-    unsigned long GetCount();
+    Z4_API unsigned long GetCount();
     /// @return false beyond the last.
-    bool GetEntry(unsigned long index, Entry& entry);
+    Z4_API bool GetEntry(unsigned long index, Entry& entry);
     /// @return false for a thread that never sampled.
-    bool FindThread(unsigned long threadId, Entry& entry);
+    Z4_API bool FindThread(unsigned long threadId, Entry& entry);
     /// Forgets a thread that has ended, whose id the system may give to another.
-    void Forget(unsigned long threadId);
+    Z4_API void Forget(unsigned long threadId);
 
 private:
     friend class Private::Singleton<StackSizeMonitorDb>;

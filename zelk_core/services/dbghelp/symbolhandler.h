@@ -38,21 +38,21 @@ protected:
 
 /// Answers from the modules of ProgramModuleDB and the symbols that WinDbgHelp finds. Any thread; the first question
 /// waits until WinDbgHelp is ready. Between the service's shut-down and its next start everything is unknown.
-class Z4_API SymbolHandler {
+class SymbolHandler {
 public:
-    static void SingletonInit();
-    static SymbolHandler& Instance();
+    Z4_API static void SingletonInit();
+    Z4_API static SymbolHandler& Instance();
 
     SymbolHandler(const SymbolHandler&) = delete;
     SymbolHandler& operator=(const SymbolHandler&) = delete;
 
     /// @return true when at least the module is known; `info` is filled in any case.
-    bool Resolve(const void* address, SymbolInfo& info);
+    Z4_API bool Resolve(const void* address, SymbolInfo& info);
 
     /// The symbols to use, null for none. The handler does not own them.
-    void SetDataBase(SymbolDataBase* dataBase);
+    Z4_API void SetDataBase(SymbolDataBase* dataBase);
     /// From now on, or no longer, nothing is resolved: what it rests on is going.
-    void SetShuttingDown(bool shuttingDown);
+    Z4_API void SetShuttingDown(bool shuttingDown);
 
 private:
     friend class Private::Singleton<SymbolHandler>;

@@ -33,7 +33,7 @@ class Singleton;
 ///
 /// The library is asked for by its bare name, and the system looks beside the program before it looks in its own
 /// folders: whoever can write there can plant another one. SetSystemLibraryOnly() looks in the system's folder alone.
-class Z4_API WinDbgHelp {
+class WinDbgHelp {
 public:
     /// What an observer learns of a module that was loaded or is about to be unloaded. The names end with a zero and
     /// live until the observer returns; longer ones than 259 and 1023 characters are cut.
@@ -52,23 +52,23 @@ public:
 
     static constexpr unsigned long MAX_OBSERVERS = 32;
 
-    static void SingletonInit();
+    Z4_API static void SingletonInit();
     /// Waits for the loader thread, ends the notifications, closes the symbol handler and frees the library.
-    static void SingletonShutdown();
-    static WinDbgHelp& Instance();
+    Z4_API static void SingletonShutdown();
+    Z4_API static WinDbgHelp& Instance();
 
     /// Whether the symbol handler reads the symbols of all modules when it starts; true at first. Set it before the
     /// object is made: InitializeDbgHelpService() does.
-    static void SetLoadSymbols(bool load);
-    static bool GetLoadSymbols();
+    Z4_API static void SetLoadSymbols(bool load);
+    Z4_API static bool GetLoadSymbols();
 
     /// Whether only the system's own folder is searched for `dbghelp.dll`; false at first. Set it before the object is
     /// made.
-    static void SetSystemLibraryOnly(bool only);
+    Z4_API static void SetSystemLibraryOnly(bool only);
 
     /// The version of the file `name`, as its version resource has it, most significant number first.
     /// @return false, with a warning in the log, when there is none, or when it is beyond 64 KiB.
-    static bool GetVersionInfo(const char* name, unsigned short (&version)[4]);
+    Z4_API static bool GetVersionInfo(const char* name, unsigned short (&version)[4]);
 
     WinDbgHelp(const WinDbgHelp&) = delete;
     WinDbgHelp& operator=(const WinDbgHelp&) = delete;
@@ -79,16 +79,16 @@ public:
     const char* GetSymbolPath() const { return m_symbolPath; }
 
     /// True once the loader thread is done; from then on no call waits for it. Never waits.
-    bool IsReady() const;
+    Z4_API bool IsReady() const;
     /// True when the symbol handler is up. Waits for the loader thread.
-    bool IsLoaded();
+    Z4_API bool IsLoaded();
 
     /// Adds an observer behind those registered. ERR_INVALID without a callback, ERR_ALREADY_EXISTS for the same pair
     /// once more, ERR_OUT_OF_RESOURCES beyond MAX_OBSERVERS. One added during a notification is called in it.
-    Error RegisterDllNotificationCallback(DllNotificationCallback callback, void* context);
-    /// ERR_NOT_FOUND when the pair is not registered. An observer may remove itself or others while it is called. A call
-    /// that runs on another thread meanwhile is not waited for.
-    Error UnregisterDllNotificationCallback(DllNotificationCallback callback, void* context);
+    Z4_API Error RegisterDllNotificationCallback(DllNotificationCallback callback, void* context);
+    /// ERR_NOT_FOUND when the pair is not registered. An observer may remove itself or others while it is called. A
+    /// call that runs on another thread meanwhile is not waited for.
+    Z4_API Error UnregisterDllNotificationCallback(DllNotificationCallback callback, void* context);
 
     /// @name Forwarding operations
     /// The system's functions of the same names, with their arguments and results, one at a time.
@@ -103,38 +103,40 @@ public:
     using TranslateAddressCallback = unsigned long long(Z4_STDCALL*)(void* process, void* thread,
                                                                      _tagADDRESS64* address);
 
-    bool SymInitialize(void* process, const char* searchPath, bool invade);
-    bool SymCleanup(void* process);
-    bool SymRefreshModuleList(void* process);
-    unsigned long SymGetOptions();
-    unsigned long SymSetOptions(unsigned long options);
-    bool SymGetModuleInfo64(void* process, unsigned long long address, _IMAGEHLP_MODULE64* module);
-    bool StackWalk64(unsigned long machineType, void* process, void* thread, _tagSTACKFRAME64* frame, void* context,
-                     ReadMemoryCallback readMemory, FunctionTableAccessCallback functionTableAccess,
-                     GetModuleBaseCallback getModuleBase, TranslateAddressCallback translateAddress);
-    void* SymFunctionTableAccess64(void* process, unsigned long long address);
+    Z4_API bool SymInitialize(void* process, const char* searchPath, bool invade);
+    Z4_API bool SymCleanup(void* process);
+    Z4_API bool SymRefreshModuleList(void* process);
+    Z4_API unsigned long SymGetOptions();
+    Z4_API unsigned long SymSetOptions(unsigned long options);
+    Z4_API bool SymGetModuleInfo64(void* process, unsigned long long address, _IMAGEHLP_MODULE64* module);
+    Z4_API bool StackWalk64(unsigned long machineType, void* process, void* thread, _tagSTACKFRAME64* frame,
+                            void* context, ReadMemoryCallback readMemory,
+                            FunctionTableAccessCallback functionTableAccess, GetModuleBaseCallback getModuleBase,
+                            TranslateAddressCallback translateAddress);
+    Z4_API void* SymFunctionTableAccess64(void* process, unsigned long long address);
     /// The function itself, for walking stacks, where it is called without the lock of this class from inside
     /// StackWalk64(); null when there is none.
-    void* GetAddressOfSymFunctionTableAccess64();
+    Z4_API void* GetAddressOfSymFunctionTableAccess64();
     /// Begins anew, up to four times in all, when the list of modules changed while it was read; the callback then
     /// sees modules again.
-    bool EnumerateLoadedModules64(void* process, EnumerateModulesCallback callback, void* context);
-    bool SymSetSearchPath(void* process, const char* path);
-    bool SymGetSymFromAddr64(void* process, unsigned long long address, unsigned long long* displacement,
-                             _IMAGEHLP_SYMBOL64* symbol);
-    bool SymGetLineFromAddr64(void* process, unsigned long long address, unsigned long* displacement,
-                              _IMAGEHLP_LINE64* line);
-    unsigned long long SymLoadModule64(void* process, void* file, const char* imageName, const char* moduleName,
-                                       unsigned long long base, unsigned long size);
-    bool SymUnloadModule64(void* process, unsigned long long base);
-    bool SymFindFileInPath(void* process, const char* path, const char* name, void* id, unsigned long two,
-                           unsigned long three, unsigned long flags, char* found, FindFileCallback callback,
-                           void* context);
+    Z4_API bool EnumerateLoadedModules64(void* process, EnumerateModulesCallback callback, void* context);
+    Z4_API bool SymSetSearchPath(void* process, const char* path);
+    Z4_API bool SymGetSymFromAddr64(void* process, unsigned long long address, unsigned long long* displacement,
+                                    _IMAGEHLP_SYMBOL64* symbol);
+    Z4_API bool SymGetLineFromAddr64(void* process, unsigned long long address, unsigned long* displacement,
+                                     _IMAGEHLP_LINE64* line);
+    Z4_API unsigned long long SymLoadModule64(void* process, void* file, const char* imageName, const char* moduleName,
+                                              unsigned long long base, unsigned long size);
+    Z4_API bool SymUnloadModule64(void* process, unsigned long long base);
+    Z4_API bool SymFindFileInPath(void* process, const char* path, const char* name, void* id, unsigned long two,
+                                  unsigned long three, unsigned long flags, char* found, FindFileCallback callback,
+                                  void* context);
     /// `dumpType` is the system's `MINIDUMP_TYPE`.
-    bool MiniDumpWriteDump(void* process, unsigned long processId, void* file, int dumpType,
-                           _MINIDUMP_EXCEPTION_INFORMATION* exception, _MINIDUMP_USER_STREAM_INFORMATION* userStream,
-                           _MINIDUMP_CALLBACK_INFORMATION* callback);
-    _IMAGE_NT_HEADERS* ImageNtHeader(void* base);
+    Z4_API bool MiniDumpWriteDump(void* process, unsigned long processId, void* file, int dumpType,
+                                  _MINIDUMP_EXCEPTION_INFORMATION* exception,
+                                  _MINIDUMP_USER_STREAM_INFORMATION* userStream,
+                                  _MINIDUMP_CALLBACK_INFORMATION* callback);
+    Z4_API _IMAGE_NT_HEADERS* ImageNtHeader(void* base);
     /// @}
 
 private:

@@ -175,8 +175,7 @@ WinDbgHelp::WinDbgHelp() : m_invadeProcess(g_loadSymbols) {
     m_symbolPath[0] = '\0';
     AppendToPath(m_symbolPath, [](char* to, DWORD room) { return GetCurrentDirectoryA(room, to); });
     for (const char* variable : {"_NT_SYMBOL_PATH", "_NT_ALTERNATE_SYMBOL_PATH"}) {
-        AppendToPath(m_symbolPath,
-                     [=](char* to, DWORD room) { return GetEnvironmentVariableA(variable, to, room); });
+        AppendToPath(m_symbolPath, [=](char* to, DWORD room) { return GetEnvironmentVariableA(variable, to, room); });
     }
     m_thread = reinterpret_cast<void*>(_beginthreadex(nullptr, STACK_SIZE, EnterLoader, this, 0, nullptr));
     if (m_thread == nullptr) {
@@ -435,8 +434,7 @@ bool WinDbgHelp::SymSetSearchPath(void* process, const char* path) {
 
 bool WinDbgHelp::SymGetSymFromAddr64(void* process, unsigned long long address, unsigned long long* displacement,
                                      _IMAGEHLP_SYMBOL64* symbol) {
-    return Forward<decltype(::SymGetSymFromAddr64)>(SYM_GET_SYM_FROM_ADDR, process, address, displacement, symbol) !=
-           0;
+    return Forward<decltype(::SymGetSymFromAddr64)>(SYM_GET_SYM_FROM_ADDR, process, address, displacement, symbol) != 0;
 }
 
 bool WinDbgHelp::SymGetLineFromAddr64(void* process, unsigned long long address, unsigned long* displacement,
@@ -444,8 +442,8 @@ bool WinDbgHelp::SymGetLineFromAddr64(void* process, unsigned long long address,
     return Forward<decltype(::SymGetLineFromAddr64)>(SYM_GET_LINE_FROM_ADDR, process, address, displacement, line) != 0;
 }
 
-unsigned long long WinDbgHelp::SymLoadModule64(void* process, void* file, const char* imageName,
-                                               const char* moduleName, unsigned long long base, unsigned long size) {
+unsigned long long WinDbgHelp::SymLoadModule64(void* process, void* file, const char* imageName, const char* moduleName,
+                                               unsigned long long base, unsigned long size) {
     return Forward<decltype(::SymLoadModule64)>(SYM_LOAD_MODULE, process, file, imageName, moduleName, base, size);
 }
 
