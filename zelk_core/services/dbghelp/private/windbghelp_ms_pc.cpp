@@ -1,7 +1,5 @@
 #include <windows.h>
 
-#include <winternl.h>
-
 #include <dbghelp.h>
 
 #include <cstddef>
@@ -12,7 +10,6 @@
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/atomic.h>
-#include <zelk_core/os/autolock.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
 
 namespace Z4 {
@@ -30,7 +27,19 @@ constexpr int ATTEMPTS = 4;
 constexpr unsigned long NO_VERSION_LINE = 655;
 constexpr unsigned long VERSION_TOO_LARGE_LINE = 662;
 
-using Guard = AutoLock<BlockingLock>;
+/// The platform's lock inside a BlockingLock, directly: the calls that it guards are as short as one layer more.
+class Guard {
+public:
+    explicit Guard(BlockingLock& lock) : m_section(reinterpret_cast<CRITICAL_SECTION*>(&lock)) {
+        EnterCriticalSection(m_section);
+    }
+    ~Guard() { LeaveCriticalSection(m_section); }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+private:
+    CRITICAL_SECTION* m_section;
+};
 
 constinit Private::Singleton<WinDbgHelp> g_instance;
 constinit bool g_loadSymbols = true;
@@ -81,14 +90,6 @@ constexpr struct {
 };
 
 // The loader's notifications, which the system's headers do not declare.
-constexpr ULONG MODULE_LOADED = 1;
-struct LoaderNotification {
-    ULONG flags;
-    const UNICODE_STRING* fullName;
-    const UNICODE_STRING* baseName;
-    void* base;
-    ULONG size;
-};
 using RegisterFunction = LONG(NTAPI*)(ULONG flags, void(Z4_STDCALL* callback)(ULONG, const void*, void*), void* context,
                                       void** cookie);
 using UnregisterFunction = LONG(NTAPI*)(void* cookie);
@@ -98,14 +99,6 @@ Function FindInNtdll(const char* name) {
     // Through void (*)(), the one pointer to function that converts to all others without a warning.
     return reinterpret_cast<Function>(
         reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleA("ntdll.dll"), name)));
-}
-
-template <std::size_t SIZE>
-void CopyName(wchar_t (&to)[SIZE], const UNICODE_STRING* from) {
-    std::size_t length = from->Length / sizeof(wchar_t);
-    length = length < SIZE ? length : SIZE - 1;
-    std::memcpy(to, from->Buffer, length * sizeof(wchar_t));
-    to[length] = L'\0';
 }
 
 /// Appends what `read` gives for a buffer and its size, behind a semicolon; nothing when it gives nothing or too much.
@@ -141,7 +134,9 @@ auto WinDbgHelp::Call(int slot, Arguments... arguments) {
 
 template <class Function, class... Arguments>
 auto WinDbgHelp::Forward(int slot, Arguments... arguments) {
-    WaitUntilReady();
+    if (!IsReady()) {
+        WaitUntilReady();
+    }
     const Guard guard(m_lock);
     return Call<Function>(slot, arguments...);
 }
@@ -296,74 +291,6 @@ void WinDbgHelp::WaitUntilReady() {
         suspensions = ResumeThread(m_thread);
     } while (suspensions != 0 && suspensions != static_cast<DWORD>(-1));
     WaitForSingleObject(m_thread, INFINITE);
-}
-
-Error WinDbgHelp::RegisterDllNotificationCallback(DllNotificationCallback callback, void* context) {
-    if (callback == nullptr) {
-        return ERR_INVALID;
-    }
-    const Guard guard(m_observersLock);
-    for (unsigned long i = 0; i < m_observerCount; ++i) {
-        if (m_observers[i].callback == callback && m_observers[i].context == context) {
-            return ERR_ALREADY_EXISTS;
-        }
-    }
-    if (m_observerCount == MAX_OBSERVERS) {
-        return ERR_OUT_OF_RESOURCES;
-    }
-    m_observers[m_observerCount++] = {callback, context};
-    return ERR_OK;
-}
-
-Error WinDbgHelp::UnregisterDllNotificationCallback(DllNotificationCallback callback, void* context) {
-    const Guard guard(m_observersLock);
-    unsigned long index = 0;
-    while (index < m_observerCount &&
-           (m_observers[index].callback != callback || m_observers[index].context != context)) {
-        ++index;
-    }
-    if (index == m_observerCount) {
-        return ERR_NOT_FOUND;
-    }
-    --m_observerCount;
-    std::memmove(&m_observers[index], &m_observers[index + 1], (m_observerCount - index) * sizeof(Observer));
-    for (Cursor* cursor = m_cursors; cursor != nullptr; cursor = cursor->outer) {
-        cursor->next -= index < cursor->next ? 1 : 0;
-    }
-    return ERR_OK;
-}
-
-void Z4_STDCALL WinDbgHelp::OnNotification(unsigned long reason, const void* data, void* object) {
-    WinDbgHelp& self = *static_cast<WinDbgHelp*>(object);
-    const LoaderNotification& module = *static_cast<const LoaderNotification*>(data);
-    const Guard guard(self.m_observersLock);
-    if (self.m_observerCount == 0) {
-        return;
-    }
-    LARGE_INTEGER now;
-    QueryPerformanceCounter(&now);
-    wchar_t baseName[260];
-    wchar_t fullName[1024];
-    CopyName(baseName, module.baseName);
-    CopyName(fullName, module.fullName);
-    self.Notify({now.QuadPart, module.base, module.size, baseName, fullName, reason != MODULE_LOADED});
-}
-
-void WinDbgHelp::Notify(const DllNotificationData& data) {
-    Cursor cursor{0, m_cursors};
-    m_cursors = &cursor;
-    while (cursor.next < m_observerCount) {
-        const Observer observer = m_observers[cursor.next++];
-        m_observersLock.Unlock();
-        observer.callback(data, observer.context);
-        m_observersLock.Lock();
-    }
-    // Not always the innermost: another thread may have begun meanwhile.
-    Cursor** link = &m_cursors;
-    while (*link != &cursor) {
-        link = &(*link)->outer;
-    }
-    *link = cursor.outer;
 }
 
 bool WinDbgHelp::SymInitialize(void* process, const char* searchPath, bool invade) {

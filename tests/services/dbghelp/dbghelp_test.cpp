@@ -1,0 +1,204 @@
+// The debug services over the system's own debug-help library.
+#include <tests/support/testhost.h>
+
+#include <windows.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <vector>
+#include <zelk_core/base/version.h>
+#include <zelk_core/services/dbghelp/lifecycle.h>
+#include <zelk_core/services/dbghelp/programmoduledb.h>
+#include <zelk_core/services/dbghelp/stacksizemonitordb.h>
+#include <zelk_core/services/dbghelp/symbolhandler.h>
+#include <zelk_core/services/dbghelp/windbghelp.h>
+
+/// In a library of its own, landmark.cpp.
+extern "C" __declspec(dllimport) int ZelkTestLandmark(int value);
+
+namespace {
+
+using namespace Z4;
+
+// A library that nothing here loads by itself.
+constexpr char STRANGER[] = "avifil32.dll";
+
+class DbgHelpTest : public testing::Test {
+protected:
+    // Without symbols, which take seconds to read.
+    DbgHelpTest() { InitializeDbgHelpService(false); }
+    ~DbgHelpTest() override { ShutdownDbgHelpService(); }
+};
+
+struct Event {
+    std::string observer;
+    std::wstring baseName;
+    std::wstring fullName;
+    void* base;
+    unsigned long size;
+    bool unloaded;
+};
+
+/// Notes what it is told of the stranger.
+struct Observer {
+    const char* name;
+    std::vector<Event>* events;
+    void (*action)(Observer& self) = nullptr;
+    Observer* other = nullptr;
+
+    static void Z4_CDECL Call(const WinDbgHelp::DllNotificationData& data, void* context) {
+        Observer& self = *static_cast<Observer*>(context);
+        if (_wcsicmp(data.baseName, L"avifil32.dll") != 0) {
+            return;
+        }
+        EXPECT_NE(data.timeStamp, 0);
+        self.events->push_back({self.name, data.baseName, data.fullName, data.baseAddress, data.size, data.unloaded});
+        if (self.action != nullptr) {
+            self.action(self);
+        }
+    }
+};
+
+TEST_F(DbgHelpTest, TellsOfLoadsAndUnloads) {
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    ASSERT_TRUE(debugHelp.IsLoaded());
+    std::vector<Event> events;
+    Observer observer{"first", &events};
+    ASSERT_EQ(debugHelp.RegisterDllNotificationCallback(Observer::Call, &observer), ERR_OK);
+    const HMODULE module = LoadLibraryA(STRANGER);
+    ASSERT_NE(module, nullptr);
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].base, static_cast<void*>(module));
+    EXPECT_GE(events[0].size, 4096u);
+    EXPECT_NE(events[0].fullName.find(L"\\"), std::wstring::npos);
+    EXPECT_FALSE(events[0].unloaded);
+
+    ProgramModuleDB::Module found;
+    EXPECT_TRUE(ProgramModuleDB::Instance().FindModule(module, found));
+    EXPECT_EQ(found.baseAddress, static_cast<void*>(module));
+    EXPECT_EQ(found.size, events[0].size);
+    FreeLibrary(module);
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_TRUE(events[1].unloaded);
+    EXPECT_EQ(events[1].base, static_cast<void*>(module));
+    EXPECT_FALSE(ProgramModuleDB::Instance().FindModule(module, found));
+
+    EXPECT_EQ(debugHelp.UnregisterDllNotificationCallback(Observer::Call, &observer), ERR_OK);
+    FreeLibrary(LoadLibraryA(STRANGER));
+    EXPECT_EQ(events.size(), 2u);
+}
+
+TEST_F(DbgHelpTest, ObserversComeAndGoDuringANotification) {
+    static WinDbgHelp* debugHelp;
+    debugHelp = &WinDbgHelp::Instance();
+    debugHelp->IsLoaded();
+    std::vector<Event> events;
+    Observer fourth{"4", &events};
+    Observer third{"3", &events};
+    Observer second{"2", &events};
+    Observer first{"1", &events};
+    // The first removes itself and the third, and adds the fourth.
+    first.other = &third;
+    third.other = &fourth;
+    first.action = [](Observer& self) {
+        debugHelp->UnregisterDllNotificationCallback(Observer::Call, &self);
+        debugHelp->UnregisterDllNotificationCallback(Observer::Call, self.other);
+        debugHelp->RegisterDllNotificationCallback(Observer::Call, self.other->other);
+    };
+    for (Observer* observer : {&first, &second, &third}) {
+        ASSERT_EQ(debugHelp->RegisterDllNotificationCallback(Observer::Call, observer), ERR_OK);
+    }
+    FreeLibrary(LoadLibraryA(STRANGER));
+    std::string order;
+    for (const Event& event : events) {
+        order += event.observer;
+    }
+    EXPECT_EQ(order, "12424");
+    EXPECT_EQ(debugHelp->UnregisterDllNotificationCallback(Observer::Call, &first), ERR_NOT_FOUND);
+    EXPECT_EQ(debugHelp->UnregisterDllNotificationCallback(Observer::Call, &second), ERR_OK);
+    EXPECT_EQ(debugHelp->UnregisterDllNotificationCallback(Observer::Call, &fourth), ERR_OK);
+}
+
+TEST_F(DbgHelpTest, ObserversAreLimited) {
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    std::vector<Event> events;
+    std::vector<Observer> observers(WinDbgHelp::MAX_OBSERVERS, Observer{"", &events});
+    // One place is the module list's.
+    for (unsigned long i = 0; i + 1 < WinDbgHelp::MAX_OBSERVERS; ++i) {
+        ASSERT_EQ(debugHelp.RegisterDllNotificationCallback(Observer::Call, &observers[i]), ERR_OK);
+    }
+    EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(Observer::Call, &observers[0]), ERR_ALREADY_EXISTS);
+    EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(Observer::Call, &observers.back()), ERR_OUT_OF_RESOURCES);
+    EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(nullptr, nullptr), ERR_INVALID);
+}
+
+TEST(DbgHelpSymbolsTest, NamesFunctionFileAndLine) {
+    InitializeDbgHelpService();
+    SymbolInfo info;
+    const char* const address = reinterpret_cast<const char*>(&ZelkTestLandmark);
+    ASSERT_TRUE(SymbolHandler::Instance().Resolve(address + 1, info));
+    EXPECT_THAT(info.module, testing::HasSubstr("dbghelp_landmark"));
+    EXPECT_THAT(info.function, testing::HasSubstr("ZelkTestLandmark"));
+    EXPECT_EQ(info.displacement, 1u);
+    EXPECT_THAT(info.file, testing::HasSubstr("landmark.cpp"));
+    EXPECT_NE(info.line, 0u);
+    const int local = ZelkTestLandmark(0);
+    EXPECT_FALSE(SymbolHandler::Instance().Resolve(&local, info)) << "no module";
+    EXPECT_STREQ(info.module, "");
+    ShutdownDbgHelpService();
+}
+
+TEST_F(DbgHelpTest, ServicesStartAgain) {
+    InitializeDbgHelpService(false);
+    ShutdownDbgHelpService();
+    SymbolInfo info;
+    EXPECT_TRUE(SymbolHandler::Instance().Resolve(reinterpret_cast<const char*>(&ZelkTestLandmark), info)) << "nested";
+    ShutdownDbgHelpService();
+    EXPECT_FALSE(SymbolHandler::Instance().Resolve(reinterpret_cast<const char*>(&ZelkTestLandmark), info));
+    InitializeDbgHelpService(false);
+    EXPECT_TRUE(SymbolHandler::Instance().Resolve(reinterpret_cast<const char*>(&ZelkTestLandmark), info));
+}
+
+Z4_NOINLINE unsigned long SampleDeep(unsigned depth) {
+    volatile unsigned char frame[1024];
+    frame[depth] = 0;
+    return (depth == 0 ? StackSizeMonitorDb::Instance().Sample() : SampleDeep(depth - 1)) + frame[depth];
+}
+
+TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
+    StackSizeMonitorDb& monitor = StackSizeMonitorDb::Instance();
+    unsigned long deep = 0;
+    DWORD id = 0;
+    std::thread([&] {
+        id = GetCurrentThreadId();
+        const unsigned long flat = monitor.Sample();
+        deep = SampleDeep(50);
+        EXPECT_GE(deep, flat + 50 * 1024);
+        monitor.Sample();
+    }).join();
+    StackSizeMonitorDb::Entry entry;
+    ASSERT_TRUE(monitor.FindThread(id, entry));
+    EXPECT_EQ(entry.largestUse, deep);
+    EXPECT_GT(entry.size, deep);
+    EXPECT_FALSE(monitor.FindThread(GetCurrentThreadId(), entry));
+    EXPECT_EQ(monitor.GetCount(), 1u);
+    EXPECT_TRUE(monitor.GetEntry(0, entry));
+    monitor.Forget(id);
+    EXPECT_FALSE(monitor.GetEntry(0, entry));
+}
+
+TEST_F(DbgHelpTest, VersionOfAFile) {
+    const ZelkTest::LogCapture log;
+    unsigned short version[4] = {};
+    ASSERT_TRUE(WinDbgHelp::GetVersionInfo("zelk_core_win32DLL.dll", version));
+    EXPECT_THAT(version, testing::ElementsAre(4, 3, 2, 0));
+    EXPECT_FALSE(WinDbgHelp::GetVersionInfo("no such file.dll", version));
+    ASSERT_EQ(log.Lines().size(), 1u);
+    EXPECT_EQ(log.Lines()[0].text,
+              "[Z4::WinDbgHelp] EAL_LOG_WARNING: Cannot read the version info of no such file.dll\n");
+    EXPECT_EQ(log.Lines()[0].level, static_cast<unsigned>(EAL_LOG_WARNING));
+}
+
+} // namespace

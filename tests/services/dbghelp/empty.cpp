@@ -1,0 +1,4 @@
+// A library without functions.
+namespace {
+[[maybe_unused]] constexpr int NOTHING = 0;
+}

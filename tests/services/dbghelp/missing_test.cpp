@@ -1,0 +1,36 @@
+// Runs twice: without any debug-help library, and with one that has none of the functions.
+#include <tests/support/testhost.h>
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <zelk_core/os/lifecycle.h>
+#include <zelk_core/services/dbghelp/windbghelp.h>
+
+namespace {
+
+using namespace Z4;
+
+TEST(MissingLibraryTest, EveryCallFailsAndNoneBlocks) {
+    InitializeOS();
+    {
+        const ZelkTest::LogCapture log;
+        WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+        const HANDLE process = GetCurrentProcess();
+        EXPECT_FALSE(debugHelp.IsLoaded());
+        SetLastError(0);
+        EXPECT_EQ(debugHelp.SymGetOptions(), 0u);
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
+        EXPECT_FALSE(debugHelp.StackWalk64(0, process, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
+        EXPECT_FALSE(debugHelp.EnumerateLoadedModules64(process, nullptr, nullptr));
+        EXPECT_EQ(debugHelp.GetAddressOfSymFunctionTableAccess64(), nullptr);
+        EXPECT_EQ(debugHelp.SymLoadModule64(process, nullptr, nullptr, nullptr, 0, 0), 0u);
+        EXPECT_EQ(debugHelp.ImageNtHeader(nullptr), nullptr);
+        WinDbgHelp::SingletonShutdown();
+        const bool loads = GetModuleHandleA("dbghelp.dll") != nullptr || LoadLibraryA("dbghelp.dll") != nullptr;
+        EXPECT_EQ(log.Lines().size(), loads ? 0u : 1u) << "the module wrapper's";
+    }
+    ShutdownOS();
+}
+
+} // namespace
