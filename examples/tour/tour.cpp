@@ -43,6 +43,7 @@ int main(int argc, char** argv) {
     TourHashes(content);
     TourThreads(content);
     TourNetwork(content);
+    TourDebugHelp();
     Z4::ShutdownBase();
 
     const std::size_t left = ZelkHost::ReportLeaks();

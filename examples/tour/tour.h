@@ -15,3 +15,4 @@ void TourHashes(const std::string& content);
 void TourThreads(const std::string& content);
 void TourFormatter(const char* path, const std::string& content);
 void TourNetwork(const std::string& content);
+void TourDebugHelp();
