@@ -46,7 +46,7 @@ TEST(String, CountsReferencesFromManyThreads) {
         std::thread threads[4];
         for (std::thread& thread : threads) {
             thread = std::thread([&shared] {
-                for (int i = 0; i < 20000; ++i) {
+                for (int i = 0; i < 200000; ++i) {
                     const ZelkString copy = shared;
                     const ZelkString another(copy);
                     ASSERT_EQ(another.Size(), 6u);
