@@ -1,15 +1,12 @@
 // Vector beside std::vector. Ours takes its memory from the reference host's plain table, the peer from the C++ heap.
 #include <benchmark/benchmark.h>
 #include <host/zelkhost.h>
-#include <numeric>
-#include <string>
 #include <vector>
-#include <zelk_core/generics/string.h>
 #include <zelk_core/generics/vector.h>
 
 namespace {
 
-constexpr unsigned MILLION = 1000000;
+constexpr int MILLION = 1000000;
 
 // One interface for both.
 template <class T>
@@ -30,8 +27,8 @@ void PushReused(benchmark::State& state) {
     Vector vector;
     for (auto _ : state) {
         vector.Empty();
-        for (unsigned i = 0; i < MILLION; ++i) {
-            vector.Push(static_cast<int>(i));
+        for (int i = 0; i < MILLION; ++i) {
+            vector.Push(i);
         }
         benchmark::DoNotOptimize(&vector);
         benchmark::ClobberMemory();
@@ -42,11 +39,11 @@ BENCHMARK(PushReused<Peer<int>>)->Name("push_reused/std/1000000");
 
 template <class Vector>
 void PushGrowing(benchmark::State& state) {
-    const auto count = static_cast<unsigned>(state.range(0));
+    const auto count = static_cast<int>(state.range(0));
     for (auto _ : state) {
         Vector vector;
-        for (unsigned i = 0; i < count; ++i) {
-            vector.Push(static_cast<int>(i));
+        for (int i = 0; i < count; ++i) {
+            vector.Push(i);
         }
         benchmark::DoNotOptimize(&vector);
         benchmark::ClobberMemory();
@@ -56,17 +53,17 @@ BENCHMARK(PushGrowing<Ours<int>>)->Name("push_growing/zelk")->Arg(1000)->Arg(MIL
 BENCHMARK(PushGrowing<Peer<int>>)->Name("push_growing/std")->Arg(1000)->Arg(MILLION);
 
 template <class Vector>
-Vector Filled(unsigned count) {
+Vector Filled(const benchmark::State& state) {
     Vector vector;
-    for (unsigned i = 0; i < count; ++i) {
-        vector.Push(static_cast<int>(i));
+    for (int i = 0; i < state.range(0); ++i) {
+        vector.Push(i);
     }
     return vector;
 }
 
 template <class Vector>
 void Iterate(benchmark::State& state) {
-    const auto vector = Filled<Vector>(static_cast<unsigned>(state.range(0)));
+    const auto vector = Filled<Vector>(state);
     for (auto _ : state) {
         int sum = 0;
         for (const int element : vector) {
@@ -80,7 +77,7 @@ BENCHMARK(Iterate<Peer<int>>)->Name("iterate/std")->Arg(10000);
 
 template <class Vector>
 void IndexRead(benchmark::State& state) {
-    const auto vector = Filled<Vector>(static_cast<unsigned>(state.range(0)));
+    const auto vector = Filled<Vector>(state);
     for (auto _ : state) {
         int sum = 0;
         for (unsigned i = 0; i < vector.Count(); ++i) {
@@ -94,7 +91,7 @@ BENCHMARK(IndexRead<Peer<int>>)->Name("index_read/std")->Arg(10000);
 
 template <class Vector>
 void IndexWrite(benchmark::State& state) {
-    auto vector = Filled<Vector>(static_cast<unsigned>(state.range(0)));
+    auto vector = Filled<Vector>(state);
     for (auto _ : state) {
         for (unsigned i = 0; i < vector.Count(); ++i) {
             vector[i] += 3;

@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
     TourPlatform();
     TourFormatter(path, content);
     TourHashes(content);
+    TourContainers(content);
     TourThreads(content);
     TourNetwork(content);
     TourDebugHelp();

@@ -12,6 +12,7 @@ void Chapter(const char* room, const char* title);
 void TourPlatform();
 void TourStartUp();
 void TourHashes(const std::string& content);
+void TourContainers(const std::string& content);
 void TourThreads(const std::string& content);
 void TourFormatter(const char* path, const std::string& content);
 void TourNetwork(const std::string& content);

@@ -28,6 +28,7 @@ public:
         --alive;
     }
     Counted& operator=(const Counted&) = delete;
+    static void* operator new(std::size_t) = delete; // must not hide the placement
 
     int Value() const {
         Check();

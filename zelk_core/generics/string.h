@@ -59,6 +59,21 @@ void MoveText(Char* to, const Char* from, unsigned size) {
     }
 }
 
+/// `end` when it is not there.
+template <class Char>
+const Char* FindCharacter(const Char* begin, const Char* end, Char character) {
+    if constexpr (sizeof(Char) == 1) {
+        const void* const found = std::memchr(begin, character, static_cast<std::size_t>(end - begin));
+        return found != nullptr ? static_cast<const Char*>(found) : end;
+    } else {
+        const Char* at = begin;
+        while (at != end && *at != character) {
+            ++at;
+        }
+        return at;
+    }
+}
+
 template <class Char>
 void FillText(Char* to, unsigned count, Char character) {
     for (unsigned i = 0; i < count; ++i) {
@@ -236,15 +251,18 @@ public:
     /// Size().
     unsigned Find(View text, unsigned from = 0) const {
         const unsigned size = Size();
-        if (text.Size() > size) {
+        if (text.Size() > size || from > size - text.Size()) {
             return NPOS;
         }
-        for (unsigned i = from; i <= size - text.Size(); ++i) {
-            if (Private::CompareText(CStr() + i, text.Data(), text.Size()) == 0) {
-                return i;
-            }
+        if (text.Size() == 0) {
+            return from;
         }
-        return NPOS;
+        const Char* const behind = end() - text.Size() + 1;
+        const Char* at = Private::FindCharacter(begin() + from, behind, *text.Data());
+        while (at != behind && Private::CompareText(at, text.Data(), text.Size()) != 0) {
+            at = Private::FindCharacter(at + 1, behind, *text.Data());
+        }
+        return at != behind ? static_cast<unsigned>(at - begin()) : NPOS;
     }
     unsigned Find(Char character, unsigned from = 0) const { return Find(View(&character, 1), from); }
     /// The same from `from` backwards.

@@ -2,12 +2,12 @@
 /// The library's dynamic array, in memory of its own or in a buffer of the caller's.
 ///
 /// It grows by half its capacity, never by less than is needed: 1, 2, 3, 4, 6, 9, ... A vector that outgrows a fixed
-/// buffer goes on in memory of its own. Whatever moves elements or removes them invalidates pointers to them. Arguments
-/// may refer to elements of the very vector that they are passed to. Elements must not throw.
+/// buffer goes on in memory of its own. Pointers to elements hold until elements are moved or removed. Arguments may
+/// refer to elements of the very vector that they are passed to. Elements must not throw. One thread at a time.
 ///
 /// When the host refuses memory for growth, the vector loses its elements: they are destroyed, it is empty,
-/// WasRefused() is true, and whatever is inserted later is dropped. Assignment and Clear() make it usable again, and so
-/// does a Reserve() beyond Capacity(), which is the one that was refused. No other thread may use a vector meanwhile.
+/// WasRefused() is true, Capacity() tells what was asked for, and whatever is inserted later is dropped. Assignment and
+/// Clear() make it usable again, and so does a Reserve() beyond Capacity() that is granted.
 #pragma once
 
 #include <compare>
@@ -380,9 +380,9 @@ private:
     template <class... Arguments>
     static void Construct(T* place, Arguments&&... arguments) {
         if constexpr (std::is_constructible_v<T, Arguments...>) {
-            new (static_cast<void*>(place)) T(std::forward<Arguments>(arguments)...);
+            ::new (static_cast<void*>(place)) T(std::forward<Arguments>(arguments)...);
         } else {
-            new (static_cast<void*>(place)) T{std::forward<Arguments>(arguments)...};
+            ::new (static_cast<void*>(place)) T{std::forward<Arguments>(arguments)...};
         }
     }
     static void Destroy(T* elements, unsigned count) {
