@@ -1,7 +1,7 @@
 # Third-party code, none of it in this repository: Debian packages and the unpacked sources of scripts/setup.
 find_package(Threads)
 
-if(NOT ZELK_FUZZ)
+if(NOT ZELK_FUZZ AND NOT ZELK_MS_ABI)
     set(INSTALL_GTEST OFF)
     add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 endif()
@@ -9,9 +9,11 @@ endif()
 add_library(zelk_xxhash_reference INTERFACE)
 target_include_directories(zelk_xxhash_reference SYSTEM INTERFACE ${ZELK_DEPS}/xxhash)
 
-find_package(ZLIB REQUIRED)
+if(NOT ZELK_MS_ABI)
+    find_package(ZLIB REQUIRED)
+endif()
 
-if(WIN32)
+if(WIN32 AND NOT ZELK_MS_ABI)
     set(BENCHMARK_ENABLE_TESTING OFF)
     set(BENCHMARK_ENABLE_INSTALL OFF)
     set(BENCHMARK_ENABLE_WERROR OFF)

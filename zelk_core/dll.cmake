@@ -12,18 +12,24 @@ set_target_properties(zelk_core PROPERTIES
     LINKER_LANGUAGE C
     # Makes a target that compiles each public header alone; `make test` builds it.
     VERIFY_INTERFACE_HEADER_SETS ON)
-# CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.
-set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
-target_link_options(zelk_core PRIVATE
-    -static-libgcc -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
+if(ZELK_MS_ABI)
+    target_link_libraries(zelk_core PRIVATE zelk_msabi_dll)
+    set(symbols $<TARGET_PDB_FILE:zelk_core>)
+else()
+    # CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.
+    set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
+    target_link_options(zelk_core PRIVATE
+        -static-libgcc -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
 
-# Symbols go beside the DLL, and the DLL says where they are; a debugger finds them by itself. Without a fixed date,
-# objcopy would stamp both files with today's.
-set(objcopy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
-add_custom_command(TARGET zelk_core POST_BUILD
-    COMMAND ${objcopy} --only-keep-debug $<TARGET_FILE:zelk_core> $<TARGET_FILE:zelk_core>.debug
-    COMMAND ${objcopy} --strip-debug --add-gnu-debuglink=$<TARGET_FILE:zelk_core>.debug $<TARGET_FILE:zelk_core>
-    VERBATIM)
+    # Symbols go beside the DLL, and the DLL says where they are; a debugger finds them by itself. Without a fixed date,
+    # objcopy would stamp both files with today's.
+    set(objcopy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
+    add_custom_command(TARGET zelk_core POST_BUILD
+        COMMAND ${objcopy} --only-keep-debug $<TARGET_FILE:zelk_core> $<TARGET_FILE:zelk_core>.debug
+        COMMAND ${objcopy} --strip-debug --add-gnu-debuglink=$<TARGET_FILE:zelk_core>.debug $<TARGET_FILE:zelk_core>
+        VERBATIM)
+    set(symbols $<TARGET_FILE:zelk_core>.debug)
+endif()
 
 # The umbrella header includes every public header and nothing else.
 file(STRINGS zelk_core.h umbrella REGEX "^#include")
@@ -37,7 +43,7 @@ endif()
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 install(TARGETS zelk_core EXPORT zelk_core_targets FILE_SET HEADERS)
-install(FILES $<TARGET_FILE:zelk_core>.debug DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${symbols} DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(EXPORT zelk_core_targets NAMESPACE zelk_core:: FILE zelk_core-config.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelk_core)
 write_basic_package_version_file(zelk_core-config-version.cmake COMPATIBILITY SameMinorVersion)

@@ -7,10 +7,17 @@
 
 #if defined(_MSC_VER)
 #    define Z4_NOINLINE __declspec(noinline)
-/// For a function that reads, on purpose and harmlessly, past the end of an object within an aligned block of memory.
-#    define Z4_NO_SANITIZE_ADDRESS __declspec(no_sanitize_address)
+/// Whether the compiler's own thread-local variables are the system's; else they are a run-time library's.
+#    define Z4_NATIVE_THREAD_LOCAL 1
 #else
 #    define Z4_NOINLINE __attribute__((noinline))
+#    define Z4_NATIVE_THREAD_LOCAL 0
+#endif
+
+/// For a function that reads, on purpose and harmlessly, past the end of an object within an aligned block of memory.
+#if defined(_MSC_VER) && !defined(__clang__)
+#    define Z4_NO_SANITIZE_ADDRESS __declspec(no_sanitize_address)
+#else
 #    define Z4_NO_SANITIZE_ADDRESS __attribute__((no_sanitize_address))
 #endif
 

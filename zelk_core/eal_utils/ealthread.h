@@ -89,7 +89,7 @@ private:
     eal_thread_priority m_priority = EAL_THREAD_PRIORITY_NORMAL;
     bool m_startSuspended = false;
     bool m_beingDestroyed = false;
-    unsigned char m_reserved[2] = {}; // Derived classes begin behind it, whoever compiles them.
+    [[maybe_unused]] unsigned char m_reserved[2] = {}; // Derived classes begin behind it, whoever compiles them.
 };
 
 } // namespace Z4

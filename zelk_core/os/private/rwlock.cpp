@@ -2,7 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
-#include <zelk_core/os/private/threadlocal_gcc.h>
+#include <zelk_core/os/private/threadlocal.h>
 #include <zelk_core/os/rwlock.h>
 
 namespace Z4 {
