@@ -13,7 +13,11 @@ string(COMPARE EQUAL "${CMAKE_CXX_SIMULATE_ID}" MSVC ZELK_MS_ABI)
 # processors made some loops 2 to 3.5 times slower on current ones.
 add_compile_options(-msse2 -mfpmath=sse -mtune=generic)
 # Build folders must not show in the output, so that two checkouts give the same bits.
-add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build
+    -ffile-prefix-map=${ZELK_DEPS}=deps)
+if(ZELK_MS_ABI)
+    add_compile_options(-fdebug-compilation-dir=. -gno-codeview-command-line)
+endif()
 if(ZELK_SANITIZE)
     add_compile_options(-fsanitize=${ZELK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${ZELK_SANITIZE})

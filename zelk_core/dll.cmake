@@ -13,7 +13,9 @@ set_target_properties(zelk_core PROPERTIES
     # Makes a target that compiles each public header alone; `make test` builds it.
     VERIFY_INTERFACE_HEADER_SETS ON)
 if(ZELK_MS_ABI)
-    target_link_libraries(zelk_core PRIVATE zelk_msabi_dll)
+    target_link_libraries(zelk_core PRIVATE $<BUILD_INTERFACE:zelk_msabi_dll>)
+    set(launcher ${PROJECT_SOURCE_DIR}/msabi/compile ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER_LAUNCHER})
+    set_target_properties(zelk_core PROPERTIES CXX_COMPILER_LAUNCHER "${launcher}")
     set(symbols $<TARGET_PDB_FILE:zelk_core>)
 else()
     # CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.

@@ -1,0 +1,113 @@
+#include "check.h"
+
+#include <algorithm>
+#include <zelk_core/zelk_core.h>
+
+namespace {
+
+constexpr unsigned THREADS = 4;
+constexpr unsigned ROUNDS = 1000;
+
+struct Shared {
+    Z4::AdaptiveLock lock;
+    Z4::RWLock readersWriter;
+    Z4::CondVariable changed;
+    Z4::Semaphore permits{0, THREADS, "permits"};
+    Z4::Event allowed{false, false, "allowed"};
+    Z4::ThreadBarrier barrier{THREADS, "rounds"};
+    unsigned count = 0;   ///< under the lock
+    unsigned written = 0; ///< under the readers-writer lock
+    unsigned atomic = 0;
+    unsigned last = 0;     ///< who came last to the barrier
+    unsigned mistakes = 0; ///< under the lock
+    unsigned tls = Z4::TlsShortCut::Alloc();
+};
+
+/// Comes through every kind of lock, and names itself, which raises an exception that must be handled.
+class Worker : public Z4::Thread {
+public:
+    Worker(Shared& shared, unsigned number) : m_shared(shared), m_number(number) { SetThreadName("worker"); }
+
+    void Run() override {
+        alignas(16) float aligned[4] = {};
+        unsigned mistakes = reinterpret_cast<std::uintptr_t>(aligned) % 16 != 0;
+        Z4::TlsShortCut::Set(m_shared.tls, m_number);
+        m_shared.allowed.WaitUntilDone();
+        for (unsigned i = 0; i < ROUNDS; ++i) {
+            {
+                // Read twice by the same thread: it is told from the others by thread-local storage.
+                const Z4::AutoReaderLock outer(m_shared.readersWriter);
+                const Z4::AutoReaderLock inner(m_shared.readersWriter);
+                mistakes += m_shared.readersWriter.IsWriterLockActive();
+            }
+            const Z4::AutoWriterLock guard(m_shared.readersWriter);
+            ++m_shared.written;
+        }
+        Z4::Atomic::Increment(m_shared.atomic);
+        if (m_shared.barrier.Wait()) {
+            Z4::Atomic::Increment(m_shared.last);
+        }
+        mistakes += Z4::TlsShortCut::Get(m_shared.tls) != m_number;
+        m_shared.permits.Lock();
+        const Z4::AutoLock<Z4::AdaptiveLock> guard(m_shared.lock);
+        ++m_shared.count;
+        m_shared.mistakes += mistakes;
+        m_shared.changed.Broadcast();
+    }
+
+private:
+    Shared& m_shared;
+    unsigned m_number;
+};
+
+class HostThread : public Z4::EalThread {
+public:
+    HostThread() : EalThread(Z4::EALId(Z4::EAL_ID_ZELK_CORE)) {}
+    void Run() override { m_ran = true; }
+    bool HasRun() const { return m_ran; }
+
+private:
+    bool m_ran = false;
+};
+
+void CheckWorkers() {
+    Shared shared;
+    Worker workers[THREADS] = {{shared, 1}, {shared, 2}, {shared, 3}, {shared, 4}};
+    for (Worker& worker : workers) {
+        CHECK(worker.CreateThread() == Z4::ERR_OK);
+    }
+    shared.allowed.SetDone();
+    for (unsigned i = 0; i < THREADS; ++i) {
+        shared.permits.Unlock();
+    }
+    {
+        const Z4::AutoLock<Z4::AdaptiveLock> guard(shared.lock);
+        while (shared.count < THREADS) {
+            shared.changed.Wait(shared.lock);
+        }
+    }
+    for (Worker& worker : workers) {
+        CHECK(worker.JoinThread() == Z4::ERR_OK);
+    }
+    CHECK(shared.written == THREADS * ROUNDS && shared.atomic == THREADS);
+    CHECK(shared.last == 1 && shared.mistakes == 0);
+    Z4::TlsShortCut::Free(shared.tls);
+}
+
+} // namespace
+
+void CheckThreads() {
+    CheckWorkers();
+    HostThread thread;
+    CHECK(thread.CreateThread() == Z4::ERR_OK);
+    CHECK(thread.JoinThread() == Z4::ERR_OK && thread.HasRun());
+
+    Z4::Event first(false, true, nullptr);
+    Z4::Event second(true, true, nullptr);
+    Z4::Event* signalled = nullptr;
+    CHECK(Z4::Event::WaitAnyWithTimeout({&first, &second}, 1000, &signalled) && signalled == &second);
+    Z4::StopWatch watch(true);
+    CHECK(!first.WaitWithTimeout(20));
+    watch.Stop();
+    CHECK(watch.GetElapsedUSec() >= 10'000);
+}
