@@ -16,9 +16,11 @@
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/ealallocator.h>
+#include <zelk_core/generics/fixedvector.h>
 #include <zelk_core/generics/hostnew.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/generics/string.h>
+#include <zelk_core/generics/vector.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/os/adaptivelock.h>
 #include <zelk_core/os/atomic.h>

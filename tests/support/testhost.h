@@ -51,6 +51,9 @@ struct Balance {
 };
 Balance OutstandingMemory();
 
+/// Lets the memory table refuse every allocation from the `first`-th from now, or none from now on when it is 0.
+void FailAllocations(std::size_t first);
+
 /// Forms the memory table of the platform at hand; testmemory_*.cpp.
 void InstallMemory(bool guardStart);
 

@@ -11,6 +11,7 @@ namespace {
 
 std::atomic<std::size_t> g_blocks;
 std::atomic<std::size_t> g_bytes;
+std::atomic<std::size_t> g_untilRefusal; ///< 1 refuses, 0 never comes to that
 
 int Init(unsigned) {
     return 0;
@@ -22,6 +23,11 @@ int Shutdown() {
 
 void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
     void* block = nullptr;
+    if (g_untilRefusal > 1) {
+        --g_untilRefusal;
+    } else if (g_untilRefusal == 1) {
+        return nullptr;
+    }
     if (posix_memalign(&block, alignment < sizeof(void*) ? sizeof(void*) : alignment, size) != 0) {
         return nullptr;
     }
@@ -65,6 +71,10 @@ void InstallMemory(bool) {
 
 Balance OutstandingMemory() {
     return {g_blocks, g_bytes};
+}
+
+void FailAllocations(std::size_t first) {
+    g_untilRefusal = first;
 }
 
 } // namespace ZelkTest

@@ -1,5 +1,6 @@
 #include "testhost.h"
 
+#include <cstdint>
 #include <host/zelkhost.h>
 #include <zelk_core/base/ealid.h>
 
@@ -14,6 +15,10 @@ void InstallMemory(bool guardStart) {
 Balance OutstandingMemory() {
     const ZelkHost::MemoryStatistics statistics = ZelkHost::GetMemoryStatistics(Z4::EAL_ID_ZELK_CORE);
     return {statistics.blocks, statistics.bytes};
+}
+
+void FailAllocations(std::size_t first) {
+    ZelkHost::FailAllocations(first, SIZE_MAX);
 }
 
 } // namespace ZelkTest

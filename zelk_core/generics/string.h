@@ -110,7 +110,7 @@ public:
     ~ZelkBasicString() { Release(m_header); }
 
     ZelkBasicString& operator=(const ZelkBasicString& other) {
-        if (m_header != other.m_header) {
+        if (this != &other) {
             AddReference(other.m_header);
             Release(std::exchange(m_header, other.m_header));
         }

@@ -24,7 +24,7 @@ public:
     Atomic(const Atomic&) = default;
     /// An Atomic has no state; these do nothing.
     Z4_API Atomic& operator=(const Atomic&);
-    Z4_API Atomic& operator=(Atomic&&);
+    Z4_API Atomic& operator=(Atomic&&) noexcept;
 
     /// The value. 64 bits are read by a compare-and-exchange, so they must lie in writable memory.
     template <AtomicOperand T>
@@ -192,7 +192,7 @@ public:
     SList() = default;
     SList(const SList&) = default;
     Z4_API SList& operator=(const SList&);
-    Z4_API SList& operator=(SList&&);
+    Z4_API SList& operator=(SList&&) noexcept;
 };
 
 } // namespace Z4
