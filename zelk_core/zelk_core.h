@@ -15,10 +15,14 @@
 #include <zelk_core/base/version.h>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
+#include <zelk_core/generics/dlist.h>
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/fixedvector.h>
 #include <zelk_core/generics/hostnew.h>
 #include <zelk_core/generics/lifecycle.h>
+#include <zelk_core/generics/map.h>
+#include <zelk_core/generics/notifier.h>
+#include <zelk_core/generics/redblacktree.h>
 #include <zelk_core/generics/string.h>
 #include <zelk_core/generics/vector.h>
 #include <zelk_core/math/lifecycle.h>
