@@ -48,3 +48,9 @@
 #include <zelk_core/os/tlsshortcut.h>
 #include <zelk_core/services/compression/lifecycle.h>
 #include <zelk_core/services/encryption/lifecycle.h>
+#include <zelk_core/services/runtimetype/classfactory.h>
+#include <zelk_core/services/runtimetype/classregistration.h>
+#include <zelk_core/services/runtimetype/dynamictype.h>
+#include <zelk_core/services/runtimetype/lifecycle.h>
+#include <zelk_core/services/runtimetype/typeid.h>
+#include <zelk_core/services/runtimetype/variabletype.h>
