@@ -31,7 +31,7 @@ public:
     constexpr DList() = default;
     constexpr DList(const DList&) : DList() {}
     /// Leaves both where they are.
-    constexpr DList& operator=(const DList&) { return *this; }
+    constexpr DList& operator=(const DList&) { return *this; } // NOLINT(bugprone-unhandled-self-assignment)
 
     constexpr bool IsLinked() const { return m_next != nullptr; }
 

@@ -21,7 +21,7 @@ bool BaseNotifier::AddSink(Sink& sink) {
     if (m_used == m_capacity) {
         const unsigned capacity = m_capacity == 0 ? FIRST_CAPACITY : 2 * m_capacity;
         auto* const sinks =
-            static_cast<Sink**>(Private::AllocateFromHost(capacity * sizeof(Sink*), alignof(Sink*), m_contextId));
+            static_cast<Sink**>(Private::AllocateFromHost(capacity * sizeof(void*), alignof(void*), m_contextId));
         if (sinks == nullptr) {
             return false;
         }
