@@ -5,7 +5,8 @@
 /// factory is there between InitializeRuntimeTypeService() and ShutdownRuntimeTypeService() (lifecycle.h).
 ///
 /// Nothing here is locked: registering belongs to start-up, on one thread. From then on any number of threads may look
-/// up and create, as long as nobody registers or changes the sinks.
+/// up, as long as nobody registers, and create, as long as there are no sinks: notifications come from one thread at a
+/// time.
 #pragma once
 
 #include <cstdint>
