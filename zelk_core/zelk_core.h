@@ -16,9 +16,13 @@
 #include <zelk_core/base/version.h>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
+#include <zelk_core/generics/dlist.h>
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/fixedvector.h>
 #include <zelk_core/generics/lifecycle.h>
+#include <zelk_core/generics/map.h>
+#include <zelk_core/generics/notifier.h>
+#include <zelk_core/generics/redblacktree.h>
 #include <zelk_core/generics/string.h>
 #include <zelk_core/generics/vector.h>
 #include <zelk_core/math/lifecycle.h>
@@ -57,3 +61,9 @@
 #include <zelk_core/services/dbghelp/symbolhandler.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
 #include <zelk_core/services/encryption/lifecycle.h>
+#include <zelk_core/services/runtimetype/classfactory.h>
+#include <zelk_core/services/runtimetype/classregistration.h>
+#include <zelk_core/services/runtimetype/dynamictype.h>
+#include <zelk_core/services/runtimetype/lifecycle.h>
+#include <zelk_core/services/runtimetype/typeid.h>
+#include <zelk_core/services/runtimetype/variabletype.h>

@@ -14,6 +14,7 @@
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/compression/lifecycle.h>
 #include <zelk_core/services/encryption/lifecycle.h>
+#include <zelk_core/services/runtimetype/lifecycle.h>
 
 using namespace Z4;
 
@@ -94,6 +95,7 @@ const Pair PAIRS[] = {
     {"Generics", InitializeGenerics, ShutdownGenerics, 1, "", "", ""},
     {"Encryption", InitializeEncryptionService, ShutdownEncryptionService, 2, "", "", ""},
     {"Compression", InitializeCompressionService, ShutdownCompressionService, 2, "", "", ""},
+    {"RuntimeType", InitializeRuntimeTypeService, ShutdownRuntimeTypeService, 3, "", "", ""},
     {"OS", InitializeOS, ShutdownOS, 1, " n212", "n- ", ""},
     {"EalUtils", InitializeEalUtils, ShutdownEalUtils, 1, " f501 t100", "t- f- ", "f501 t100"},
 };
