@@ -17,6 +17,7 @@
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/lifecycle.h>
+#include <zelk_core/generics/string.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/os/adaptivelock.h>
 #include <zelk_core/os/atomic.h>
