@@ -40,6 +40,7 @@
 #include <zelk_core/os/time.h>
 #include <zelk_core/os/tlsshortcut.h>
 #include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/encryption/cipher.h>
 #include <zelk_core/services/encryption/lifecycle.h>
 #include <zelk_core/services/random/lifecycle.h>
 #include <zelk_core/services/random/random.h>

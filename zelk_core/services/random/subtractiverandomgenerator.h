@@ -1,5 +1,6 @@
 /// @file
-/// Uniform integers below ten million by subtraction, cheap and repeatable: the generator behind Random's uniform draws.
+/// Uniform integers below ten million by subtraction, cheap and repeatable: the generator behind Random's uniform
+/// draws.
 ///
 /// A lagged Fibonacci generator (Knuth, "The Art of Computer Programming", volume 2, section 3.2.2, "subtractive"
 /// method), here with the modulus 10^7: each value is the one 55 draws back less the one 24 draws back. It is for games

@@ -3,7 +3,8 @@
 /// Random Variables", Journal of Statistical Software 5(8), 2000), with 128 and 256 layers, fed by a shift register.
 ///
 /// For games and simulation, never for secrets. What a user should know:
-/// - The register runs through one cycle of 2^32 - 1 states whatever the seed: seeds choose where the stream begins, and
+/// - The register runs through one cycle of 2^32 - 1 states whatever the seed: seeds choose where the stream begins,
+/// and
 ///   streams overlap. The lowest 7 or 8 bits of a draw choose its layer and are part of its value, too.
 /// - RNOR() is distributed as it should be. REXP() is not, far out: 1 of 506 values lies beyond 7.697 where 1 of 2202
 ///   should, and as many are missing between 4.349 and 7.697, 12 % of all there and nearly all of those just below
