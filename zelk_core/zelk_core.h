@@ -60,7 +60,12 @@
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
+#include <zelk_core/services/encryption/cipher.h>
 #include <zelk_core/services/encryption/lifecycle.h>
+#include <zelk_core/services/random/lifecycle.h>
+#include <zelk_core/services/random/random.h>
+#include <zelk_core/services/random/subtractiverandomgenerator.h>
+#include <zelk_core/services/random/zigrandomgenerator.h>
 #include <zelk_core/services/runtimetype/classfactory.h>
 #include <zelk_core/services/runtimetype/classregistration.h>
 #include <zelk_core/services/runtimetype/dynamictype.h>
