@@ -39,4 +39,5 @@
 #include <zelk_core/os/time.h>
 #include <zelk_core/os/tlsshortcut.h>
 #include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/compression/stringcompressor.h>
 #include <zelk_core/services/encryption/lifecycle.h>
