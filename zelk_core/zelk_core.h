@@ -16,6 +16,7 @@
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/ealallocator.h>
+#include <zelk_core/generics/hostnew.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/os/adaptivelock.h>
@@ -38,5 +39,8 @@
 #include <zelk_core/os/threadbarrier.h>
 #include <zelk_core/os/time.h>
 #include <zelk_core/os/tlsshortcut.h>
+#include <zelk_core/services/compression/compression.h>
 #include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/compression/lzo.h>
+#include <zelk_core/services/compression/zlib.h>
 #include <zelk_core/services/encryption/lifecycle.h>
