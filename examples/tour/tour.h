@@ -14,3 +14,5 @@ void TourStartUp();
 void TourHashes(const std::string& content);
 void TourThreads(const std::string& content);
 void TourFormatter(const char* path, const std::string& content);
+/// @return whether every codec gave the content back.
+bool TourCodecs(const std::string& content);

@@ -1,0 +1,112 @@
+#include "tour.h"
+
+#include <functional>
+#include <vector>
+#include <zelk_core/zelk_core.h>
+
+namespace {
+
+using Z4::CompressionInterface;
+using Z4::ZLibDeflate;
+using Z4::ZLibInflate;
+
+/// One step of a codec: fills `output`, which has room enough, and returns how much of it; 0 says that it failed.
+using Step = std::function<std::size_t(const std::string& input, std::string& output)>;
+
+/// A row of the table.
+struct Codec {
+    const char* name;
+    std::size_t (*room)(std::size_t size); ///< that `forward` needs for `size` bytes
+    Step forward;
+    Step back; ///< with room for exactly the original
+};
+
+std::size_t Run(CompressionInterface& codec, const std::string& input, std::string& output) {
+    codec.FeedInputBuffer(input.data(), input.size());
+    codec.FeedOutputBuffer(output.data(), output.size());
+    int result = codec.Process();
+    if (result == CompressionInterface::NEED_INPUT) {
+        result = codec.Flush();
+    }
+    const std::size_t produced = codec.GetOutputDataSize();
+    // An unfinished stream would be finished by its end.
+    codec.FeedOutputBuffer(nullptr, 0);
+    return result == CompressionInterface::DONE ? produced : 0;
+}
+
+std::size_t DeflateRoom(std::size_t size) {
+    return size + size / 1000 + 100;
+}
+
+std::size_t LzoRoom(std::size_t size) {
+    return Z4::Lzo::GetSafeDeflateBufferSize(size);
+}
+
+template <class Compressor, CompressionInterface::cmp_level LEVEL>
+std::size_t Compress(const std::string& input, std::string& output) {
+    Compressor codec(LEVEL);
+    return Run(codec, input, output);
+}
+
+std::size_t Inflate(const std::string& input, std::string& output) {
+    ZLibInflate codec;
+    return Run(codec, input, output);
+}
+
+std::size_t ExpandLzo(const std::string& input, std::string& output) {
+    Z4::LzoInflate codec(true);
+    return Run(codec, input, output);
+}
+
+/// Repeats a step for at least this long, since one pass over a small file takes no time that a clock shows.
+double MegabytesPerSecond(const Step& step, const std::string& input, std::string& output, std::size_t contentSize) {
+    constexpr unsigned long LEAST_US = 20'000;
+    unsigned passes = 0;
+    Z4::StopWatch watch(true);
+    while (passes == 0 || watch.GetElapsedUSec() < LEAST_US) {
+        step(input, output);
+        ++passes;
+    }
+    return static_cast<double>(contentSize) * passes / static_cast<double>(watch.GetElapsedUSec());
+}
+
+const Codec CODECS[] = {
+    {"zlib, fast", DeflateRoom, Compress<ZLibDeflate, CompressionInterface::CMP_FAST>, Inflate},
+    {"zlib, default", DeflateRoom, Compress<ZLibDeflate, CompressionInterface::CMP_DEFAULT>, Inflate},
+    {"zlib, best", DeflateRoom, Compress<ZLibDeflate, CompressionInterface::CMP_BEST>, Inflate},
+    {"LZO, fast", LzoRoom, Compress<Z4::LzoDeflate, CompressionInterface::CMP_FAST>, ExpandLzo},
+    {"LZO, best", LzoRoom, Compress<Z4::LzoDeflate, CompressionInterface::CMP_BEST>, ExpandLzo},
+};
+
+/// @return whether the content came back.
+bool ShowCodec(const Codec& codec, const std::string& content) {
+    std::string there(codec.room(content.size()), '\0');
+    const std::size_t size = codec.forward(content, there);
+    const double forwardSpeed = MegabytesPerSecond(codec.forward, content, there, content.size());
+    there.resize(size);
+    std::string back(content.size(), '\0');
+    const double backSpeed = MegabytesPerSecond(codec.back, there, back, content.size());
+    const bool same = size != 0 && codec.back(there, back) == content.size() && back == content;
+    Print("   %-16s %10u %9.1f %% %13.1f %13.1f    %s\n", codec.name, static_cast<unsigned>(size),
+          100.0 * static_cast<double>(size) / static_cast<double>(content.size()), forwardSpeed, backSpeed,
+          same ? "the same" : "DIFFERENT");
+    return same;
+}
+
+} // namespace
+
+bool TourCodecs(const std::string& content) {
+    Chapter("services", "the file through every codec and back");
+    if (content.empty()) {
+        Print("   The file is empty.\n");
+        return true;
+    }
+    Z4::InitializeCompressionService();
+    Print("   %-16s %10s %11s %13s %13s    %s\n", "codec", "bytes", "ratio", "there, MB/s", "back, MB/s", "came back");
+    bool allSame = true;
+    for (const Codec& codec : CODECS) {
+        allSame = ShowCodec(codec, content) && allSame;
+    }
+    Z4::ShutdownCompressionService();
+    return allSame;
+}
