@@ -18,6 +18,7 @@
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/hostnew.h>
 #include <zelk_core/generics/lifecycle.h>
+#include <zelk_core/generics/string.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/os/adaptivelock.h>
 #include <zelk_core/os/atomic.h>
@@ -43,4 +44,9 @@
 #include <zelk_core/services/compression/lifecycle.h>
 #include <zelk_core/services/compression/lzo.h>
 #include <zelk_core/services/compression/zlib.h>
+#include <zelk_core/services/encryption/cipher.h>
 #include <zelk_core/services/encryption/lifecycle.h>
+#include <zelk_core/services/random/lifecycle.h>
+#include <zelk_core/services/random/random.h>
+#include <zelk_core/services/random/subtractiverandomgenerator.h>
+#include <zelk_core/services/random/zigrandomgenerator.h>
