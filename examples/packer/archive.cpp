@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstring>
 #include <cwctype>
+#include <random>
 #include <set>
 #include <zelk_core/base/hash.h>
 
@@ -23,9 +24,32 @@ constexpr std::uint32_t LONGEST_NAME = 4096;
 struct ArchiveHeader {
     unsigned char magic[8];
     std::uint32_t version;
-    std::uint32_t crc; ///< CRC-32 of the fields above
+    std::uint32_t enciphered;    ///< 1 or 0
+    std::uint64_t salt;          ///< lets equal passwords give different keys
+    std::uint32_t passwordCheck; ///< tells a wrong password at once
+    std::uint32_t crc;           ///< CRC-32 of the fields above
 };
-static_assert(sizeof(ArchiveHeader) == 16);
+static_assert(sizeof(ArchiveHeader) == 32);
+
+struct Key {
+    std::string text; ///< 16 characters, as the cipher wants them
+    std::uint32_t check;
+};
+
+Key MakeKey(const std::string& password, std::uint64_t salt) {
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(password.data());
+    std::uint64_t words[2];
+    words[0] = Z4::Hash::XXH64(bytes, password.size(), salt);
+    words[1] = Z4::Hash::XXH64(bytes, password.size(), ~words[0]);
+    unsigned char raw[sizeof(words)];
+    std::memcpy(raw, words, sizeof(words));
+    Key key{{}, Z4::Hash::XXH32(raw, sizeof(raw), 1)};
+    // Printable ASCII: neither a zero, which would end the key, nor the upper half, which would swallow its neighbours.
+    for (const unsigned char byte : raw) {
+        key.text += static_cast<char>('!' + byte % 94);
+    }
+    return key;
+}
 
 template <class Record>
 std::uint32_t RecordCrc(const Record& record) {
@@ -96,11 +120,19 @@ fs::file_time_type Entry::Modified() const {
 }
 
 ArchiveWriter::ArchiveWriter(const fs::path& path, bool replace, Method method,
-                             Z4::CompressionInterface::cmp_level level)
+                             Z4::CompressionInterface::cmp_level level, const std::string& password)
     : m_output(path, replace), m_method(method), m_level(level) {
     ArchiveHeader header{};
     std::copy_n(MAGIC, sizeof(MAGIC), header.magic);
     header.version = FORMAT_VERSION;
+    if (!password.empty()) {
+        std::random_device random;
+        header.enciphered = 1;
+        header.salt = std::uint64_t{random()} << 32 | random();
+        const Key key = MakeKey(password, header.salt);
+        header.passwordCheck = key.check;
+        m_cipher.emplace().SetKey(key.text.c_str());
+    }
     header.crc = RecordCrc(header);
     m_output.Append(&header, sizeof(header));
 }
@@ -142,7 +174,7 @@ void ArchiveWriter::AddFile(const fs::path& path, const std::string& name, const
             break;
         }
         BlockHeader block;
-        const Bytes packed = PackBlock(content, m_method, m_level, crc, block);
+        const Bytes packed = PackBlock(content, m_method, m_level, m_cipher ? &*m_cipher : nullptr, crc, block);
         m_output.Append(&block, sizeof(block));
         m_output.Append(packed.data(), packed.size());
         header.contentSize += content.size();
@@ -174,6 +206,9 @@ ArchiveReader::ArchiveReader(const fs::path& path) : m_file(path, Z4::EAL_FILE_R
     if (header.version != FORMAT_VERSION) {
         throw Failure(EXIT_DAMAGED, m_file.Name() + " was made by a later version of this program");
     }
+    m_enciphered = header.enciphered != 0;
+    m_salt = header.salt;
+    m_passwordCheck = header.passwordCheck;
     std::uint64_t offset = sizeof(header);
     std::uint64_t files = 0;
     for (;;) {
@@ -242,7 +277,21 @@ void ArchiveReader::CheckNames() const {
     }
 }
 
-void ArchiveReader::Expand(const Entry& entry, const std::function<void(const Bytes& piece)>& sink) const {
+void ArchiveReader::Unlock(const std::string& password) {
+    if (!m_enciphered) {
+        return;
+    }
+    if (password.empty()) {
+        throw Failure(EXIT_PASSWORD, m_file.Name() + " needs its --password");
+    }
+    const Key key = MakeKey(password, m_salt);
+    if (key.check != m_passwordCheck) {
+        throw Failure(EXIT_PASSWORD, m_file.Name() + " has another password");
+    }
+    m_cipher.emplace().SetKey(key.text.c_str());
+}
+
+void ArchiveReader::Expand(const Entry& entry, const std::function<void(const Bytes& piece)>& sink) {
     std::uint64_t offset = entry.contentOffset;
     const std::uint64_t end = offset + entry.header.packedSize;
     std::uint64_t size = 0;
@@ -255,13 +304,13 @@ void ArchiveReader::Expand(const Entry& entry, const std::function<void(const By
         if (good) {
             ReadExactly(&block, sizeof(block), offset);
             offset += sizeof(block);
-            good = IsPlausible(block) && end - offset >= block.packedSize;
+            good = IsPlausible(block) && end - offset >= StoredSize(block, m_enciphered);
         }
         if (good) {
-            packed.resize(block.packedSize);
+            packed.resize(StoredSize(block, m_enciphered));
             ReadExactly(packed.data(), packed.size(), offset);
             offset += packed.size();
-            good = ExpandBlock(block, packed, crc, content);
+            good = ExpandBlock(block, std::move(packed), m_cipher ? &*m_cipher : nullptr, crc, content);
         }
         if (!good) {
             Damaged(entry.name + " is altered behind its byte " + std::to_string(size));

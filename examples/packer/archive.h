@@ -44,8 +44,9 @@ bool IsSafeName(const std::string& name);
 
 class ArchiveWriter {
 public:
+    /// Contents are enciphered with the password unless it is empty.
     ArchiveWriter(const std::filesystem::path& path, bool replace, Method method,
-                  Z4::CompressionInterface::cmp_level level);
+                  Z4::CompressionInterface::cmp_level level, const std::string& password);
 
     void AddFolder(const std::string& name);
     void AddFile(const std::filesystem::path& path, const std::string& name, const Progress& progress);
@@ -61,6 +62,7 @@ private:
     OutputFile m_output;
     Method m_method;
     Z4::CompressionInterface::cmp_level m_level;
+    std::optional<Z4::XTea> m_cipher;
     std::uint64_t m_entries = 0;
     std::uint64_t m_files = 0;
 };
@@ -74,8 +76,11 @@ public:
     const std::vector<Entry>& Entries() const { return m_entries; }
     std::uint64_t Size() const { return m_size; }
 
+    /// Before the first Expand(); fails with EXIT_PASSWORD when the archive was made with another password.
+    void Unlock(const std::string& password);
+
     /// Expands a file's content piece by piece; fails with EXIT_DAMAGED where a piece is not what was packed.
-    void Expand(const Entry& entry, const std::function<void(const Bytes& piece)>& sink) const;
+    void Expand(const Entry& entry, const std::function<void(const Bytes& piece)>& sink);
 
 private:
     void ReadExactly(void* buffer, std::size_t size, std::uint64_t offset) const;
@@ -85,6 +90,10 @@ private:
 
     File m_file;
     std::uint64_t m_size;
+    bool m_enciphered;
+    std::uint64_t m_salt;
+    std::uint32_t m_passwordCheck;
+    std::optional<Z4::XTea> m_cipher;
     std::vector<Entry> m_entries;
 };
 

@@ -30,6 +30,10 @@ Codec MakeInflater(Method method) {
     return method == Method::ZLIB ? Require(new Z4::ZLibInflate) : Require(new Z4::LzoInflate(true));
 }
 
+char* AsText(Bytes& bytes) {
+    return reinterpret_cast<char*>(bytes.data());
+}
+
 /// The checksum over the header's other fields and the content.
 std::uint32_t Checksum(const BlockHeader& header, const Bytes& content, std::uint32_t previous) {
     const auto* const fields = reinterpret_cast<const unsigned char*>(&header);
@@ -38,8 +42,14 @@ std::uint32_t Checksum(const BlockHeader& header, const Bytes& content, std::uin
 
 } // namespace
 
-Bytes PackBlock(const Bytes& content, Method method, CompressionInterface::cmp_level level, std::uint32_t& crc,
-                BlockHeader& header) {
+std::size_t StoredSize(const BlockHeader& header, bool enciphered) {
+    constexpr std::size_t CIPHER_BLOCK = 8;
+    const std::size_t size = header.packedSize;
+    return enciphered ? (size + CIPHER_BLOCK - 1) / CIPHER_BLOCK * CIPHER_BLOCK : size;
+}
+
+Bytes PackBlock(const Bytes& content, Method method, CompressionInterface::cmp_level level, Z4::Cipher* cipher,
+                std::uint32_t& crc, BlockHeader& header) {
     Bytes packed(Z4::Lzo::GetSafeDeflateBufferSize(content.size()));
     const Codec codec = MakeDeflater(method, level);
     codec->FeedInputBuffer(content.data(), content.size());
@@ -59,10 +69,18 @@ Bytes PackBlock(const Bytes& content, Method method, CompressionInterface::cmp_l
     }
     header = {content.size(), packed.size(), method, 0};
     header.crc = crc = Checksum(header, content, crc);
+    if (cipher != nullptr) {
+        packed.resize(StoredSize(header, true));
+        cipher->Encode(AsText(packed), AsText(packed), header.packedSize);
+    }
     return packed;
 }
 
-bool ExpandBlock(const BlockHeader& header, const Bytes& packed, std::uint32_t& crc, Bytes& content) {
+bool ExpandBlock(const BlockHeader& header, Bytes packed, Z4::Cipher* cipher, std::uint32_t& crc, Bytes& content) {
+    if (cipher != nullptr) {
+        cipher->Decode(AsText(packed), AsText(packed), packed.size());
+        packed.resize(header.packedSize);
+    }
     if (header.method == Method::STORED) {
         content = packed;
     } else {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 #include <zelk_core/services/compression/compression.h>
+#include <zelk_core/services/encryption/cipher.h>
 
 namespace Packer {
 
@@ -29,12 +30,16 @@ struct BlockHeader {
 };
 static_assert(sizeof(BlockHeader) == 16);
 
-/// A block as it goes into the archive, its header's checksum included; what does not shrink is stored.
-Bytes PackBlock(const Bytes& content, Method method, Z4::CompressionInterface::cmp_level level, std::uint32_t& crc,
-                BlockHeader& header);
+/// The bytes that stand behind the header: a cipher fills them up to whole blocks of its own.
+std::size_t StoredSize(const BlockHeader& header, bool enciphered);
 
-/// False when `packed`, which belongs to a header that keeps its limits, is not what was packed.
-bool ExpandBlock(const BlockHeader& header, const Bytes& packed, std::uint32_t& crc, Bytes& content);
+/// A block as it goes into the archive, its header's checksum included; what does not shrink is stored. Enciphered at
+/// last, unless `cipher` is null.
+Bytes PackBlock(const Bytes& content, Method method, Z4::CompressionInterface::cmp_level level, Z4::Cipher* cipher,
+                std::uint32_t& crc, BlockHeader& header);
+
+/// False when `packed`, the StoredSize() bytes behind a plausible header, is not what was packed.
+bool ExpandBlock(const BlockHeader& header, Bytes packed, Z4::Cipher* cipher, std::uint32_t& crc, Bytes& content);
 
 /// Whether the sizes and the method can be.
 bool IsPlausible(const BlockHeader& header);

@@ -27,10 +27,12 @@ const char* const USAGE = R"(Packs files and folders into one archive.
   --level fast|default|best
   --to FOLDER                where unpack puts what it unpacks; made if there is none; else the current folder
   --force                    replace files that exist; without it, nothing is ever overwritten
+  --password TEXT            enciphers contents with XTEA, or deciphers them. That keeps out the curious, not an
+                             attacker, and names and sizes stay readable
   --progress, --quiet        show how far long files are always, or print errors only; else on terminals
 
 Exit code: 0 done, 1 wrong usage, 2 a file cannot be read or written, 3 the archive is damaged, 4 refused, as a file
-exists or a name in the archive would leave the folder.
+exists or a name in the archive would leave the folder, 5 the password is missing or wrong.
 )";
 
 struct Options {
@@ -39,6 +41,7 @@ struct Options {
     Method method = Method::ZLIB;
     CompressionInterface::cmp_level level = CompressionInterface::CMP_DEFAULT;
     fs::path target = ".";
+    std::string password;
     bool force = false;
     bool quiet = false;
     bool progress = _isatty(_fileno(stderr)) != 0;
@@ -121,6 +124,9 @@ Options ReadOptions(const std::vector<fs::path>& arguments) {
             options.progress = true;
         } else if (argument == "--to") {
             options.target = value();
+        } else if (argument == "--password") {
+            const std::u8string text = value().u8string();
+            options.password.assign(text.begin(), text.end());
         } else if (argument == "--codec") {
             constexpr Method METHODS[] = {Method::ZLIB, Method::LZO};
             options.method = METHODS[Choose(argument, Utf8(value()), {"zlib", "lzo"})];
@@ -169,7 +175,7 @@ int Pack(const Options& options) {
     if (inputs.empty()) {
         throw Failure(EXIT_USAGE, "pack needs something to pack");
     }
-    ArchiveWriter writer(archive, options.force, options.method, options.level);
+    ArchiveWriter writer(archive, options.force, options.method, options.level, options.password);
     ProgressLine line(options.progress);
     std::uint64_t files = 0;
     std::uint64_t bytes = 0;
@@ -237,8 +243,7 @@ void RefuseExisting(const std::vector<const Entry*>& entries, const Options& opt
 }
 
 /// Expands one file to where it belongs, or only checks it.
-void UnpackFile(const ArchiveReader& reader, const Entry& entry, const Options& options, bool write,
-                ProgressLine& line) {
+void UnpackFile(ArchiveReader& reader, const Entry& entry, const Options& options, bool write, ProgressLine& line) {
     std::optional<OutputFile> output;
     if (write) {
         const fs::path target = TargetOf(entry, options);
@@ -260,7 +265,8 @@ void UnpackFile(const ArchiveReader& reader, const Entry& entry, const Options& 
 }
 
 int Unpack(const Options& options, bool write) {
-    const ArchiveReader reader(options.operands.front());
+    ArchiveReader reader(options.operands.front());
+    reader.Unlock(options.password);
     const std::vector<const Entry*> entries = Select(reader, options);
     if (write && !options.force) {
         RefuseExisting(entries, options);

@@ -58,6 +58,32 @@ std::size_t ExpandLzo(const std::string& input, std::string& output) {
     return Run(codec, input, output);
 }
 
+/// What the cipher fills up to.
+std::size_t CipherRoom(std::size_t size) {
+    return (size + 7) / 8 * 8;
+}
+
+constexpr char KEY[] = "sixteen letters!";
+
+template <class Cipher>
+std::size_t Encipher(const std::string& input, std::string& output) {
+    Cipher cipher;
+    cipher.SetKey(KEY);
+    return cipher.Encode(input.data(), output.data(), input.size());
+}
+
+/// The filling stays, so whoever deciphers needs room for it, and the original's size to cut it off.
+template <class Cipher>
+std::size_t Decipher(const std::string& input, std::string& output) {
+    const std::size_t size = output.size();
+    output.resize(input.size());
+    Cipher cipher;
+    cipher.SetKey(KEY);
+    cipher.Decode(input.data(), output.data(), input.size());
+    output.resize(size);
+    return size;
+}
+
 /// Repeats a step for at least this long, since one pass over a small file takes no time that a clock shows.
 double MegabytesPerSecond(const Step& step, const std::string& input, std::string& output, std::size_t contentSize) {
     constexpr unsigned long LEAST_US = 20'000;
@@ -76,6 +102,8 @@ const Codec CODECS[] = {
     {"zlib, best", DeflateRoom, Compress<ZLibDeflate, CompressionInterface::CMP_BEST>, Inflate},
     {"LZO, fast", LzoRoom, Compress<Z4::LzoDeflate, CompressionInterface::CMP_FAST>, ExpandLzo},
     {"LZO, best", LzoRoom, Compress<Z4::LzoDeflate, CompressionInterface::CMP_BEST>, ExpandLzo},
+    {"TEA", CipherRoom, Encipher<Z4::Tea>, Decipher<Z4::Tea>},
+    {"XTEA", CipherRoom, Encipher<Z4::XTea>, Decipher<Z4::XTea>},
 };
 
 /// @return whether the content came back.
@@ -102,11 +130,14 @@ bool TourCodecs(const std::string& content) {
         return true;
     }
     Z4::InitializeCompressionService();
+    Z4::InitializeEncryptionService();
     Print("   %-16s %10s %11s %13s %13s    %s\n", "codec", "bytes", "ratio", "there, MB/s", "back, MB/s", "came back");
     bool allSame = true;
     for (const Codec& codec : CODECS) {
         allSame = ShowCodec(codec, content) && allSame;
     }
+    Print("   Each pass makes its object anew, in the guarded memory of this tour.\n");
+    Z4::ShutdownEncryptionService();
     Z4::ShutdownCompressionService();
     return allSame;
 }
