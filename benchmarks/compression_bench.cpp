@@ -150,7 +150,7 @@ int main(int argc, char** argv) {
         {"lzo_expand_trusting", Wrapped<Z4::LzoInflate>(false), DirectLzoExpand(false), DirectLzo(false)},
     };
     for (const Row& row : rows) {
-        for (const std::size_t size : {std::size_t{1} << 12, std::size_t{1} << 20}) {
+        for (const std::size_t size : {std::size_t{1} << 12, std::size_t{1} << 18}) {
             Bytes input = MakeText(size);
             if (row.prepare) {
                 Bytes prepared(2 * size);
