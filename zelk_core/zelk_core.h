@@ -43,6 +43,7 @@
 #include <zelk_core/services/compression/compression.h>
 #include <zelk_core/services/compression/lifecycle.h>
 #include <zelk_core/services/compression/lzo.h>
+#include <zelk_core/services/compression/stringcompressor.h>
 #include <zelk_core/services/compression/zlib.h>
 #include <zelk_core/services/encryption/cipher.h>
 #include <zelk_core/services/encryption/lifecycle.h>

@@ -1,6 +1,9 @@
 #include "tour.h"
 
+#include <algorithm>
+#include <cstring>
 #include <functional>
+#include <iterator>
 #include <vector>
 #include <zelk_core/zelk_core.h>
 
@@ -84,6 +87,36 @@ std::size_t Decipher(const std::string& input, std::string& output) {
     return size;
 }
 
+std::size_t StringRoom(std::size_t size) {
+    return Z4::StringCompressor::GetMaxCompressedSize(size);
+}
+
+std::size_t CompressString(const std::string& input, std::string& output) {
+    const Z4::StringCompressor compressor;
+    unsigned long size = 0;
+    const Z4::Error error = compressor.Compress(input.data(), input.size(), output.data(), output.size(), size, nullptr,
+                                                Z4::StringCompressor::DETECT, 0);
+    return error == Z4::ERR_OK ? (size + 3) / 4 * 4 : 0; // with the last bits, behind the reported size
+}
+
+std::size_t ExpandString(const std::string& input, std::string& output) {
+    Z4::StringCompressor compressor;
+    unsigned long size = 0;
+    const Z4::Error error =
+        compressor.DecompressChecked(input.data(), input.size(), output.data(), output.size(), size);
+    return error == Z4::ERR_OK ? size : 0;
+}
+
+/// What the string compressor has codes for; it drops everything else.
+std::string PlainText(const std::string& content) {
+    std::string text;
+    std::copy_if(content.begin(), content.end(), std::back_inserter(text), [](char c) {
+        const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+        return isLetter || (c != '\0' && std::strchr("0123456789 \r\n!\"#$%&'()*+,-./=@_\\", c) != nullptr);
+    });
+    return text;
+}
+
 /// Repeats a step for at least this long, since one pass over a small file takes no time that a clock shows.
 double MegabytesPerSecond(const Step& step, const std::string& input, std::string& output, std::size_t contentSize) {
     constexpr unsigned long LEAST_US = 20'000;
@@ -105,6 +138,8 @@ const Codec CODECS[] = {
     {"TEA", CipherRoom, Encipher<Z4::Tea>, Decipher<Z4::Tea>},
     {"XTEA", CipherRoom, Encipher<Z4::XTea>, Decipher<Z4::XTea>},
 };
+
+const Codec STRING_CODEC = {"text", StringRoom, CompressString, ExpandString};
 
 /// @return whether the content came back.
 bool ShowCodec(const Codec& codec, const std::string& content) {
@@ -135,6 +170,11 @@ bool TourCodecs(const std::string& content) {
     bool allSame = true;
     for (const Codec& codec : CODECS) {
         allSame = ShowCodec(codec, content) && allSame;
+    }
+    const std::string text = PlainText(content);
+    if (!text.empty()) {
+        allSame = ShowCodec(STRING_CODEC, text) && allSame;
+        Print("   The text codec got the %u bytes of plain text in the file.\n", static_cast<unsigned>(text.size()));
     }
     Print("   Each pass makes its object anew, in the guarded memory of this tour.\n");
     Z4::ShutdownEncryptionService();
