@@ -12,7 +12,7 @@ add_compile_options(-msse2 -mfpmath=sse -mtune=generic)
 # Build folders must not show in the output, so that two checkouts give the same bits.
 add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
 if(ZELK_SANITIZE)
-    # The check of virtual calls reads type information, which the library has none of.
+    # The check of virtual tables needs type information, which the library does not have.
     add_compile_options(-fsanitize=${ZELK_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${ZELK_SANITIZE})
 endif()

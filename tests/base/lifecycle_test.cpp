@@ -14,6 +14,7 @@
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/compression/lifecycle.h>
 #include <zelk_core/services/encryption/lifecycle.h>
+#include <zelk_core/services/random/lifecycle.h>
 
 using namespace Z4;
 
@@ -146,6 +147,25 @@ TEST_F(Lifecycle, CoreCountsOfAPairAreAllReleased) {
     Take();
     ShutdownCompressionService();
     EXPECT_EQ(Take(), CORE_DOWN);
+}
+
+TEST_F(Lifecycle, TheRandomObjectComesLastAndGoesFirst) {
+    eal_mem_dll_interface memory{};
+    memory.name_id = RecordName;
+    memory.alloc = [](std::size_t size, std::size_t, unsigned, int) -> void* {
+        alignas(16) static unsigned char block[16384];
+        Record("alloc");
+        return size <= sizeof(block) ? block : nullptr;
+    };
+    memory.free = [](void*) { Record("free"); };
+    Install<MEM>(memory);
+    InitializeRandomService();
+    EXPECT_EQ(Take(), std::string(CORE_UP) + " n212 alloc");
+    InitializeRandomService();
+    ShutdownRandomService();
+    EXPECT_EQ(Take(), "");
+    ShutdownRandomService();
+    EXPECT_EQ(Take(), std::string("free n- ") + CORE_DOWN);
 }
 
 TEST_F(Lifecycle, TheOSCountIsExactUnderConcurrency) {

@@ -90,7 +90,7 @@ private:
 
     std::uint32_t m_key[4];
     /// A block's room, kept for the layout: copied along, never read. As bytes, which may be copied uninitialised.
-    alignas(long) unsigned char m_scratch[2 * sizeof(long)];
+    [[maybe_unused]] alignas(long) unsigned char m_scratch[2 * sizeof(long)];
 };
 
 /// XTEA with 32 cycles (Needham and Wheeler, "Tea extensions", 1997), words little-endian. Everything else is as with
@@ -113,7 +113,7 @@ private:
     void InternalDecode(long* block);
 
     std::uint32_t m_key[4];
-    alignas(long) unsigned char m_scratch[2 * sizeof(long)];
+    [[maybe_unused]] alignas(long) unsigned char m_scratch[2 * sizeof(long)];
 };
 
 } // namespace Z4

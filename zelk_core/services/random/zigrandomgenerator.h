@@ -3,12 +3,12 @@
 /// Random Variables", Journal of Statistical Software 5(8), 2000), with 128 and 256 layers, fed by a shift register.
 ///
 /// For games and simulation, never for secrets. What a user should know:
-/// - The register runs through one cycle of 2^32 - 1 states whatever the seed: seeds choose where the stream begins,
-/// and
+/// - The register runs through one cycle of 2^32 - 1 states whatever the seed: seeds choose where the stream begins.
+/// All
 ///   streams overlap. The lowest 7 or 8 bits of a draw choose its layer and are part of its value, too.
 /// - RNOR() is distributed as it should be. REXP() is not, far out: 1 of 506 values lies beyond 7.697 where 1 of 2202
 ///   should, and as many are missing between 4.349 and 7.697, 12 % of all there and nearly all of those just below
-///   7.697. Its mean is 1.004 for that, its variance 1.045. Below 4.349 the shape is right. private/ziggurat.cpp tells
+///   7.697. Its mean is 1.004 for that, its variance 1.052. Below 4.349 the shape is right. private/ziggurat.cpp tells
 ///   why; the stream is kept for the sake of what was made with it.
 /// - A register of 0 stays 0: RNOR() then returns the mean and REXP() 0 for ever. Seeding a generator with the number
 ///   that its register holds makes it so; that is the case right after construction with the same seed.

@@ -33,8 +33,10 @@ bool SetKeyWords(std::uint32_t* words, const char* key) {
     for (unsigned i = 0; i < KEY_LENGTH / 4; ++i) {
         words[i] = 0;
         for (unsigned byte = 0; byte < 4; ++byte) {
-            // Through a signed character, which smears its sign upwards: all data so far was written under such keys.
-            const auto widened = static_cast<std::uint32_t>(static_cast<signed char>(key[4 * i + byte]));
+            // Widened as a signed character, which smears the sign upwards: all data so far was written under such
+            // keys.
+            const std::uint32_t character = static_cast<unsigned char>(key[4 * i + byte]);
+            const std::uint32_t widened = (character ^ 0x80) - 0x80;
             words[i] |= widened << (8 * byte);
         }
     }
