@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string>
 #include <tests/support/shorttexts.h>
+#include <tests/support/zlibpeer.h>
 #include <vector>
 #include <zelk_core/services/compression/stringcompressor.h>
 #include <zlib.h>
@@ -61,6 +62,8 @@ struct Zlib {
 private:
     static z_stream Stream(const std::string& in, char* out, unsigned long capacity) {
         z_stream stream{};
+        stream.zalloc = ZelkTest::ZlibAllocate;
+        stream.zfree = ZelkTest::ZlibFree;
         stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(in.data()));
         stream.avail_in = static_cast<uInt>(in.size());
         stream.next_out = reinterpret_cast<Bytef*>(out);

@@ -54,8 +54,11 @@
 #include <zelk_core/os/threadbarrier.h>
 #include <zelk_core/os/time.h>
 #include <zelk_core/os/tlsshortcut.h>
+#include <zelk_core/services/compression/compression.h>
 #include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/compression/lzo.h>
 #include <zelk_core/services/compression/stringcompressor.h>
+#include <zelk_core/services/compression/zlib.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>

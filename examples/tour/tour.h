@@ -17,3 +17,5 @@ void TourThreads(const std::string& content);
 void TourFormatter(const char* path, const std::string& content);
 void TourNetwork(const std::string& content);
 void TourDebugHelp();
+/// @return whether every codec gave the content back.
+bool TourCodecs(const std::string& content);
