@@ -17,7 +17,10 @@
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/lifecycle.h>
+#include <zelk_core/math/alignednew.h>
 #include <zelk_core/math/lifecycle.h>
+#include <zelk_core/math/matrixsimd.h>
+#include <zelk_core/math/vectorsimd.h>
 #include <zelk_core/os/adaptivelock.h>
 #include <zelk_core/os/atomic.h>
 #include <zelk_core/os/autolock.h>
