@@ -19,7 +19,11 @@
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/alignednew.h>
 #include <zelk_core/math/lifecycle.h>
+#include <zelk_core/math/matrix.h>
+#include <zelk_core/math/matrixgeneric.h>
 #include <zelk_core/math/matrixsimd.h>
+#include <zelk_core/math/vector.h>
+#include <zelk_core/math/vectorgeneric.h>
 #include <zelk_core/math/vectorsimd.h>
 #include <zelk_core/os/adaptivelock.h>
 #include <zelk_core/os/atomic.h>

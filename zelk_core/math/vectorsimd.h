@@ -6,11 +6,13 @@
 /// uses the processor's reciprocal estimates. NaN spreads through arithmetic as usual; where it is compared away, the
 /// operation says what is left. Nothing here traps or fails.
 ///
-/// Objects are aligned to 16 bytes, on the heap too (alignednew.h). Pass them by const reference.
+/// Objects are aligned to 16 bytes, on the heap too (alignednew.h). Pass them by const reference. The constants are
+/// static data: they can be read before, and in, any static initialiser. Any thread.
 #pragma once
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/math/alignednew.h>
+#include <zelk_core/math/vector.h>
 
 #include <emmintrin.h>
 
@@ -29,6 +31,8 @@ enum class SumOrder : unsigned char {
 template <class V, unsigned N>
 class VectorSIMD : public AlignedNew<V> {
 public:
+    using Element = float;
+
     /// The same number in all four lanes.
     static V Broadcast(float value) { return V(_mm_set1_ps(value)); }
     /// Four floats from memory of any alignment, and back.
@@ -119,6 +123,8 @@ public:
     VectorSIMD4f() = default;
     constexpr VectorSIMD4f(float x, float y, float z, float w) : VectorSIMD(__m128{x, y, z, w}) {}
     constexpr explicit VectorSIMD4f(__m128 lanes) : VectorSIMD(lanes) {}
+    explicit VectorSIMD4f(const Vector4f& v) : VectorSIMD(_mm_loadu_ps(v.Data())) {}
+    constexpr VectorSIMD4f(const Vector3f& xyz, float w) : VectorSIMD4f(xyz.X(), xyz.Y(), xyz.Z(), w) {}
 
     Z4_API static const VectorSIMD4f ZERO;
     Z4_API static const VectorSIMD4f ONE;
@@ -141,6 +147,8 @@ public:
     constexpr VectorSIMD3f(float x, float y, float z) : VectorSIMD(__m128{x, y, z, 0.0F}) {}
     /// Takes all four lanes.
     constexpr explicit VectorSIMD3f(__m128 lanes) : VectorSIMD(lanes) {}
+    /// The w lane becomes 0.
+    constexpr explicit VectorSIMD3f(const Vector3f& v) : VectorSIMD3f(v.X(), v.Y(), v.Z()) {}
 
     Z4_API static const VectorSIMD3f ZERO;
     /// (1, 1, 1, 0).
@@ -152,6 +160,22 @@ public:
     Z4_API static const __m128 MASK_2D;
     Z4_API static const __m128 MASK_3D;
 };
+
+/// The first components as a plain vector; for other element types convert that.
+template <class V, unsigned N>
+Vector4f ToVector4f(const VectorSIMD<V, N>& v) {
+    Vector4f result;
+    v.Store(result.Data());
+    return result;
+}
+template <class V, unsigned N>
+Vector3f ToVector3f(const VectorSIMD<V, N>& v) {
+    return Vector3f(v.X(), v.Y(), v.Z());
+}
+template <class V, unsigned N>
+Vector2f ToVector2f(const VectorSIMD<V, N>& v) {
+    return Vector2f(v.X(), v.Y());
+}
 
 /// The smaller and the greater of each lane; `b` where one of the two is NaN, and where both are zeros.
 template <class V, unsigned N>
