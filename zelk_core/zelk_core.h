@@ -18,6 +18,7 @@
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/alignednew.h>
+#include <zelk_core/math/geometry/aabb.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/math/matrix.h>
 #include <zelk_core/math/matrixgeneric.h>
