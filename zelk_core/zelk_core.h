@@ -19,6 +19,7 @@
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/alignednew.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/math/matrix.h>
 #include <zelk_core/math/matrixgeneric.h>

@@ -20,6 +20,8 @@
 
 namespace Z4::Geometry {
 
+class GeometryOBB;
+
 class GeometryAABB : public AlignedNew<GeometryAABB> {
 public:
     /// The empty box: all four lanes of min are the largest finite float, those of max its negation.
@@ -55,8 +57,8 @@ public:
     void ExpandBy(float d) { ExpandBy(VectorSIMD4f::Broadcast(d)); }
     void ExpandBy(const VectorSIMD4f& v) {
         // Only subtracting +0 leaves every w as it is: -0 plus 0 is +0.
-        m_min -= And(v, SpaceMask());
-        m_max -= And(-v, SpaceMask());
+        m_min -= And(v, VectorSIMD4f::MASK_3D);
+        m_max -= And(-v, VectorSIMD4f::MASK_3D);
     }
     GeometryAABB GetExpandBy(float d) const {
         GeometryAABB box(*this);
@@ -121,11 +123,16 @@ public:
     /// their lanes, the others have w = 0.
     Z4_API VectorSIMD4f operator[](unsigned long index) const;
 
+    /// Becomes the smallest box around the oriented one; see GeometryOBB::ToAABox().
+    Z4_API void FromOOBox(const GeometryOBB& box);
+    /// The same box as an oriented one. One with min > max in x, y or z gives an oriented box that is zero throughout,
+    /// axes included.
+    Z4_API GeometryOBB ToOOBox() const;
+
     /// Whether no component of the corners differs by more than 2e-6, w included.
     Z4_API bool operator==(const GeometryAABB& other) const;
 
 private:
-    static VectorSIMD4f SpaceMask() { return VectorSIMD4f(_mm_castsi128_ps(_mm_setr_epi32(-1, -1, -1, 0))); }
     VectorSIMD4f Overlaps(const GeometryAABB& other) const {
         return And(LessEqual(m_min, other.m_max), LessEqual(other.m_min, m_max));
     }

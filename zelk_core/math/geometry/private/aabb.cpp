@@ -1,5 +1,6 @@
 #include <zelk_core/math/geometry/aabb.h>
 
+#include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/private/corners.h>
 
 #include <cstddef>
@@ -35,7 +36,22 @@ VectorSIMD4f GeometryAABB::operator[](unsigned long index) const {
     if (index == Private::CORNER_COUNT - 1) {
         return m_max;
     }
-    return And(Select(Private::HighSides(index), m_max, m_min), SpaceMask());
+    return And(Select(Private::HighSides(index), m_max, m_min), VectorSIMD4f::MASK_3D);
+}
+
+void GeometryAABB::FromOOBox(const GeometryOBB& box) {
+    *this = box.ToAABox();
+}
+
+GeometryOBB GeometryAABB::ToOOBox() const {
+    GeometryOBB box;
+    if (!AnyTrue(And(Greater(m_min, m_max), VectorSIMD4f::MASK_3D))) {
+        box.SetAABB(GetCenter(), GetExtent());
+        return box;
+    }
+    const VectorSIMD4f zero = VectorSIMD4f::Broadcast(0);
+    const VectorSIMD4f axes[3] = {zero, zero, zero};
+    return {zero, axes, zero};
 }
 
 bool GeometryAABB::operator==(const GeometryAABB& other) const {
