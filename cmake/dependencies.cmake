@@ -9,6 +9,12 @@ endif()
 add_library(zelk_xxhash_reference INTERFACE)
 target_include_directories(zelk_xxhash_reference SYSTEM INTERFACE ${ZELK_DEPS}/xxhash)
 
+# Through a folder of its own: beside it lie the build machine's headers, which are none of the target's.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/glm)
+file(CREATE_LINK /usr/include/glm ${PROJECT_BINARY_DIR}/glm/glm SYMBOLIC)
+add_library(zelk_glm INTERFACE)
+target_include_directories(zelk_glm SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/glm)
+
 find_package(ZLIB REQUIRED)
 
 if(WIN32)

@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <concepts>
+#include <utility>
 
 namespace Z4 {
 
@@ -68,6 +69,10 @@ struct RowTraits {
     static constexpr Axis AxisOf(const R& row) { return Axis(row); }
     static constexpr Scalar Dot(const Axis& a, const Axis& b) { return Z4::Dot(a, b); }
     static constexpr Axis Cross(const Axis& a, const Axis& b) { return Z4::Cross(a, b); }
+    /// (-(b t), a t, -(d s), c s).
+    static constexpr R Dots(const Axis& a, const Axis& b, const Axis& c, const Axis& d, const Axis& s, const Axis& t) {
+        return R(-Dot(b, t), Dot(a, t), -Dot(d, s), Dot(c, s));
+    }
     static constexpr bool IsFinitePositive(Scalar value) {
         return value > 0 && value <= std::numeric_limits<Scalar>::max();
     }
@@ -132,13 +137,13 @@ constexpr typename M::RowType TransformRow(const typename M::RowType& row, const
     }
 }
 
+/// Written out rather than looped over, so that the rows stay in registers.
 template <Matrix M, class Function>
 constexpr M MapRows(const M& m, Function function) {
-    M result;
-    for (unsigned i = 0; i < M::ROWS; ++i) {
-        result.Row(i) = function(m.Row(i), i);
+    return [&]<unsigned... I>(std::integer_sequence<unsigned, I...>) {
+        return M(function(m.Row(I), I)...);
     }
-    return result;
+    (std::make_integer_sequence<unsigned, M::ROWS>());
 }
 
 /// x, y, z in the diagonal of the linear part and `corner` in the lower right of a full matrix, else 0.
@@ -372,12 +377,15 @@ constexpr M Inverse(const M& m) {
             const auto t = part.t * scale;
             const auto u = part.u * scale;
             const auto v = part.v * scale;
+            using R = typename M::RowType;
             const auto zero = Traits::Zero();
-            return Traits::Transpose(
-                M(Traits::Extend(Traits::Cross(part.b, v) + t * part.y, zero - Traits::Dot(part.b, t)),
-                  Traits::Extend(Traits::Cross(v, part.a) - t * part.x, Traits::Dot(part.a, t)),
-                  Traits::Extend(Traits::Cross(part.d, u) + s * part.w, zero - Traits::Dot(part.d, s)),
-                  Traits::Extend(Traits::Cross(u, part.c) - s * part.z, Traits::Dot(part.c, s))));
+            const R columns[4] = {Traits::Extend(Traits::Cross(part.b, v) + t * part.y, zero),
+                                  Traits::Extend(Traits::Cross(v, part.a) - t * part.x, zero),
+                                  Traits::Extend(Traits::Cross(part.d, u) + s * part.w, zero),
+                                  Traits::Extend(Traits::Cross(u, part.c) - s * part.z, zero)};
+            M inverse = Traits::Transpose(M(columns[0], columns[1], columns[2], columns[3]));
+            inverse.Row(3) = Traits::Dots(part.a, part.b, part.c, part.d, s, t);
+            return inverse;
         }
     }
 }

@@ -31,6 +31,14 @@ struct RowTraits<VectorSIMD4f> {
     static const Axis& AxisOf(const VectorSIMD4f& row) { return row; }
     static Scalar Dot(const Axis& a, const Axis& b) { return Dot3<SumOrder::CONSISTENT>(a, b); }
     static Axis Cross(const Axis& a, const Axis& b) { return Cross3(a, b); }
+    static VectorSIMD4f Dots(const Axis& a, const Axis& b, const Axis& c, const Axis& d, const Axis& s, const Axis& t) {
+        __m128 x = (b * t).Native();
+        __m128 y = (a * t).Native();
+        __m128 z = (d * s).Native();
+        __m128 w = (c * s).Native();
+        _MM_TRANSPOSE4_PS(x, y, z, w);
+        return VectorSIMD4f(_mm_xor_ps(_mm_add_ps(_mm_add_ps(x, y), z), _mm_setr_ps(-0.0F, 0.0F, -0.0F, 0.0F)));
+    }
     static bool IsFinitePositive(const Scalar& value) {
         const Scalar greatest = VectorSIMD4f::Broadcast(std::numeric_limits<float>::max());
         return AllTrue(And(Greater(value, Zero()), LessEqual(value, greatest)));

@@ -26,13 +26,13 @@ constexpr To ConvertElement(From value) {
         using Limits = std::numeric_limits<To>;
         // One above the greatest, a power of two, is exact in every floating-point type; the greatest is not.
         constexpr From END = static_cast<From>(Limits::max() / 2 + 1) * 2;
-        if (value != value) {
-            return 0;
+        if (value >= END) {
+            return Limits::max();
         }
-        if (value < static_cast<From>(Limits::min())) {
-            return Limits::min();
+        if (value >= static_cast<From>(Limits::min())) {
+            return static_cast<To>(value);
         }
-        return value >= END ? Limits::max() : static_cast<To>(value);
+        return value < 0 ? Limits::min() : 0;
     } else {
         return static_cast<To>(value);
     }
