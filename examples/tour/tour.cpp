@@ -42,6 +42,7 @@ int main(int argc, char** argv) {
     TourFormatter(path, content);
     TourHashes(content);
     TourThreads(content);
+    TourGeometry(content);
     Z4::ShutdownBase();
 
     const std::size_t left = ZelkHost::ReportLeaks();

@@ -11,6 +11,7 @@ void Chapter(const char* room, const char* title);
 
 void TourPlatform();
 void TourStartUp();
+void TourGeometry(const std::string& content);
 void TourHashes(const std::string& content);
 void TourThreads(const std::string& content);
 void TourFormatter(const char* path, const std::string& content);

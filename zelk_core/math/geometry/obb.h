@@ -76,11 +76,12 @@ public:
     /// and D. Manocha, OBBTree, SIGGRAPH 1996, with the guard for parallel edges of C. Ericson, Real-Time Collision
     /// Detection, 2005, section 4.4.1. Any box may be flat, a segment or a point.
     ///
-    /// Rounding can settle cases that are closer than 1e-5 times the sizes and the distance of the centres either way.
-    /// Beyond that, boxes with a common point are always found to overlap, and boxes apart are found so but for one
-    /// case: where only the cross product of two edges tells them apart and these are parallel within about half a
-    /// degree, boxes may count as overlapping up to a gap of 1e-3 times the sizes. A negative extent, a NaN or an
-    /// infinity (in the boxes, or from numbers beyond 1e37) gives false or, for an infinite extent, either answer.
+    /// Rounding can settle either way what is closer than 1e-5 times the sizes and the distance of the centres. Beyond
+    /// that, boxes with a common point always overlap, and boxes apart are found so but for one case: where only the
+    /// cross product of two edges tells them apart, the guard can bridge a gap of 2e-6 times the sizes over the sine of
+    /// the edges' angle; by 1e-3 times the sizes or less, for edges closer to parallel have no gap that the sides would
+    /// not show. A NaN in x, y or z and an infinite centre give false; other infinities, and numbers beyond 1e37, give
+    /// either answer.
     Z4_API bool Intersect(const GeometryOBB& other) const;
     /// The same with the oriented form of the box. An invalid box overlaps nothing.
     Z4_API bool Intersect(const GeometryAABB& box) const;
