@@ -151,7 +151,7 @@ TEST(ObbOverlap, AgreesWithEdgesAgainstSolids) {
         BringNear(random, a, b);
 
         const double sizes = double{a.GetRadius()} + double{b.GetRadius()} + Length(Wide(b.GetCenter()));
-        const double guard = std::min(1e-3, 2e-6 / std::max(1e-30, LeastSine(a, b)));
+        const double guard = std::min(2e-3, 2e-6 / std::max(1e-30, LeastSine(a, b)));
         const bool found = a.Intersect(b);
         if (OverlapFirmly(a, b, 1e-5 * sizes)) {
             ASSERT_TRUE(found && b.Intersect(a)) << round;

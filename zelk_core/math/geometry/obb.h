@@ -79,7 +79,7 @@ public:
     /// Rounding can settle either way what is closer than 1e-5 times the sizes and the distance of the centres. Beyond
     /// that, boxes with a common point always overlap, and boxes apart are found so but for one case: where only the
     /// cross product of two edges tells them apart, the guard can bridge a gap of 2e-6 times the sizes over the sine of
-    /// the edges' angle; by 1e-3 times the sizes or less, for edges closer to parallel have no gap that the sides would
+    /// the edges' angle; by 2e-3 times the sizes or less, for edges closer to parallel have no gap that the sides would
     /// not show. A NaN in x, y or z and an infinite centre give false; other infinities, and numbers beyond 1e37, give
     /// either answer.
     Z4_API bool Intersect(const GeometryOBB& other) const;
