@@ -40,6 +40,12 @@ foreach(library zelk_zlib zelk_lzo)
     endif()
 endforeach()
 
+# Through a folder of its own: beside it lie the build machine's headers, which are none of the target's.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/glm)
+file(CREATE_LINK /usr/include/glm ${PROJECT_BINARY_DIR}/glm/glm SYMBOLIC)
+add_library(zelk_glm INTERFACE)
+target_include_directories(zelk_glm SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/glm)
+
 if(WIN32)
     set(BENCHMARK_ENABLE_TESTING OFF)
     set(BENCHMARK_ENABLE_INSTALL OFF)

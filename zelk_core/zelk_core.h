@@ -25,7 +25,17 @@
 #include <zelk_core/generics/redblacktree.h>
 #include <zelk_core/generics/string.h>
 #include <zelk_core/generics/vector.h>
+#include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/distance.h>
+#include <zelk_core/math/geometry/nearestpoint.h>
+#include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/lifecycle.h>
+#include <zelk_core/math/matrix.h>
+#include <zelk_core/math/matrixgeneric.h>
+#include <zelk_core/math/matrixsimd.h>
+#include <zelk_core/math/vector.h>
+#include <zelk_core/math/vectorgeneric.h>
+#include <zelk_core/math/vectorsimd.h>
 #include <zelk_core/net/berkeleysocket.h>
 #include <zelk_core/net/hostinfo.h>
 #include <zelk_core/net/nicinfo.h>

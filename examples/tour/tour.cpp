@@ -42,10 +42,11 @@ int main(int argc, char** argv) {
     TourFormatter(path, content);
     TourHashes(content);
     TourContainers(content);
+    TourGeometry(content);
     TourThreads(content);
+    const bool allCameBack = TourCodecs(content);
     TourNetwork(content);
     TourDebugHelp();
-    const bool allCameBack = TourCodecs(content);
     Z4::ShutdownBase();
 
     const std::size_t left = ZelkHost::ReportLeaks();
