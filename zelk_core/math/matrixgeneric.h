@@ -67,11 +67,11 @@ struct RowTraits {
         return row[INDEX];
     }
     static constexpr Axis AxisOf(const R& row) { return Axis(row); }
-    static constexpr Scalar Dot(const Axis& a, const Axis& b) { return Z4::Dot(a, b); }
+    static constexpr Scalar Sum(const Axis& axis) { return (axis[0] + axis[1]) + axis[2]; }
     static constexpr Axis Cross(const Axis& a, const Axis& b) { return Z4::Cross(a, b); }
     /// (-(b t), a t, -(d s), c s).
     static constexpr R Dots(const Axis& a, const Axis& b, const Axis& c, const Axis& d, const Axis& s, const Axis& t) {
-        return R(-Dot(b, t), Dot(a, t), -Dot(d, s), Dot(c, s));
+        return R(-Z4::Dot(b, t), Z4::Dot(a, t), -Z4::Dot(d, s), Z4::Dot(c, s));
     }
     static constexpr bool IsFinitePositive(Scalar value) {
         return value > 0 && value <= std::numeric_limits<Scalar>::max();
@@ -88,6 +88,8 @@ struct RowTraits {
             return R(x, y, z, w);
         }
     }
+    /// `w` is any number in the first.
+    static constexpr R Extend(const Axis& axis) { return Extend(axis, 0); }
     static constexpr R Extend(const Axis& axis, Scalar w) { return Make(axis[0], axis[1], axis[2], w); }
 
     /// Of an affine matrix the linear part, with the translation unset.
@@ -198,7 +200,7 @@ struct FullMinors {
           u(a * y - b * x),
           v(c * w - d * z) {}
 
-    constexpr Scalar Determinant() const { return Traits::Dot(s, v) + Traits::Dot(t, u); }
+    constexpr Scalar Determinant() const { return Traits::Sum(s * v + t * u); }
 
     Axis a, b, c, d;
     Scalar x, y, z, w;
@@ -315,7 +317,7 @@ constexpr typename Private::TraitsOf<M>::Scalar Determinant(const M& m) {
         return Cross(m.Row(0), m.Row(1));
     } else if constexpr (M::COLUMNS == 3) {
         const auto cross = Traits::Cross(Traits::AxisOf(m.Row(1)), Traits::AxisOf(m.Row(2)));
-        return Traits::Dot(Traits::AxisOf(m.Row(0)), cross);
+        return Traits::Sum(Traits::AxisOf(m.Row(0)) * cross);
     } else {
         return Private::FullMinors<M>(m).Determinant();
     }
@@ -332,15 +334,15 @@ constexpr M InverseAffine(const M& m) {
     const auto z = Traits::AxisOf(m.Row(2));
     const auto yz = Traits::Cross(y, z);
     auto scale = Traits::Zero();
-    if (!Private::Reciprocal<Traits>(Traits::Dot(x, yz), scale)) {
+    if (!Private::Reciprocal<Traits>(Traits::Sum(x * yz), scale)) {
         return Private::MakeZero<M>();
     }
     // The cross products are the columns of the inverse.
     const auto zero = Traits::Zero();
     M columns;
-    columns.Row(0) = Traits::Extend(yz * scale, zero);
-    columns.Row(1) = Traits::Extend(Traits::Cross(z, x) * scale, zero);
-    columns.Row(2) = Traits::Extend(Traits::Cross(x, y) * scale, zero);
+    columns.Row(0) = Traits::Extend(yz * scale);
+    columns.Row(1) = Traits::Extend(Traits::Cross(z, x) * scale);
+    columns.Row(2) = Traits::Extend(Traits::Cross(x, y) * scale);
     if constexpr (M::COLUMNS == 4) {
         columns.Row(3) = Traits::Make(0, 0, 0, 0);
     }
@@ -378,11 +380,10 @@ constexpr M Inverse(const M& m) {
             const auto u = part.u * scale;
             const auto v = part.v * scale;
             using R = typename M::RowType;
-            const auto zero = Traits::Zero();
-            const R columns[4] = {Traits::Extend(Traits::Cross(part.b, v) + t * part.y, zero),
-                                  Traits::Extend(Traits::Cross(v, part.a) - t * part.x, zero),
-                                  Traits::Extend(Traits::Cross(part.d, u) + s * part.w, zero),
-                                  Traits::Extend(Traits::Cross(u, part.c) - s * part.z, zero)};
+            const R columns[4] = {Traits::Extend(Traits::Cross(part.b, v) + t * part.y),
+                                  Traits::Extend(Traits::Cross(v, part.a) - t * part.x),
+                                  Traits::Extend(Traits::Cross(part.d, u) + s * part.w),
+                                  Traits::Extend(Traits::Cross(u, part.c) - s * part.z)};
             M inverse = Traits::Transpose(M(columns[0], columns[1], columns[2], columns[3]));
             inverse.Row(3) = Traits::Dots(part.a, part.b, part.c, part.d, s, t);
             return inverse;

@@ -29,7 +29,7 @@ struct RowTraits<VectorSIMD4f> {
         return VectorSIMD4f(_mm_shuffle_ps(row.Native(), row.Native(), _MM_SHUFFLE(INDEX, INDEX, INDEX, INDEX)));
     }
     static const Axis& AxisOf(const VectorSIMD4f& row) { return row; }
-    static Scalar Dot(const Axis& a, const Axis& b) { return Dot3<SumOrder::CONSISTENT>(a, b); }
+    static Scalar Sum(const Axis& axis) { return (axis.BroadcastX() + axis.BroadcastY()) + axis.BroadcastZ(); }
     static Axis Cross(const Axis& a, const Axis& b) { return Cross3(a, b); }
     static VectorSIMD4f Dots(const Axis& a, const Axis& b, const Axis& c, const Axis& d, const Axis& s, const Axis& t) {
         __m128 x = (b * t).Native();
@@ -46,6 +46,7 @@ struct RowTraits<VectorSIMD4f> {
     static Scalar Absolute(const Scalar& value) { return Abs(value); }
 
     static constexpr VectorSIMD4f Make(float x, float y, float z, float w) { return VectorSIMD4f(x, y, z, w); }
+    static const VectorSIMD4f& Extend(const Axis& axis) { return axis; }
     static VectorSIMD4f Extend(const Axis& axis, const Scalar& w) {
         const __m128 zw = _mm_unpackhi_ps(axis.Native(), w.Native());
         return VectorSIMD4f(_mm_shuffle_ps(axis.Native(), zw, _MM_SHUFFLE(1, 0, 1, 0)));

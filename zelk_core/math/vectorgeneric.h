@@ -25,7 +25,8 @@ constexpr To ConvertElement(From value) {
     if constexpr (std::is_integral_v<To> && std::is_floating_point_v<From>) {
         using Limits = std::numeric_limits<To>;
         // One above the greatest, a power of two, is exact in every floating-point type; the greatest is not.
-        constexpr From END = static_cast<From>(Limits::max() / 2 + 1) * 2;
+        constexpr auto HALF = static_cast<To>(Limits::max() / 2 + 1);
+        constexpr From END = static_cast<From>(HALF) * 2;
         if (value >= END) {
             return Limits::max();
         }

@@ -9,10 +9,10 @@ namespace Z4 {
 namespace {
 
 template <class V>
-constexpr bool IS_ONE_REGISTER = sizeof(V) == sizeof(__m128) && alignof(V) == alignof(__m128) &&
-                                 std::is_trivially_copyable_v<V> && std::is_trivially_default_constructible_v<V>;
-static_assert(sizeof(__m128) == 16);
-static_assert(IS_ONE_REGISTER<VectorSIMD4f> && IS_ONE_REGISTER<VectorSIMD3f>);
+constexpr bool IS_ONE_REGISTER =
+    sizeof(V) == sizeof(__m128) && std::is_trivially_copyable_v<V>&& std::is_trivially_default_constructible_v<V>;
+static_assert(IS_ONE_REGISTER<VectorSIMD4f> && alignof(VectorSIMD4f) == 16);
+static_assert(IS_ONE_REGISTER<VectorSIMD3f> && alignof(VectorSIMD3f) == 16);
 
 constexpr float ALL_BITS = std::bit_cast<float>(0xFFFFFFFFU);
 
