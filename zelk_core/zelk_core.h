@@ -19,6 +19,8 @@
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/math/alignednew.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/distance.h>
+#include <zelk_core/math/geometry/nearestpoint.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/math/matrix.h>
