@@ -89,7 +89,7 @@ Z4_API float DistanceSegmentToSegmentSqr(const VectorSIMD4f& a0, const VectorSIM
 /// and the coordinates of that of the rectangle to `u` and `v`; of one of them where several are nearest.
 ///
 /// The least over all features: where the segment crosses the plane, its two ends, and the four edges (Schneider and
-/// Eberly, "Geometric Tools for Computer Graphics", 2003, section 10.9). Error as DistanceSegmentToSegmentSqr.
+/// Eberly, "Geometric Tools for Computer Graphics", 2003, chapter 10). Error as DistanceSegmentToSegmentSqr.
 Z4_API float DistanceSegmentToRectangleSqr(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& corner,
                                            const VectorSIMD4f& edge0, const VectorSIMD4f& edge1, float& t, float& u,
                                            float& v);
@@ -104,8 +104,8 @@ Z4_API float DistancePointToRectangleSqr(const VectorSIMD4f& p, const VectorSIMD
 /// nearest points a + t (b - a) and t0 + u (t1 - t0) + v (t2 - t0), with u, v in [0, 1] and u + v <= 1 but for
 /// rounding; null when they are not wanted. Where a and b coincide, the line is the point `a`.
 ///
-/// The least over where the line crosses the triangle and the three edges (Schneider and Eberly, as above, section
-/// 10.7). Error as DistanceSegmentToSegmentSqr.
+/// The least over where the line crosses the triangle and the three edges (Schneider and Eberly, as above). Error as
+/// DistanceSegmentToSegmentSqr.
 Z4_API float DistanceLineToTriangleSqr(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& t0,
                                        const VectorSIMD4f& t1, const VectorSIMD4f& t2, float* params);
 
