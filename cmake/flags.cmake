@@ -10,7 +10,8 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 # processors made some loops 2 to 3.5 times slower on current ones.
 add_compile_options(-msse2 -mfpmath=sse -mtune=generic)
 # Build folders must not show in the output, so that two checkouts give the same bits.
-add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build
+    -ffile-prefix-map=${ZELK_DEPS}=deps) # last, as the sources can lie within
 if(ZELK_SANITIZE)
     # The check of virtual calls reads type information, which the library has none of.
     add_compile_options(-fsanitize=${ZELK_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
