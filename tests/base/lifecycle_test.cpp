@@ -13,9 +13,10 @@
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/dbghelp/lifecycle.h>
 #include <zelk_core/services/encryption/lifecycle.h>
-#include <zelk_core/services/runtimetype/lifecycle.h>
 #include <zelk_core/services/random/lifecycle.h>
+#include <zelk_core/services/runtimetype/lifecycle.h>
 
 using namespace Z4;
 
@@ -151,7 +152,8 @@ TEST_F(Lifecycle, CoreCountsOfAPairAreAllReleased) {
     EXPECT_EQ(Take(), CORE_DOWN);
 }
 
-TEST_F(Lifecycle, TheRandomObjectComesLastAndGoesFirst) {
+/// A memory table with one block, for a service that takes memory where the others only count.
+void InstallOneBlock() {
     eal_mem_dll_interface memory{};
     memory.name_id = RecordName;
     memory.alloc = [](std::size_t size, std::size_t, unsigned, int) -> void* {
@@ -161,13 +163,28 @@ TEST_F(Lifecycle, TheRandomObjectComesLastAndGoesFirst) {
     };
     memory.free = [](void*) { Record("free"); };
     Install<MEM>(memory);
-    InitializeRandomService();
-    EXPECT_EQ(Take(), std::string(CORE_UP) + " n212 alloc");
-    InitializeRandomService();
-    ShutdownRandomService();
-    EXPECT_EQ(Take(), "");
-    ShutdownRandomService();
-    EXPECT_EQ(Take(), std::string("free n- ") + CORE_DOWN);
+}
+
+TEST_F(Lifecycle, ObjectsOfServicesComeLastAndGoFirst) {
+    const struct {
+        void (*initialize)();
+        void (*shutdown)();
+        const char* up;
+        const char* down;
+    } pairs[] = {
+        {InitializeRandomService, ShutdownRandomService, " n212 alloc", "free n- "},
+        {[] { InitializeDbgHelpService(false); }, ShutdownDbgHelpService, " f501 t100 n212 alloc", "free n- t- f- "},
+    };
+    InstallOneBlock();
+    for (const auto& pair : pairs) {
+        pair.initialize();
+        EXPECT_EQ(Take(), std::string(CORE_UP) + pair.up);
+        pair.initialize();
+        pair.shutdown();
+        EXPECT_EQ(Take(), "");
+        pair.shutdown();
+        EXPECT_EQ(Take(), pair.down + std::string(CORE_DOWN));
+    }
 }
 
 TEST_F(Lifecycle, TheOSCountIsExactUnderConcurrency) {

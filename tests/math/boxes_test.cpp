@@ -202,7 +202,9 @@ TEST(Boxes, ShareCornersAndConvertIntoEachOther) {
     const GeometryOBB nothing = GeometryAABB(max, min).ToOOBox();
     static constexpr unsigned char ZEROS[sizeof(GeometryOBB)] = {};
     EXPECT_EQ(std::memcmp(static_cast<const void*>(&nothing), ZEROS, sizeof(ZEROS)), 0);
-    EXPECT_FALSE(GeometryOBB().Intersect(GeometryAABB(max, min)));
+    // The zeroed form of an invalid box is a point at the origin.
+    EXPECT_TRUE(GeometryOBB().Intersect(GeometryAABB(max, min)));
+    EXPECT_FALSE(GeometryOBB(max, max + VectorSIMD4f::ONE).Intersect(GeometryAABB(max, min)));
 }
 
 /// What a scalar implementation calculates, in one of the two orders.

@@ -36,7 +36,8 @@ public:
         if (choice < COUNT) {
             return EDGES[choice];
         }
-        return static_cast<float>(std::ldexp(Number(-1, 1), static_cast<int>(Index(80)) - 40));
+        const double mantissa = Number(-1, 1); // before the exponent, in every compiler
+        return static_cast<float>(std::ldexp(mantissa, static_cast<int>(Index(80)) - 40));
     }
 
     template <Z4::PlainFloatVector V>

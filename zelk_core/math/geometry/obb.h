@@ -83,7 +83,7 @@ public:
     /// not show. A NaN in x, y or z and an infinite centre give false; other infinities, and numbers beyond 1e37, give
     /// either answer.
     Z4_API bool Intersect(const GeometryOBB& other) const;
-    /// The same with the oriented form of the box. An invalid box overlaps nothing.
+    /// The same with the oriented form of the box, so that an invalid box counts as a point at the origin.
     Z4_API bool Intersect(const GeometryAABB& box) const;
 
     /// Corner `index`, numbered as by GeometryAABB::operator[]; 8 and above give the centre. With X, Y and Z for the

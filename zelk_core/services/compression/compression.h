@@ -3,7 +3,7 @@
 /// An object only points into the buffers; it writes no header, length or framing beyond its format's own.
 #pragma once
 
-#include <zelk_core/generics/hostnew.h>
+#include <zelk_core/base/hostnew.h>
 
 namespace Z4 {
 

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/hostnew.h>
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/string.h>
 
@@ -20,7 +21,7 @@ namespace Z4 {
 
 /// Copies unchanged, and is what code that takes any cipher holds. Objects made by `new` live in the host's memory;
 /// `new` yields null when the host refuses. Copies share the name.
-class Z4_API Cipher {
+class Z4_API Cipher : public HostNew<Cipher> {
 public:
     enum CipherType : std::uint32_t {
         BLOCK_CIPHER = 0, ///< Tea and XTea alike
@@ -31,12 +32,6 @@ public:
     virtual ~Cipher();
     Cipher(const Cipher& other);
     Cipher& operator=(const Cipher& other);
-
-    static void* operator new(std::size_t size) noexcept {
-        return Private::AllocateFromHost(size, alignof(std::max_align_t), EAL_ID_ZELK_CORE);
-    }
-    static void* operator new(std::size_t, void* place) noexcept { return place; }
-    static void operator delete(void* pointer) { ZelkAllocator::Free(pointer); }
 
     /// Copies `len` bytes.
     /// @return `len`.

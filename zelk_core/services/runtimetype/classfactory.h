@@ -11,8 +11,8 @@
 
 #include <cstdint>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/hostnew.h>
 #include <zelk_core/generics/dlist.h>
-#include <zelk_core/generics/hostnew.h>
 #include <zelk_core/generics/map.h>
 #include <zelk_core/generics/notifier.h>
 #include <zelk_core/services/runtimetype/typeid.h>
@@ -93,8 +93,9 @@ public:
     Z4_API static void SingletonShutdown();
 
     /// Registers a class with the factory, or, before there is one, parks the registration in `node`. What is parked
-    /// enters every factory at its creation, so it outlasts a restart; what went into a factory directly ends with it.
-    /// Works before the host has installed its tables, in static initialisers of any module.
+    /// moves into the next factory at its creation. All registrations end with their factory, and a restarted one is
+    /// empty: whoever restarts registers again. Works before the host has installed its tables, in static initialisers
+    /// of any module.
     /// @param node must stay in its place until UnRegisterCreatorFuncPreMain(), for good without that. One that is
     /// parked already is refused.
     /// @return `type`, or no type when the identifier is registered or parked already, or memory is refused.
@@ -133,7 +134,7 @@ private:
     ClassFactory();
 
     static ClassFactory& GetPrivateInstance();
-    /// Takes in what is parked.
+    /// Moves in what is parked.
     void SingletonConstructor();
 
     Notifier<ClassFactoryNotification> m_notifier;

@@ -58,7 +58,7 @@ bool GeometryOBB::Intersect(const GeometryOBB& other) const {
 }
 
 bool GeometryOBB::Intersect(const GeometryAABB& box) const {
-    return box.IsValid() && Intersect(box.ToOOBox());
+    return Intersect(box.ToOOBox());
 }
 
 } // namespace Z4::Geometry

@@ -205,8 +205,8 @@ ClassFactory& ClassFactory::GetPrivateInstance() {
 }
 
 void ClassFactory::SingletonConstructor() {
-    for (DList& links : g_parked) {
-        const Private::ClassFactoryNode& node = NodeOf(links);
+    while (DList* const links = g_parked.PopFront()) {
+        const Private::ClassFactoryNode& node = NodeOf(*links);
         ClassFactory::RegisterCreatorFunc(node.creator, node.type);
     }
 }

@@ -1,4 +1,4 @@
-#include "../support/testhost.h"
+#include <tests/support/testhost.h>
 
 #include <cstdint>
 #include <gmock/gmock.h>
