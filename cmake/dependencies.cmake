@@ -9,9 +9,42 @@ endif()
 add_library(zelk_xxhash_reference INTERFACE)
 target_include_directories(zelk_xxhash_reference SYSTEM INTERFACE ${ZELK_DEPS}/xxhash)
 
-if(NOT ZELK_MS_ABI)
-    find_package(ZLIB REQUIRED)
-endif()
+# The compression room's two libraries, with our own flags, and only what it calls. Of zlib that is a build without file
+# access and without allocator (Z_SOLO), which would copy memory byte by byte if it were not told better.
+set(zlib_sources adler32 crc32 deflate inffast inflate inftrees trees zutil)
+list(TRANSFORM zlib_sources PREPEND ${ZELK_DEPS}/zlib/)
+list(TRANSFORM zlib_sources APPEND .c)
+add_library(zelk_zlib STATIC EXCLUDE_FROM_ALL ${zlib_sources})
+target_include_directories(zelk_zlib SYSTEM PUBLIC ${ZELK_DEPS}/zlib)
+target_compile_definitions(zelk_zlib
+    PUBLIC Z_SOLO
+    PRIVATE HAVE_MEMCPY memcpy=__builtin_memcpy memcmp=__builtin_memcmp memset=__builtin_memset)
+
+set(lzo_sources lzo1x_1 lzo1x_9x lzo1x_d1 lzo1x_d2 lzo_init)
+list(TRANSFORM lzo_sources PREPEND ${ZELK_DEPS}/lzo2/src/)
+list(TRANSFORM lzo_sources APPEND .c)
+add_library(zelk_lzo STATIC EXCLUDE_FROM_ALL ${lzo_sources})
+target_include_directories(zelk_lzo SYSTEM PUBLIC ${ZELK_DEPS}/lzo2/include PRIVATE ${ZELK_DEPS}/lzo2/src)
+
+foreach(library zelk_zlib zelk_lzo)
+    target_compile_options(${library} PRIVATE -w -fvisibility=hidden)
+    if(WIN32 AND NOT ZELK_MS_ABI)
+        target_compile_options(${library} PRIVATE -mincoming-stack-boundary=2)
+    endif()
+    if(ZELK_SANITIZE)
+        # Their unaligned reads and null sums are deliberate; AddressSanitizer stays.
+        target_compile_options(${library} PRIVATE -fno-sanitize=undefined)
+    endif()
+    if(ZELK_FUZZ)
+        target_compile_options(${library} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
+endforeach()
+
+# Through a folder of its own: beside it lie the build machine's headers, which are none of the target's.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/glm)
+file(CREATE_LINK /usr/include/glm ${PROJECT_BINARY_DIR}/glm/glm SYMBOLIC)
+add_library(zelk_glm INTERFACE)
+target_include_directories(zelk_glm SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/glm)
 
 if(WIN32 AND NOT ZELK_MS_ABI)
     set(BENCHMARK_ENABLE_TESTING OFF)

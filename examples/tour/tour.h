@@ -9,11 +9,14 @@ void Print(const char* format, ...);
 /// A heading, with the room's name.
 void Chapter(const char* room, const char* title);
 
-void TourPlatform();
 void TourStartUp();
+void TourPlatform();
+void TourFormatter(const char* path, const std::string& content);
 void TourHashes(const std::string& content);
 void TourContainers(const std::string& content);
+void TourGeometry(const std::string& content);
 void TourThreads(const std::string& content);
-void TourFormatter(const char* path, const std::string& content);
+/// @return whether every codec gave the content back.
+bool TourCodecs(const std::string& content);
 void TourNetwork(const std::string& content);
 void TourDebugHelp();

@@ -13,7 +13,10 @@
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/compression/lifecycle.h>
+#include <zelk_core/services/dbghelp/lifecycle.h>
 #include <zelk_core/services/encryption/lifecycle.h>
+#include <zelk_core/services/random/lifecycle.h>
+#include <zelk_core/services/runtimetype/lifecycle.h>
 
 using namespace Z4;
 
@@ -94,6 +97,7 @@ const Pair PAIRS[] = {
     {"Generics", InitializeGenerics, ShutdownGenerics, 1, "", "", ""},
     {"Encryption", InitializeEncryptionService, ShutdownEncryptionService, 2, "", "", ""},
     {"Compression", InitializeCompressionService, ShutdownCompressionService, 2, "", "", ""},
+    {"RuntimeType", InitializeRuntimeTypeService, ShutdownRuntimeTypeService, 3, "", "", ""},
     {"OS", InitializeOS, ShutdownOS, 1, " n212", "n- ", ""},
     {"EalUtils", InitializeEalUtils, ShutdownEalUtils, 1, " f501 t100", "t- f- ", "f501 t100"},
 };
@@ -146,6 +150,41 @@ TEST_F(Lifecycle, CoreCountsOfAPairAreAllReleased) {
     Take();
     ShutdownCompressionService();
     EXPECT_EQ(Take(), CORE_DOWN);
+}
+
+/// A memory table with one block, for a service that takes memory where the others only count.
+void InstallOneBlock() {
+    eal_mem_dll_interface memory{};
+    memory.name_id = RecordName;
+    memory.alloc = [](std::size_t size, std::size_t, unsigned, int) -> void* {
+        alignas(16) static unsigned char block[16384];
+        Record("alloc");
+        return size <= sizeof(block) ? block : nullptr;
+    };
+    memory.free = [](void*) { Record("free"); };
+    Install<MEM>(memory);
+}
+
+TEST_F(Lifecycle, ObjectsOfServicesComeLastAndGoFirst) {
+    const struct {
+        void (*initialize)();
+        void (*shutdown)();
+        const char* up;
+        const char* down;
+    } pairs[] = {
+        {InitializeRandomService, ShutdownRandomService, " n212 alloc", "free n- "},
+        {[] { InitializeDbgHelpService(false); }, ShutdownDbgHelpService, " f501 t100 n212 alloc", "free n- t- f- "},
+    };
+    InstallOneBlock();
+    for (const auto& pair : pairs) {
+        pair.initialize();
+        EXPECT_EQ(Take(), std::string(CORE_UP) + pair.up);
+        pair.initialize();
+        pair.shutdown();
+        EXPECT_EQ(Take(), "");
+        pair.shutdown();
+        EXPECT_EQ(Take(), pair.down + std::string(CORE_DOWN));
+    }
 }
 
 TEST_F(Lifecycle, TheOSCountIsExactUnderConcurrency) {

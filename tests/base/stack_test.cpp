@@ -42,6 +42,22 @@ void UseBase() {
     EXPECT_FALSE(wrapper.IsDLLLoaded());
 }
 
+void UseServices() {
+    static char data[200];
+    XTea cipher;
+    EXPECT_EQ(cipher.Encode(data, data, sizeof(data)), sizeof(data));
+    EXPECT_EQ(cipher.Decode(data, data, sizeof(data)), sizeof(data));
+    Tea other;
+    EXPECT_EQ(other.Encode(data, data, sizeof(data)), sizeof(data));
+    EXPECT_EQ(other.Decode(data, data, sizeof(data)), sizeof(data));
+    ZigRandomGenerator generator(1);
+    double sum = 0;
+    for (int i = 0; i < 1000; ++i) {
+        sum += static_cast<double>(generator.RNOR(0, 1)) + static_cast<double>(generator.REXP());
+    }
+    EXPECT_GT(sum, 0.0);
+}
+
 } // namespace
 
 TEST(Stack, FourByteAlignmentIsEnoughForEveryCall) {
@@ -49,6 +65,7 @@ TEST(Stack, FourByteAlignmentIsEnoughForEveryCall) {
     std::thread([] {
         for (unsigned offset = 0; offset < 16; offset += 4) {
             CallWithStackOffset(UseBase, offset);
+            CallWithStackOffset(UseServices, offset);
         }
     }).join();
     EXPECT_EQ(capture.Lines().size(), 8u);

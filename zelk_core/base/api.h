@@ -50,3 +50,11 @@
 #else
 #    define Z4_API __declspec(dllimport)
 #endif
+
+/// For a function of the interface that is short enough to be compiled into its callers: the DLL exports it all the
+/// same.
+#if defined(ZELK_CORE_BUILD) && !defined(ZELK_CORE_STATIC)
+#    define Z4_API_INLINE inline __declspec(dllexport)
+#else
+#    define Z4_API_INLINE inline
+#endif

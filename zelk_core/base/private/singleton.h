@@ -4,51 +4,80 @@
 #include <atomic>
 #include <cstdint>
 #include <new>
+#include <zelk_core/base/private/eal.h>
 
 namespace Z4::Private {
 
 /// Gives up the processor to another ready thread.
 void YieldThread();
 
-/// One state word: 0 for no object, 1 while one thread builds it, else the object's address. The others yield until
-/// the address is published. A constant-initialised global of this type is ready before any code runs; `T`'s default
-/// constructor runs at the first Get().
+/// The value of a state word is one of these or the object's address.
+inline constexpr std::uintptr_t SINGLETON_NONE = 0;
+inline constexpr std::uintptr_t SINGLETON_BEING_CREATED = 1;
+
+/// The thread that finds no object runs `create()`, which returns a `T*`, and publishes its address in `state`; the
+/// others yield until it is there. Any thread.
+/// @return null when `create()` returned null; the next call tries again.
+template <class T, class Create>
+T* CreateOnce(std::atomic<std::uintptr_t>& state, Create create) {
+    std::uintptr_t found = SINGLETON_NONE;
+    if (state.compare_exchange_strong(found, SINGLETON_BEING_CREATED)) {
+        T* const object = create();
+        state.exchange(reinterpret_cast<std::uintptr_t>(object));
+        return object;
+    }
+    while (found == SINGLETON_BEING_CREATED) {
+        YieldThread();
+        found = state.load(std::memory_order_acquire);
+    }
+    return reinterpret_cast<T*>(found);
+}
+
+/// Storage for the one `T` from the host's memory.
+template <class T>
+class SingletonAllocator {
+public:
+    virtual void Free(void* storage) { MemFree(storage); }
+    /// Null when the host refuses.
+    virtual void* Allocate() { return MemAlloc(sizeof(T), alignof(T)); }
+
+protected:
+    // Never destroyed, and not by way of a virtual operation: its place in the table would be ahead of the others.
+    ~SingletonAllocator() = default;
+};
+
+/// An object in static storage, made by CreateOnce(). A constant-initialised global of this type is ready before any
+/// code runs; `T`'s default constructor runs at the first Get().
 template <class T>
 class Singleton {
 public:
     /// Any thread.
     T& Get() {
-        std::uintptr_t state = m_state.load(std::memory_order_acquire);
-        return state > BEING_CREATED ? *reinterpret_cast<T*>(state) : GetSlow();
+        const std::uintptr_t state = m_state.load(std::memory_order_acquire);
+        return state > SINGLETON_BEING_CREATED ? *reinterpret_cast<T*>(state) : GetSlow();
     }
 
-    /// Destroys the object, if there is one; the next Get() makes a new one. No other thread may use it meanwhile.
+    /// The object, or null when there is none or it is still being made. Any thread.
+    T* Find() const {
+        const std::uintptr_t state = m_state.load(std::memory_order_acquire);
+        return state > SINGLETON_BEING_CREATED ? reinterpret_cast<T*>(state) : nullptr;
+    }
+
+    /// Destroys the object, if there is one; the next Get() makes a new one, but from the destructor it still gives the
+    /// old one. No other thread may use it meanwhile.
     void Destroy() {
-        const std::uintptr_t state = m_state.exchange(NONE, std::memory_order_acq_rel);
-        if (state > BEING_CREATED) {
-            reinterpret_cast<T*>(state)->~T();
+        if (T* const object = Find(); object != nullptr) {
+            object->~T();
+            m_state.store(SINGLETON_NONE, std::memory_order_release);
         }
     }
 
 private:
-    static constexpr std::uintptr_t NONE = 0;
-    static constexpr std::uintptr_t BEING_CREATED = 1;
-
     T& GetSlow() {
-        std::uintptr_t state = NONE;
-        if (m_state.compare_exchange_strong(state, BEING_CREATED)) {
-            T* const object = ::new (static_cast<void*>(m_storage)) T;
-            m_state.exchange(reinterpret_cast<std::uintptr_t>(object));
-            return *object;
-        }
-        while (state == BEING_CREATED) {
-            YieldThread();
-            state = m_state.load(std::memory_order_acquire);
-        }
-        return *reinterpret_cast<T*>(state);
+        return *CreateOnce<T>(m_state, [this] { return ::new (static_cast<void*>(m_storage)) T; });
     }
 
-    std::atomic<std::uintptr_t> m_state{NONE};
+    std::atomic<std::uintptr_t> m_state{SINGLETON_NONE};
     alignas(T) unsigned char m_storage[sizeof(T)]{};
 };
 

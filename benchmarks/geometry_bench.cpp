@@ -1,0 +1,201 @@
+// Every row `query/zelk` stands beside the same query on plain floats, and on glm's vectors. One iteration is COUNT
+// queries that fall into all regions in random order.
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <glm/geometric.hpp>
+#include <glm/vec3.hpp>
+#include <random>
+#include <zelk_core/math/geometry/distance.h>
+
+namespace {
+
+using Z4::VectorSIMD4f;
+
+constexpr unsigned COUNT = 4096;
+
+struct Plain {
+    float x, y, z;
+};
+Plain operator+(const Plain& a, const Plain& b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+Plain operator-(const Plain& a, const Plain& b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+Plain operator*(float s, const Plain& a) {
+    return {s * a.x, s * a.y, s * a.z};
+}
+float dot(const Plain& a, const Plain& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+/// The peers, as section 5.1 of Ericson's "Real-Time Collision Detection" has them.
+template <class Vector>
+float SegmentPoint(Vector& closest, const Vector& p, const Vector& a, const Vector& b, float& t) {
+    const Vector d = p - a;
+    const Vector e = b - a;
+    const float n = dot(d, e);
+    if (!(n > 0.0F)) {
+        closest = a;
+        t = 0.0F;
+        return dot(d, d);
+    }
+    const float lengthSqr = dot(e, e);
+    if (lengthSqr - n <= 0.0F) {
+        closest = b;
+        t = 1.0F;
+        const Vector residual = d - e;
+        return dot(residual, residual);
+    }
+    t = n / lengthSqr;
+    const Vector offset = t * e;
+    closest = a + offset;
+    const Vector residual = d - offset;
+    return dot(residual, residual);
+}
+
+template <class Vector>
+Vector TrianglePoint(const Vector& p, const Vector& a, const Vector& b, const Vector& c) {
+    const Vector ab = b - a;
+    const Vector ac = c - a;
+    const Vector ap = p - a;
+    const float d1 = dot(ab, ap);
+    const float d2 = dot(ac, ap);
+    if (d1 <= 0 && d2 <= 0) {
+        return a;
+    }
+    const Vector bp = p - b;
+    const float d3 = dot(ab, bp);
+    const float d4 = dot(ac, bp);
+    if (d3 >= 0 && d4 <= d3) {
+        return b;
+    }
+    const float vc = d1 * d4 - d3 * d2;
+    if (vc <= 0 && d1 >= 0 && d3 <= 0) {
+        return a + d1 / (d1 - d3) * ab;
+    }
+    const Vector cp = p - c;
+    const float d5 = dot(ab, cp);
+    const float d6 = dot(ac, cp);
+    if (d6 >= 0 && d5 <= d6) {
+        return c;
+    }
+    const float vb = d5 * d2 - d1 * d6;
+    if (vb <= 0 && d2 >= 0 && d6 <= 0) {
+        return a + d2 / (d2 - d6) * ac;
+    }
+    const float va = d3 * d6 - d5 * d4;
+    if (va <= 0 && d4 - d3 >= 0 && d5 - d6 >= 0) {
+        return b + (d4 - d3) / ((d4 - d3) + (d5 - d6)) * (c - b);
+    }
+    const float scale = 1.0F / (va + vb + vc);
+    return a + vb * scale * ab + vc * scale * ac;
+}
+
+template <class Vector>
+float Segments(const Vector& a0, const Vector& a1, const Vector& b0, const Vector& b1, float& s, float& t) {
+    const Vector d1 = a1 - a0;
+    const Vector d2 = b1 - b0;
+    const Vector r = a0 - b0;
+    const float a = dot(d1, d1);
+    const float e = dot(d2, d2);
+    const float f = dot(d2, r);
+    const float c = dot(d1, r);
+    const float b = dot(d1, d2);
+    const float denom = a * e - b * b;
+    s = denom != 0 ? std::clamp((b * f - c * e) / denom, 0.0F, 1.0F) : 0.0F;
+    const float onLine = b * s + f;
+    if (onLine < 0) {
+        t = 0;
+        s = std::clamp(-c / a, 0.0F, 1.0F);
+    } else if (onLine > e) {
+        t = 1;
+        s = std::clamp((b - c) / a, 0.0F, 1.0F);
+    } else {
+        t = onLine / e;
+    }
+    const Vector residual = r + s * d1 - t * d2;
+    return dot(residual, residual);
+}
+
+VectorSIMD4f Make(float x, float y, float z, const VectorSIMD4f&) {
+    return {x, y, z, 0.0F};
+}
+template <class Vector>
+Vector Make(float x, float y, float z, const Vector&) {
+    return {x, y, z};
+}
+
+/// Random points, the same for all types, and what a query made of them.
+template <class Vector>
+struct Scene {
+    Scene() {
+        std::mt19937 random(1);
+        const auto number = [&] { return static_cast<float>(random() % 20001) / 10000.0F - 1.0F; };
+        for (auto& points : p) {
+            for (Vector& point : points) {
+                const float x = number();
+                const float y = number();
+                point = Make(x, y, number(), Vector());
+            }
+        }
+    }
+
+    Vector p[COUNT][4];
+    Vector closest[COUNT];
+    float parameters[COUNT][2];
+    float distanceSqr[COUNT];
+};
+
+/// Answers all queries of a scene; `query` takes the scene and an index.
+template <class Vector, class Query>
+void Measure(benchmark::State& state, Query query) {
+    static Scene<Vector> scene;
+    for (auto _ : state) {
+        for (unsigned i = 0; i < COUNT; ++i) {
+            query(scene, i);
+        }
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * COUNT);
+}
+
+template <class Vector, float (*FUNCTION)(Vector&, const Vector&, const Vector&, const Vector&, float&)>
+void PointToSegment(benchmark::State& state) {
+    Measure<Vector>(state, [](Scene<Vector>& scene, unsigned i) {
+        const auto& p = scene.p[i];
+        scene.distanceSqr[i] = FUNCTION(scene.closest[i], p[0], p[1], p[2], scene.parameters[i][0]);
+    });
+}
+BENCHMARK(PointToSegment<VectorSIMD4f, Z4::Geometry::ClosestPointToSegment>)->Name("closest_segment/zelk");
+BENCHMARK(PointToSegment<VectorSIMD4f, Z4::Geometry::Consistent::ClosestPointToSegment>)
+    ->Name("closest_segment/zelk/consistent");
+BENCHMARK(PointToSegment<Plain, SegmentPoint>)->Name("closest_segment/scalar");
+BENCHMARK(PointToSegment<glm::vec3, SegmentPoint>)->Name("closest_segment/glm");
+
+template <class Vector, Vector (*FUNCTION)(const Vector&, const Vector&, const Vector&, const Vector&)>
+void PointToTriangle(benchmark::State& state) {
+    Measure<Vector>(state, [](Scene<Vector>& scene, unsigned i) {
+        const auto& p = scene.p[i];
+        scene.closest[i] = FUNCTION(p[0], p[1], p[2], p[3]);
+    });
+}
+BENCHMARK(PointToTriangle<VectorSIMD4f, Z4::Geometry::ClosestTrianglePointToPoint>)->Name("closest_triangle/zelk");
+BENCHMARK(PointToTriangle<Plain, TrianglePoint>)->Name("closest_triangle/scalar");
+BENCHMARK(PointToTriangle<glm::vec3, TrianglePoint>)->Name("closest_triangle/glm");
+
+template <class Vector, float (*FUNCTION)(const Vector&, const Vector&, const Vector&, const Vector&, float&, float&)>
+void SegmentToSegment(benchmark::State& state) {
+    Measure<Vector>(state, [](Scene<Vector>& scene, unsigned i) {
+        const auto& p = scene.p[i];
+        float* const parameters = scene.parameters[i];
+        scene.distanceSqr[i] = FUNCTION(p[0], p[1], p[2], p[3], parameters[0], parameters[1]);
+    });
+}
+BENCHMARK(SegmentToSegment<VectorSIMD4f, Z4::Geometry::DistanceSegmentToSegmentSqr>)->Name("segment_segment/zelk");
+BENCHMARK(SegmentToSegment<Plain, Segments>)->Name("segment_segment/scalar");
+BENCHMARK(SegmentToSegment<glm::vec3, Segments>)->Name("segment_segment/glm");
+
+} // namespace
+
+BENCHMARK_MAIN();

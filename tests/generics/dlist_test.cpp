@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+#include <string>
+#include <zelk_core/generics/dlist.h>
+
+using Z4::DList;
+
+namespace {
+
+struct Letter {
+    char letter;
+    DList byUse;
+    DList byName;
+};
+
+std::string Text(DList::DRoot& root) {
+    std::string forwards;
+    for (DList& links : root) {
+        forwards += DList::ElementOf<&Letter::byName>(links).letter;
+    }
+    std::string backwards;
+    for (auto it = root.end(); it != root.begin();) {
+        backwards += DList::ElementOf<&Letter::byName>(*--it).letter;
+    }
+    EXPECT_EQ(forwards, std::string(backwards.rbegin(), backwards.rend()));
+    EXPECT_EQ(forwards.size(), root.Size());
+    EXPECT_EQ(forwards.empty(), root.IsEmpty());
+    return forwards;
+}
+
+constinit DList::DRoot g_early;
+
+/// Links itself while static initialisers run.
+struct EarlyBird {
+    EarlyBird() { g_early.PushBack(letter.byName); }
+    Letter letter{'e', {}, {}};
+} g_bird;
+
+} // namespace
+
+TEST(DList, LinksAndUnlinksEverywhere) {
+    Letter a{'a', {}, {}};
+    Letter b{'b', {}, {}};
+    Letter c{'c', {}, {}};
+    DList::DRoot root;
+    DList::DRoot other;
+    EXPECT_EQ(root.PopFront(), nullptr);
+    EXPECT_EQ(root.Back(), nullptr);
+    root.PushBack(b.byName);
+    root.PushFront(a.byName);
+    root.PushBack(c.byName);
+    EXPECT_EQ(Text(root), "abc");
+    EXPECT_EQ(root.Front(), &a.byName);
+    EXPECT_EQ(root.Back(), &c.byName);
+    // An element that is linked moves, within its list and to another.
+    root.PushBack(a.byName);
+    EXPECT_EQ(Text(root), "bca");
+    root.PushBack(a.byName);
+    EXPECT_EQ(Text(root), "bca");
+    a.byName.LinkBefore(c.byName);
+    EXPECT_EQ(Text(root), "bac");
+    b.byName.LinkAfter(a.byName);
+    b.byName.LinkAfter(a.byName);
+    b.byName.LinkAfter(b.byName);
+    EXPECT_EQ(Text(root), "abc");
+    other.PushFront(b.byName);
+    EXPECT_EQ(Text(root) + Text(other), "acb");
+    root.Append(other);
+    root.Append(other);
+    root.Append(root);
+    EXPECT_EQ(Text(root) + '|' + Text(other), "acb|");
+    other.Append(root);
+    EXPECT_EQ(Text(root) + '|' + Text(other), "|acb");
+    // A copy is not linked, and does not unlink.
+    const Letter copy = c;
+    EXPECT_FALSE(copy.byName.IsLinked());
+    c = copy;
+    EXPECT_EQ(other.PopBack(), &b.byName);
+    EXPECT_FALSE(b.byName.IsLinked());
+    b.byName.Unlink();
+    EXPECT_EQ(Text(other), "ac");
+    other.Clear();
+    EXPECT_FALSE(a.byName.IsLinked() || c.byName.IsLinked());
+    EXPECT_TRUE(other.IsEmpty());
+}
+
+TEST(DList, TheElementJustPassedMayGo) {
+    Letter letters[] = {{'a', {}, {}}, {'b', {}, {}}, {'c', {}, {}}};
+    DList::DRoot root;
+    DList::DRoot byUse;
+    for (Letter& letter : letters) {
+        root.PushBack(letter.byName);
+        byUse.PushFront(letter.byUse);
+    }
+    for (auto it = root.begin(); it != root.end();) {
+        DList& links = *it++;
+        if (DList::ElementOf<&Letter::byName>(links).letter != 'b') {
+            links.Unlink();
+        }
+    }
+    EXPECT_EQ(Text(root), "b");
+    EXPECT_EQ(byUse.Size(), 3u);
+    EXPECT_EQ(DList::ElementOf<&Letter::byUse>(*byUse.Front()).letter, 'c');
+    root.Clear();
+    byUse.Clear();
+}
+
+TEST(DList, WorksBeforeConstructorsHaveRun) {
+    EXPECT_EQ(Text(g_early), "e");
+}

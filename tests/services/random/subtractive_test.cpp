@@ -1,0 +1,91 @@
+// The uniform arithmetic without its lock. reference.py computes the expected rows.
+#include "checksum.h"
+
+#include <climits>
+#include <gtest/gtest.h>
+#include <vector>
+#include <zelk_core/services/random/private/range.h>
+#include <zelk_core/services/random/subtractiverandomgenerator.h>
+
+using namespace Z4;
+using Private::SubtractiveSequence;
+
+namespace {
+
+std::vector<std::int32_t> Draws(std::int32_t seed, unsigned count) {
+    SubtractiveSequence sequence;
+    sequence.Seed(seed);
+    std::vector<std::int32_t> draws(count);
+    for (std::int32_t& draw : draws) {
+        draw = sequence.Draw();
+    }
+    return draws;
+}
+
+} // namespace
+
+TEST(SubtractiveSequence, EqualsTheReference) {
+    const struct {
+        std::int32_t seed;
+        std::int32_t first[3];
+        std::uint32_t crc;
+    } rows[] = {
+        {1, {8227348, 5119168, 3021107}, 0xEFE1725A},         {-1, {8227348, 5119168, 3021107}, 0xEFE1725A},
+        {42, {4670766, 1644133, 1623396}, 0xDC5AA8EE},        {0, {3923850, 3008803, 1103978}, 0xE980B960},
+        {161803398, {3610054, 1029073, 7708320}, 0xE2C4CBFC}, {INT_MAX, {3399052, 2348188, 7623199}, 0xCAEC0EDA},
+        {INT_MIN, {9095554, 237823, 5706070}, 0x4B9502DB},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.seed);
+        const std::vector<std::int32_t> draws = Draws(row.seed, 10'000);
+        for (unsigned i = 0; i < 3; ++i) {
+            EXPECT_EQ(draws[i], row.first[i]);
+        }
+        EXPECT_EQ(Checksum(draws), row.crc);
+    }
+}
+
+TEST(SubtractiveSequence, KeepsToItsModulusAndItsLags) {
+    for (std::int32_t seed = -500'000'000; seed < 500'000'000; seed += 9'999'991) {
+        const std::vector<std::int32_t> draws = Draws(seed, 500);
+        for (unsigned i = 0; i < draws.size(); ++i) {
+            ASSERT_TRUE(draws[i] >= 0 && draws[i] < SubtractiveSequence::MODULUS) << seed << ' ' << i;
+            if (i >= 55) {
+                ASSERT_EQ((draws[i] + draws[i - 24] - draws[i - 55]) % SubtractiveSequence::MODULUS, 0) << seed;
+            }
+        }
+    }
+}
+
+TEST(SubtractiveSequence, HasNoMoreStreamsThanItsModulus) {
+    EXPECT_EQ(Draws(161803398 + 77, 100), Draws(161803398 - 77, 100));
+    EXPECT_EQ(Draws(5, 100), Draws(10'000'005, 100));
+    EXPECT_NE(Draws(5, 100), Draws(6, 100));
+}
+
+TEST(RangeOfDraws, WrapsAtTheEndsAndNeverTraps) {
+    const struct {
+        std::int32_t base;
+        std::int32_t divisor;
+        std::int32_t draw;
+        std::int32_t expected;
+    } rows[] = {
+        {5, 10, 27, 12},
+        {10, -6, 5, 15},
+        {10, -6, 6, 10},
+        {INT_MAX, 2, 1, INT_MIN},
+        {0, INT_MIN, 9'999'999, 9'999'999},
+        {3, -1, 9'999'999, 3},
+        {0, INT_MIN, INT_MAX, INT_MAX},
+        {INT_MIN, INT_MAX, 9'999'999, INT_MIN + 9'999'999},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Private::OffsetByRemainder(row.base, row.divisor, [&row] { return row.draw; }), row.expected)
+            << row.base << ' ' << row.divisor << ' ' << row.draw;
+    }
+    bool drawn = false;
+    EXPECT_EQ(Private::OffsetByRemainder(INT_MIN, 0, [&drawn] { return drawn = true; }), INT_MIN);
+    EXPECT_FALSE(drawn);
+    EXPECT_EQ(Private::WrappedDifference(INT_MAX, INT_MIN), -1);
+    EXPECT_EQ(Private::WrappedSum(INT_MAX, 1), INT_MIN);
+}

@@ -1,0 +1,167 @@
+/// @file
+/// Packs short 8-bit texts (names, chat lines, labels) with fixed prefix codes: no dictionary, no state between texts,
+/// no memory from the host.
+///
+/// It is for plain English texts, and it drops what it has no code for: pass `flags`, and look at `encodedCount`. Long
+/// texts and binary data are for the streams of this room.
+///
+/// The last code bits of a block can stand in up to 3 bytes behind its reported
+/// size: round the size up to 4 before you store, copy or send the output, or the text cannot be read again. Give it
+/// the room of GetMaxCompressedSize.
+#pragma once
+
+#include <cstdint>
+#include <zelk_core/base/api.h>
+#include <zelk_core/base/error.h>
+
+namespace Z4 {
+
+namespace Private {
+
+class BitReader;
+struct StringBlockHeader;
+struct StringCodeEntry;
+struct StringLookup;
+struct StringTreeNode;
+
+} // namespace Private
+
+/// Compresses and expands texts; each object can do both, and all objects are alike.
+///
+/// A text is coded with one of 15 tables, chosen by its content: the sum of the classes of characters in it.
+///
+/// | class | characters, besides the space |
+/// |---|---|
+/// | PUNCTUATION (1) | `! " # $ % & ' ( ) * + , - . / = @ _ \` |
+/// | LOWER_CASE (2) | a to z, carriage return, line feed |
+/// | UPPER_CASE (4) | A to Z, carriage return, line feed |
+/// | DIGITS (8) | 0 to 9, carriage return, line feed |
+///
+/// The fewer classes, the shorter the codes; 3 to 13 bits for a character are usual, 1 the least. A byte of no class at
+/// all (`: ; < > ? [ ] ^ { | } ~`, the back quote, other control characters, 0x80 and above) is always dropped.
+///
+/// The output is a sequence of blocks of up to 8184 characters, each at a multiple of 4 bytes from the beginning, in
+/// this form:
+/// - a header of 32 bits, high byte first: bit 0 (the lowest) is 1 where another block follows, bit 1 is always 1, bits
+///   2 to 5 are the content, 6 to 18 the size of the block in bytes with its header, 19 to 31 the number of characters;
+/// - the codes in words of 32 bits, low byte first, filled from bit 31 downward; the bits left over are 0.
+///
+/// One object must not decode in two threads at once; otherwise any thread may use any object.
+class StringCompressor {
+public:
+    enum Content : std::uint32_t {
+        PUNCTUATION = 1,
+        LOWER_CASE = 2,
+        UPPER_CASE = 4,
+        DIGITS = 8,
+        DETECT = 255, ///< the classes that the text has characters of, block by block
+    };
+
+    /// What is done to a byte, in this order; without a flag it is only dropped if it has no code.
+    enum Flags : std::uint32_t {
+        /// Letters of Latin-1 (0xC0 to 0xFD) become the plain ones that look most like them, the signs of
+        /// multiplication and division * and /. The thorn and the small y with a diaeresis stay, and are dropped.
+        FOLD_ACCENTS = 1,
+        /// Where the content has capitals or small letters, but not both, the letters are changed to what it has.
+        FOLD_CASE = 2,
+        /// A byte that the table has no code for becomes a space. Bytes of no class are dropped all the same.
+        REPLACE_BY_SPACE = 4,
+    };
+
+    static constexpr unsigned long MAX_BLOCK_LENGTH = 8184; ///< characters
+    static constexpr unsigned long MAX_BLOCK_SIZE = 8191;   ///< bytes
+    static constexpr unsigned long MAX_CODE_LENGTH = 13;    ///< bits
+
+    /// Room that the output of `length` characters never exceeds, whatever they are: a multiple of 4 that covers the
+    /// bytes behind the reported size, too. Saturates at 0xFFFFFFFC.
+    static constexpr unsigned long GetMaxCompressedSize(unsigned long length) {
+        constexpr unsigned long FULL_BLOCK = (MAX_BLOCK_SIZE + 3) / 4 * 4;
+        const unsigned long blocks = length == 0 ? 0 : (length - 1) / MAX_BLOCK_LENGTH;
+        const unsigned long words = ((length - blocks * MAX_BLOCK_LENGTH) * MAX_CODE_LENGTH + 31) / 32;
+        const unsigned long last = 4 + 4 * words < FULL_BLOCK ? 4 + 4 * words : FULL_BLOCK;
+        return blocks <= (0xFFFFFFFC - last) / FULL_BLOCK ? blocks * FULL_BLOCK + last : 0xFFFFFFFC;
+    }
+
+    Z4_API StringCompressor();
+
+    /// Compresses `length` bytes. `in` and `out` must not overlap and need no alignment.
+    ///
+    /// Less room than GetMaxCompressedSize is allowed, with care. Where the last word of a block does not fit as a
+    /// whole, only the bytes of its used bits are written, and the block cannot be decoded. And texts of more than
+    /// MAX_BLOCK_LENGTH need 3 writable bytes behind `outCapacity`, which does not count the gaps between blocks.
+    /// @param outSize receives the size without the bytes behind it (see above); unchanged on an error
+    /// @param encodedCount receives the number of characters that were not dropped, if it is not null. Texts of more
+    /// than MAX_BLOCK_LENGTH *add* it to the value, so set it to 0 before.
+    /// @param content a sum of classes, or DETECT, which takes PUNCTUATION + UPPER_CASE for a text of no class. The
+    /// detection sees the text as it is, before `flags` change it.
+    /// @return ERR_UNSUPPORTED for any other content; ERR_INVALID if there is no room for a block's header;
+    /// ERR_OVERFLOW if there is too little, and for a block of more than MAX_BLOCK_SIZE bytes, which takes at least
+    /// 5000 characters that are rare for their table. What `out` holds then means nothing.
+    Z4_API Private::ErrorCodeWrapper Compress(const char* in, unsigned long length, char* out,
+                                              unsigned long outCapacity, unsigned long& outSize,
+                                              unsigned long* encodedCount, unsigned long content,
+                                              unsigned long flags) const;
+
+    /// Expands what Compress wrote. It trusts its input: nothing is ever written beyond `outCapacity`, but headers that
+    /// were tampered with can make it read whatever follows `in`. DecompressChecked is for input from elsewhere.
+    ///
+    /// A text that does not fit is cut off silently. So it is before a block without characters, which is what Compress
+    /// makes of 8184 characters in a row that are all dropped. No zero is put behind the text.
+    /// @param outSize receives the number of characters written
+    /// @return ERR_UNSUPPORTED for a block of content 0, ERR_CORRUPTED_DATA for one that is smaller than its header
+    Z4_API Private::ErrorCodeWrapper Decompress(const char* in, char* out, unsigned long outCapacity,
+                                                unsigned long& outSize);
+
+    /// Decompress for input that is not to be trusted: the result is the same for all that Compress wrote into enough
+    /// room, except that blocks without characters are passed over. What follows the last block is ignored.
+    /// @param inSize readable bytes at `in`, which include those behind the reported size
+    /// @param outSize receives the number of characters written, 0 on an error
+    /// @return ERR_CORRUPTED_DATA where a block is not whole, its header is impossible, or its codes are not as long as
+    /// it says; what `out` holds then means nothing.
+    Z4_API Private::ErrorCodeWrapper DecompressChecked(const char* in, unsigned long inSize, char* out,
+                                                       unsigned long outCapacity, unsigned long& outSize);
+
+    /// Sums over the headers of all blocks: the room that the text needs, and the sizes of the blocks without the gaps
+    /// between them. It trusts its input as Decompress does. Any thread.
+    /// @return ERR_CORRUPTED_DATA for a block that is smaller than its header; the sums then end before it.
+    Z4_API static Private::ErrorCodeWrapper GetSize(const char* in, unsigned long& characters, unsigned long& bytes);
+
+protected:
+    /// The content of a text as Compress detects it. A negative length counts as 0.
+    Z4_API unsigned long DetectContent(const unsigned char* text, int length) const;
+
+    /// Compress for texts of up to MAX_BLOCK_LENGTH; longer ones are ERR_INVALID. `more` tells whether blocks follow.
+    Z4_API Private::ErrorCodeWrapper CompressSingleBlock(const char* in, unsigned long length, char* out,
+                                                         unsigned long capacity, unsigned long& size,
+                                                         unsigned long* encodedCount, unsigned long content,
+                                                         unsigned long flags, bool more) const;
+    /// Compress for texts of any length.
+    Z4_API Private::ErrorCodeWrapper CompressManyBlock(const char* in, unsigned long length, char* out,
+                                                       unsigned long outCapacity, unsigned long& outSize,
+                                                       unsigned long* encodedCount, unsigned long content,
+                                                       unsigned long flags) const;
+    /// Decompress for the block at `in` alone.
+    Z4_API Private::ErrorCodeWrapper DecompressSingleBlock(const char* in, char* out, unsigned long capacity,
+                                                           unsigned long& written);
+    /// Decompress for any number of blocks.
+    Z4_API Private::ErrorCodeWrapper DecompressManyBlock(const char* in, char* out, unsigned long outCapacity,
+                                                         unsigned long& outSize);
+
+private:
+    struct TableSlot {
+        const Private::StringCodeEntry* encode;
+        const Private::StringTreeNode* tree;
+        std::uint16_t root;
+        std::uint16_t current; ///< where the decoder stands in the tree
+    };
+
+    static char DecodeCharacter(TableSlot& slot, const Private::StringLookup* lookups, Private::BitReader& reader);
+    unsigned long DecodeBlock(const Private::StringBlockHeader& header, const char* payload, char* out,
+                              unsigned long count);
+    bool IsExcluded(unsigned char byte) const { return (m_excluded[byte / 32] >> byte % 32 & 1) != 0; }
+
+    TableSlot m_slots[16];       ///< indexed by content; the first is empty
+    std::uint32_t m_excluded[8]; ///< a bit for each byte of no class
+};
+
+} // namespace Z4

@@ -1,0 +1,30 @@
+#include <zelk_core/base/private/core.h>
+#include <zelk_core/os/lifecycle.h>
+#include <zelk_core/services/random/lifecycle.h>
+#include <zelk_core/services/random/random.h>
+
+namespace Z4 {
+
+namespace {
+constinit unsigned g_randomCount = 0;
+} // namespace
+
+void InitializeRandomService() {
+    if (++g_randomCount != 1) {
+        return;
+    }
+    Private::TakeCore();
+    InitializeOS();
+    Random::SingletonInit();
+}
+
+void ShutdownRandomService() {
+    if (--g_randomCount != 0) {
+        return;
+    }
+    Random::SingletonShutdown();
+    Private::ReleaseCore();
+    ShutdownOS();
+}
+
+} // namespace Z4

@@ -1,0 +1,36 @@
+#include <zelk_core/base/private/core.h>
+#include <zelk_core/services/runtimetype/classfactory.h>
+#include <zelk_core/services/runtimetype/lifecycle.h>
+
+namespace Z4 {
+
+namespace {
+
+constinit unsigned g_serviceCount = 0;
+
+// Three underlying services come up.
+constexpr unsigned CORE_COUNTS = 3;
+
+} // namespace
+
+void InitializeRuntimeTypeService() {
+    if (++g_serviceCount != 1) {
+        return;
+    }
+    for (unsigned i = 0; i < CORE_COUNTS; ++i) {
+        Private::TakeCore();
+    }
+    ClassFactory::SingletonInit();
+}
+
+void ShutdownRuntimeTypeService() {
+    if (--g_serviceCount != 0) {
+        return;
+    }
+    ClassFactory::SingletonShutdown();
+    for (unsigned i = 0; i < CORE_COUNTS; ++i) {
+        Private::ReleaseCore();
+    }
+}
+
+} // namespace Z4
