@@ -1,11 +1,13 @@
 // What programs take from the library file of the standard library, which does not exist for this target: memory,
-// exceptions, guarded local statics, and what its templates share. The DLL takes nothing of it.
+// exceptions, standard streams, guarded local statics, and what its templates share. The DLL takes nothing of it.
 #include <windows.h>
 
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <malloc.h>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -34,12 +36,24 @@ void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept {
     return operator new(size, nothrow);
 }
 
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    void* const memory = _aligned_malloc(size != 0 ? size : 1, static_cast<std::size_t>(alignment));
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    _aligned_free(memory);
 }
 
 void operator delete[](void* memory) noexcept {
@@ -55,6 +69,12 @@ extern "C" {
 // The table of virtual functions of the class type_info, which each type's description begins with; nobody calls them.
 extern void* const g_typeInfoTable[1] __asm__("??_7type_info@@6B@");
 void* const g_typeInfoTable[1] = {};
+
+// The headers are a newer C library's, which has this in the place of a table.
+FILE* __cdecl __p__iob();
+FILE* __cdecl __acrt_iob_func(unsigned index) {
+    return __p__iob() + index;
+}
 
 void __std_terminate() {
     std::abort();

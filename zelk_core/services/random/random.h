@@ -67,7 +67,7 @@ private:
     static std::atomic<std::uintptr_t> m_singletonInstanceRandom;
     static std::atomic<std::uintptr_t> m_singletonAllocatorRandom;
 
-    unsigned char m_flag;
+    [[maybe_unused]] unsigned char m_flag;
     SubtractiveRandomGenerator m_subtractive;
     ZigRandomGenerator m_ziggurat;
 };

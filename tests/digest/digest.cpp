@@ -1,0 +1,106 @@
+// Prints a number for each room: digest [EXPECTED]. With a file of expected lines it prints only those that differ, and
+// fails if any does; without, its output refreshes tests/pinned/digests.txt. All builds must print the same. Rotations and ziggurat draws are bound to the C run-time, whose
+// sine, cosine, exponential and logarithm need not be correctly rounded: results are kept as floats and tables of them,
+// so that a difference in the last bit of a double shows rarely, and in no build here, but another system's run-time
+// may show one.
+#include "digest.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <zelk_core/base/ealinterface.h>
+
+namespace {
+
+constexpr struct {
+    const char* room;
+    void (*add)(Digest& digest);
+} ROOMS[] = {
+    {"formatter", DigestFormatter},
+    {"hashes", DigestHashes},
+    {"containers", DigestContainers},
+    {"math", DigestMath},
+    {"rotations", DigestRotations},
+    {"geometry", DigestGeometry},
+    {"consistent-geometry", DigestConsistentGeometry},
+    {"uniform-draws", DigestUniformDraws},
+    {"ziggurat-draws", DigestZigguratDraws},
+    {"ciphers", DigestCiphers},
+    {"zlib", DigestZLib},
+    {"lzo", DigestLzo},
+    {"string-compressor", DigestStringCompressor},
+};
+
+/// In front of each block: where its allocation begins and how large it is.
+struct Header {
+    void* allocation;
+    std::size_t size;
+};
+
+void* Z4_CDECL Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
+    void* const allocation = std::malloc(size + alignment + sizeof(Header));
+    const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(allocation) + sizeof(Header) + alignment - 1;
+    auto* const block = reinterpret_cast<Header*>(begin - begin % alignment);
+    block[-1] = {allocation, size};
+    return block;
+}
+
+void Z4_CDECL Free(void* block) {
+    if (block != nullptr) {
+        std::free(static_cast<Header*>(block)[-1].allocation);
+    }
+}
+
+void* Z4_CDECL Realloc(void* block, std::size_t size, std::size_t alignment) {
+    void* const moved = Alloc(size, alignment, 0, 0);
+    const std::size_t old = static_cast<Header*>(block)[-1].size;
+    std::memcpy(moved, block, old < size ? old : size);
+    Free(block);
+    return moved;
+}
+
+void InstallHost() {
+    Z4::eal_mem_dll_interface memory{};
+    memory.alloc = Alloc;
+    memory.realloc = Realloc;
+    memory.free = Free;
+    Z4::SetEalInterface(memory);
+    Z4::eal_log_dll_interface log{};
+    log.is_enabled = [](int, unsigned) -> unsigned char { return 0; };
+    Z4::SetEalInterface(log);
+}
+
+void Compute(char (&line)[64], unsigned room) {
+    Digest digest;
+    ROOMS[room].add(digest);
+    std::snprintf(line, sizeof line, "%-20s %08x%08x\n", ROOMS[room].room, static_cast<unsigned>(digest.Value() >> 32),
+                  static_cast<unsigned>(digest.Value() & 0xFFFFFFFF));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    InstallHost();
+    std::FILE* const expected = argc > 1 ? std::fopen(argv[1], "r") : nullptr;
+    if (argc > 1 && expected == nullptr) {
+        std::fprintf(stderr, "digest: cannot read %s\n", argv[1]);
+        return 2;
+    }
+    int different = 0;
+    for (unsigned room = 0; room < sizeof ROOMS / sizeof ROOMS[0]; ++room) {
+        char line[64];
+        Compute(line, room);
+        char wanted[64] = "";
+        if (expected == nullptr) {
+            std::fputs(line, stdout);
+        } else if (std::fgets(wanted, sizeof wanted, expected) == nullptr || std::strcmp(line, wanted) != 0) {
+            std::printf("is  %snot %s", line, wanted);
+            ++different;
+        }
+    }
+    if (expected != nullptr) {
+        std::printf("%d digests differ\n", different);
+        std::fclose(expected);
+    }
+    return different == 0 ? 0 : 1;
+}

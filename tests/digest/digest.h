@@ -1,0 +1,98 @@
+// What every build of the library must compute alike: one number for each room, over fixed pseudo-random input.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <zelk_core/math/vectorsimd.h>
+
+/// FNV-1a over whatever is added, of 64 bits. Not the library's own, which is among what is digested.
+class Digest {
+public:
+    void Add(const void* data, std::size_t size) {
+        const auto* const bytes = static_cast<const unsigned char*>(data);
+        for (std::size_t i = 0; i < size; ++i) {
+            m_value = (m_value ^ bytes[i]) * 0x100000001B3;
+        }
+    }
+    void Add(std::uint64_t value) { Add(&value, sizeof value); }
+    void Add(std::uint32_t value) { Add(&value, sizeof value); }
+    void Add(std::int32_t value) { Add(static_cast<std::uint32_t>(value)); }
+    void Add(unsigned long value) { Add(static_cast<std::uint32_t>(value)); }
+    void Add(long value) { Add(static_cast<std::uint32_t>(value)); }
+    void Add(bool value) { Add(static_cast<std::uint32_t>(value)); }
+    void Add(double value) {
+        // Which bits a NaN has depends on the order of operands, which is the compiler's choice.
+        value = value == value ? value : 0;
+        Add(&value, sizeof value);
+    }
+    void Add(float value) { Add(static_cast<double>(value)); }
+    template <class V, unsigned N>
+    void Add(const Z4::VectorSIMD<V, N>& vector) {
+        for (unsigned i = 0; i < N; ++i) {
+            Add(vector[i]);
+        }
+    }
+
+    std::uint64_t Value() const { return m_value; }
+
+private:
+    std::uint64_t m_value = 0xCBF29CE484222325;
+};
+
+/// Marsaglia's xorshift of 32 bits.
+class Input {
+public:
+    std::uint32_t Bits() {
+        m_state ^= m_state << 13;
+        m_state ^= m_state >> 17;
+        m_state ^= m_state << 5;
+        return m_state;
+    }
+    std::uint64_t LongBits() {
+        const std::uint64_t high = Bits();
+        return high << 32 | Bits();
+    }
+    std::uint32_t Below(std::uint32_t end) { return Bits() % end; }
+    /// From -`limit` to `limit`, exact in every build.
+    float Number(float limit) {
+        return static_cast<float>(static_cast<std::int32_t>(Bits())) * (limit / 2147483648.0F);
+    }
+    /// In steps of an eighth, so that coincidences and ties are frequent.
+    float Coarse() { return static_cast<float>(static_cast<std::int32_t>(Below(65)) - 32) / 8.0F; }
+    void Fill(void* data, std::size_t size) {
+        for (std::size_t i = 0; i < size; ++i) {
+            static_cast<unsigned char*>(data)[i] = static_cast<unsigned char>(Bits() >> 8);
+        }
+    }
+    /// Printable text, half of it repeated from further up.
+    void FillText(char* text, std::size_t size) {
+        static constexpr char LETTERS[] = "eeeeetttaaaooiinnsshhrrddllucmfwygpbvk    ,.AET01";
+        std::size_t distance = 0;
+        for (std::size_t i = 0, run = 0; i < size; ++i, --run) {
+            if (run == 0) {
+                run = 3 + Below(20);
+                distance = i != 0 && Below(2) != 0 ? 1 + Below(static_cast<std::uint32_t>(i)) : 0;
+            }
+            text[i] = distance != 0 ? text[i - distance] : LETTERS[Below(sizeof LETTERS - 1)];
+        }
+    }
+
+private:
+    std::uint32_t m_state = 2463534242;
+};
+
+/// Each adds the results of its room.
+void DigestFormatter(Digest& digest);
+void DigestHashes(Digest& digest);
+void DigestContainers(Digest& digest);
+void DigestMath(Digest& digest);
+void DigestRotations(Digest& digest);
+void DigestGeometry(Digest& digest);
+void DigestConsistentGeometry(Digest& digest);
+void DigestUniformDraws(Digest& digest);
+void DigestZigguratDraws(Digest& digest);
+void DigestCiphers(Digest& digest);
+void DigestZLib(Digest& digest);
+void DigestLzo(Digest& digest);
+void DigestStringCompressor(Digest& digest);

@@ -1,0 +1,152 @@
+#include "digest.h"
+
+#include <vector>
+#include <zelk_core/services/compression/lzo.h>
+#include <zelk_core/services/compression/stringcompressor.h>
+#include <zelk_core/services/compression/zlib.h>
+#include <zelk_core/services/encryption/cipher.h>
+#include <zelk_core/services/random/subtractiverandomgenerator.h>
+#include <zelk_core/services/random/zigrandomgenerator.h>
+
+namespace {
+
+// The generators proper have locks, which portable programs lack; those draw from what lies behind the locks.
+#if defined(ZELK_CORE_STATIC)
+class Uniform : public Z4::Private::SubtractiveSequence {
+public:
+    explicit Uniform(std::uint32_t seed) { Seed(static_cast<std::int32_t>(seed)); }
+    std::int32_t Next() { return Draw(); }
+};
+
+class Ziggurat : public Z4::Private::Ziggurat {
+public:
+    explicit Ziggurat(std::uint32_t seed) { Seed(seed); }
+    float NextNormal() { return Normal(); }
+    float NextExponential() { return Exponential(); }
+};
+#else
+class Uniform : public Z4::SubtractiveRandomGenerator {
+public:
+    explicit Uniform(std::uint32_t seed) { SetSeed(seed); }
+    std::int32_t Next() { return RandS32(); }
+};
+
+class Ziggurat : public Z4::ZigRandomGenerator {
+public:
+    explicit Ziggurat(std::uint32_t seed) : ZigRandomGenerator(seed) {}
+    float NextNormal() { return RNOR(0, 1); }
+    float NextExponential() { return REXP(); }
+};
+#endif
+
+using Bytes = std::vector<char>;
+
+/// Text, then noise: one compresses, the other does not.
+Bytes Sample(Input& input, unsigned size) {
+    Bytes sample(size + 1);
+    input.FillText(sample.data(), size);
+    input.Fill(sample.data() + size / 4 * 3, size / 4);
+    return sample;
+}
+
+/// In pieces of input and output, as streams come.
+void AddProcessed(Digest& digest, Z4::CompressionInterface& codec, const Bytes& sample, std::size_t piece) {
+    Bytes output(2 * sample.size() + 1000);
+    codec.FeedOutputBuffer(output.data(), static_cast<unsigned long>(output.size()));
+    for (std::size_t at = 0; at < sample.size(); at += piece) {
+        const std::size_t left = sample.size() - at;
+        codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(left < piece ? left : piece));
+        digest.Add(codec.Process());
+    }
+    digest.Add(codec.Flush());
+    digest.Add(codec.GetOutputDataSize());
+    digest.Add(output.data(), output.size());
+}
+
+template <class Cipher>
+void AddCipher(Digest& digest) {
+    Input input;
+    for (unsigned size = 0; size < 200; size += 1 + size / 8) {
+        char key[17] = {};
+        input.FillText(key, 16);
+        Cipher cipher;
+        digest.Add(cipher.SetKey(key));
+        const Bytes plain = Sample(input, size);
+        Bytes secret(size + 16);
+        digest.Add(cipher.Encode(plain.data(), secret.data(), size));
+        digest.Add(secret.data(), secret.size());
+        Bytes nonsense(size + 16);
+        digest.Add(cipher.Decode(plain.data(), nonsense.data(), size / 8 * 8));
+        digest.Add(nonsense.data(), nonsense.size());
+    }
+}
+
+} // namespace
+
+void DigestUniformDraws(Digest& digest) {
+    for (const std::uint32_t seed : {1u, 2u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
+        Uniform generator(seed);
+        for (int i = 0; i < 2000; ++i) {
+            digest.Add(generator.Next());
+        }
+    }
+}
+
+void DigestZigguratDraws(Digest& digest) {
+    for (const std::uint32_t seed : {1u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
+        Ziggurat generator(seed);
+        for (int i = 0; i < 20'000; ++i) {
+            digest.Add(generator.NextNormal());
+            digest.Add(generator.NextExponential());
+        }
+    }
+}
+
+void DigestCiphers(Digest& digest) {
+    AddCipher<Z4::Tea>(digest);
+    AddCipher<Z4::XTea>(digest);
+}
+
+void DigestZLib(Digest& digest) {
+    using Z4::CompressionInterface;
+    Input input;
+    for (const auto level :
+         {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
+        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
+            Z4::ZLibDeflate codec(level);
+            AddProcessed(digest, codec, Sample(input, size), 7000);
+        }
+    }
+}
+
+void DigestLzo(Digest& digest) {
+    using Z4::CompressionInterface;
+    Input input;
+    for (const auto level :
+         {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
+        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
+            Z4::LzoDeflate codec(level);
+            const Bytes sample = Sample(input, size);
+            AddProcessed(digest, codec, sample, sample.size());
+        }
+    }
+}
+
+void DigestStringCompressor(Digest& digest) {
+    Input input;
+    const Z4::StringCompressor compressor;
+    for (unsigned long size = 1; size < 20'000; size += 1 + size / 8) {
+        Bytes text(size);
+        input.FillText(text.data(), size);
+        Bytes output(Z4::StringCompressor::GetMaxCompressedSize(size));
+        unsigned long outSize = 0;
+        unsigned long encoded = 0;
+        const Z4::Error error =
+            compressor.Compress(text.data(), size, output.data(), static_cast<unsigned long>(output.size()), outSize,
+                                &encoded, Z4::StringCompressor::DETECT, input.Below(8));
+        digest.Add(static_cast<std::int32_t>(error));
+        digest.Add(outSize);
+        digest.Add(encoded);
+        digest.Add(output.data(), output.size());
+    }
+}

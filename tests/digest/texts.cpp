@@ -1,0 +1,109 @@
+#include "digest.h"
+
+#include <zelk_core/base/hash.h>
+#include <zelk_core/base/strformat.h>
+
+namespace {
+
+/// The same format in both character types.
+struct Format {
+    const char* narrow;
+    const wchar_t* wide;
+};
+#define FORMAT(text) \
+    { text, L##text }
+
+constexpr Format INTEGERS[] = {FORMAT("%d"),    FORMAT("%5i|"),   FORMAT("%-8u|"), FORMAT("%08X"),   FORMAT("%#o"),
+                               FORMAT("% .4d"), FORMAT("%+06hd"), FORMAT("%#-9x"), FORMAT("%12.7u|")};
+constexpr Format LONG_INTEGERS[] = {FORMAT("%lld"), FORMAT("%+24llu|"), FORMAT("%#.18llx"), FORMAT("%-26.20lli|")};
+constexpr Format NUMBERS[] = {FORMAT("%f"), FORMAT("%.0f"),     FORMAT("%12.3f|"), FORMAT("%-+20.9f|"),
+                              FORMAT("%g"), FORMAT("%016.12g"), FORMAT("%.30f")};
+
+template <class Value>
+void AddTexts(Digest& digest, const Format& format, Value value) {
+    char narrow[40];
+    digest.Add(Z4::StrFormat::snprintf(narrow, sizeof narrow, format.narrow, value));
+    digest.Add(narrow, std::strlen(narrow));
+    wchar_t wide[80];
+    digest.Add(Z4::StrFormat::snprintf(wide, 80, format.wide, value));
+    for (const wchar_t* p = wide; *p != 0; ++p) {
+        digest.Add(static_cast<std::uint32_t>(*p));
+    }
+}
+
+double AnyMagnitude(Input& input) {
+    double value = static_cast<double>(input.Number(1));
+    value *= static_cast<double>(input.Bits());
+    for (std::uint32_t i = input.Below(24); i > 0; --i) {
+        value *= input.Below(2) != 0 ? 1000.0 : 0.001;
+    }
+    return value;
+}
+
+} // namespace
+
+void DigestFormatter(Digest& digest) {
+    Input input;
+    for (int round = 0; round < 500; ++round) {
+        for (const Format& format : INTEGERS) {
+            AddTexts(digest, format, input.Bits() >> input.Below(32));
+        }
+        for (const Format& format : LONG_INTEGERS) {
+            AddTexts(digest, format, input.LongBits() >> input.Below(64));
+        }
+        for (const Format& format : NUMBERS) {
+            AddTexts(digest, format, AnyMagnitude(input));
+        }
+        char text[40];
+        digest.Add(Z4::StrFormat::FormatSize(text, sizeof text, input.LongBits() >> input.Below(64), "B", round % 10),
+                   0);
+        digest.Add(text, std::strlen(text));
+    }
+}
+
+void DigestHashes(Digest& digest) {
+    using Z4::Hash;
+    Input input;
+    std::uint32_t table[256];
+    Hash::CreateCrcTable(0x82F63B78, table);
+    alignas(16) unsigned char data[1100];
+    for (unsigned size = 0; size < 1024; size += 1 + size / 16) {
+        input.Fill(data, sizeof data);
+        const unsigned char* const buffer = data + input.Below(16);
+        const std::uint32_t seed = input.Bits();
+        digest.Add(Hash::FNV32(buffer, size));
+        digest.Add(Hash::FNV64(buffer, size));
+        digest.Add(Hash::Knuth(buffer, size, seed));
+        digest.Add(Hash::XXH32(buffer, size, seed));
+        digest.Add(Hash::XXH64(buffer, size, input.LongBits()));
+        digest.Add(Hash::Dobbs(buffer, size));
+        digest.Add(Hash::Fast(buffer, size));
+        digest.Add(Hash::CRC(buffer, size, seed));
+        digest.Add(Hash::CRC(buffer, size, table, seed));
+
+        char text[1024] = {};
+        input.FillText(text, size);
+        wchar_t wide[1024] = {};
+        for (unsigned i = 0; i < size; ++i) {
+            wide[i] = static_cast<wchar_t>(input.Bits() | 1);
+        }
+        digest.Add(Hash::FNV32(text));
+        digest.Add(Hash::FNV32(wide));
+        digest.Add(Hash::FNV64(text));
+        digest.Add(Hash::FNV64(wide));
+        digest.Add(Hash::Knuth(text, seed));
+        digest.Add(Hash::Knuth(wide, seed));
+        digest.Add(Hash::XXH32(text, seed));
+        digest.Add(Hash::XXH32(wide, seed));
+        digest.Add(Hash::XXH64(text, seed));
+        digest.Add(Hash::XXH64(wide, seed));
+        digest.Add(Hash::Dobbs(text));
+        digest.Add(Hash::Dobbs(wide));
+        digest.Add(Hash::Fast(text));
+        digest.Add(Hash::Fast(wide));
+        digest.Add(Hash::CRC(text, seed));
+        digest.Add(Hash::CRC(wide, seed));
+        digest.Add(Hash::CTCRC(text, seed));
+        digest.Add(Hash::CTCRC32B(text, seed));
+    }
+}
