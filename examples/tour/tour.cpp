@@ -43,6 +43,7 @@ int main(int argc, char** argv) {
     TourHashes(content);
     TourContainers(content);
     TourGeometry(content);
+    TourObjects();
     TourThreads(content);
     const bool allCameBack = TourCodecs(content);
     TourNetwork(content);

@@ -15,6 +15,7 @@ void TourFormatter(const char* path, const std::string& content);
 void TourHashes(const std::string& content);
 void TourContainers(const std::string& content);
 void TourGeometry(const std::string& content);
+void TourObjects();
 void TourThreads(const std::string& content);
 /// @return whether every codec gave the content back.
 bool TourCodecs(const std::string& content);

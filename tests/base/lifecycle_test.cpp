@@ -102,6 +102,19 @@ const Pair PAIRS[] = {
     {"EalUtils", InitializeEalUtils, ShutdownEalUtils, 1, " f501 t100", "t- f- ", "f501 t100"},
 };
 
+/// A memory table with one block, for a service that takes memory where the others only count.
+void InstallOneBlock() {
+    eal_mem_dll_interface memory{};
+    memory.name_id = RecordName;
+    memory.alloc = [](std::size_t size, std::size_t, unsigned, int) -> void* {
+        alignas(16) static unsigned char block[16384];
+        Record("alloc");
+        return size <= sizeof(block) ? block : nullptr;
+    };
+    memory.free = [](void*) { Record("free"); };
+    Install<MEM>(memory);
+}
+
 } // namespace
 
 TEST_F(Lifecycle, EveryPairAloneAndNested) {
@@ -150,19 +163,6 @@ TEST_F(Lifecycle, CoreCountsOfAPairAreAllReleased) {
     Take();
     ShutdownCompressionService();
     EXPECT_EQ(Take(), CORE_DOWN);
-}
-
-/// A memory table with one block, for a service that takes memory where the others only count.
-void InstallOneBlock() {
-    eal_mem_dll_interface memory{};
-    memory.name_id = RecordName;
-    memory.alloc = [](std::size_t size, std::size_t, unsigned, int) -> void* {
-        alignas(16) static unsigned char block[16384];
-        Record("alloc");
-        return size <= sizeof(block) ? block : nullptr;
-    };
-    memory.free = [](void*) { Record("free"); };
-    Install<MEM>(memory);
 }
 
 TEST_F(Lifecycle, ObjectsOfServicesComeLastAndGoFirst) {

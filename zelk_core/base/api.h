@@ -24,12 +24,12 @@
 /// Declares two overloads of one virtual function, so that they take their slots in the order written here: one ABI
 /// numbers overloads as they come, the other from the last to the first.
 #if defined(_MSC_VER)
-#    define Z4_VIRTUAL_PAIR(first, second)                                                                             \
-        second;                                                                                                        \
+#    define Z4_VIRTUAL_PAIR(first, second) \
+        second;                            \
         first
 #else
-#    define Z4_VIRTUAL_PAIR(first, second)                                                                             \
-        first;                                                                                                         \
+#    define Z4_VIRTUAL_PAIR(first, second) \
+        first;                             \
         second
 #endif
 
