@@ -6,7 +6,7 @@ BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup demo test bench sanitize fuzz docs install check clean
+.PHONY: help setup setup-msabi demo test bench sanitize fuzz msabi docs install check clean
 
 help:
 	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
@@ -14,6 +14,7 @@ help:
 	@echo 'make bench     measure every room beside its peers and print the ratios'
 	@echo 'make sanitize  the portable rooms under AddressSanitizer and UBSan'
 	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
+	@echo 'make msabi     the DLL in the Microsoft C++ ABI, with its tests and checks'
 	@echo 'make docs      HTML in build/docs'
 	@echo 'make install   headers, DLL, symbols and packages to PREFIX=$(PREFIX)'
 	@echo 'make check     what CI checks besides tests: format, lint, exports, reproducible build'
@@ -48,6 +49,17 @@ fuzz: build/fuzz/build.ninja
 	    $$fuzzer -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$${fuzzer##*/} || exit 1; \
 	done
 
+setup-msabi:
+	@scripts/setup --msabi
+
+build/msabi/build.ninja: CMakePresets.json | setup-msabi
+	cmake --preset msabi >/dev/null
+
+msabi: build/msabi/build.ninja
+	cmake --build --preset msabi --target all all_verify_interface_header_sets
+	ctest --preset msabi
+	scripts/check-reproducible msabi bin/zelk_core_win32DLL.dll bin/zelk_core_win32DLL.pdb bin/zelk_core_win32DLL.lib
+
 docs: setup
 	mkdir -p build/docs
 	doxygen docs/Doxyfile
@@ -60,4 +72,4 @@ check: build/mingw/build.ninja build/sanitize/build.ninja
 	scripts/check
 
 clean:
-	rm -rf build/mingw build/sanitize build/fuzz build/docs build/install
+	rm -rf build/mingw build/msabi build/sanitize build/fuzz build/docs build/install

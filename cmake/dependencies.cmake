@@ -11,8 +11,11 @@ target_include_directories(zelk_xxhash_reference SYSTEM INTERFACE ${ZELK_DEPS}/x
 
 # The compression room's two libraries, with our own flags, and only what it calls. Of zlib that is a build without file
 # access and without allocator (Z_SOLO), which would copy memory byte by byte if it were not told better.
+# Their sources are reached through a link in the build folder: objects' names, which reach the debug database, are
+# made of paths.
+file(CREATE_LINK ${ZELK_DEPS} ${PROJECT_BINARY_DIR}/deps SYMBOLIC)
 set(zlib_sources adler32 crc32 deflate inffast inflate inftrees trees zutil)
-list(TRANSFORM zlib_sources PREPEND ${ZELK_DEPS}/zlib/)
+list(TRANSFORM zlib_sources PREPEND ${PROJECT_BINARY_DIR}/deps/zlib/)
 list(TRANSFORM zlib_sources APPEND .c)
 add_library(zelk_zlib STATIC EXCLUDE_FROM_ALL ${zlib_sources})
 target_include_directories(zelk_zlib SYSTEM PUBLIC ${ZELK_DEPS}/zlib)
@@ -21,7 +24,7 @@ target_compile_definitions(zelk_zlib
     PRIVATE HAVE_MEMCPY memcpy=__builtin_memcpy memcmp=__builtin_memcmp memset=__builtin_memset)
 
 set(lzo_sources lzo1x_1 lzo1x_9x lzo1x_d1 lzo1x_d2 lzo_init)
-list(TRANSFORM lzo_sources PREPEND ${ZELK_DEPS}/lzo2/src/)
+list(TRANSFORM lzo_sources PREPEND ${PROJECT_BINARY_DIR}/deps/lzo2/src/)
 list(TRANSFORM lzo_sources APPEND .c)
 add_library(zelk_lzo STATIC EXCLUDE_FROM_ALL ${lzo_sources})
 target_include_directories(zelk_lzo SYSTEM PUBLIC ${ZELK_DEPS}/lzo2/include PRIVATE ${ZELK_DEPS}/lzo2/src)

@@ -124,6 +124,7 @@ inline namespace __1 {
 
 template class basic_string<char>;
 template class basic_string<wchar_t>;
+template string operator+(const char* left, const string& right);
 
 __shared_count::~__shared_count() = default;
 __shared_weak_count::~__shared_weak_count() = default;

@@ -18,7 +18,9 @@ set_target_properties(zelk_core PROPERTIES
 if(ZELK_MS_ABI)
     target_link_libraries(zelk_core PRIVATE $<BUILD_INTERFACE:zelk_msabi_dll>)
     set(launcher ${PROJECT_SOURCE_DIR}/msabi/compile ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER_LAUNCHER})
-    set_target_properties(zelk_core PROPERTIES CXX_COMPILER_LAUNCHER "${launcher}")
+    set_target_properties(zelk_core PROPERTIES
+        CXX_COMPILER_LAUNCHER "${launcher}"
+        ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}) # the import library beside the DLL
     set(symbols $<TARGET_PDB_FILE:zelk_core>)
 else()
     # CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.

@@ -1,8 +1,9 @@
 // Prints a number for each room: digest [EXPECTED]. With a file of expected lines it prints only those that differ, and
-// fails if any does; without, its output refreshes tests/pinned/digests.txt. All builds must print the same. Rotations and ziggurat draws are bound to the C run-time, whose
-// sine, cosine, exponential and logarithm need not be correctly rounded: results are kept as floats and tables of them,
-// so that a difference in the last bit of a double shows rarely, and in no build here, but another system's run-time
-// may show one.
+// fails if any does; without, its output refreshes tests/pinned/digests.txt.
+//
+// All builds must print the same. Rotations and ziggurat draws are bound to the C run-time, whose sine, cosine,
+// exponential and logarithm need not be correctly rounded. What is kept of them is float, so that a difference in the
+// last bit of a double rarely shows, and in none of the builds here; another system's run-time may show one.
 #include "digest.h"
 
 #include <cstdarg>

@@ -18,5 +18,7 @@ void CheckSlots();
 void CheckBase();
 void CheckThreads();
 void CheckGenerics();
+void CheckMath();
+void CheckServices();
 void CheckNetwork();
 void CheckDebugHelp();

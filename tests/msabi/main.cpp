@@ -17,6 +17,8 @@ const struct {
     {Z4::InitializeMath, Z4::ShutdownMath},
     {Z4::InitializeEncryptionService, Z4::ShutdownEncryptionService},
     {Z4::InitializeCompressionService, Z4::ShutdownCompressionService},
+    {Z4::InitializeRandomService, Z4::ShutdownRandomService},
+    {Z4::InitializeRuntimeTypeService, Z4::ShutdownRuntimeTypeService},
     {Z4::InitializeDbgHelpService, Z4::ShutdownDbgHelpService},
 };
 
@@ -34,6 +36,8 @@ int main() {
     CheckBase();
     CheckThreads();
     CheckGenerics();
+    CheckMath();
+    CheckServices();
     CheckNetwork();
     CheckDebugHelp();
 

@@ -156,6 +156,68 @@ std::size_t OutstandingBlocks() {
     return ZelkHost::GetMemoryStatistics(Z4::EAL_ID_ZELK_CORE).blocks;
 }
 
+class CipherRecorder : public Z4::Cipher {
+public:
+    RECORD(unsigned long, Encode(const char*, char*, unsigned long))
+    RECORD(unsigned long, Decode(const char*, char*, unsigned long))
+    RECORD(bool, SetKey(const char*))
+};
+
+constexpr Expected CIPHER_SLOTS[] = {
+    {3, "Encode(const char*, char*, unsigned long)"},
+    {3, "Decode(const char*, char*, unsigned long)"},
+    {1, "SetKey(const char*)"},
+};
+
+class CompressionRecorder : public Z4::CompressionInterface {
+public:
+    RECORD_VOID(FeedInputBuffer(const void*, unsigned long))
+    RECORD_VOID(FeedOutputBuffer(void*, unsigned long))
+    RECORD(unsigned long, GetAvailableInputSize() const)
+    RECORD(unsigned long, GetAvailableOutputSize() const)
+    RECORD(unsigned long, GetOutputDataSize() const)
+    RECORD(int, Process())
+    RECORD(int, Flush())
+    RECORD(int, Reset())
+
+private:
+    RECORD(int, CallProcess())
+};
+
+constexpr Expected COMPRESSION_SLOTS[] = {
+    {2, "FeedInputBuffer(const void*, unsigned long)"},
+    {2, "FeedOutputBuffer(void*, unsigned long)"},
+    {0, "GetAvailableInputSize() const"},
+    {0, "GetAvailableOutputSize() const"},
+    {0, "GetOutputDataSize() const"},
+    {0, "Process()"},
+    {0, "Flush()"},
+    {0, "Reset()"},
+    {0, "CallProcess()"},
+};
+
+class TypeRecorder : public Z4::DynamicType {
+public:
+    RECORD(const char*, GetTypeNameExt())
+    RECORD(bool, IsAKindOf(const Z4::TypeID&) const)
+};
+
+constexpr Expected TYPE_SLOTS[] = {
+    {0, "GetTypeNameExt()"},
+    {1, "IsAKindOf(const Z4::TypeID&) const"},
+};
+
+class SymbolRecorder : public Z4::SymbolDataBase {
+public:
+    RECORD(bool, FindSymbol(const void*, Z4::SymbolInfo&))
+    RECORD_VOID(Release())
+};
+
+constexpr Expected SYMBOL_SLOTS[] = {
+    {2, "FindSymbol(const void*, Z4::SymbolInfo&)"},
+    {0, "Release()"},
+};
+
 class ThreadRecorder : public Z4::Thread {
 public:
     RECORD_VOID(Run())
@@ -191,10 +253,54 @@ void CheckSocketSlots() {
     CHECK(OutstandingBlocks() == before);
 }
 
+void* Z4_CDECL CreateNumber(void* memory) {
+    static int number = 0;
+    return memory != nullptr ? memory : &number;
+}
+
+/// The one factory is the library's own. A type goes by value, as its two words.
+void CheckClassFactorySlots() {
+    Z4::ClassFactory& factory = Z4::ClassFactory::Instance();
+    const Z4::TypeID type = Z4::ClassType("by slot");
+    const auto identifier = static_cast<unsigned long>(type);
+    const auto* const name = static_cast<const char*>(type);
+    CHECK(!CallSlot<bool>(&factory, 4, identifier, name));
+    CHECK(CallSlot<bool>(&factory, 3, CreateNumber, identifier, name));
+    CHECK(CallSlot<bool>(&factory, 4, identifier, name));
+    CHECK(CallSlot<void*>(&factory, 1, identifier, name) == CreateNumber(nullptr));
+    CHECK(CallSlot<void*>(&factory, 2, identifier, name, static_cast<void*>(&g_called)) == &g_called);
+}
+
+void CheckServiceSlots() {
+    CipherRecorder cipher;
+    CHECK(CheckOrder(&cipher, 1, CIPHER_SLOTS) == 4);
+    CompressionRecorder compression;
+    CHECK(CheckOrder(&compression, 1, COMPRESSION_SLOTS) == 10);
+    TypeRecorder type;
+    CheckOrder(&type, 1, TYPE_SLOTS);
+    SymbolRecorder symbols;
+    CheckOrder(&symbols, 1, SYMBOL_SLOTS);
+    CheckClassFactorySlots();
+
+    const std::size_t before = OutstandingBlocks();
+    auto* const tea = new Z4::Tea;
+    char out[8];
+    CHECK(CallSlot<bool>(tea, 3, "sixteen letters!"));
+    CHECK(CallSlot<unsigned long>(tea, 1, "8 bytes.", out, 8ul) == 8);
+    CHECK(CallSlot<unsigned long>(tea, 2, out, out, 8ul) == 8 && std::memcmp(out, "8 bytes.", 8) == 0);
+    DeleteThroughSlot(tea);
+    auto* const inflate = new Z4::ZLibInflate;
+    CallSlot(inflate, 1, "x", 1ul);
+    CHECK(CallSlot<unsigned long>(inflate, 3) == 1 && inflate->GetAvailableInputSize() == 1);
+    DeleteThroughSlot(inflate);
+    CHECK(OutstandingBlocks() == before);
+}
+
 } // namespace
 
 void CheckSlots() {
     CheckSocketSlots();
+    CheckServiceSlots();
     ThreadRecorder thread;
     CallSlot(&thread, 1);
     CHECK_CALLED("Run()");
