@@ -61,9 +61,15 @@ TEST_F(HostInfoTest, FromNamesAndAddresses) {
     EXPECT_STREQ(nobody.GetName(), "");
 
     HostInfo local("localhost");
-    EXPECT_EQ(local.GetStatus(), ERR_OK);
-    EXPECT_STREQ(local.GetAddress(), "127.0.0.1");
-    EXPECT_STREQ(local.GetName(), "localhost");
+    addrinfo* found = nullptr;
+    if (getaddrinfo("localhost", nullptr, nullptr, &found) == 0) {
+        freeaddrinfo(found);
+        EXPECT_EQ(local.GetStatus(), ERR_OK);
+        EXPECT_STREQ(local.GetAddress(), "127.0.0.1");
+        EXPECT_STREQ(local.GetName(), "localhost");
+    } else {
+        EXPECT_NE(local.GetStatus(), ERR_OK) << "a machine without a list of hosts";
+    }
 
     for (const std::string& name : {std::string("no.such.host.invalid"), std::string(2000, 'x')}) {
         HostInfo unknown(name.c_str());
