@@ -56,5 +56,7 @@ install(EXPORT zelk_core_targets NAMESPACE zelk_core:: FILE zelk_core-config.cma
 write_basic_package_version_file(zelk_core-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelk_core-config-version.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelk_core)
-configure_file(zelk_core.pc.in zelk_core.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelk_core.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(NOT ZELK_MS_ABI) # whose compilers' users have no pkg-config, and its flags are GCC's
+    configure_file(zelk_core.pc.in zelk_core.pc @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelk_core.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endif()
