@@ -7,12 +7,28 @@
 
 namespace {
 
-/// Slot 0 is the destructor that also frees.
+// Slot 0 is the destructor that also frees; its parameter says whether it does. GCC has two destructors in its place.
+#if defined(_MSC_VER)
+constexpr unsigned FURTHER_DESTRUCTORS = 0;
+#else
+constexpr unsigned FURTHER_DESTRUCTORS = 1;
+#endif
+
 template <class Result = int, class... Arguments>
 Result CallSlot(void* object, unsigned slot, Arguments... arguments) {
-    using Function = Result(__thiscall*)(void*, Arguments...);
-    void** const table = *static_cast<void***>(object);
-    return reinterpret_cast<Function>(table[slot])(object, arguments...);
+    // The convention of member functions, in words that both compilers have: of two registers only the first is used.
+    using Function = Result(__fastcall*)(void*, int, Arguments...);
+    // Volatile, so that no compiler sees which function it is, and that its type is another.
+    void** const volatile table = *static_cast<void** volatile*>(object);
+    return reinterpret_cast<Function>(table[slot + FURTHER_DESTRUCTORS])(object, 0, arguments...);
+}
+
+void DeleteThroughSlot(void* object) {
+#if defined(_MSC_VER)
+    CallSlot(object, 0, 1u);
+#else
+    CallSlot(object, 0);
+#endif
 }
 
 // Every function of a recorder says which it is, by its declaration's text.
@@ -145,11 +161,6 @@ unsigned CheckOrder(void* object, unsigned slot, const Expected (&expected)[COUN
         ++slot;
     }
     return slot;
-}
-
-/// Deletes through slot 0, whose parameter says that the memory goes too.
-void DeleteThroughSlot(void* object) {
-    CallSlot(object, 0, 1u);
 }
 
 std::size_t OutstandingBlocks() {
