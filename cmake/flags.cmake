@@ -6,7 +6,7 @@ set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 
-# Two ABIs: this one, and that of GCC for Windows and of native builds.
+# Whether this is the Microsoft C++ ABI; the other is that of GCC for Windows and of native builds.
 string(COMPARE EQUAL "${CMAKE_CXX_SIMULATE_ID}" MSVC ZELK_MS_ABI)
 
 # For third-party code too: sanitizers want the whole program, and ratios want equal tuning. Tuning for old
