@@ -224,6 +224,9 @@ void WinDbgHelp::ResolveEntryPoints() {
     const char* name = LIBRARY;
     if (g_systemLibraryOnly) {
         const UINT length = GetSystemDirectoryA(path, MAX_PATH);
+        if (length == 0 || length >= MAX_PATH) {
+            return; // Rather none than one from elsewhere.
+        }
         path[length] = '\\';
         std::memcpy(path + length + 1, LIBRARY, sizeof LIBRARY);
         name = path;
