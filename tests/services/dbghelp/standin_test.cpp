@@ -84,6 +84,13 @@ TEST_F(StandInTest, StartsTheHandlerOnItsOwnThread) {
     WinDbgHelp::SetLoadSymbols(true);
 }
 
+TEST_F(StandInTest, StrictSearchPassesOverALibraryBesideTheProgram) {
+    WinDbgHelp::SetSystemLibraryOnly(true);
+    Start();
+    WinDbgHelp::SetSystemLibraryOnly(false);
+    EXPECT_TRUE(GetScript().calls.empty());
+}
+
 TEST_F(StandInTest, SearchPath) {
     char current[MAX_PATH];
     GetCurrentDirectoryA(MAX_PATH, current);
