@@ -6,11 +6,12 @@ BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup setup-msabi demo test bench sanitize fuzz msabi docs install check clean
+.PHONY: help setup setup-msabi demo test checked bench sanitize fuzz msabi docs install check clean
 
 help:
 	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
 	@echo 'make test      set up, build, and run all tests'
+	@echo 'make checked   all tests on a DLL that checks its callers'
 	@echo 'make bench     measure every room beside its peers and print the ratios'
 	@echo 'make sanitize  the portable rooms under AddressSanitizer and UBSan'
 	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
@@ -33,6 +34,10 @@ demo: build/mingw/build.ninja
 test: build/mingw/build.ninja
 	cmake --build --preset mingw --target all all_verify_interface_header_sets
 	ctest --preset mingw
+
+checked: build/checked/build.ninja
+	cmake --build --preset checked --target all
+	ctest --preset checked
 
 bench: build/mingw/build.ninja
 	cmake --build --preset mingw --target benchmarks
@@ -72,4 +77,4 @@ check: build/mingw/build.ninja build/sanitize/build.ninja
 	scripts/check
 
 clean:
-	rm -rf build/mingw build/msabi build/sanitize build/fuzz build/docs build/install
+	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/docs build/install

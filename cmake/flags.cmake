@@ -33,6 +33,9 @@ target_compile_options(zelk_flags INTERFACE
     -Wmissing-declarations
     $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>
     $<$<BOOL:${ZELK_WERROR}>:-Werror>)
+if(ZELK_CHECKS)
+    target_compile_definitions(zelk_flags INTERFACE ZELK_CHECKS)
+endif()
 if(WIN32)
     target_compile_definitions(zelk_flags INTERFACE _WIN32_WINNT=0x0601 WINVER=0x0601 NTDDI_VERSION=0x06010000
         WIN32_LEAN_AND_MEAN NOMINMAX)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/dllwrapper.h>
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/ealinterface.h>

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/ealinterface.h>
 #include <zelk_core/base/log.h>
@@ -78,6 +79,31 @@ TEST(EalAssertWithMessage, FormatsTruncatesAndReturnsTheHostsAnswer) {
     const std::string longText(5000, 'x');
     EXPECT_TRUE(EalAssertWithMessage(5, "e", "f", 1, nullptr, "%s", longText.c_str()));
     EXPECT_EQ(g_assert.message, std::string(1023, 'x'));
+}
+
+TEST(Assert, ReportsABrokenDutyUntilTheHostSilencesItsPlace) {
+    const AssertHost host;
+    g_assertAnswer = 0;
+    unsigned reports = 0;
+    for (int value = 0; value < 4; ++value) {
+        g_assert = {};
+        Z4_ASSERT(value < 2, "The value is below 2.");
+        if (!g_assert.message.empty()) {
+            ++reports;
+            EXPECT_EQ(g_assert.id, EAL_ID_ZELK_CORE);
+            EXPECT_EQ(g_assert.expression, "value < 2");
+            EXPECT_EQ(g_assert.message, "The value is below 2.");
+            EXPECT_NE(g_assert.file.find("log_test.cpp"), std::string::npos);
+        }
+    }
+    EXPECT_EQ(reports, 1u);
+
+    unsigned long ignore = 0;
+    g_assertAnswer = 1;
+    EXPECT_TRUE(Private::ContractBroken("e", "f", 1, "s", &ignore));
+    EXPECT_FALSE(Private::ContractBroken("e", "f", 1, "s", &ignore)) << "silenced by the first";
+    SetEalInterface(eal_log_dll_interface{});
+    EXPECT_TRUE(Private::ContractBroken("e", "f", 1, "s", &ignore)) << "nobody there to hear it";
 }
 
 TEST(SetEalInterface, TheSecondTableReplacesTheFirst) {

@@ -1,7 +1,11 @@
 #include "testhost.h"
 
+#include "contract.h"
+
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <gtest/gtest.h>
 
 namespace ZelkTest {
 
@@ -9,6 +13,8 @@ namespace {
 
 LogCapture* g_capture = nullptr;
 bool g_guardStart = false;
+std::atomic<bool> g_contractsExpected;
+std::atomic<unsigned> g_contractReports;
 
 std::string FormatMessage(const char* format, va_list arguments) {
     char text[4096];
@@ -33,7 +39,10 @@ struct CaptureSlots {
 
     static unsigned char Z4_CDECL Assert(int, const char* expression, const char* message, const char* file,
                                          unsigned long line, unsigned long, unsigned long*) {
-        std::fprintf(stderr, "%s(%lu): %s: %s\n", file, line, expression, message);
+        ++g_contractReports;
+        if (!g_contractsExpected) {
+            ADD_FAILURE_AT(file, static_cast<int>(line)) << expression << ": " << message;
+        }
         return 0;
     }
 
@@ -65,6 +74,16 @@ std::vector<LogLine> LogCapture::Lines() const {
 unsigned LogCapture::Questions() const {
     const std::lock_guard guard(m_mutex);
     return m_questions;
+}
+
+ExpectContract::ExpectContract(unsigned reports) : m_expected(reports) {
+    g_contractReports = 0;
+    g_contractsExpected = true;
+}
+
+ExpectContract::~ExpectContract() {
+    g_contractsExpected = false;
+    EXPECT_EQ(g_contractReports, m_expected) << "broken contracts reported";
 }
 
 void InstallHost(bool guardStart) {

@@ -14,6 +14,18 @@
 #    define Z4_NATIVE_THREAD_LOCAL 0
 #endif
 
+/// Stops in the debugger, or ends the program where there is none; a debugger can go on behind it.
+#if defined(_MSC_VER)
+#    define Z4_BREAK() __debugbreak()
+#else
+#    define Z4_BREAK() ::Z4::Private::Break()
+namespace Z4::Private {
+inline void Break() {
+    __asm__ volatile("int3");
+}
+} // namespace Z4::Private
+#endif
+
 /// For a function that reads, on purpose and harmlessly, past the end of an object within an aligned block of memory.
 #if defined(_MSC_VER) && !defined(__clang__)
 #    define Z4_NO_SANITIZE_ADDRESS __declspec(no_sanitize_address)
