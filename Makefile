@@ -66,7 +66,8 @@ msabi: build/msabi/build.ninja
 	scripts/check-reproducible msabi bin/zelk_core_win32DLL.dll bin/zelk_core_win32DLL.pdb bin/zelk_core_win32DLL.lib
 
 docs: setup
-	mkdir -p build/docs
+	mkdir -p build/docs/pictures
+	scripts/floors --draw build/docs/pictures/house.svg
 	doxygen docs/Doxyfile
 
 install: build/mingw/build.ninja
