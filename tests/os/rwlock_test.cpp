@@ -446,7 +446,7 @@ class LateLibrary {
 public:
     LateLibrary() {
         char original[MAX_PATH];
-        GetModuleFileNameA(GetModuleHandleA("zelk_core_win32DLL.dll"), original, sizeof original);
+        GetModuleFileNameA(GetModuleHandleA(ZELK_DLL_FILE), original, sizeof original);
         m_path = std::filesystem::temp_directory_path() /
                  ("zelk_core_late_" + std::to_string(GetCurrentProcessId()) + ".dll");
         std::filesystem::copy_file(original, m_path, std::filesystem::copy_options::overwrite_existing);

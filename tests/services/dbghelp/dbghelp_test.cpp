@@ -192,7 +192,7 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
 TEST_F(DbgHelpTest, VersionOfAFile) {
     const ZelkTest::LogCapture log;
     unsigned short version[4] = {};
-    ASSERT_TRUE(WinDbgHelp::GetVersionInfo("zelk_core_win32DLL.dll", version));
+    ASSERT_TRUE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version));
     EXPECT_THAT(version, testing::ElementsAre(4, 3, 2, 0));
     EXPECT_FALSE(WinDbgHelp::GetVersionInfo("no such file.dll", version));
     ASSERT_EQ(log.Lines().size(), 1u);

@@ -286,7 +286,7 @@ FARPROC WINAPI RecordGetProcAddress(HMODULE module, LPCSTR name) {
 /// Puts `replacement` where the library's DLL has imported `name`.
 /// @return what was there; null when it imports no such function.
 void* ReplaceImport(const char* name, void* replacement) {
-    char* const base = reinterpret_cast<char*>(GetModuleHandleA("zelk_core_win32DLL.dll"));
+    char* const base = reinterpret_cast<char*>(GetModuleHandleA(ZELK_DLL_FILE));
     const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
     const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
     const IMAGE_DATA_DIRECTORY& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
