@@ -10,6 +10,7 @@
 #include <zelk_core/base/error.h>
 #include <zelk_core/base/hash.h>
 #include <zelk_core/base/hostnew.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/base/lifecycle.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/platform.h>
@@ -80,6 +81,7 @@
 #include <zelk_core/services/random/lifecycle.h>
 #include <zelk_core/services/random/random.h>
 #include <zelk_core/services/random/subtractiverandomgenerator.h>
+#include <zelk_core/services/random/ziggurat.h>
 #include <zelk_core/services/random/zigrandomgenerator.h>
 #include <zelk_core/services/runtimetype/classfactory.h>
 #include <zelk_core/services/runtimetype/classregistration.h>
