@@ -125,7 +125,7 @@ Error EalThread::Create(unsigned int stackSize) {
         return ERR_IN_PROGRESS;
     }
     SetState(THREAD_STARTING);
-    m_handle = Private::g_thread.create(m_id.GetId(), stackSize, m_priority, Enter, this);
+    m_handle = Z4_SLOT(Private::g_thread.create)(m_id.GetId(), stackSize, m_priority, Enter, this);
     return ERR_OK;
 }
 
@@ -153,7 +153,7 @@ Error EalThread::JoinHeld() {
         }
         m_monitor.Wait(INFINITE);
     }
-    Private::g_thread.join(m_handle);
+    Z4_SLOT(Private::g_thread.join)(m_handle);
     m_threadId = INVALID_THREAD_ID;
     m_handle = nullptr;
     SetState(THREAD_JOINED);
