@@ -7,6 +7,7 @@
 /// and a Matrix44f give the same bits, for both add in the same order.
 #pragma once
 
+#include <zelk_core/base/assert.h>
 #include <zelk_core/math/vectorgeneric.h>
 
 #include <cmath>
@@ -32,8 +33,14 @@ public:
         : m_rows{first, rest...} {}
 
     /// Row `index`, which must be below `ROWS`.
-    constexpr const R& Row(unsigned long index) const { return m_rows[index]; }
-    constexpr R& Row(unsigned long index) { return m_rows[index]; }
+    constexpr const R& Row(unsigned long index) const {
+        Z4_ASSERT(index < ROWS, "The index of a row is below their number.");
+        return m_rows[index];
+    }
+    constexpr R& Row(unsigned long index) {
+        Z4_ASSERT(index < ROWS, "The index of a row is below their number.");
+        return m_rows[index];
+    }
 
 private:
     R m_rows[ROWS];

@@ -7,6 +7,8 @@
 /// where it is compared away, the operation says what is left. What needs no square root is `constexpr`.
 #pragma once
 
+#include <zelk_core/base/assert.h>
+
 #include <emmintrin.h>
 
 #include <bit>
@@ -82,8 +84,14 @@ public:
     constexpr void SetW(T value) requires(N > 3) { m_components[3] = value; }
 
     /// Component `index`, which must be below `N`.
-    constexpr const T& operator[](unsigned long index) const { return m_components[index]; }
-    constexpr T& operator[](unsigned long index) { return m_components[index]; }
+    constexpr const T& operator[](unsigned long index) const {
+        Z4_ASSERT(index < N, "The index of a component is below their number.");
+        return m_components[index];
+    }
+    constexpr T& operator[](unsigned long index) {
+        Z4_ASSERT(index < N, "The index of a component is below their number.");
+        return m_components[index];
+    }
 
     /// The `N` elements in memory.
     constexpr const T* Data() const { return m_components; }

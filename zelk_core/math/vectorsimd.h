@@ -6,11 +6,12 @@
 /// uses the processor's reciprocal estimates. NaN spreads through arithmetic as usual; where it is compared away, the
 /// operation says what is left. Nothing here traps or fails.
 ///
-/// Objects are aligned to 16 bytes, on the heap too (alignednew.h). Pass them by const reference. The constants are
+/// Objects are aligned to 16 bytes, on the heap too (hostnew.h). Pass them by const reference. The constants are
 /// static data: they can be read before, and in, any static initialiser. Any thread.
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/hostnew.h>
 #include <zelk_core/math/vector.h>
 
@@ -47,6 +48,7 @@ public:
     float W() const { return _mm_cvtss_f32(Spread<3>()); }
     /// Lane `index`, which must be below 4.
     float operator[](unsigned long index) const {
+        Z4_ASSERT(index < 4, "The index of a lane is below 4.");
         alignas(16) float lanes[4];
         _mm_store_ps(lanes, m_lanes);
         return lanes[index];
