@@ -34,7 +34,7 @@ public:
     /// Wait() for at most `ms` milliseconds; 0 gives up the lock for an instant, 0xFFFFFFFF has no limit.
     /// @return false when the time ran out; the lock is held then too. The condition may have come true meanwhile.
     template <class LockClass>
-    [[nodiscard]] bool WaitWithTimeout(LockClass& lock, unsigned long ms) {
+    bool WaitWithTimeout(LockClass& lock, unsigned long ms) {
         return WaitInternal(lock.GetInternalLockImpl(), ms);
     }
 
