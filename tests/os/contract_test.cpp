@@ -55,7 +55,6 @@ TEST(Contracts, OfLocksAndWaitsAreChecked) {
         {"unlocking a reader as the writer", [&] { read.UnlockWriter(); }},
         {"unlocking the writer as a reader", [&] { written.UnlockReader(); }},
         {"unlocking a reader of a free lock", [&] { freeRW.UnlockReader(); }},
-        {"downgrading a reader", [&] { read.Downgrade(); }},
         {"unlocking a reader of a free plain lock", [&] { freePlain.UnlockReader(); }},
         {"unlocking the writer of a free plain lock", [&] { freePlain.UnlockWriter(); }},
         {"a group with a null event",

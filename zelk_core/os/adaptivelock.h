@@ -3,7 +3,7 @@
 /// waiter could have been put to sleep and woken.
 ///
 /// A lock may be used by any number of threads; it must be destroyed only when none holds it or waits for it. Only a
-/// thread that holds it may unlock it: else the lock is corrupted, and nobody notices but a build with ZELK_CHECKS.
+/// thread that holds it may unlock it: else the lock is corrupted, and only a library built with ZELK_CHECKS notices.
 #pragma once
 
 #include <zelk_core/base/api.h>

@@ -3,8 +3,8 @@
 ///
 /// Both block on the system's slim lock, which keeps no order among those who wait, and both need no teardown: a lock
 /// may be a static object that is ready before any code runs. A lock must be free when it is destroyed. What a thread
-/// has locked, the same thread unlocks, in the mode in which it was locked; nothing checks that but, as far as the lock
-/// can tell, a build with ZELK_CHECKS.
+/// has locked, the same thread unlocks, in the mode in which it was locked; only a library built with ZELK_CHECKS
+/// notices where not, as far as the lock can tell.
 ///
 /// autorwlock.h has the guards that hold such a lock to the end of a scope.
 #pragma once
