@@ -290,7 +290,11 @@ const Operation<T> OPERATIONS[] = {
          m.resize(std::min<std::size_t>(size, m.size())), v.Truncate(size);
      }},
     {"clear", [](Vector<T>& v, Model& m, Random&) { m.clear(), v.Clear(); }},
-    {"reserve", [](Vector<T>& v, Model&, Random& r) { EXPECT_NE(v.Reserve(r.UpTo(20)), v.WasRefused()); }},
+    {"reserve",
+     [](Vector<T>& v, Model&, Random& r) {
+         const bool granted = v.Reserve(r.UpTo(20));
+         EXPECT_NE(granted, v.WasRefused());
+     }},
     {"shrink",
      [](Vector<T>& v, Model&, Random&) {
          v.ShrinkToFit();
