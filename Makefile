@@ -35,9 +35,10 @@ test: build/mingw/build.ninja
 	cmake --build --preset mingw --target all all_verify_interface_header_sets
 	ctest --preset mingw
 
+# Once: `make test` runs the same tests on either side of the inaccessible page.
 checked: build/checked/build.ninja
 	cmake --build --preset checked --target all
-	ctest --preset checked
+	ctest --preset checked --exclude-regex guard_start
 
 bench: build/mingw/build.ninja
 	cmake --build --preset mingw --target benchmarks
