@@ -12,7 +12,7 @@ namespace ZelkTest {
 namespace {
 
 LogCapture* g_capture = nullptr;
-bool g_guardStart = false;
+Guard g_guard = Guard::END;
 std::atomic<bool> g_contractsExpected;
 std::atomic<unsigned> g_contractReports;
 
@@ -86,9 +86,9 @@ ExpectContract::~ExpectContract() {
     EXPECT_EQ(g_contractReports, m_expected) << "broken contracts reported";
 }
 
-void InstallHost(bool guardStart) {
-    g_guardStart = guardStart;
-    InstallMemory(guardStart);
+void InstallHost(Guard guard) {
+    g_guard = guard;
+    InstallMemory(guard);
     Z4::eal_log_dll_interface log{};
     log.init = CaptureSlots::Init;
     log.shutdown = CaptureSlots::Shutdown;
@@ -99,7 +99,7 @@ void InstallHost(bool guardStart) {
 }
 
 void ReinstallHost() {
-    InstallHost(g_guardStart);
+    InstallHost(g_guard);
 }
 
 } // namespace ZelkTest
