@@ -195,7 +195,7 @@ unsigned Use(LockClass& lock, Guarded& guarded, unsigned step, std::atomic<unsig
 }
 
 TYPED_TEST(ReaderWriterLocks, LoseNoUpdateAndShowNoHalfOne) {
-    constexpr unsigned PER_CROWD = 2'500'000; // shared out to its threads; 10 million in all for each lock
+    constexpr unsigned PER_CROWD = Repeats(50'000, 2'500'000); // shared out to its threads
     for (const unsigned threads : {2u, 4u, 10u, 32u}) {
         TypeParam lock;
         Guarded guarded;
@@ -223,7 +223,7 @@ TEST(RWLockRecursion, KeepsItsInvariantInMixedDepths) {
     RunCrowd(THREADS, [&](unsigned self) {
         std::mt19937 random(self);
         unsigned own = 0;
-        for (unsigned i = 0; i < 250'000; ++i) {
+        for (unsigned i = 0; i < Repeats(10'000, 250'000); ++i) {
             const unsigned depth = 1 + random() % 4;
             if (random() % 8 == 0) {
                 for (unsigned level = 0; level < depth; ++level) {
