@@ -1,3 +1,4 @@
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/private/core.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/os/lifecycle.h>
@@ -35,11 +36,14 @@ void InitializeDbgHelpService(bool loadSymbols) {
     SymbolHandler::SingletonInit();
     SymbolHandler::Instance().SetDataBase(g_symbols);
     SymbolHandler::Instance().SetShuttingDown(false);
-    ProgramModuleDB::Instance().Subscribe();
+    // There is a free place, unless the program has taken all with a WinDbgHelp of its own making; then the list is
+    // read once and stays so.
+    static_cast<void>(ProgramModuleDB::Instance().Subscribe());
     StackSizeMonitorDb::SingletonInit();
 }
 
 void ShutdownDbgHelpService() {
+    Z4_ASSERT(g_uses != 0, "Each ShutdownDbgHelpService() belongs to an InitializeDbgHelpService() before it.");
     if (--g_uses != 0) {
         return;
     }
