@@ -31,8 +31,8 @@ public:
     /// @param timeoutMs milliseconds; 0 never waits, 0xFFFFFFFF waits without limit.
     /// @return how many are ready, over all groups; 0 when the time has passed, all groups empty then and `error`
     /// ERR_TIMEOUT; -1 on failure, the groups untouched (a closed socket in a group is ERR_INVALID).
-    [[nodiscard]] Z4_API static long Wait(BerkeleySocketGroup* readable, BerkeleySocketGroup* writable,
-                                          BerkeleySocketGroup* failed, unsigned long timeoutMs, unsigned long& error);
+    Z4_API static long Wait(BerkeleySocketGroup* readable, BerkeleySocketGroup* writable, BerkeleySocketGroup* failed,
+                            unsigned long timeoutMs, unsigned long& error);
 
 private:
     friend struct SocketGroupLayout;

@@ -6,8 +6,8 @@
 ///
 /// That thread, and the library itself, need the lock of the system's loader. Code that the loader calls (`DllMain`,
 /// constructors and destructors of a DLL's globals, thread-local call-backs, observers of modules) must therefore wait
-/// for neither: there, call nothing of this class but IsReady(), GetSymbolPath() and the two functions that add and
-/// remove observers.
+/// for neither: there, call nothing of this class but SingletonInit() and Instance(), which only start the thread,
+/// IsReady(), GetSymbolPath() and the two functions that add and remove observers.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -112,7 +112,8 @@ public:
     Z4_API Error UnregisterDllNotificationCallback(DllNotificationCallback callback, void* context);
 
     /// @name Forwarding operations
-    /// The system's functions of the same names, with their arguments and results, one at a time.
+    /// The system's functions of the same names, with their arguments and results, one at a time. A callback of theirs
+    /// may call them again; it must not wait for another thread that calls one, as that waits for the callback's end.
     /// @{
     using EnumerateModulesCallback = int(Z4_STDCALL*)(const char* name, unsigned long long base, unsigned long size,
                                                       void* context);

@@ -1,4 +1,3 @@
-#include <zelk_core/base/assert.h>
 #include <zelk_core/base/private/core.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/os/lifecycle.h>
@@ -43,7 +42,6 @@ void InitializeDbgHelpService(bool loadSymbols) {
 }
 
 void ShutdownDbgHelpService() {
-    Z4_ASSERT(g_uses != 0, "Each ShutdownDbgHelpService() belongs to an InitializeDbgHelpService() before it.");
     if (--g_uses != 0) {
         return;
     }
