@@ -72,6 +72,7 @@
 #include <zelk_core/services/compression/stringcompressor.h>
 #include <zelk_core/services/compression/zlib.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
+#include <zelk_core/services/dbghelp/observertable.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
