@@ -7,10 +7,15 @@
 
 #if defined(_MSC_VER)
 #    define Z4_NOINLINE __declspec(noinline)
+#    define Z4_ALWAYS_INLINE __forceinline
+/// Lays out a class with more than one empty base as the other ABI does: no such base takes room.
+#    define Z4_EMPTY_BASES __declspec(empty_bases)
 /// Whether the compiler's own thread-local variables are the system's; else they are a run-time library's.
 #    define Z4_NATIVE_THREAD_LOCAL 1
 #else
 #    define Z4_NOINLINE __attribute__((noinline))
+#    define Z4_ALWAYS_INLINE __attribute__((always_inline)) inline
+#    define Z4_EMPTY_BASES
 #    define Z4_NATIVE_THREAD_LOCAL 0
 #endif
 
