@@ -45,16 +45,16 @@ class Aligned : public Base {
 };
 
 /// Makes objects in every way there is and gives them back.
-/// @return how many were null or not aligned as their class is, and how many blocks were not given back.
+/// @return how many were not in that memory or not aligned as their class is, and how many blocks were not given back.
 template <class T>
 unsigned CountMisplaced() {
+    const unsigned before = BareMemory::g_live;
     unsigned misplaced = 0;
     const auto count = [&](T* object) {
         // Compilers believe that every T is aligned; they forget it behind a volatile.
         const void* const volatile address = object;
-        misplaced += address == nullptr || reinterpret_cast<std::uintptr_t>(address) % alignof(T) != 0;
+        misplaced += BareMemory::g_live == before || reinterpret_cast<std::uintptr_t>(address) % alignof(T) != 0;
     };
-    const unsigned before = BareMemory::g_live;
     for (T* const object : {new T, new (std::nothrow) T, static_cast<T*>(Z4::ClassRegistration<T>::Create(nullptr))}) {
         count(object);
         delete object;

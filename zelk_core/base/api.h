@@ -31,6 +31,27 @@ inline void Break() {
 } // namespace Z4::Private
 #endif
 
+namespace Z4::Private {
+
+/// Where `value` is `expected`, stores `replacement`; else takes the value into `expected`. Sequentially consistent, at
+/// any address on 32-bit processors.
+/// @return whether it was stored.
+#if defined(_MSC_VER) && !defined(__clang__)
+extern "C" long long _InterlockedCompareExchange64(volatile long long*, long long, long long);
+#    pragma intrinsic(_InterlockedCompareExchange64)
+inline bool CompareExchange(volatile long long& value, long long& expected, long long replacement) {
+    const long long wanted = expected;
+    expected = _InterlockedCompareExchange64(&value, replacement, wanted);
+    return expected == wanted;
+}
+#else
+inline bool CompareExchange(volatile long long& value, long long& expected, long long replacement) {
+    return __atomic_compare_exchange_n(&value, &expected, replacement, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
+}
+#endif
+
+} // namespace Z4::Private
+
 /// For a function that reads, on purpose and harmlessly, past the end of an object within an aligned block of memory.
 #if defined(_MSC_VER) && !defined(__clang__)
 #    define Z4_NO_SANITIZE_ADDRESS __declspec(no_sanitize_address)
