@@ -17,9 +17,9 @@ void Private::WarnOfExpensiveMove() {
     static constinit bool warned = false;
     if (!warned) {
         warned = true;
-        Log(EAL_LOG_WARNING, "generics/vector", 1385,
-            "[Z4::Vector] EAL_LOG_WARNING: Expensive move assignment.  Allocators don't match or destination is "
-            "non-dynamic.");
+        LogPrint(EAL_LOG_WARNING, "generics/vector", 1385,
+                 "[Z4::Vector] EAL_LOG_WARNING: Expensive move assignment.  Allocators don't match or destination is "
+                 "non-dynamic.");
     }
 }
 
