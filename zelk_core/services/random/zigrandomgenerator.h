@@ -4,14 +4,15 @@
 ///
 /// For games and simulation, never for secrets. What a user should know:
 /// - The register runs through one cycle of 2^32 - 1 states whatever the seed: seeds choose where the stream begins.
-/// All
-///   streams overlap. The lowest 7 or 8 bits of a draw choose its layer and are part of its value, too.
+///   All streams overlap. The lowest 7 or 8 bits of a draw choose its layer and are part of its value, too.
 /// - RNOR() is distributed as it should be. REXP() is not, far out: 1 of 506 values lies beyond 7.697 where 1 of 2202
 ///   should, and as many are missing between 4.349 and 7.697, 12 % of all there and nearly all of those just below
 ///   7.697. Its mean is 1.004 for that, its variance 1.052. Below 4.349 the shape is right. private/ziggurat.cpp tells
 ///   why; the stream is kept for the sake of what was made with it.
-/// - A register of 0 stays 0: RNOR() then returns the mean and REXP() 0 for ever. Seeding a generator with the number
-///   that its register holds makes it so; that is the case right after construction with the same seed.
+/// - SetSeed() combines the seed with the present state by exclusive or. Seeding with the very number that is the state
+///   makes it 0, and 0 never changes again: RNOR() returns the mean and REXP() 0 from then on. This happens when
+///   SetSeed() is called with the constructor's seed before the first draw, so also with the time of the day after a
+///   construction with 0. A library that is built with its checks reports it.
 #pragma once
 
 #include <cstdint>
@@ -30,6 +31,8 @@ public:
 
     /// Mixes `seed` into the register, which is 0 at first. Nothing else may be called before the first time.
     void Seed(std::uint32_t seed);
+    /// Whether the register is 0 and stays so.
+    bool IsStuck() const { return m_jsr == 0; }
 
     std::uint32_t Shr3() {
         m_jz = m_jsr;
