@@ -16,7 +16,9 @@ template <class CipherClass, bool ENCODE>
 void Whole(benchmark::State& state) {
     std::vector<char> buffer(static_cast<std::size_t>(state.range()), 'x');
     CipherClass cipher;
-    cipher.SetKey(KEY);
+    if (!cipher.SetKey(KEY)) {
+        state.SkipWithError("the key was refused");
+    }
     for (auto _ : state) {
         const auto size = static_cast<unsigned long>(buffer.size());
         if constexpr (ENCODE) {

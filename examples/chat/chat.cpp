@@ -96,7 +96,7 @@ private:
             return;
         }
         char name[32];
-        Z4::StrFormat::snprintf(name, sizeof name, "guest %u", ++m_admitted);
+        Z4::StrFormat::Print(name, sizeof name, "guest %u", ++m_admitted);
         guest.name = name;
         Tell(guest, "Welcome, " + guest.name + ".");
         Say(guest.name + " has come.");

@@ -52,13 +52,13 @@ bool Load(const char* text, Scene& scene) {
     std::string name;
     double size = 0;
     while (words >> name >> size) {
-        void* const object = Z4::ClassFactory::Instance().CreateInstance(Z4::ClassType(name.c_str()));
-        if (object == nullptr) {
+        const Z4::TypeID type = Z4::ClassType(name.c_str());
+        if (!Z4::ClassFactory::Instance().IsRegistered(type)) {
             std::fprintf(stderr, "classfactory: no class \"%s\"; the classes are:\n", name.c_str());
             Z4::ClassFactory::Instance().DumpToConsole(Z4::EAL_LOG_ERROR, 0, nullptr);
             return false;
         }
-        scene.emplace_back(static_cast<Shape*>(object))->size = size;
+        scene.emplace_back(static_cast<Shape*>(Z4::ClassFactory::Instance().CreateInstance(type)))->size = size;
     }
     return true;
 }
@@ -72,7 +72,9 @@ int main(int argc, char** argv) {
     Z4::InitializeRuntimeTypeService();
 
     Counter counter;
-    Z4::ClassFactory::Instance().AddSink(counter);
+    if (!Z4::ClassFactory::Instance().AddSink(counter)) {
+        return 1;
+    }
     Scene scene;
     const bool loaded = Load(argc > 1 ? argv[1] : "Circle 2 Square 3 Circle 0.5", scene);
     for (const std::unique_ptr<Shape>& shape : scene) {

@@ -8,12 +8,12 @@ int main() {
 
     const char text[] = "The quick brown fox jumps over the lazy dog";
     char line[80];
-    Z4::StrFormat::snprintf(line, sizeof(line), "CRC-32 of \"%.9s...\" is 0x%08X", text, Z4::Hash::CRC(text));
+    Z4::StrFormat::Print(line, sizeof(line), "CRC-32 of \"%.9s...\" is 0x%08X", text, Z4::Hash::CRC(text));
     std::puts(line);
 
     const Z4::Platform& machine = Z4::Platform::GetRef();
-    Z4::StrFormat::snprintf(line, sizeof(line), "%u processors, cache lines of %u bytes", machine.GetNbProcessors(),
-                            machine.GetCacheLineSize());
+    Z4::StrFormat::Print(line, sizeof(line), "%u processors, cache lines of %u bytes", machine.GetNbProcessors(),
+                         machine.GetCacheLineSize());
     std::puts(line);
 
     Z4::ShutdownBase(); // the last one shuts the tables down; the host reports what was left behind

@@ -51,6 +51,12 @@ Key MakeKey(const std::string& password, std::uint64_t salt) {
     return key;
 }
 
+void SetKey(Z4::XTea& cipher, const Key& key) {
+    if (!cipher.SetKey(key.text.c_str())) {
+        throw Failure(EXIT_PASSWORD, "the key was refused");
+    }
+}
+
 template <class Record>
 std::uint32_t RecordCrc(const Record& record) {
     return Z4::Hash::CRC(reinterpret_cast<const unsigned char*>(&record), offsetof(Record, crc));
@@ -131,7 +137,7 @@ ArchiveWriter::ArchiveWriter(const fs::path& path, bool replace, Method method,
         header.salt = std::uint64_t{random()} << 32 | random();
         const Key key = MakeKey(password, header.salt);
         header.passwordCheck = key.check;
-        m_cipher.emplace().SetKey(key.text.c_str());
+        SetKey(m_cipher.emplace(), key);
     }
     header.crc = RecordCrc(header);
     m_output.Append(&header, sizeof(header));
@@ -288,7 +294,7 @@ void ArchiveReader::Unlock(const std::string& password) {
     if (key.check != m_passwordCheck) {
         throw Failure(EXIT_PASSWORD, m_file.Name() + " has another password");
     }
-    m_cipher.emplace().SetKey(key.text.c_str());
+    SetKey(m_cipher.emplace(), key);
 }
 
 void ArchiveReader::Expand(const Entry& entry, const std::function<void(const Bytes& piece)>& sink) {

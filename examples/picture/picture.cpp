@@ -154,7 +154,7 @@ public:
         std::string points;
         for (const VectorSIMD4f& corner : shape.corners) {
             char text[64];
-            Z4::StrFormat::snprintf(text, sizeof(text), "%.2f,%.2f ", Pixels(corner[0]), Pixels(corner[1]));
+            Z4::StrFormat::Print(text, sizeof(text), "%.2f,%.2f ", Pixels(corner[0]), Pixels(corner[1]));
             points += text;
         }
         const char* const fill = shape.isOverlapping ? "#ffd9a8" : IsBox(shape) ? "#dde8f8" : "#e8e8e8";
@@ -189,9 +189,9 @@ private:
               Pixels(CELLS_DOWN * CELL) + static_cast<float>(20 * (line + 1)), text);
     }
     template <class... Arguments>
-    void Write(const char* format, Arguments... arguments) {
+    void Write(Z4::FormatString<Arguments...> format, Arguments... arguments) {
         char text[1024];
-        Z4::StrFormat::snprintf(text, sizeof(text), format, arguments...);
+        Z4::StrFormat::Print(text, sizeof(text), format, arguments...);
         m_file << text;
     }
 

@@ -71,8 +71,7 @@ constexpr char KEY[] = "sixteen letters!";
 template <class Cipher>
 std::size_t Encipher(const std::string& input, std::string& output) {
     Cipher cipher;
-    cipher.SetKey(KEY);
-    return cipher.Encode(input.data(), output.data(), input.size());
+    return !cipher.SetKey(KEY) ? 0 : cipher.Encode(input.data(), output.data(), input.size());
 }
 
 /// The filling stays, so whoever deciphers needs room for it, and the original's size to cut it off.
@@ -81,7 +80,9 @@ std::size_t Decipher(const std::string& input, std::string& output) {
     const std::size_t size = output.size();
     output.resize(input.size());
     Cipher cipher;
-    cipher.SetKey(KEY);
+    if (!cipher.SetKey(KEY)) {
+        return 0;
+    }
     cipher.Decode(input.data(), output.data(), input.size());
     output.resize(size);
     return size;
@@ -92,19 +93,11 @@ std::size_t StringRoom(std::size_t size) {
 }
 
 std::size_t CompressString(const std::string& input, std::string& output) {
-    const Z4::StringCompressor compressor;
-    unsigned long size = 0;
-    const Z4::Error error = compressor.Compress(input.data(), input.size(), output.data(), output.size(), size, nullptr,
-                                                Z4::StringCompressor::DETECT, 0);
-    return error == Z4::ERR_OK ? (size + 3) / 4 * 4 : 0; // with the last bits, behind the reported size
+    return Z4::StringCompressor().Compress(input, output).size;
 }
 
 std::size_t ExpandString(const std::string& input, std::string& output) {
-    Z4::StringCompressor compressor;
-    unsigned long size = 0;
-    const Z4::Error error =
-        compressor.DecompressChecked(input.data(), input.size(), output.data(), output.size(), size);
-    return error == Z4::ERR_OK ? size : 0;
+    return Z4::StringCompressor().Decompress(input, output).size;
 }
 
 /// What the string compressor has codes for; it drops everything else.

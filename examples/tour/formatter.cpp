@@ -16,7 +16,7 @@ void TourFormatter(const char* path, const std::string& content) {
           static_cast<const void*>(content.data()));
 
     char small[24];
-    const int whole = Z4::StrFormat::snprintf(small, sizeof(small), "%s", content.substr(0, 60).c_str());
+    const int whole = Z4::StrFormat::Print(small, sizeof(small), "%s", content.substr(0, 60).c_str());
     Print("   %-24s \"%s\" of %d characters\n", "cut to a buffer of 24", small, whole);
     Print("   %-24s %s\n", "a result", Z4::GetErrorString(Z4::ERR_OVERFLOW));
 }

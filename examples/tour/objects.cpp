@@ -39,11 +39,11 @@ void TourObjects() {
     Z4::Random::SetSeed(2026);
     for (const char* const name : {"UniformSource", "NormalSource", "ExponentialSource", "NoSuchSource"}) {
         const Z4::TypeID type = Z4::ClassType(name);
-        const std::unique_ptr<Source> source(static_cast<Source*>(Z4::ClassFactory::Instance().CreateInstance(type)));
-        if (source == nullptr) {
+        if (!Z4::ClassFactory::Instance().IsRegistered(type)) {
             Print("   %-24s %08x, not registered\n", name, static_cast<unsigned>(static_cast<unsigned long>(type)));
             continue;
         }
+        const std::unique_ptr<Source> source(static_cast<Source*>(Z4::ClassFactory::Instance().CreateInstance(type)));
         double sum = 0;
         double squares = 0;
         for (unsigned i = 0; i < DRAWS; ++i) {

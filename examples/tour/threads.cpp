@@ -101,7 +101,7 @@ void TourThreads(const std::string& content) {
     for (unsigned i = 0; i < WORKERS; ++i) {
         Worker& worker = workers.emplace_back(work);
         char name[16];
-        Z4::StrFormat::snprintf(name, sizeof(name), "worker %u", i + 1);
+        Z4::StrFormat::Print(name, sizeof(name), "worker %u", i + 1);
         worker.SetThreadName(name);
         const Z4::Error created = worker.CreateThread();
         if (created != Z4::ERR_OK) {

@@ -29,7 +29,7 @@ int main() {
     Z4::InitializeBase();
     Z4::LogPlatformInfo();
     char text[64];
-    const int length = Z4::StrFormat::snprintf(text, sizeof(text), "%d processors", Z4::Platform::GetRef().GetNbCore());
+    const int length = Z4::StrFormat::Print(text, sizeof(text), "%u processors", Z4::Platform::GetRef().GetNbCore());
     std::puts(text);
     Z4::ShutdownBase();
     return printed == 1 && length > 0 ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -19,6 +19,16 @@
 #    define Z4_NATIVE_THREAD_LOCAL 0
 #endif
 
+/// Lets the compiler check a format, the parameter number `formatAt`, against the arguments from number `firstAt` on;
+/// `this` counts, too. The grammar is GCC's own, as the platform's does not know `ll`.
+#if defined(__clang__)
+#    define Z4_PRINTF(formatAt, firstAt) __attribute__((format(printf, formatAt, firstAt)))
+#elif defined(__GNUC__)
+#    define Z4_PRINTF(formatAt, firstAt) __attribute__((format(gnu_printf, formatAt, firstAt)))
+#else
+#    define Z4_PRINTF(formatAt, firstAt)
+#endif
+
 /// Stops in the debugger, or ends the program where there is none; a debugger can go on behind it.
 #if defined(_MSC_VER)
 #    define Z4_BREAK() __debugbreak()

@@ -80,10 +80,10 @@ private:
         m_handle = name != nullptr ? Private::LoadDLLHelper(name) : nullptr;
         if (m_handle == nullptr) {
             if (log) {
-                Private::Log(EAL_LOG_INFO, "base/dllwrapper", 141,
-                             "[Z4::DllWrapper] EAL_LOG_INFO: Unable to load %s. Calls to this dll will be "
-                             "unsuccessful\n\n",
-                             shownName);
+                Private::LogPrint(EAL_LOG_INFO, "base/dllwrapper", 141,
+                                  "[Z4::DllWrapper] EAL_LOG_INFO: Unable to load %s. Calls to this dll will be "
+                                  "unsuccessful\n\n",
+                                  shownName);
             }
             return;
         }
@@ -92,11 +92,12 @@ private:
         }
         Free();
         if (log) {
-            Private::Log(EAL_LOG_ERROR, "base/dllwrapper", 133,
-                         "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"%s\" but this version is not valid. "
-                         "Calls to this DLL will be unsuccessful. You may need a different version or to specify a "
-                         "different path.\n\n",
-                         shownName);
+            Private::LogPrint(
+                EAL_LOG_ERROR, "base/dllwrapper", 133,
+                "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"%s\" but this version is not valid. "
+                "Calls to this DLL will be unsuccessful. You may need a different version or to specify a "
+                "different path.\n\n",
+                shownName);
         }
     }
 

@@ -1,10 +1,14 @@
 /// @file
 /// Checksums and hash values of byte buffers and strings. None of them resists an attacker who chooses the input.
 ///
+/// A `char` pointer is always a terminated text. `Hash::CRC(data, size)` with a `char* data` therefore compiles, but
+/// hashes up to the first zero and takes the size for the seed. For a buffer of `char`, write
+///
+///     Hash::CRC(reinterpret_cast<const unsigned char*>(data), size)
+///
 /// Every family takes a buffer with its size in bytes, a narrow string or a wide string. A narrow string is hashed over
 /// its bytes, a wide one over the bytes of its 16-bit units, low byte first, each without its terminator: the same
-/// bytes give the same value in every form. Mind that a `char` pointer is always taken for a string; binary data is
-/// passed as `const unsigned char*`.
+/// bytes give the same value in every form.
 ///
 /// A size of 0 and an empty string are fine everywhere, a buffer of size 0 may be null, and a null string counts as
 /// empty. Buffers and strings need no alignment; `size` bytes must be readable. Results are the same on every

@@ -7,6 +7,7 @@
 
 #include <cstdarg>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/formatcheck.h>
 
 namespace Z4 {
 
@@ -21,7 +22,16 @@ namespace Private {
 
 /// Hands one message to the host under the library's context, unformatted, when the host has `level` enabled; does
 /// nothing otherwise. Any thread. `format` and what it refers to must live until the call returns.
+Z4_PRINTF(4, 5)
 Z4_API void Log(EalLogLevel level, const char* file, unsigned long line, const char* format, ...);
+
+/// Log() with a format that is checked when it is compiled, see formatcheck.h.
+template <class... Arguments>
+void LogPrint(EalLogLevel level, const char* file, unsigned long line, FormatString<Arguments...> format,
+              Arguments... arguments) {
+    void (*const log)(EalLogLevel, const char*, unsigned long, const char*, ...) = Log;
+    log(level, file, line, format.Get(), arguments...);
+}
 
 } // namespace Private
 
@@ -29,7 +39,17 @@ Z4_API void Log(EalLogLevel level, const char* file, unsigned long line, const c
 /// @param id the context that the assertion belongs to, see EALId.
 /// @param ignoreFlag passed through for the host to read or set, so that an assertion can be silenced for good.
 /// @return the host's answer, commonly whether to break into the debugger; acting on it is the caller's part.
+Z4_PRINTF(6, 7)
 [[nodiscard]] Z4_API bool EalAssertWithMessage(int id, const char* expression, const char* file, unsigned long line,
                                                unsigned long* ignoreFlag, const char* format, ...);
+
+/// EalAssertWithMessage() with a format that is checked when it is compiled, see formatcheck.h.
+template <class... Arguments>
+bool EalAssertPrint(int id, const char* expression, const char* file, unsigned long line, unsigned long* ignoreFlag,
+                    FormatString<Arguments...> format, Arguments... arguments) {
+    bool (*const report)(int, const char*, const char*, unsigned long, unsigned long*, const char*, ...) =
+        EalAssertWithMessage;
+    return report(id, expression, file, line, ignoreFlag, format.Get(), arguments...);
+}
 
 } // namespace Z4

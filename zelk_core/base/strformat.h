@@ -2,11 +2,13 @@
 /// The bounded formatter of every text that the library builds: the familiar conversions with one result on every
 /// platform, in narrow and in wide characters.
 ///
-/// Any thread; no locale, no allocation, no failure.
+/// Where the format is a literal, call StrFormat::Print(): a conversion that is not known here, and an argument that it
+/// does not take, do not compile. Any thread; no locale, no allocation, no failure.
 #pragma once
 
 #include <cstdarg>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/formatcheck.h>
 
 namespace Z4 {
 
@@ -59,15 +61,31 @@ public:
     /// @return the length of the complete output without terminator, stored or not; INT_MAX when it is longer.
     Z4_API static int vsnprintf(char* buffer, unsigned size, const char* format, va_list arguments);
 
-    /// vsnprintf() of the arguments that follow.
+    /// vsnprintf() of the arguments that follow, for formats that are made at run time. Compilers check a literal as if
+    /// it were for the C library's `printf`: they let `%e` and `%zu` pass, and know `D`, `O` and `U` only as `ld`, `lo`
+    /// and `lu`.
+    Z4_PRINTF(3, 4)
     Z4_API static int snprintf(char* buffer, unsigned size, const char* format, ...);
+
+    /// snprintf() with a format that is checked when it is compiled, at no cost: see formatcheck.h.
+    template <class... Arguments>
+    static int Print(char* buffer, unsigned size, FormatString<Arguments...> format, Arguments... arguments) {
+        // Through a pointer that carries no check: the compilers' own would complain that it cannot see the format.
+        int (*const print)(char*, unsigned, const char*, ...) = snprintf;
+        return print(buffer, size, format.Get(), arguments...);
+    }
 
     /// The same in wide characters, by the same rules: `%s` takes wide strings and `%c` a wide character. Buffer,
     /// format and strings may lie at odd addresses.
     Z4_API static int vsnprintf(wchar_t* buffer, unsigned size, const wchar_t* format, va_list arguments);
 
-    /// vsnprintf() of the arguments that follow.
+    /// vsnprintf() of the arguments that follow, for formats that are made at run time. No compiler checks them.
     Z4_API static int snprintf(wchar_t* buffer, unsigned size, const wchar_t* format, ...);
+
+    template <class... Arguments>
+    static int Print(wchar_t* buffer, unsigned size, WFormatString<Arguments...> format, Arguments... arguments) {
+        return snprintf(buffer, size, format.Get(), arguments...);
+    }
 
     /// Renders `value` for people, in the largest binary prefix (Ki, Mi, Gi, Ti, Pi, Ei) of which it has one or more:
     /// 1536 with precision 1 is "1.5 KiB". Rounding is exact, halves go up, and what rounds to 1024 moves on to the

@@ -213,8 +213,23 @@ public:
     /// Makes the string empty and gives its memory back; never refused.
     void Clear() { Release(std::exchange(m_header, nullptr)); }
 
-    /// Formats anew by the rules of StrFormat. The arguments may be parts of this string.
-    bool Format(const Char* format, ...) {
+    /// Formats anew by the rules of StrFormat, with a format that is checked when it is compiled (formatcheck.h). The
+    /// arguments may be parts of this string.
+    template <class... Arguments>
+    bool Print(BasicFormatString<Char, std::type_identity_t<Arguments>...> format, Arguments... arguments) {
+        bool (ZelkBasicString::*const print)(const Char*, ...) = &ZelkBasicString::Format;
+        return (this->*print)(format.Get(), arguments...);
+    }
+    /// The same with a format that is made at run time. Compilers check a narrow literal as StrFormat::snprintf() says.
+    Z4_PRINTF(2, 3)
+    bool Format(const char* format, ...) requires(sizeof(Char) == 1) {
+        va_list arguments;
+        va_start(arguments, format);
+        const bool done = FormatV(format, arguments);
+        va_end(arguments);
+        return done;
+    }
+    bool Format(const wchar_t* format, ...) requires(sizeof(Char) != 1) {
         va_list arguments;
         va_start(arguments, format);
         const bool done = FormatV(format, arguments);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <lzo/lzo1x.h>
+#include <tests/support/contract.h>
 #include <zelk_core/services/compression/lzo.h>
 
 namespace {
@@ -131,6 +132,18 @@ TEST(Lzo, FlushOfInflateExpandsWhatWasLeftAndLetsGo) {
     EXPECT_EQ(inflater.Flush(), NO_RESULT);
     EXPECT_EQ(content, Buffer(content.size(), 0)) << "no input, no work";
     EXPECT_EQ(inflater.GetAvailableOutputSize(), 0u);
+}
+
+TEST(Lzo, ReportsBuffersThatAreNotThere) {
+    const Buffer sample = TextSample(1000);
+    Buffer block(Lzo::GetSafeDeflateBufferSize(sample.size()));
+    LzoDeflate deflater(CompressionInterface::CMP_FAST);
+    ExpectContract reports(LIBRARY_CHECKS ? 3 : 0);
+    deflater.FeedInputBuffer(nullptr, 1);
+    deflater.FeedOutputBuffer(nullptr, 1);
+    deflater.FeedInputBuffer(sample.data(), sample.size());
+    deflater.FeedOutputBuffer(block.data(), block.size() - 1); // The format needs less for this sample.
+    EXPECT_EQ(deflater.Process(), DONE);
 }
 
 } // namespace

@@ -67,8 +67,8 @@ Buffer Output(CompressionInterface& codec, const Buffer& input, std::size_t room
     Buffer output(room);
     codec.FeedInputBuffer(input.data(), input.size());
     codec.FeedOutputBuffer(output.data(), output.size());
-    codec.Process();
-    codec.Flush();
+    static_cast<void>(codec.Process()); // Some classes have no result for one of them.
+    static_cast<void>(codec.Flush());
     output.resize(codec.GetOutputDataSize());
     codec.FeedOutputBuffer(nullptr, 0);
     return output;

@@ -265,6 +265,33 @@ TEST(StringCompressor, CodesOfDataInUse) {
     EXPECT_EQ(Code(6, 'U').size(), 13u);
 }
 
+// The front gives what the raw form gives in room enough, rounded up to words, or an error; it stays in its room.
+void ExpectFront(const std::string& text, const Packed& raw, Compressor::Options options, unsigned long capacity) {
+    Compressor compressor;
+    std::string out(capacity + 8, UNTOUCHED);
+    const Compressor::Compressed packed = compressor.Compress(text, {out.data(), capacity}, options);
+    ASSERT_EQ(out.substr(capacity), std::string(8, UNTOUCHED));
+    const unsigned long size = (raw.size + 3) / 4 * 4;
+    if (size > capacity) {
+        ASSERT_EQ(packed.error, Z4::ERR_OVERFLOW);
+        ASSERT_EQ(packed.size + packed.encodedCount + packed.droppedCount, 0u);
+        return;
+    }
+    ASSERT_EQ(packed.error, Z4::ERR_OK);
+    ASSERT_EQ(packed.size, size);
+    ASSERT_TRUE(std::memcmp(out.data(), raw.memory.data(), size) == 0);
+    ASSERT_EQ(packed.encodedCount, raw.count);
+    ASSERT_EQ(packed.droppedCount, text.size() - raw.count);
+    for (unsigned long cut = 0; cut < 2 && cut <= raw.count; ++cut) {
+        std::string back(raw.count - cut, UNTOUCHED);
+        const Compressor::Expanded expanded = compressor.Decompress({out.data(), size}, back);
+        ASSERT_EQ(expanded.error, cut == 0 ? Z4::ERR_OK : Z4::ERR_OVERFLOW);
+        ASSERT_EQ(expanded.size, back.size());
+        ASSERT_TRUE(back == DecompressChecked(raw.memory, size, raw.count - cut).text);
+    }
+    ASSERT_EQ(compressor.Decompress({out.data(), size - 1}, out).error, Z4::ERR_CORRUPTED_DATA);
+}
+
 TEST(StringCompressor, EveryContentAndFlagsAsTheModel) {
     std::mt19937 random(3);
     for (unsigned content = 1; content <= 16; ++content) {
@@ -279,6 +306,7 @@ TEST(StringCompressor, EveryContentAndFlagsAsTheModel) {
                 const std::string kept = Model::Kept(text, asked < 16 ? asked : Model::Detect(text), flags);
                 ASSERT_EQ(Decompress(packed.memory, length), kept);
                 ASSERT_EQ(DecompressChecked(packed.memory, (packed.size + 3) / 4 * 4, length).text, kept);
+                ASSERT_NO_FATAL_FAILURE(ExpectFront(text, packed, {asked, flags}, room));
             }
         }
     }
@@ -293,6 +321,7 @@ TEST(StringCompressor, EveryCapacity) {
             const Packed packed = Compress(text, 255, 0, capacity);
             ASSERT_NO_FATAL_FAILURE(ExpectEqual(packed, Model::Compress(text, 255, 0, capacity)));
             ASSERT_EQ(packed.memory.substr(capacity), std::string(8, UNTOUCHED));
+            ASSERT_NO_FATAL_FAILURE(ExpectFront(text, Compress(text), {}, capacity));
         }
     }
 }
@@ -331,6 +360,7 @@ TEST(StringCompressor, ManyBlocks) {
                 const Packed little = Compress(text, 255, 0, capacity);
                 ASSERT_NO_FATAL_FAILURE(ExpectEqual(little, Model::Compress(text, 255, 0, capacity)));
                 ASSERT_EQ(little.memory.substr(capacity + 3), std::string(5, UNTOUCHED));
+                ASSERT_NO_FATAL_FAILURE(ExpectFront(text, packed, {}, capacity));
             }
         }
     }

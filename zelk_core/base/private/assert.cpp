@@ -9,7 +9,7 @@ bool ContractBroken(const char* expression, const char* file, unsigned long line
     if (g_log.assert_message == nullptr) {
         return true;
     }
-    return *ignore == 0 && EalAssertWithMessage(EAL_ID_ZELK_CORE, expression, file, line, ignore, "%s", sentence);
+    return *ignore == 0 && EalAssertPrint(EAL_ID_ZELK_CORE, expression, file, line, ignore, "%s", sentence);
 }
 
 } // namespace Z4::Private

@@ -33,8 +33,8 @@ char* StrFormat::FormatSize(char* buffer, unsigned size, unsigned long long valu
     }
     const char* const suffix = unit != nullptr ? unit : "B";
     const char* const separator = prefix != 0 || *suffix != 0 ? " " : "";
-    snprintf(buffer, size, "%u%s%.*u%s%s%s", whole, digits != 0 ? "." : "", digits, fraction, separator,
-             PREFIXES[prefix], suffix);
+    Print(buffer, size, "%u%s%.*u%s%s%s", whole, digits != 0 ? "." : "", digits, fraction, separator, PREFIXES[prefix],
+          suffix);
     return buffer;
 }
 

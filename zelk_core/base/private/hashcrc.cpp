@@ -43,11 +43,12 @@ std::uint32_t Hash::CRC(const char* string, std::uint32_t crc) {
 std::uint32_t Hash::CRC(const wchar_t* string, std::uint32_t crc) {
     const Private::Bytes bytes = Private::BytesOf(string);
     if (reinterpret_cast<std::uintptr_t>(string) % 4 != 0) {
-        Private::Log(EAL_LOG_WARNING, "base/hash", 600,
-                     "[Z4::Hash] EAL_LOG_WARNING: ComputeCRC called with unaligned string buffer. Falling back to byte "
-                     "array of %d bytes.\n  Please align buffer or use ComputeCRC<>(const U8*, ...) for better "
-                     "performances.\n",
-                     static_cast<int>(bytes.size));
+        Private::LogPrint(
+            EAL_LOG_WARNING, "base/hash", 600,
+            "[Z4::Hash] EAL_LOG_WARNING: ComputeCRC called with unaligned string buffer. Falling back to byte "
+            "array of %d bytes.\n  Please align buffer or use ComputeCRC<>(const U8*, ...) for better "
+            "performances.\n",
+            static_cast<int>(bytes.size));
     }
     return CRC(bytes.data, bytes.size, crc);
 }

@@ -121,18 +121,18 @@ MemoryInfo Platform::GetMemoryInfo() {
 static_assert(Z4_CORE_VERSION == 40302, "The text below says so.");
 
 void LogPlatformInfo() {
-    Private::Log(EAL_LOG_INFO, "base/private/platform_win32", 677,
-                 "\n==== Win64 platform info =============================================\n"
-                 "Z4_CORE_VERSION                   40302\n"
-                 "Z4_CORE_VERSION_STRING            " Z4_CORE_VERSION_STRING "\n"
-                 "NTDDI_VERSION                     0x06010000\n"
-                 "_WIN32_WINNT                      0x0601\n"
-                 "WINVER                            0x0601\n"
-                 "_MSC_VER                          1900\n"
-                 "_MSC_FULL_VER                     190024210\n"
-                 "_MSVC_LANG                        201402L\n"
-                 "__cplusplus                       199711L\n"
-                 "======================================================================\n");
+    Private::LogPrint(EAL_LOG_INFO, "base/private/platform_win32", 677,
+                      "\n==== Win64 platform info =============================================\n"
+                      "Z4_CORE_VERSION                   40302\n"
+                      "Z4_CORE_VERSION_STRING            " Z4_CORE_VERSION_STRING "\n"
+                      "NTDDI_VERSION                     0x06010000\n"
+                      "_WIN32_WINNT                      0x0601\n"
+                      "WINVER                            0x0601\n"
+                      "_MSC_VER                          1900\n"
+                      "_MSC_FULL_VER                     190024210\n"
+                      "_MSVC_LANG                        201402L\n"
+                      "__cplusplus                       199711L\n"
+                      "======================================================================\n");
 }
 
 } // namespace Z4

@@ -143,9 +143,10 @@ Error EalThread::Resume() {
     m_startSuspended = false;
     m_monitor.WakeAll();
     if (m_beingDestroyed) {
-        Private::Log(EAL_LOG_WARNING, LOG_FILE, 216,
-                     "[Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be "
-                     "called prior to destroying the thread.");
+        Private::LogPrint(
+            EAL_LOG_WARNING, LOG_FILE, 216,
+            "[Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be "
+            "called prior to destroying the thread.");
     }
     return ERR_OK;
 }
@@ -165,9 +166,10 @@ Error EalThread::JoinHeld() {
     m_handle = nullptr;
     SetState(THREAD_JOINED);
     if (m_beingDestroyed) {
-        Private::Log(EAL_LOG_WARNING, LOG_FILE, 253,
-                     "[Z4::Z4::EalThread] EAL_LOG_WARNING: EalThread::JoinThread() must be called prior to destroying "
-                     "the thread.");
+        Private::LogPrint(
+            EAL_LOG_WARNING, LOG_FILE, 253,
+            "[Z4::Z4::EalThread] EAL_LOG_WARNING: EalThread::JoinThread() must be called prior to destroying "
+            "the thread.");
     }
     return ERR_OK;
 }

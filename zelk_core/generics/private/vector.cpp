@@ -17,9 +17,9 @@ struct VectorLayout {
 void Private::WarnOfExpensiveMove() {
     static constinit std::atomic<bool> warned{false};
     if (!warned.exchange(true)) {
-        Log(EAL_LOG_WARNING, "generics/vector", 1385,
-            "[Z4::Vector] EAL_LOG_WARNING: Expensive move assignment.  Allocators don't match or destination is "
-            "non-dynamic.");
+        LogPrint(EAL_LOG_WARNING, "generics/vector", 1385,
+                 "[Z4::Vector] EAL_LOG_WARNING: Expensive move assignment.  Allocators don't match or destination is "
+                 "non-dynamic.");
     }
 }
 

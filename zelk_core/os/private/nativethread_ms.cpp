@@ -41,7 +41,8 @@ Error TranslateLastError() {
     case ERROR_INVALID_PARAMETER:
         return ERR_INVALID;
     default:
-        Private::Log(EAL_LOG_WARNING, LOG_FILE, 41, "Unknown error. GetLastError returns %d\n", number);
+        Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, 41, "Unknown error. GetLastError returns %d\n",
+                          static_cast<int>(number));
         return ERR_UNHANDLED;
     }
 }
@@ -55,7 +56,7 @@ Error TranslateCreationError(int number) {
     case EINVAL:
         return ERR_INVALID;
     default:
-        Private::Log(EAL_LOG_WARNING, LOG_FILE, 217, "_beginthreadex failed. Unknown error: %d\n", number);
+        Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, 217, "_beginthreadex failed. Unknown error: %d\n", number);
         return ERR_UNHANDLED;
     }
 }

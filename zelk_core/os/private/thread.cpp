@@ -227,10 +227,11 @@ Error Thread::Resume() {
     m_startSuspended = false;
     m_monitor.WakeAll();
     if (m_beingDestroyed) {
-        Private::Log(EAL_LOG_WARNING, LOG_FILE, 523,
-                     "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is still suspended. Thread::ResumeThread() must be "
-                     "called prior to destroying the thread.",
-                     m_name);
+        Private::LogPrint(
+            EAL_LOG_WARNING, LOG_FILE, 523,
+            "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is still suspended. Thread::ResumeThread() must be "
+            "called prior to destroying the thread.",
+            m_name);
     }
     return ERR_OK;
 }
@@ -244,10 +245,10 @@ Error Thread::JoinHeld() {
     }
     if (m_detached) {
         if (m_beingDestroyed && m_state == THREAD_STARTING) {
-            Private::Log(EAL_LOG_WARNING, LOG_FILE, 581,
-                         "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is detached and Run() is not yet invoked. "
-                         "Thread::BlockUntilStarted() should be called prior to destroying the thread.",
-                         m_name);
+            Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, 581,
+                              "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is detached and Run() is not yet invoked. "
+                              "Thread::BlockUntilStarted() should be called prior to destroying the thread.",
+                              m_name);
         }
         return ERR_UNREACHABLE;
     }
@@ -258,10 +259,11 @@ Error Thread::JoinHeld() {
     m_stackSize = 0;
     SetState(THREAD_JOINED);
     if (m_beingDestroyed) {
-        Private::Log(EAL_LOG_WARNING, LOG_FILE, 564,
-                     "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is not detached. Thread::JoinThread() must be called "
-                     "prior to destroying the thread.",
-                     m_name);
+        Private::LogPrint(
+            EAL_LOG_WARNING, LOG_FILE, 564,
+            "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is not detached. Thread::JoinThread() must be called "
+            "prior to destroying the thread.",
+            m_name);
     }
     return result;
 }

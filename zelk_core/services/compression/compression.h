@@ -12,7 +12,7 @@ namespace Z4 {
 /// deflating stream ends with Flush(), repeated likewise until it returns DONE. Whole-block formats differ, see Lzo.
 ///
 /// A buffer must live, where it was fed, until it is used up, replaced by feeding another, or the object destroyed.
-/// Feeding 0 bytes at null is fine and lets go of the buffer.
+/// Feeding 0 bytes at null is fine and lets go of the buffer; null with another size is not.
 ///
 /// `new` makes objects in the host's memory, and gives null where the host refuses.
 ///
@@ -35,9 +35,9 @@ public:
 
     /// Works as far as input and room reach.
     /// @return one of the results below, NO_RESULT excepted.
-    virtual int Process() = 0;
+    [[nodiscard]] virtual int Process() = 0;
     /// Ends what was begun, where the class has such an end.
-    virtual int Flush() { return NO_RESULT; }
+    [[nodiscard]] virtual int Flush() { return NO_RESULT; }
     /// Makes the object ready for another stream, where the class can.
     virtual int Reset() { return NO_RESULT; }
 

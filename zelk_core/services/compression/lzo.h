@@ -1,6 +1,19 @@
 /// @file
 /// Blocks in the LZO1X format, by LZO (Oberhumer): each Process() turns a whole input buffer into a whole block or
 /// back. Expanding is several times as fast as ZLib's, compressing with CMP_FAST too, and the result is larger.
+///
+/// LzoDeflate writes past the end of an output buffer that is too short, because LZO does not look at its size. A block
+/// is not a stream either: each Process() needs both buffers fed anew. So compress like this:
+///
+///     std::vector<char> block(Lzo::GetSafeDeflateBufferSize(size));
+///     deflate.FeedInputBuffer(data, size);
+///     deflate.FeedOutputBuffer(block.data(), block.size());
+///     if (deflate.Process() == CompressionInterface::DONE) {
+///         block.resize(deflate.GetOutputDataSize()); // Keep `size`, too: expanding asks for that much room.
+///     }
+///
+/// Expand data that comes from elsewhere with LzoInflate(true). LzoInflate(false) believes its input and overwrites
+/// memory where that is damaged.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -36,7 +49,7 @@ public:
 
     /// Returns DONE, with all input taken and the room reduced by what was produced; OUTPUT_FULL where a checked
     /// expansion lacks room, to be repeated from the block's start in a larger buffer; or FAILED. Never NEED_INPUT.
-    int Process() override;
+    [[nodiscard]] int Process() override;
 
 protected:
     Lzo();
@@ -49,7 +62,7 @@ private:
 
 /// Compresses by LZO1X-1 or, for CMP_BEST, by the slow LZO1X-999, with 64 or 448 KiB of work memory from the host.
 /// Neither checks the room: **the output buffer must have GetSafeDeflateBufferSize() of the input size**, or memory
-/// behind it is overwritten.
+/// behind it is overwritten. A library that is built with its checks reports a shorter one first.
 class Z4_API LzoDeflate : public Lzo {
 public:
     ~LzoDeflate() override;

@@ -2,15 +2,28 @@
 /// Packs short 8-bit texts (names, chat lines, labels) with fixed prefix codes: no dictionary, no state between texts,
 /// no memory from the host.
 ///
-/// It is for plain English texts, and it drops what it has no code for: pass `flags`, and look at `encodedCount`. Long
-/// texts and binary data are for the streams of this room.
+/// It is for plain English texts, and it drops every character that it has no code for, without an error: always
+/// `: ; < > ? [ ] ^ { | } ~`, the back quote, bytes from 0x80 on and control characters but line ends; and with a
+/// content that is given, whatever that content lacks. Look at `droppedCount`:
 ///
-/// The last code bits of a block can stand in up to 3 bytes behind its reported
-/// size: round the size up to 4 before you store, copy or send the output, or the text cannot be read again. Give it
-/// the room of GetMaxCompressedSize.
+///     char packed[StringCompressor::GetMaxCompressedSize(100)]; // for texts of up to 100 characters
+///     const StringCompressor::Compressed result = compressor.Compress(text, packed);
+///     if (result.error != ERR_OK || result.droppedCount != 0) {
+///         Send(text); // as it is
+///     } else {
+///         Send(packed, result.size);
+///     }
+///
+///     char back[100];
+///     const StringCompressor::Expanded expanded = compressor.Decompress({packed, result.size}, back);
+///
+/// The raw form, with eight parameters, is for what exists: its size must be rounded up to 4 by the caller, or the last
+/// bits are lost and the text cannot be read again. Long texts and binary data are for the streams of this room.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/error.h>
 
@@ -84,12 +97,115 @@ public:
 
     Z4_API StringCompressor();
 
-    /// Compresses `length` bytes. `in` and `out` must not overlap and need no alignment.
+    /// A text to compress, which must live until the call returns.
+    struct Text {
+        /// A terminated text; null counts as empty.
+        Text(const char* text)
+            : data(text), size(text != nullptr ? static_cast<unsigned long>(std::strlen(text)) : 0) {}
+        constexpr Text(const char* text, unsigned long length) : data(text), size(length) {}
+        /// A container of characters, such as a standard string.
+        template <class Container>
+        requires requires(const Container& container) { Text(container.data(), container.size()); }
+        Text(const Container& container) : data(container.data()), size(static_cast<unsigned long>(container.size())) {}
+
+        const char* data;
+        unsigned long size;
+    };
+
+    /// What Compress() wrote. It contains zeros, so its size must be given.
+    struct Packed {
+        constexpr Packed(const char* begin, unsigned long bytes) : data(begin), size(bytes) {}
+        template <class Container>
+        requires requires(const Container& container) { Packed(container.data(), container.size()); }
+        Packed(const Container& container)
+            : data(container.data()), size(static_cast<unsigned long>(container.size())) {}
+
+        const char* data;
+        unsigned long size;
+    };
+
+    /// Where output goes: an array or a container as long as it is, or `capacity` bytes.
+    struct Room {
+        template <std::size_t SIZE>
+        constexpr Room(char (&array)[SIZE]) : data(array), size(SIZE) {}
+        constexpr Room(char* begin, unsigned long capacity) : data(begin), size(capacity) {}
+        template <class Container>
+        requires requires(Container& container) { Room(container.data(), container.size()); }
+        Room(Container& container) : data(container.data()), size(static_cast<unsigned long>(container.size())) {}
+
+        char* data;
+        unsigned long size;
+    };
+
+    struct Options {
+        std::uint32_t content = DETECT; ///< a sum of classes, or DETECT
+        std::uint32_t flags = 0;        ///< a sum of Flags
+    };
+
+    struct Compressed {
+        Error error;
+        unsigned long size;         ///< bytes to store or send, a multiple of 4; 0 on an error
+        unsigned long encodedCount; ///< characters that have a code, or were replaced
+        unsigned long droppedCount; ///< characters that are lost
+    };
+
+    struct Expanded {
+        Error error;
+        unsigned long size; ///< characters written; there is no terminator behind them
+    };
+
+    /// Compresses a text into `out`, which must not overlap it and never overflows; GetMaxCompressedSize() of the
+    /// text's size is always enough. Neither needs alignment.
+    /// @return with ERR_UNSUPPORTED for a content that is none; ERR_OVERFLOW if there is too little room, and for a
+    /// block of more than MAX_BLOCK_SIZE bytes, which takes at least 5000 characters that are rare for their table.
+    /// What `out` holds then means nothing.
+    [[nodiscard]] Compressed Compress(Text in, Room out) const { return Compress(in, out, Options()); }
+    [[nodiscard]] Compressed Compress(Text in, Room out, Options options) const {
+        Compressed result{ERR_OK, 0, 0, 0};
+        const unsigned long room = out.size / 4 * 4; // so that no word is cut short
+        unsigned long done = 0;
+        do {
+            const unsigned long rest = in.size - done;
+            const unsigned long run = rest < MAX_BLOCK_LENGTH ? rest : MAX_BLOCK_LENGTH;
+            unsigned long size = 0;
+            unsigned long encoded = 0;
+            const Error error = CompressSingleBlock(in.data + done, run, out.data + result.size, room - result.size,
+                                                    size, &encoded, options.content, options.flags, run < rest);
+            if (error != ERR_OK) {
+                // It is invalid to ask for a block without room for its header.
+                return {error == ERR_INVALID ? ERR_OVERFLOW : error, 0, 0, 0};
+            }
+            result.size += (size + 3) / 4 * 4;
+            result.encodedCount += encoded;
+            result.droppedCount += run - encoded;
+            done += run;
+        } while (done < in.size);
+        return result;
+    }
+
+    /// Expands what Compress() wrote; any input is safe, as with DecompressChecked().
+    /// @return with ERR_OVERFLOW for a text that does not fit, of which the beginning is written; ERR_CORRUPTED_DATA as
+    /// DecompressChecked(), with size 0.
+    [[nodiscard]] Expanded Decompress(Packed in, Room out) {
+        Expanded result{ERR_OK, 0};
+        result.error = DecompressChecked(in.data, in.size, out.data, out.size, result.size);
+        if (result.error == ERR_OK && result.size == out.size) {
+            unsigned long characters = 0;
+            unsigned long bytes = 0;
+            // The check before has found all headers within the input.
+            static_cast<void>(GetSize(in.data, characters, bytes));
+            result.error = characters > out.size ? ERR_OVERFLOW : ERR_OK;
+        }
+        return result;
+    }
+
+    /// The raw form of Compress(): compresses `length` bytes. `in` and `out` must not overlap and need no alignment.
     ///
-    /// Less room than GetMaxCompressedSize is allowed, with care. Where the last word of a block does not fit as a
-    /// whole, only the bytes of its used bits are written, and the block cannot be decoded. And texts of more than
-    /// MAX_BLOCK_LENGTH need 3 writable bytes behind `outCapacity`, which does not count the gaps between blocks.
-    /// @param outSize receives the size without the bytes behind it (see above); unchanged on an error
+    /// Give GetMaxCompressedSize() bytes of room. Less is accepted, with two dangers: a block whose last 4-byte word
+    /// does not fit is cut short, and no decoder can read it; and a text of more than MAX_BLOCK_LENGTH characters may
+    /// be written up to 3 bytes beyond `outCapacity`, so that many must belong to the caller.
+    /// @param outSize receives the size, behind which up to 3 bytes can hold the last bits: round it up to a multiple
+    /// of 4 before you store, copy or send the output. Unchanged on an error
     /// @param encodedCount receives the number of characters that were not dropped, if it is not null. Texts of more
     /// than MAX_BLOCK_LENGTH *add* it to the value, so set it to 0 before.
     /// @param content a sum of classes, or DETECT, which takes PUNCTUATION + UPPER_CASE for a text of no class. The
@@ -97,20 +213,21 @@ public:
     /// @return ERR_UNSUPPORTED for any other content; ERR_INVALID if there is no room for a block's header;
     /// ERR_OVERFLOW if there is too little, and for a block of more than MAX_BLOCK_SIZE bytes, which takes at least
     /// 5000 characters that are rare for their table. What `out` holds then means nothing.
-    Z4_API Private::ErrorCodeWrapper Compress(const char* in, unsigned long length, char* out,
-                                              unsigned long outCapacity, unsigned long& outSize,
-                                              unsigned long* encodedCount, unsigned long content,
-                                              unsigned long flags) const;
+    [[nodiscard]] Z4_API Private::ErrorCodeWrapper Compress(const char* in, unsigned long length, char* out,
+                                                            unsigned long outCapacity, unsigned long& outSize,
+                                                            unsigned long* encodedCount, unsigned long content,
+                                                            unsigned long flags) const;
 
-    /// Expands what Compress wrote. It trusts its input: nothing is ever written beyond `outCapacity`, but headers that
-    /// were tampered with can make it read whatever follows `in`. DecompressChecked is for input from elsewhere.
+    /// The raw form, for trusted input: expands what Compress wrote. It trusts its input: nothing is ever written
+    /// beyond `outCapacity`, but headers that were tampered with can make it read whatever follows `in`.
+    /// DecompressChecked is for input from elsewhere.
     ///
     /// A text that does not fit is cut off silently. So it is before a block without characters, which is what Compress
     /// makes of 8184 characters in a row that are all dropped. No zero is put behind the text.
     /// @param outSize receives the number of characters written
     /// @return ERR_UNSUPPORTED for a block of content 0, ERR_CORRUPTED_DATA for one that is smaller than its header
-    Z4_API Private::ErrorCodeWrapper Decompress(const char* in, char* out, unsigned long outCapacity,
-                                                unsigned long& outSize);
+    [[nodiscard]] Z4_API Private::ErrorCodeWrapper Decompress(const char* in, char* out, unsigned long outCapacity,
+                                                              unsigned long& outSize);
 
     /// Decompress for input that is not to be trusted: the result is the same for all that Compress wrote into enough
     /// room, except that blocks without characters are passed over. What follows the last block is ignored.
@@ -118,34 +235,34 @@ public:
     /// @param outSize receives the number of characters written, 0 on an error
     /// @return ERR_CORRUPTED_DATA where a block is not whole, its header is impossible, or its codes are not as long as
     /// it says; what `out` holds then means nothing.
-    Z4_API Private::ErrorCodeWrapper DecompressChecked(const char* in, unsigned long inSize, char* out,
-                                                       unsigned long outCapacity, unsigned long& outSize);
+    [[nodiscard]] Z4_API Private::ErrorCodeWrapper DecompressChecked(const char* in, unsigned long inSize, char* out,
+                                                                     unsigned long outCapacity, unsigned long& outSize);
 
     /// Sums over the headers of all blocks: the room that the text needs, and the sizes of the blocks without the gaps
     /// between them. It trusts its input as Decompress does. Any thread.
     /// @return ERR_CORRUPTED_DATA for a block that is smaller than its header; the sums then end before it.
-    Z4_API static Private::ErrorCodeWrapper GetSize(const char* in, unsigned long& characters, unsigned long& bytes);
+    [[nodiscard]] Z4_API static Private::ErrorCodeWrapper GetSize(const char* in, unsigned long& characters,
+                                                                  unsigned long& bytes);
 
 protected:
     /// The content of a text as Compress detects it. A negative length counts as 0.
     Z4_API unsigned long DetectContent(const unsigned char* text, int length) const;
 
     /// Compress for texts of up to MAX_BLOCK_LENGTH; longer ones are ERR_INVALID. `more` tells whether blocks follow.
-    Z4_API Private::ErrorCodeWrapper CompressSingleBlock(const char* in, unsigned long length, char* out,
-                                                         unsigned long capacity, unsigned long& size,
-                                                         unsigned long* encodedCount, unsigned long content,
-                                                         unsigned long flags, bool more) const;
+    [[nodiscard]] Z4_API Private::ErrorCodeWrapper
+    CompressSingleBlock(const char* in, unsigned long length, char* out, unsigned long capacity, unsigned long& size,
+                        unsigned long* encodedCount, unsigned long content, unsigned long flags, bool more) const;
     /// Compress for texts of any length.
-    Z4_API Private::ErrorCodeWrapper CompressManyBlock(const char* in, unsigned long length, char* out,
-                                                       unsigned long outCapacity, unsigned long& outSize,
-                                                       unsigned long* encodedCount, unsigned long content,
-                                                       unsigned long flags) const;
+    [[nodiscard]] Z4_API Private::ErrorCodeWrapper CompressManyBlock(const char* in, unsigned long length, char* out,
+                                                                     unsigned long outCapacity, unsigned long& outSize,
+                                                                     unsigned long* encodedCount, unsigned long content,
+                                                                     unsigned long flags) const;
     /// Decompress for the block at `in` alone.
-    Z4_API Private::ErrorCodeWrapper DecompressSingleBlock(const char* in, char* out, unsigned long capacity,
-                                                           unsigned long& written);
+    [[nodiscard]] Z4_API Private::ErrorCodeWrapper
+    DecompressSingleBlock(const char* in, char* out, unsigned long capacity, unsigned long& written);
     /// Decompress for any number of blocks.
-    Z4_API Private::ErrorCodeWrapper DecompressManyBlock(const char* in, char* out, unsigned long outCapacity,
-                                                         unsigned long& outSize);
+    [[nodiscard]] Z4_API Private::ErrorCodeWrapper
+    DecompressManyBlock(const char* in, char* out, unsigned long outCapacity, unsigned long& outSize);
 
 private:
     struct TableSlot {

@@ -1,6 +1,12 @@
 /// @file
 /// Streams in the zlib format (RFC 1950: deflate with a header and an Adler-32 trailer, window of 32 KiB), by zlib.
 /// compression.h tells how to use them. All of zlib's memory comes from the host.
+///
+/// The destructor of ZLibDeflate still writes: it ends a stream that nobody ended with Flush(), from the input that was
+/// fed last into the output buffer that was fed last. Both must outlive the object. Where they do not, let go of them:
+///
+///     deflate.FeedInputBuffer(nullptr, 0);
+///     deflate.FeedOutputBuffer(nullptr, 0);
 #pragma once
 
 #include <cstdint>
@@ -25,7 +31,7 @@ public:
 
     /// OUTPUT_FULL also when the input happens to end where the room ends; DONE only at the end of the stream. Input
     /// that is left after DONE belongs to whatever follows the stream; a further call makes nothing of it.
-    int Process() override;
+    [[nodiscard]] int Process() override;
 
 protected:
     ZLib();
@@ -43,8 +49,8 @@ private:
 /// Compresses. Takes about 260 KiB from the host.
 class Z4_API ZLibDeflate : public ZLib {
 public:
-    /// Ends the stream as Flush() does, into what room is left, if no Flush() did; the result is lost. So the buffers
-    /// that are fed last must still be there: who has let go of them first feeds null ones.
+    /// Calls Flush() if nobody did; how many bytes that gives, nobody learns. It can read the input that was fed last
+    /// and write to the last output buffer, so both must still be valid. Feed null ones before freeing them.
     ~ZLibDeflate() override;
 
     /// zlib's levels 1 for CMP_FAST, 9 for CMP_BEST, else 6.
@@ -53,13 +59,13 @@ public:
     /// Compresses the rest of the input and ends the stream; may be called again after DONE. From the first call until
     /// Reset(), Process() does the same, and further input is FAILED.
     /// @return DONE when the end is in the output buffer; OUTPUT_FULL when there is more.
-    int Flush() override;
+    [[nodiscard]] int Flush() override;
 
     /// Calls Flush() once, then begins a new stream. What did not fit the output buffer is lost: to keep it, repeat
     /// Flush() until DONE first. Both buffers stay as they are, and so does input that was not reached: it would begin
     /// the new stream.
     /// @return the result of the Flush().
-    int Reset() override;
+    [[nodiscard]] int Reset() override;
 
 private:
     int CallProcess() override;

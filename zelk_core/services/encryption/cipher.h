@@ -28,6 +28,9 @@ public:
         PLAIN_COPY = 1,
     };
 
+    /// The constructors of all ciphers take a name from the host: its memory table must be installed, or the process
+    /// faults. That holds for objects on the stack and for globals, too. Where the host refuses, the name is empty and
+    /// all else works.
     Cipher();
     virtual ~Cipher();
     Cipher(const Cipher& other);
@@ -39,7 +42,7 @@ public:
     /// As Encode().
     virtual unsigned long Decode(const char* in, char* out, unsigned long len);
     /// @return true for anything, null included; nothing is kept.
-    virtual bool SetKey(const char* key);
+    [[nodiscard]] virtual bool SetKey(const char* key);
 
     CipherType GetCipherType() const { return m_type; }
 
@@ -71,11 +74,11 @@ public:
     /// Deciphers the whole blocks among `len` bytes and copies what follows them. The filling of Encode() stays.
     /// @return `len`.
     unsigned long Decode(const char* in, char* out, unsigned long len) override;
-    /// Takes a text of exactly 16 characters; the key in use stays when it is refused. Each group of four makes a
-    /// little-endian word, but from *signed* characters: one from 0x80 on sets all bits of its word above itself. Keys
-    /// of ASCII characters are the same everywhere; whoever exchanges data under other keys must do likewise.
+    /// Takes a text of exactly 16 characters; the key in use stays when it is refused. Each group of four characters
+    /// makes a little-endian word. The characters are signed: one of 0x80 or more sets all higher bits of its word, so
+    /// the later ones of its group no longer count. Use ASCII keys; other implementations read only those alike.
     /// @return whether the key was taken; false for null.
-    bool SetKey(const char* key) override;
+    [[nodiscard]] bool SetKey(const char* key) override;
 
 private:
     friend struct CipherLayout;
@@ -99,7 +102,7 @@ public:
 
     unsigned long Encode(const char* in, char* out, unsigned long len) override;
     unsigned long Decode(const char* in, char* out, unsigned long len) override;
-    bool SetKey(const char* key) override;
+    [[nodiscard]] bool SetKey(const char* key) override;
 
 private:
     friend struct CipherLayout;

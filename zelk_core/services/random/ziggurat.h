@@ -20,6 +20,8 @@ public:
 
     /// Mixes `seed` into the register, which is 0 at first. Nothing else may be called before the first time.
     void Seed(std::uint32_t seed);
+    /// Whether the register is 0, and stays so.
+    bool IsStuck() const { return m_jsr == 0; }
 
     /// The next 32 bits: the register before and after the step, added.
     std::uint32_t Shr3() {

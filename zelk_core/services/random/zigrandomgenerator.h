@@ -11,7 +11,8 @@
 ///   kept; private/ziggurat.cpp tells the cause.
 /// - SetSeed() combines the seed with the present state by exclusive or. Seeding with the very number that is the state
 ///   makes it 0, and 0 never changes again: RNOR() returns the mean and REXP() 0 from then on. This happens when
-///   SetSeed() is called with the constructor's seed before the first draw.
+///   SetSeed() is called with the constructor's seed before the first draw, so also with the time of the day after a
+///   construction with 0. A library that is built with its checks reports it.
 #pragma once
 
 #include <zelk_core/base/api.h>

@@ -73,11 +73,13 @@ public:
     ClassFactory(const ClassFactory&) = delete;
     ClassFactory& operator=(const ClassFactory&) = delete;
 
-    /// Makes an object: calls the type's creator with null, then the sinks.
+    /// Makes an object: calls the type's creator with null, then the sinks. The type must be known: ask IsRegistered()
+    /// where it comes from a file or another machine. A library that is built with its checks reports an unknown one;
+    /// any other says nothing.
     /// @return what the creator returned; when that is null, no sink is called. Null for an unknown type.
-    Z4_API virtual void* CreateInstance(TypeID type);
+    [[nodiscard]] Z4_API virtual void* CreateInstance(TypeID type);
     /// The same in `memory`, which must suit the class. Null, without a call of the creator, when `memory` is null.
-    Z4_API virtual void* PlacementCreate(TypeID type, void* memory);
+    [[nodiscard]] Z4_API virtual void* PlacementCreate(TypeID type, void* memory);
     /// Registers a class and calls the sinks. The first registration of an identifier wins, with a warning in the log
     /// when another one has another creator. The creator, and the name in `type`, must stay until the registration
     /// ends. A null creator is registered as one that makes nothing.
@@ -108,7 +110,7 @@ public:
 
     /// Sinks are called as notifier.h tells, and may register, create, and change the sinks.
     /// @return false when the sink is there already and when memory is refused.
-    Z4_API bool AddSink(Sink& sink);
+    [[nodiscard]] Z4_API bool AddSink(Sink& sink);
     /// @return false when there is no such sink.
     Z4_API bool RemoveSink(Sink& sink);
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <lzo/lzo1x.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/private/eal.h>
 
 // Public in the library, but declared in none of its headers.
@@ -52,11 +53,13 @@ Lzo::Lzo() {
 Lzo::~Lzo() = default;
 
 void Lzo::FeedInputBuffer(const void* data, unsigned long size) {
+    Z4_ASSERT(data != nullptr || size == 0, "An input buffer of null has size 0.");
     m_obj.input = data;
     m_obj.inputSize = size;
 }
 
 void Lzo::FeedOutputBuffer(void* data, unsigned long size) {
+    Z4_ASSERT(data != nullptr || size == 0, "An output buffer of null has size 0.");
     m_obj.output = data;
     m_obj.outputSize = size;
 }
@@ -101,6 +104,9 @@ int LzoDeflate::CallProcess() {
         m_obj.outputDataSize = 0;
         return LZO_E_OUT_OF_MEMORY;
     }
+    Z4_ASSERT(m_obj.inputSize <= GetSafeDeflateBufferSize(m_obj.inputSize) &&
+                  GetSafeDeflateBufferSize(m_obj.inputSize) <= m_obj.outputSize,
+              "The output buffer has GetSafeDeflateBufferSize() of the input size.");
     const auto* const in = static_cast<const unsigned char*>(m_obj.input);
     auto* const out = static_cast<unsigned char*>(m_obj.output);
     lzo_uint outSize = m_obj.outputSize;
@@ -116,7 +122,7 @@ LzoInflate::~LzoInflate() = default;
 
 int LzoInflate::Flush() {
     if (m_obj.inputSize > 0 && m_obj.outputSize > 0) {
-        Process();
+        static_cast<void>(Process());
     }
     m_obj.inputSize = 0;
     m_obj.outputSize = 0;

@@ -1,5 +1,6 @@
 #include <zelk_core/services/compression/zlib.h>
 
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/private/eal.h>
 #include <zlib.h>
 
@@ -48,6 +49,7 @@ ZLib::~ZLib() {
 }
 
 void ZLib::FeedInputBuffer(const void* data, unsigned long size) {
+    Z4_ASSERT(data != nullptr || size == 0, "An input buffer of null has size 0.");
     if (m_stream != nullptr) {
         // zlib's buffers are not const where it is built without ZLIB_CONST; it writes to none that it reads.
         m_stream->next_in = static_cast<Bytef*>(const_cast<void*>(data));
@@ -56,6 +58,7 @@ void ZLib::FeedInputBuffer(const void* data, unsigned long size) {
 }
 
 void ZLib::FeedOutputBuffer(void* data, unsigned long size) {
+    Z4_ASSERT(data != nullptr || size == 0, "An output buffer of null has size 0.");
     if (m_stream != nullptr) {
         m_stream->next_out = static_cast<Bytef*>(data);
         m_stream->avail_out = static_cast<uInt>(size);
@@ -112,7 +115,7 @@ ZLibDeflate::ZLibDeflate(cmp_level level) {
 }
 
 ZLibDeflate::~ZLibDeflate() {
-    ZLibDeflate::Flush();
+    static_cast<void>(ZLibDeflate::Flush());
     deflateEnd(m_stream);
 }
 

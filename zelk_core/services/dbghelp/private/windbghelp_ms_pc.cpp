@@ -271,19 +271,19 @@ bool WinDbgHelp::StartSymbolHandler() {
                     return false;
                 }
                 error = GetLastError();
-                Private::Log(EAL_LOG_ERROR, LOG_FILE, 412,
-                             "[Z4::WinDbgHelp] EAL_LOG_ERROR: Could not load the symbols table. "
-                             "SymRefreshModuleList returns:0x%x.\n",
-                             error);
+                Private::LogPrint(EAL_LOG_ERROR, LOG_FILE, 412,
+                                  "[Z4::WinDbgHelp] EAL_LOG_ERROR: Could not load the symbols table. "
+                                  "SymRefreshModuleList returns:0x%x.\n",
+                                  static_cast<unsigned>(error));
                 return false;
             }
         }
         if (error != LENGTH_MISMATCH) {
             return false;
         }
-        Private::Log(EAL_LOG_INFO, LOG_FILE, 419,
-                     "[Z4::W32DebugSymbolDataBase] EAL_LOG_INFO: SymInitialize failed with error "
-                     "STATUS_INFO_LENGTH_MISMATCH(0xC0000004). Retrying...\n");
+        Private::LogPrint(EAL_LOG_INFO, LOG_FILE, 419,
+                          "[Z4::W32DebugSymbolDataBase] EAL_LOG_INFO: SymInitialize failed with error "
+                          "STATUS_INFO_LENGTH_MISMATCH(0xC0000004). Retrying...\n");
     }
     return false;
 }
@@ -368,9 +368,9 @@ bool WinDbgHelp::EnumerateLoadedModules64(void* process, EnumerateModulesCallbac
         if (error != LENGTH_MISMATCH) {
             return false;
         }
-        Private::Log(EAL_LOG_INFO, LOG_FILE, 614,
-                     "[Z4::WinDbgHelp] EAL_LOG_INFO: EnumerateLoadedModules64 failed with error "
-                     "STATUS_INFO_LENGTH_MISMATCH(0xC0000004). Retrying...\n");
+        Private::LogPrint(EAL_LOG_INFO, LOG_FILE, 614,
+                          "[Z4::WinDbgHelp] EAL_LOG_INFO: EnumerateLoadedModules64 failed with error "
+                          "STATUS_INFO_LENGTH_MISMATCH(0xC0000004). Retrying...\n");
     }
     return false;
 }
@@ -437,10 +437,10 @@ bool WinDbgHelp::GetVersionInfo(const char* name, unsigned short (&version)[4]) 
     constexpr DWORD SIGNATURE = 0xFEEF04BD;
     const bool read = size <= LARGEST && record != nullptr && record->fixed.dwSignature == SIGNATURE;
     if (size > LARGEST) {
-        Private::Log(EAL_LOG_WARNING, LOG_FILE, VERSION_TOO_LARGE_LINE,
-                     "[Z4::WinDbgHelp] EAL_LOG_WARNING: Reading the version info of %s would require a size of %d "
-                     "bytes\n",
-                     name, static_cast<int>(size));
+        Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, VERSION_TOO_LARGE_LINE,
+                          "[Z4::WinDbgHelp] EAL_LOG_WARNING: Reading the version info of %s would require a size of %d "
+                          "bytes\n",
+                          name, static_cast<int>(size));
     } else if (read) {
         const DWORD high = record->fixed.dwFileVersionMS;
         const DWORD low = record->fixed.dwFileVersionLS;
@@ -449,8 +449,8 @@ bool WinDbgHelp::GetVersionInfo(const char* name, unsigned short (&version)[4]) 
         version[2] = HIWORD(low);
         version[3] = LOWORD(low);
     } else {
-        Private::Log(EAL_LOG_WARNING, LOG_FILE, NO_VERSION_LINE,
-                     "[Z4::WinDbgHelp] EAL_LOG_WARNING: Cannot read the version info of %s\n", name);
+        Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, NO_VERSION_LINE,
+                          "[Z4::WinDbgHelp] EAL_LOG_WARNING: Cannot read the version info of %s\n", name);
     }
     if (file != nullptr) {
         FreeLibrary(file);

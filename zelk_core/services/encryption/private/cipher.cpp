@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <cstring>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/services/encryption/cipher.h>
 #include <zelk_core/services/encryption/private/blocks.h>
 
@@ -21,6 +22,7 @@ constexpr unsigned long BLOCK_SIZE = sizeof(CipherBlock);
 constexpr unsigned KEY_LENGTH = 16;
 
 void CopyBytes(const char* in, char* out, unsigned long len) {
+    Z4_ASSERT(len == 0 || (in != nullptr && out != nullptr), "Neither buffer is null unless the size is 0.");
     if (in != out) {
         std::memmove(out, in, len);
     }

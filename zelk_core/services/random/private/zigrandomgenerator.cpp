@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstddef>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/time.h>
 #include <zelk_core/services/random/zigrandomgenerator.h>
@@ -27,6 +28,7 @@ ZigRandomGenerator::~ZigRandomGenerator() = default;
 void ZigRandomGenerator::SetSeed(unsigned long seed) {
     const AutoLock guard(m_lock);
     m_ziggurat.Seed(seed);
+    Z4_ASSERT(!m_ziggurat.IsStuck(), "A seed is not the very number that the state is, which stays 0 then.");
 }
 
 float ZigRandomGenerator::RNOR(float mean, float sigma) {

@@ -1,7 +1,9 @@
 #include <cstddef>
 #include <utility>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/private/singleton.h>
+#include <zelk_core/base/strformat.h>
 #include <zelk_core/services/runtimetype/private/creatorindex.h>
 
 namespace Z4 {
@@ -56,9 +58,21 @@ void* Z4_CDECL CreateNothing(void*) {
     return nullptr;
 }
 
+/// What the host is told of a type that nobody registered. Whoever looks for the fault needs the name.
+struct MissText {
+    [[maybe_unused]] explicit MissText(const TypeID& type) {
+        StrFormat::Print(text, sizeof(text), "The class \"%s\" (id=%x) is registered before it is created.",
+                         NameOf(type), IdentifierOf(type));
+    }
+
+    char text[256];
+};
+
 CreatorFunction FindCreator(const TypeID& type) {
     const std::uint32_t identifier = IdentifierOf(type);
-    return identifier != 0 ? g_index.Find(identifier) : nullptr;
+    const CreatorFunction creator = identifier != 0 ? g_index.Find(identifier) : nullptr;
+    Z4_ASSERT(creator != nullptr, MissText(type).text);
+    return creator;
 }
 
 } // namespace
@@ -94,16 +108,16 @@ bool ClassFactory::RegisterCreatorFunc(CreatorFunction creator, TypeID type) {
     const std::uint32_t identifier = IdentifierOf(type);
     if (const Registration* const registered = m_registrations.FindValue(identifier); registered != nullptr) {
         if (registered->creator != creator) {
-            Private::Log(EAL_LOG_WARNING, LOG_FILE, 141,
-                         "[Z4::ClassFactory] EAL_LOG_WARNING: Class [%s, creator=%X] is already registered with "
-                         "creator=%X\n. If you are restarting Zelk ignore this message.",
-                         NameOf(type), AddressOf(creator), AddressOf(registered->creator));
+            Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, 141,
+                              "[Z4::ClassFactory] EAL_LOG_WARNING: Class [%s, creator=%X] is already registered with "
+                              "creator=%X\n. If you are restarting Zelk ignore this message.",
+                              NameOf(type), AddressOf(creator), AddressOf(registered->creator));
         }
         return false;
     }
-    Private::Log(EAL_LOG_INFO, LOG_FILE, 133,
-                 "[Z4::ClassFactory] EAL_LOG_INFO: Registering class creator %X [%s] id=%x\n", AddressOf(creator),
-                 NameOf(type), identifier);
+    Private::LogPrint(EAL_LOG_INFO, LOG_FILE, 133,
+                      "[Z4::ClassFactory] EAL_LOG_INFO: Registering class creator %X [%s] id=%x\n", AddressOf(creator),
+                      NameOf(type), identifier);
     if (!g_index.Reserve() || !m_registrations.Insert(identifier, {creator, type}).inserted) {
         return false;
     }
@@ -175,9 +189,9 @@ bool ClassFactory::RemoveSink(Sink& sink) {
 
 int ClassFactory::DumpToConsole(unsigned long level, int, char**) {
     const auto logLevel = static_cast<EalLogLevel>(level);
-    Private::Log(logLevel, LOG_FILE, 193, "ClassFactory :   Dumping registered classes in the class factory\n");
+    Private::LogPrint(logLevel, LOG_FILE, 193, "ClassFactory :   Dumping registered classes in the class factory\n");
     for (const auto& entry : std::as_const(m_registrations)) {
-        Private::Log(logLevel, LOG_FILE, 201, "%-12u '%s'\n", entry.key, NameOf(entry.value.type));
+        Private::LogPrint(logLevel, LOG_FILE, 201, "%-12u '%s'\n", entry.key, NameOf(entry.value.type));
     }
     return -1;
 }
@@ -189,13 +203,15 @@ void ClassFactory::UnRegisterCreator(TypeID type) {
     }
     const auto found = m_registrations.Find(identifier);
     if (found == m_registrations.end()) {
-        Private::Log(EAL_LOG_ERROR, LOG_FILE, 178,
-                     "[Z4::ClassFactory] EAL_LOG_ERROR: Cannot unregister class creator %X [%s]\n", 0U, NameOf(type));
+        Private::LogPrint(EAL_LOG_ERROR, LOG_FILE, 178,
+                          "[Z4::ClassFactory] EAL_LOG_ERROR: Cannot unregister class creator %X [%s]\n", 0U,
+                          NameOf(type));
         return;
     }
     const Registration& registered = found->value;
-    Private::Log(EAL_LOG_INFO, LOG_FILE, 173, "[Z4::ClassFactory] EAL_LOG_INFO: Unregistering class creator %X [%s]\n",
-                 AddressOf(registered.creator), NameOf(registered.type));
+    Private::LogPrint(EAL_LOG_INFO, LOG_FILE, 173,
+                      "[Z4::ClassFactory] EAL_LOG_INFO: Unregistering class creator %X [%s]\n",
+                      AddressOf(registered.creator), NameOf(registered.type));
     g_index.Erase(identifier);
     m_registrations.Erase(found);
 }
