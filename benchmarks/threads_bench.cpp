@@ -30,19 +30,25 @@ void CreateRaw(benchmark::State& state) {
 
 void CreateFree(benchmark::State& state) {
     Z4::ThreadAttributes attributes;
-    Z4::System::GetAvailableCoreMask(attributes.affinity);
+    bool worked = Z4::System::GetAvailableCoreMask(attributes.affinity) == Z4::ERR_OK;
     for (auto _ : state) {
         void* thread = nullptr;
-        Z4::ThreadCreate(attributes, Nothing, nullptr, thread);
-        Z4::ThreadJoin(thread);
+        worked = worked && Z4::ThreadCreate(attributes, Nothing, nullptr, thread) == Z4::ERR_OK &&
+                 Z4::ThreadJoin(thread) == Z4::ERR_OK;
+    }
+    if (!worked) {
+        state.SkipWithError("no thread");
     }
 }
 
 void CreateObject(benchmark::State& state) {
     Brief thread;
+    bool worked = true;
     for (auto _ : state) {
-        thread.CreateThread();
-        thread.JoinThread();
+        worked = worked && thread.CreateThread() == Z4::ERR_OK && thread.JoinThread() == Z4::ERR_OK;
+    }
+    if (!worked) {
+        state.SkipWithError("no thread");
     }
 }
 

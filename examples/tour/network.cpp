@@ -70,13 +70,15 @@ void TourNetwork(const std::string& content) {
         listener.Listen(1);
         listener.SetTimeout(10'000);
         Echo echo(listener);
-        echo.CreateThread();
+        const Z4::Error created = echo.CreateThread();
         Z4::StopWatch watch(true);
         Z4::TcpSocket socket("127.0.0.1", listener.GetPortNumber());
         const std::string back = SendAndReceive(socket, content);
         watch.Stop();
         socket.Close();
-        echo.JoinThread();
+        const Z4::Error joined = echo.JoinThread();
+        Print("   %-24s created: %s; joined: %s\n", "thread of the listener", Z4::GetErrorString(created),
+              Z4::GetErrorString(joined));
         Print("   %-24s %u of %u bytes came back %s in %llu us\n", "127.0.0.1", static_cast<unsigned>(back.size()),
               static_cast<unsigned>(content.size()), back == content ? "unchanged" : "CHANGED", watch.GetElapsedUSec());
 

@@ -103,7 +103,10 @@ void TourThreads(const std::string& content) {
         char name[16];
         Z4::StrFormat::snprintf(name, sizeof(name), "worker %u", i + 1);
         worker.SetThreadName(name);
-        worker.CreateThread();
+        const Z4::Error created = worker.CreateThread();
+        if (created != Z4::ERR_OK) {
+            Print("   %-24s %s\n", name, Z4::GetErrorString(created));
+        }
     }
     for (Worker& worker : workers) {
         const Z4::Error result = worker.JoinThread();

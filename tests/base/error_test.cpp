@@ -34,10 +34,21 @@ TEST(ErrorCodeWrapper, CarriesCodesUnchanged) {
     EXPECT_TRUE(ErrorCodeWrapper(ERR_RESET) != ErrorCodeWrapper());
 }
 
-TEST(ThreadErrorCodeWrapper, ConvertsOnlyExplicitly) {
+template <class A, class B>
+concept Comparable = requires(A a, B b) {
+    a == b;
+    a != b;
+};
+
+TEST(ThreadErrorCodeWrapper, ConvertsOnlyExplicitlyAndComparesWithErrorsOnly) {
+    static_assert(Comparable<ThreadErrorCodeWrapper, Error> && Comparable<Error, ThreadErrorCodeWrapper>);
+    static_assert(!Comparable<ThreadErrorCodeWrapper, ErrorCodeWrapper>);
+    static_assert(!Comparable<ErrorCodeWrapper, ThreadErrorCodeWrapper>);
+    static_assert(!Comparable<ThreadErrorCodeWrapper, int> && !Comparable<ThreadErrorCodeWrapper, long>);
     static_assert(!std::is_convertible_v<ThreadErrorCodeWrapper, Error>);
     static_assert(!std::is_convertible_v<ThreadErrorCodeWrapper, ErrorCodeWrapper>);
-    EXPECT_EQ(static_cast<Error>(ThreadErrorCodeWrapper()), ERR_OK);
+    EXPECT_EQ(ThreadErrorCodeWrapper(), ERR_OK);
+    EXPECT_NE(ThreadErrorCodeWrapper(ERR_UNREACHABLE), ERR_OK);
     EXPECT_EQ(static_cast<Error>(ThreadErrorCodeWrapper(ERR_UNREACHABLE)), ERR_UNREACHABLE);
 }
 

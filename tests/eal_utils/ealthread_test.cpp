@@ -1,4 +1,5 @@
 #include <tests/os/stackprobe.h>
+#include <tests/support/contract.h>
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
 
@@ -9,12 +10,15 @@
 #include <process.h>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 #include <windows.h>
 #include <zelk_core/eal_utils/ealthread.h>
 
 using namespace Z4;
+using ZelkTest::ExpectContract;
 using ZelkTest::Gate;
+using ZelkTest::LIBRARY_CHECKS;
 using ZelkTest::LogCapture;
 
 namespace {
@@ -74,10 +78,6 @@ private:
     inline static RecordingHost* s_host;
 };
 
-Error Code(ThreadErrorCodeWrapper wrapper) {
-    return static_cast<Error>(wrapper);
-}
-
 /// Uses only what lies outside of it, so that it may be destroyed before it ran.
 struct Outside {
     std::atomic<int> runs = 0;
@@ -85,6 +85,7 @@ struct Outside {
     unsigned misalignment = 0;
     Error selfJoin = ERR_OK;
     Gate release;
+    ZelkTest::AtThreadExit* exit = nullptr;
 };
 
 class Worker : public EalThread {
@@ -96,6 +97,9 @@ public:
         outside.misalignment = StackMisalignment();
         outside.selfJoin = JoinThread();
         ++outside.runs;
+        if (outside.exit != nullptr) {
+            outside.exit->Arm();
+        }
         outside.release.Wait();
     }
 
@@ -162,8 +166,8 @@ TEST_P(EalThreadStates, AnswerAsTheyShould) {
     }
     Worker worker(outside);
     BringTo(expected.state, worker, outside, host);
-    EXPECT_EQ(Code(worker.BlockUntilStarted(0)), expected.untilStarted);
-    EXPECT_EQ(Code(worker.BlockUntilStopped(0)), expected.untilStopped);
+    EXPECT_EQ(worker.BlockUntilStarted(0), expected.untilStarted);
+    EXPECT_EQ(worker.BlockUntilStopped(0), expected.untilStopped);
     EXPECT_EQ(worker.GetHandle() != nullptr, expected.live || expected.state == EalThread::THREAD_ENDED);
     EXPECT_EQ(worker.GetEalHandle(), worker.GetHandle());
     EXPECT_EQ(worker.GetThreadId() != INVALID_THREAD_ID, expected.hasId);
@@ -198,17 +202,18 @@ TEST_P(EalThreadStates, AreRescuedByTheDestructorWithWarnings) {
     const Expected& expected = GetParam();
     const LogCapture log;
     std::thread opener;
+    const ExpectContract overtaken(LIBRARY_CHECKS && expected.state == EalThread::THREAD_RUNNING);
     if (expected.state == EalThread::THREAD_STARTING) {
         host.start.Close();
     }
     {
         Worker worker(outside);
         BringTo(expected.state, worker, outside, host);
-        outside.release.Open();
-        // The destructor finds the thread still at its start, and must wait for it.
+        // The destructor finds the thread still at its start or in Run(), and must wait for it.
         opener = std::thread([&] {
             Sleep(30);
             host.start.Open();
+            outside.release.Open();
         });
     }
     opener.join();
@@ -236,8 +241,10 @@ TEST(EalThread, RequestsCarryTheStoredSettings) {
     outside.release.Open();
     Worker worker(outside);
     EXPECT_EQ(worker.SetThreadPriority(static_cast<eal_thread_priority>(77)), ERR_OK);
-    ASSERT_EQ(worker.CreateThread(0x20000), ERR_OK);
+    const ExpectContract tinyStack(LIBRARY_CHECKS ? 1 : 0);
+    ASSERT_EQ(worker.CreateThread(5), ERR_OK);
     EXPECT_EQ(host.last.priority, 77) << "passed through unchanged";
+    EXPECT_EQ(host.last.stackSize, 5u);
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
     ASSERT_EQ(worker.CreateThread(), ERR_OK);
     EXPECT_EQ(host.last.stackSize, 0u);
@@ -250,7 +257,7 @@ TEST(EalThread, SuspendingIsStoredEvenWhenTheCallIsRefused) {
     Outside outside;
     Worker worker(outside);
     ASSERT_EQ(worker.CreateThread(), ERR_OK);
-    EXPECT_EQ(Code(worker.BlockUntilStarted(INFINITE)), ERR_OK);
+    EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK);
     EXPECT_EQ(worker.CreateThread(0, true), ERR_IN_PROGRESS);
     EXPECT_EQ(worker.ResumeThread(), ERR_OK);
     outside.release.Open();
@@ -265,7 +272,7 @@ TEST(EalThread, AHostWithoutThreadsLeavesItAtItsStart) {
     Worker worker(outside);
     EXPECT_EQ(worker.CreateThread(), ERR_OK);
     EXPECT_EQ(worker.GetThreadState(), EalThread::THREAD_STARTING);
-    EXPECT_EQ(Code(worker.BlockUntilStopped(1)), ERR_TIMEOUT);
+    EXPECT_EQ(worker.BlockUntilStopped(1), ERR_TIMEOUT);
     EXPECT_EQ(worker.JoinThread(), ERR_NOT_READY);
     EXPECT_EQ(host.joins, 0);
     host.fails = false;
@@ -279,11 +286,21 @@ TEST(EalThread, IsJoinedByOneOfManyWhoTry) {
     RecordingHost host;
     Outside outside;
     Worker worker(outside);
+    ZelkTest::AtThreadExit exit([&] {
+        Sleep(20); // By then the first joiner waits for the thread to leave.
+        EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
+    });
+    outside.exit = &exit;
     ASSERT_EQ(worker.CreateThread(), ERR_OK);
     std::atomic<int> joined = 0;
+    std::atomic<int> late = 0;
     std::vector<std::thread> joiners;
     for (int i = 0; i < JOINERS; ++i) {
-        joiners.emplace_back([&] { joined += worker.JoinThread() == ERR_OK; });
+        joiners.emplace_back([&] {
+            const Error result = worker.JoinThread();
+            joined += result == ERR_OK;
+            late += result == ERR_NOT_READY;
+        });
     }
     Sleep(20);
     outside.release.Open();
@@ -291,7 +308,26 @@ TEST(EalThread, IsJoinedByOneOfManyWhoTry) {
         joiner.join();
     }
     EXPECT_EQ(joined, 1);
+    EXPECT_EQ(late, JOINERS - 1);
     EXPECT_EQ(host.joins, 1);
+}
+
+TEST(EalThread, SkipsARunWhoseClassIsGone) {
+    struct Late : EalThread {
+        Late() : EalThread(CALLER) {}
+        ~Late() override {
+            EXPECT_EQ(ResumeThread(), ERR_OK);
+            EXPECT_EQ(JoinThread(), ERR_OK);
+        }
+    };
+    struct Derived : Late {
+        void Run() override { ADD_FAILURE(); }
+    };
+    static_assert(!std::is_constructible_v<EalThread, EALId>);
+    RecordingHost host;
+    const ExpectContract noRun(1);
+    Derived thread;
+    ASSERT_EQ(thread.CreateThread(0, true), ERR_OK);
 }
 
 TEST(EalThreadOnTheReferenceHost, RunsAtEveryPriorityAgainAndAgain) {

@@ -1,4 +1,5 @@
 #include "stackprobe.h"
+#include <tests/support/contract.h>
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
 
@@ -9,11 +10,15 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <windows.h>
 #include <zelk_core/os/thread.h>
 
 using namespace Z4;
+using ZelkTest::AtThreadExit;
+using ZelkTest::ExpectContract;
 using ZelkTest::Gate;
+using ZelkTest::LIBRARY_CHECKS;
 using ZelkTest::LogCapture;
 
 namespace {
@@ -35,10 +40,6 @@ __attribute__((section(".CRT$XLM"), used)) PIMAGE_TLS_CALLBACK g_holdNewThread =
 }
 
 namespace {
-
-Error Code(ThreadErrorCodeWrapper wrapper) {
-    return static_cast<Error>(wrapper);
-}
 
 /// Runs until released, and shows what users may only use in a derived class.
 class Worker : public Thread {
@@ -105,8 +106,8 @@ public:
         g_startGate = nullptr;
         m_start.Open();
         worker.release.Open();
-        worker.ResumeThread();
-        worker.JoinThread();
+        static_cast<void>(worker.ResumeThread());
+        static_cast<void>(worker.JoinThread());
     }
 
     Worker worker;
@@ -144,8 +145,8 @@ TEST_P(ThreadStates, AnswerAsTheyShould) {
         EXPECT_EQ(worker.IsRunning(), expected.running);
         EXPECT_EQ(worker.IsEnded(), expected.ended);
         EXPECT_EQ(worker.IsStopped(), expected.stopped);
-        EXPECT_EQ(Code(worker.BlockUntilStarted(0)), expected.untilStarted);
-        EXPECT_EQ(Code(worker.BlockUntilStopped(0)), expected.untilStopped);
+        EXPECT_EQ(worker.BlockUntilStarted(0), expected.untilStarted);
+        EXPECT_EQ(worker.BlockUntilStopped(0), expected.untilStopped);
 
         const bool hasHandle = expected.live || expected.state == Thread::THREAD_ENDED;
         EXPECT_EQ(worker.GetThreadNativeHandle() != nullptr, hasHandle);
@@ -169,12 +170,12 @@ TEST_P(ThreadStates, AnswerAsTheyShould) {
             EXPECT_EQ(::GetThreadPriority(worker.GetThreadNativeHandle()), 1);
             EXPECT_EQ(SetThreadAffinityMask(worker.GetThreadNativeHandle(), 1), 1u);
         }
-        EXPECT_EQ(Code(worker.SetPriority(0)), ERR_OK);
+        EXPECT_EQ(worker.SetPriority(0), ERR_OK);
         EXPECT_EQ(worker.SetThreadCoreNumber(64), ERR_OK) << "all cores";
         EXPECT_EQ(worker.GetThreadAffinity(), 0u);
-        EXPECT_EQ(worker.SetThreadSchedulingPolicy(THREAD_SCHEDULING_FIXED_PRIORITY), ERR_OK);
+        EXPECT_EQ(worker.SetThreadSchedulingPolicy(static_cast<ThreadSchedulingPolicy>(256)), ERR_OK) << "not 0";
         EXPECT_EQ(worker.GetThreadSchedulingPolicy(), THREAD_SCHEDULING_FIXED_PRIORITY);
-        EXPECT_EQ(Code(worker.SetPriorityBoost(true)), ERR_OK);
+        EXPECT_EQ(worker.SetPriorityBoost(true), ERR_OK);
         EXPECT_EQ(worker.GetThreadSchedulingPolicy(), THREAD_SCHEDULING_DYNAMIC_BOOST);
         EXPECT_EQ(worker.SetThreadName("name"), ERR_OK);
 
@@ -185,7 +186,7 @@ TEST_P(ThreadStates, AnswerAsTheyShould) {
             EXPECT_EQ(worker.ResumeThread(), ERR_CANNOT_ASSIGN);
         } else {
             EXPECT_EQ(worker.CreateThread(0x20000, true, true), ERR_IN_PROGRESS);
-            EXPECT_EQ(Code(worker.StartThread(0x20000)), ERR_IN_PROGRESS);
+            EXPECT_EQ(worker.StartThread(0x20000), ERR_IN_PROGRESS);
             EXPECT_EQ(worker.GetStackSize(), 0u) << "a refused call changes nothing";
             EXPECT_FALSE(worker.IsDetached());
             EXPECT_EQ(worker.ResumeThread(), expected.state == Thread::THREAD_SUSPENDED ? ERR_OK : ERR_CANNOT_ASSIGN);
@@ -204,9 +205,9 @@ TEST(Thread, IsSuspendedAtItsStartOnly) {
     Await([&] { return worker.GetThreadState() == Thread::THREAD_SUSPENDED; });
     EXPECT_EQ(worker.runs, 0);
     EXPECT_EQ(worker.ResumeThread(), ERR_OK);
-    EXPECT_EQ(Code(worker.BlockUntilStarted(INFINITE)), ERR_OK);
+    EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK);
     worker.release.Open();
-    EXPECT_EQ(Code(worker.BlockUntilStopped(INFINITE)), ERR_OK);
+    EXPECT_EQ(worker.BlockUntilStopped(INFINITE), ERR_OK);
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
     EXPECT_EQ(worker.runs, 1);
 
@@ -226,25 +227,31 @@ TEST(Thread, IsSuspendedAtItsStartOnly) {
 TEST(Thread, WaitsWithATimeLimit) {
     Worker worker;
     const ULONGLONG start = GetTickCount64();
-    EXPECT_EQ(Code(worker.BlockUntilStarted(40)), ERR_TIMEOUT);
+    EXPECT_EQ(worker.BlockUntilStarted(40), ERR_TIMEOUT);
     EXPECT_GE(GetTickCount64() - start, 25u) << "a tick of the clock short of the limit at most";
     std::thread creator([&] {
         Sleep(20);
         EXPECT_EQ(worker.CreateThread(), ERR_OK);
     });
-    EXPECT_EQ(Code(worker.BlockUntilStarted(INFINITE)), ERR_OK) << "waiting may come before creating";
+    EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK) << "waiting may come before creating";
     creator.join();
-    EXPECT_EQ(Code(worker.Join(1)), ERR_TIMEOUT);
+    EXPECT_EQ(worker.Join(1), ERR_TIMEOUT);
     EXPECT_TRUE(worker.IsRunning());
     worker.release.Open();
-    EXPECT_EQ(Code(worker.Join(INFINITE)), ERR_OK);
+    EXPECT_EQ(worker.Join(INFINITE), ERR_OK);
     EXPECT_EQ(worker.GetThreadState(), Thread::THREAD_JOINED);
-    EXPECT_EQ(Code(worker.Join(1)), ERR_NOT_READY);
+    EXPECT_EQ(worker.Join(1), ERR_NOT_READY);
 }
 
 TEST(Thread, IsJoinedByOneOfManyWhoTry) {
     constexpr int JOINERS = 4;
     Worker worker;
+    AtThreadExit exit([&] {
+        Sleep(20); // By then the first joiner waits for the thread to leave.
+        EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
+        EXPECT_EQ(worker.CreateThread(), ERR_IN_PROGRESS);
+    });
+    worker.work = [&] { exit.Arm(); };
     ASSERT_EQ(worker.CreateThread(), ERR_OK);
     std::atomic<int> joined = 0;
     std::atomic<int> late = 0;
@@ -265,10 +272,17 @@ TEST(Thread, IsJoinedByOneOfManyWhoTry) {
     EXPECT_EQ(late, JOINERS - 1);
 }
 
-TEST(Thread, KnowsItselfInRun) {
+TEST(Thread, KnowsItselfInRunAndBehindIt) {
     Worker worker;
+    Gate left;
+    AtThreadExit exit([&] {
+        EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
+        EXPECT_EQ(worker.GetThreadState(), Thread::THREAD_ENDED);
+        left.Open();
+    });
     unsigned misalignment = 99;
     worker.work = [&] {
+        exit.Arm();
         misalignment = StackMisalignment();
         EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
         EXPECT_EQ(worker.GetThreadId(), GetCurrentThreadId());
@@ -280,8 +294,40 @@ TEST(Thread, KnowsItselfInRun) {
     };
     worker.release.Open();
     ASSERT_EQ(worker.CreateThread(), ERR_OK);
+    left.Wait();
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
     EXPECT_EQ(misalignment, 0u);
+}
+
+TEST(Thread, MayDestroyItsObjectBehindRun) {
+    const LogCapture log;
+    const unsigned handles = ZelkTest::CountHandles();
+    auto* const worker = new Worker;
+    AtThreadExit exit([&] { delete worker; });
+    worker->work = [&] { exit.Arm(); };
+    ASSERT_EQ(worker->CreateThread(), ERR_OK);
+    void* const thread = OpenThread(SYNCHRONIZE, FALSE, worker->GetThreadId());
+    worker->release.Open();
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+    EXPECT_EQ(ZelkTest::CountHandles(), handles);
+    EXPECT_EQ(log.Lines().size(), 1u) << "not joined";
+}
+
+TEST(Thread, SkipsARunWhoseClassIsGone) {
+    struct Late : Thread {
+        ~Late() override {
+            EXPECT_EQ(ResumeThread(), ERR_OK);
+            EXPECT_EQ(JoinThread(), ERR_OK);
+        }
+    };
+    struct Derived : Late {
+        void Run() override { ADD_FAILURE(); }
+    };
+    static_assert(!std::is_default_constructible_v<Thread>);
+    const ExpectContract noRun(1);
+    Derived thread;
+    ASSERT_EQ(thread.CreateThread(0, true), ERR_OK);
 }
 
 TEST(Thread, FailedCreationLeavesItIdle) {
@@ -298,6 +344,7 @@ TEST(Thread, FailedCreationLeavesItIdle) {
     EXPECT_EQ(worker.SetThreadCoreNumber(50), ERR_INVALID);
     EXPECT_EQ(worker.CreateThread(), ERR_INVALID);
     EXPECT_EQ(worker.SetCoreNumber(0), ERR_OK);
+    ZelkTest::LeaveBehind(2); // with the suspended threads of both failures
     worker.release.Open();
     EXPECT_EQ(worker.CreateThread(), ERR_OK);
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
@@ -306,22 +353,27 @@ TEST(Thread, FailedCreationLeavesItIdle) {
 
 TEST(Thread, StartsWithItsSettings) {
     Worker worker;
-    ASSERT_EQ(Code(worker.StartThread(-2, 0x20000, 1)), ERR_OK);
+    ASSERT_EQ(worker.StartThread(-2, 0x20000, 1), ERR_OK);
     EXPECT_EQ(::GetThreadPriority(worker.GetThreadNativeHandle()), -2);
     EXPECT_EQ(worker.GetCurrentPriority(), -2);
     EXPECT_EQ(SetThreadAffinityMask(worker.GetThreadNativeHandle(), 1), 1u);
     EXPECT_EQ(worker.GetCurrentAffinity(), 1);
     // Refused, but the settings reach the running thread.
-    EXPECT_EQ(Code(worker.StartThread(1, 0x40000)), ERR_IN_PROGRESS);
+    EXPECT_EQ(worker.StartThread(1, 0x40000), ERR_IN_PROGRESS);
     EXPECT_EQ(::GetThreadPriority(worker.GetThreadNativeHandle()), 1);
     EXPECT_EQ(worker.GetThreadStackSize(), 0x20000u);
     worker.release.Open();
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    {
+        const ExpectContract tinyStack(LIBRARY_CHECKS ? 1 : 0);
+        ASSERT_EQ(worker.StartThread(5), ERR_OK) << "the system's least";
+        EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    }
 
     // Both ways to say "all cores", before and during a thread's life; what was given is kept.
     EXPECT_EQ(worker.SetAffinity(0), ERR_OK);
     EXPECT_EQ(worker.GetCurrentAffinity(), -1);
-    worker.SetAffinity(-1);
+    static_cast<void>(worker.SetAffinity(-1)); // refused, but kept
     EXPECT_EQ(worker.GetThreadAffinity(), 0xFFFFFFFFu);
     Gate start;
     g_startGate = &start;
@@ -341,12 +393,12 @@ TEST(Thread, BoostReachesTheSystem) {
         GTEST_SKIP() << "Wine does not keep the boost setting";
     }
     Worker worker;
-    EXPECT_EQ(Code(worker.SetPriorityBoost(false)), ERR_OK);
+    EXPECT_EQ(worker.SetPriorityBoost(false), ERR_OK);
     ASSERT_EQ(worker.CreateThread(), ERR_OK);
     BOOL disabled = FALSE;
     EXPECT_TRUE(GetThreadPriorityBoost(worker.GetThreadNativeHandle(), &disabled));
     EXPECT_TRUE(disabled);
-    EXPECT_EQ(Code(worker.SetPriorityBoost(true)), ERR_OK);
+    EXPECT_EQ(worker.SetPriorityBoost(true), ERR_OK);
     EXPECT_TRUE(GetThreadPriorityBoost(worker.GetThreadNativeHandle(), &disabled));
     EXPECT_FALSE(disabled);
     worker.release.Open();
@@ -365,14 +417,14 @@ TEST(Thread, RelativePrioritiesLieHalfway) {
     Worker low;
     Worker high;
     Worker middle;
-    low.SetThreadPriority(-15);
-    high.SetThreadPriority(2);
+    EXPECT_EQ(low.SetThreadPriority(-15), ERR_OK);
+    EXPECT_EQ(high.SetThreadPriority(2), ERR_OK);
     EXPECT_EQ(middle.SetThreadRelativePriority(low, high), ERR_OK);
     EXPECT_EQ(middle.GetThreadPriority(), -7);
     EXPECT_EQ(middle.SetRelativePriority(high, 1), ERR_OK);
     EXPECT_EQ(middle.GetThreadPriority(), 3) << "between 2 and 3";
     EXPECT_EQ(middle.SetThreadRelativePriority(high, 16), ERR_INVALID);
-    low.SetThreadPriority(-16);
+    EXPECT_EQ(low.SetThreadPriority(-16), ERR_INVALID);
     EXPECT_EQ(middle.SetThreadRelativePriority(low, 1), ERR_INVALID);
     EXPECT_EQ(middle.SetRelativePriority(high, low), ERR_INVALID);
     EXPECT_EQ(middle.GetThreadPriority(), 3);
@@ -414,13 +466,13 @@ TEST(Thread, CountsTheMachinesCores) {
 TEST(Thread, DetachedThreadsCannotBeReachedButCanBeFollowed) {
     Worker worker;
     ASSERT_EQ(worker.CreateThread(0, false, true), ERR_OK);
-    EXPECT_EQ(Code(worker.BlockUntilStarted(INFINITE)), ERR_OK);
+    EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK);
     EXPECT_TRUE(worker.IsDetached());
     EXPECT_EQ(worker.GetThreadNativeHandle(), nullptr);
     EXPECT_NE(worker.GetThreadId(), INVALID_THREAD_ID);
     EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
-    EXPECT_EQ(Code(worker.BlockUntilStopped(0)), ERR_UNREACHABLE);
-    EXPECT_EQ(Code(worker.Join(INFINITE)), ERR_UNREACHABLE);
+    EXPECT_EQ(worker.BlockUntilStopped(0), ERR_UNREACHABLE);
+    EXPECT_EQ(worker.Join(INFINITE), ERR_UNREACHABLE);
     EXPECT_EQ(worker.SetThreadPriority(1), ERR_NOT_FOUND);
     EXPECT_EQ(worker.SetThreadAffinity(1), ERR_NOT_FOUND);
     EXPECT_EQ(worker.SetThreadName("name"), ERR_NOT_FOUND);
@@ -521,13 +573,17 @@ TEST_P(ThreadRescue, EndsTheThreadAndWarns) {
     Gate start;
     Gate ready;
     Gate leaving;
-    // The destructor finds the thread still at its start, and must wait for it. The opener runs before, because a held
-    // thread holds up all that come after it.
+    const ExpectContract overtaken(LIBRARY_CHECKS && rescue.state == Thread::THREAD_RUNNING && !rescue.detached);
+    // The destructor finds the thread still at its start or in Run(), and must wait for it. The opener runs before,
+    // because a held thread holds up all that come after it.
     std::thread opener([&] {
         ready.Open();
         leaving.Wait();
         Sleep(30);
         start.Open();
+        if (!rescue.detached) {
+            outside.release.Open();
+        }
     });
     ready.Wait();
     void* thread = nullptr;
@@ -549,9 +605,6 @@ TEST_P(ThreadRescue, EndsTheThreadAndWarns) {
             EXPECT_EQ(castaway.JoinThread(), ERR_OK);
         }
         Await([&] { return castaway.GetThreadState() == rescue.state; });
-        if (!rescue.detached) {
-            outside.release.Open();
-        }
         g_startGate = nullptr;
         leaving.Open();
     }

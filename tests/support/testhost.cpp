@@ -13,6 +13,7 @@ namespace {
 
 LogCapture* g_capture = nullptr;
 bool g_guardStart = false;
+Balance g_leftBehind{};
 std::atomic<bool> g_contractsExpected;
 std::atomic<unsigned> g_contractReports;
 
@@ -84,6 +85,16 @@ ExpectContract::ExpectContract(unsigned reports) : m_expected(reports) {
 ExpectContract::~ExpectContract() {
     g_contractsExpected = false;
     EXPECT_EQ(g_contractReports, m_expected) << "broken contracts reported";
+}
+
+void LeaveBehind(std::size_t blocks) {
+    const Balance balance = OutstandingMemory();
+    EXPECT_EQ(balance.blocks, g_leftBehind.blocks + blocks) << "blocks left behind";
+    g_leftBehind = balance;
+}
+
+Balance LeftBehind() {
+    return g_leftBehind;
 }
 
 void InstallHost(bool guardStart) {

@@ -51,6 +51,11 @@ struct Balance {
 };
 Balance OutstandingMemory();
 
+/// Expects that `blocks` more than at its last call are held, and holds them against no test any more.
+void LeaveBehind(std::size_t blocks);
+/// What was left behind so far.
+Balance LeftBehind();
+
 /// Lets the memory table refuse every allocation from the `first`-th from now, or none from now on when it is 0.
 void FailAllocations(std::size_t first);
 

@@ -72,8 +72,9 @@ Z4_API Error TranslateSocketError(int number);
 
 } // namespace Private
 
-/// A result of thread operations: a type of its own, so that it mixes with other results only by an explicit cast.
-class ThreadErrorCodeWrapper {
+/// A result of thread operations: a type of its own, so that it mixes with other results only by an explicit cast. It
+/// compares with an Error as it is.
+class [[nodiscard]] ThreadErrorCodeWrapper {
 public:
     constexpr ThreadErrorCodeWrapper() : m_code(ERR_OK) {}
     constexpr ThreadErrorCodeWrapper(Error error) : m_code(error) {}
@@ -83,6 +84,12 @@ public:
 private:
     Error m_code;
 };
+
+constexpr bool operator==(ThreadErrorCodeWrapper result, Error error) {
+    return static_cast<Error>(result) == error;
+}
+/// Results of two kinds do not compare: cast both to Error where that is meant.
+bool operator==(ThreadErrorCodeWrapper, Private::ErrorCodeWrapper) = delete;
 
 /// Results of the host's file table, as the library's codes.
 class EalFile {

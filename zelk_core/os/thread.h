@@ -1,15 +1,32 @@
 /// @file
 /// A thread as an object: derive, supply Run(), create it, join it.
 ///
-/// The object must outlive Run(), unless the thread is detached; join it before the object goes. Operations may be
-/// called from any thread at any time, from Run() too, but not while the object is being destroyed. Run() must return:
-/// a thread that ends itself in another way never counts as ended, and a detached one leaves the library with a record
-/// on a stack that is gone.
+/// The object must outlive Run(), unless the thread is detached; join it before the object goes.
+///
+/// Mind what a new thread is set to. When the system refuses a setting, the creation fails, and a suspended thread
+/// stays behind until the process ends, with its stack and one small block of the host's memory. A priority must be one
+/// of -15, -2, -1, 0, 1, 2 and 15, and a set of cores must not hold one that the process may not use.
+/// SetThreadPriority() and SetThreadAffinity() keep what they refuse, so look at their answers before you create, and
+/// keep to those priorities, because a value such as 5 is refused by the system only:
+///
+///     Z4::Error error = worker.SetThreadPriority(2);
+///     if (error == Z4::ERR_OK) {
+///         error = worker.SetThreadAffinity(0b11);
+///     }
+///     if (error == Z4::ERR_OK) {
+///         error = worker.CreateThread();
+///     }
+///
+/// Operations may be called from any thread at any time, from Run() too, but not while the object is being destroyed.
+/// Run() must return: a thread that ends itself in another way never counts as ended, and a detached one leaves the
+/// library with a record on a stack that is gone.
 #pragma once
 
 #include <cstdint>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/os/autolock.h>
 #include <zelk_core/os/monitor.h>
 #include <zelk_core/os/nativethread.h>
 
@@ -35,15 +52,23 @@ public:
     };
 
     /// Ends the thread's use of the object, with a warning in the log for each step that the owner left out: resumes a
-    /// thread held at its start, which then skips Run(), and waits for the end of Run() unless detached. For a detached
-    /// thread that has not come to Run() it waits until it is there, and Run() is skipped. Must not be called from
-    /// Run(), unless detached. The derived part is gone by then: a Run() that uses it is joined before.
+    /// thread held at its start, which then skips Run(), and waits for the end of Run() unless detached. Must not be
+    /// called from Run(), unless detached. Later on the thread's way out it may be called there too, and then waits for
+    /// nothing. The derived part is gone by then: a Run() that uses it is joined before.
+    ///
+    /// The object of a detached thread is destroyed by Run() itself, or by others once Run() has told them, through
+    /// something outside of the object, that it needs the object no more. That the thread has started tells nobody so.
+    /// A detached thread that has not come to Run() at all is no danger: the destructor waits until it is there, and
+    /// Run() is skipped.
     virtual ~Thread() { Finish(); }
 
-    /// The work, on the new thread. Its stack is aligned to 16 bytes.
-    virtual void Run() = 0;
+    /// The work, on the new thread. Its stack is aligned to 16 bytes. Every derived class supplies its own. This one
+    /// does nothing: it is what a thread finds that comes to Run() when the derived part of its object is gone already.
+    virtual void Run() {
+        Z4_ASSERT(IsBeingDestroyed(), "A class derived from Thread has a Run() of its own, and its threads are joined "
+                                      "before its objects are destroyed.");
+    }
 
-    Thread() = default;
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
 
@@ -52,10 +77,10 @@ public:
     /// two stay as the last creation set them; suspending wears off with ResumeThread().
     /// @return ERR_IN_PROGRESS, with nothing changed, while a thread lives or waits to be joined; else as
     /// Z4::ThreadCreate(), and a failure leaves the object idle, without these settings.
-    Z4_API Error CreateThread();
-    Z4_API Error CreateThread(unsigned int stackSize);
-    Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended);
-    Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended, bool detached);
+    [[nodiscard]] Z4_API Error CreateThread();
+    [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize);
+    [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended);
+    [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended, bool detached);
 
     /// Sets priority and cores as SetThreadPriority() and SetAffinity() do, whatever they answer, and creates.
     Z4_API ThreadErrorCodeWrapper StartThread(unsigned long stackSize);
@@ -63,40 +88,43 @@ public:
     Z4_API ThreadErrorCodeWrapper StartThread(ThreadPriority priority, unsigned long stackSize, long affinity);
 
     /// Lets a thread that was created suspended go on; not to be mistaken for a pause. ERR_CANNOT_ASSIGN otherwise.
-    Z4_API Error ResumeThread();
+    [[nodiscard]] Z4_API Error ResumeThread();
 
-    /// Waits for the end of Run() and releases the thread. ERR_NOT_READY when there is none, ERR_UNREACHABLE for a
-    /// detached one and from Run() itself.
-    Z4_API Error JoinThread();
+    /// Waits for the end of Run(), then for the thread's own end, and releases the thread. Others may use the object
+    /// meanwhile, and of several who join at once one does it. ERR_NOT_READY when there is no thread, or when another
+    /// has joined it; ERR_UNREACHABLE, with nothing changed, for a detached thread, from Run(), and later on the
+    /// thread's own way out.
+    [[nodiscard]] Z4_API Error JoinThread();
 
     /// Waits until Run() is about to be called; on an idle object too, so that one can wait before creating.
-    /// ERR_TIMEOUT when the time has passed.
+    /// ERR_TIMEOUT when the time has passed. A thread that has started still needs its object, a detached one too: see
+    /// the destructor.
     Z4_API ThreadErrorCodeWrapper BlockUntilStarted(unsigned long timeoutMs);
     /// Waits until Run() has returned. ERR_TIMEOUT when the time has passed, ERR_UNREACHABLE for a detached thread.
     Z4_API ThreadErrorCodeWrapper BlockUntilStopped(unsigned long timeoutMs);
 
     /// ERR_INVALID outside -15 to 15. What else a live thread can meet: see ThreadChangePriority().
-    Z4_API Error SetThreadPriority(ThreadPriority priority);
+    [[nodiscard]] Z4_API Error SetThreadPriority(ThreadPriority priority);
     Z4_API ThreadErrorCodeWrapper SetPriority(ThreadPriority priority);
 
     /// Halfway between the other thread's priority and that plus `delta`, see MiddlePriority(). ERR_INVALID, with
     /// nothing changed, when either lies outside -15 to 15.
-    Z4_API Error SetThreadRelativePriority(const Thread& other, ThreadPriority delta);
-    Z4_API Error SetRelativePriority(const Thread& other, ThreadPriority delta);
+    [[nodiscard]] Z4_API Error SetThreadRelativePriority(const Thread& other, ThreadPriority delta);
+    [[nodiscard]] Z4_API Error SetRelativePriority(const Thread& other, ThreadPriority delta);
     /// Halfway between two threads.
-    Z4_API Error SetThreadRelativePriority(const Thread& a, const Thread& b);
-    Z4_API Error SetRelativePriority(const Thread& a, const Thread& b);
+    [[nodiscard]] Z4_API Error SetThreadRelativePriority(const Thread& a, const Thread& b);
+    [[nodiscard]] Z4_API Error SetRelativePriority(const Thread& a, const Thread& b);
 
     /// The cores to run on; the sets 0 and 0xFFFFFFFF stand for all that the process may use. ERR_INVALID for cores
     /// outside those; an object that is not live says so of the set 0xFFFFFFFF too, but can be created with it.
-    Z4_API Error SetThreadAffinity(ThreadAffinity affinity);
+    [[nodiscard]] Z4_API Error SetThreadAffinity(ThreadAffinity affinity);
     /// The lower 32 cores, bit by bit.
-    Z4_API Error SetAffinity(long mask);
+    [[nodiscard]] Z4_API Error SetAffinity(long mask);
     /// One core; 64 and above stand for all.
-    Z4_API Error SetThreadCoreNumber(unsigned long core);
-    Z4_API Error SetCoreNumber(unsigned long core);
+    [[nodiscard]] Z4_API Error SetThreadCoreNumber(unsigned long core);
+    [[nodiscard]] Z4_API Error SetCoreNumber(unsigned long core);
 
-    Z4_API Error SetThreadSchedulingPolicy(ThreadSchedulingPolicy policy);
+    [[nodiscard]] Z4_API Error SetThreadSchedulingPolicy(ThreadSchedulingPolicy policy);
     /// Whether the system may raise the priority for a while.
     Z4_API ThreadErrorCodeWrapper SetPriorityBoost(bool enable);
 
@@ -135,7 +163,7 @@ public:
     Z4_API bool IsStopped() const;
 
     /// Bytes of the stack committed so far. Only the thread itself can ask: 0 and ERR_CANNOT_ASSIGN elsewhere.
-    Z4_API Error GetThreadCommittedStackSize(unsigned int& size) const;
+    [[nodiscard]] Z4_API Error GetThreadCommittedStackSize(unsigned int& size) const;
 
     /// Logical processors of the machine, see Platform.
     Z4_API static unsigned int GetNumberOfCore();
@@ -143,6 +171,8 @@ public:
     Z4_API static long GetAffinityMask();
 
 protected:
+    Thread() = default;
+
     /// BlockUntilStopped() and JoinThread() in one.
     Z4_API ThreadErrorCodeWrapper Join(unsigned long timeoutMs);
 
@@ -160,12 +190,18 @@ private:
     Error Create();
     Error Resume();
     Error JoinHeld();
+    /// Gives up the monitor meanwhile: what the thread does on its way out may need it.
+    Error WaitForTheSystem();
 
     static void Z4_CDECL Enter(void* thread);
     /// Holds a thread that starts suspended. @return whether it is detached.
     bool Begin();
     void CallRun();
     Z4_API void Finish();
+    bool IsBeingDestroyed() const {
+        const AutoLock<Private::Monitor> guard(m_monitor);
+        return m_beingDestroyed;
+    }
 
     mutable Private::Monitor m_monitor; ///< guards all that follows; every change of state wakes all who wait
     void* m_handle = nullptr;
@@ -176,10 +212,11 @@ private:
     ThreadState m_state = THREAD_IDLE;
     Thread* m_owner = this; ///< whose Run() is called
     ThreadPriority m_priority;
-    ThreadSchedulingPolicy m_schedulingPolicy = THREAD_SCHEDULING_DYNAMIC_BOOST;
+    std::uint8_t m_schedulingPolicy = 0; ///< 0 or 1
     std::uint8_t m_detached : 1 = 0;
     std::uint8_t m_startSuspended : 1 = 0;
     std::uint8_t m_beingDestroyed : 1 = 0;
+    std::uint8_t m_joining : 1 = 0; ///< one waits for the thread's end, without the monitor; the state is THREAD_ENDED
     char m_name[64] = {};
     unsigned char m_reserved[2] = {}; // Derived classes begin behind it, whoever compiles them.
 };

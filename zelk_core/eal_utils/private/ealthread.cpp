@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/private/eal.h>
 #include <zelk_core/eal_utils/ealthread.h>
@@ -17,6 +18,7 @@ struct EalThreadLayout {
     static_assert(offsetof(EalThread, m_priority) == 48);
     static_assert(offsetof(EalThread, m_startSuspended) == 52);
     static_assert(offsetof(EalThread, m_beingDestroyed) == 53);
+    static_assert(offsetof(EalThread, m_joining) == 54);
     static_assert(sizeof(EalThread) == 56);
 };
 
@@ -30,6 +32,9 @@ using Guard = AutoLock<Private::Monitor>;
 
 void EalThread::Finish() {
     const Guard guard(m_monitor);
+    Z4_ASSERT(m_state != THREAD_RUNNING,
+              "A thread is joined before its object is destroyed: the derived part, which Run() uses, goes first.");
+    Z4_ASSERT(m_threadId != GetCurrentThreadId(), "A thread of the host's does not destroy its own object.");
     m_beingDestroyed = true;
     Resume();
     JoinHeld();
@@ -124,6 +129,8 @@ Error EalThread::Create(unsigned int stackSize) {
     if (m_state != THREAD_IDLE && m_state != THREAD_JOINED) {
         return ERR_IN_PROGRESS;
     }
+    Z4_ASSERT(stackSize == 0 || stackSize >= MIN_THREAD_STACK_SIZE,
+              "A thread's stack size is in bytes: 0 for the default, else at least MIN_THREAD_STACK_SIZE.");
     SetState(THREAD_STARTING);
     m_handle = Private::g_thread.create(m_id.GetId(), stackSize, m_priority, Enter, this);
     return ERR_OK;
@@ -144,7 +151,7 @@ Error EalThread::Resume() {
 }
 
 Error EalThread::JoinHeld() {
-    while (m_state != THREAD_ENDED) {
+    while (m_state != THREAD_ENDED || m_joining) {
         if (m_state == THREAD_STARTING && m_handle == nullptr) {
             SetState(THREAD_IDLE);
         }
@@ -153,7 +160,7 @@ Error EalThread::JoinHeld() {
         }
         m_monitor.Wait(INFINITE);
     }
-    Private::g_thread.join(m_handle);
+    WaitForTheHost();
     m_threadId = INVALID_THREAD_ID;
     m_handle = nullptr;
     SetState(THREAD_JOINED);
@@ -163,6 +170,15 @@ Error EalThread::JoinHeld() {
                      "the thread.");
     }
     return ERR_OK;
+}
+
+void EalThread::WaitForTheHost() {
+    const eal_thread_handle handle = m_handle;
+    m_joining = true;
+    m_monitor.Unlock();
+    Private::g_thread.join(handle);
+    m_monitor.Lock();
+    m_joining = false;
 }
 
 ThreadErrorCodeWrapper EalThread::WaitForState(ThreadState atLeast, unsigned long timeoutMs) {

@@ -15,7 +15,8 @@ inline bool MeansAllCores(ThreadAffinity affinity) {
 Error CreateNativeThread(const ThreadAttributes& attributes, bool allCores, ThreadEntry entry, void* argument,
                          void*& handle, unsigned long& threadId);
 
-/// ThreadJoin() for a thread that is known not to be the caller.
+/// ThreadJoin() for a thread that is known not to be the caller. Waits with no lock held, because what the thread still
+/// does on its way out may need any.
 Error JoinOtherThread(void* handle);
 
 } // namespace Z4::Private

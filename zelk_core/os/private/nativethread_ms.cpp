@@ -6,6 +6,7 @@
 #include <new>
 #include <process.h>
 #include <winternl.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/private/eal.h>
 #include <zelk_core/os/nativethread.h>
@@ -117,6 +118,8 @@ Error Private::CreateNativeThread(const ThreadAttributes& attributes, bool allCo
     if (entry == nullptr || IsNameTooLong(attributes.name)) {
         return ERR_INVALID;
     }
+    Z4_ASSERT(attributes.stackSize == 0 || attributes.stackSize >= MIN_THREAD_STACK_SIZE,
+              "A thread's stack size is in bytes: 0 for the default, else at least MIN_THREAD_STACK_SIZE.");
     void* const record = Private::MemAlloc(sizeof(StartRecord), alignof(StartRecord));
     if (record == nullptr) {
         return ERR_OUT_OF_RESOURCES;
@@ -133,8 +136,8 @@ Error Private::CreateNativeThread(const ThreadAttributes& attributes, bool allCo
     }
     const HANDLE thread = reinterpret_cast<HANDLE>(created);
     if (const Error error = ApplySettings(thread, attributes, allCores)) {
+        // The record stays with the suspended thread: who finds and resumes it, as debuggers do, lets it run.
         CloseHandle(thread);
-        Private::MemFree(record);
         return error;
     }
 

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/private/nativethread.h>
@@ -84,6 +85,8 @@ struct DetachedRun {
 void Thread::Finish() {
     {
         const Guard guard(m_monitor);
+        Z4_ASSERT(m_detached || m_state != THREAD_RUNNING,
+                  "A thread is joined before its object is destroyed: the derived part, which Run() uses, goes first.");
         m_beingDestroyed = true;
         Resume();
         JoinHeld();
@@ -136,13 +139,13 @@ ThreadErrorCodeWrapper Thread::StartThread(unsigned long stackSize) {
 }
 
 ThreadErrorCodeWrapper Thread::StartThread(ThreadPriority priority, unsigned long stackSize) {
-    SetThreadPriority(priority);
+    static_cast<void>(SetThreadPriority(priority));
     return CreateThread(stackSize);
 }
 
 ThreadErrorCodeWrapper Thread::StartThread(ThreadPriority priority, unsigned long stackSize, long affinity) {
-    SetThreadPriority(priority);
-    SetAffinity(affinity);
+    static_cast<void>(SetThreadPriority(priority));
+    static_cast<void>(SetAffinity(affinity));
     return CreateThread(stackSize);
 }
 
@@ -153,15 +156,12 @@ Error Thread::ResumeThread() {
 
 Error Thread::JoinThread() {
     const Guard guard(m_monitor);
-    if (IsLive() && m_threadId == GetCurrentThreadId()) {
-        return ERR_UNREACHABLE;
-    }
-    return JoinHeld();
+    return m_threadId == GetCurrentThreadId() ? ERR_UNREACHABLE : JoinHeld();
 }
 
 ThreadErrorCodeWrapper Thread::Join(unsigned long timeoutMs) {
     const ThreadErrorCodeWrapper stopped = BlockUntilStopped(timeoutMs);
-    return static_cast<Error>(stopped) != ERR_OK ? stopped : JoinThread();
+    return stopped != ERR_OK ? stopped : JoinThread();
 }
 
 ThreadErrorCodeWrapper Thread::BlockUntilStarted(unsigned long timeoutMs) {
@@ -203,7 +203,7 @@ Error Thread::Create() {
     attributes.stackSize = m_stackSize;
     attributes.priority = m_priority;
     attributes.affinity = m_affinity;
-    attributes.schedulingPolicy = m_schedulingPolicy;
+    attributes.schedulingPolicy = static_cast<ThreadSchedulingPolicy>(m_schedulingPolicy);
     attributes.name = m_name;
     attributes.detached = m_detached;
     unsigned long threadId = INVALID_THREAD_ID;
@@ -236,8 +236,8 @@ Error Thread::Resume() {
 }
 
 Error Thread::JoinHeld() {
-    while (!m_detached && m_state != THREAD_ENDED) {
-        if (!IsLive()) {
+    while (!m_detached && (m_state != THREAD_ENDED || m_joining)) {
+        if (m_state == THREAD_IDLE || m_state == THREAD_JOINED) {
             return ERR_NOT_READY;
         }
         m_monitor.Wait(INFINITE);
@@ -251,7 +251,7 @@ Error Thread::JoinHeld() {
         }
         return ERR_UNREACHABLE;
     }
-    const Error result = Private::JoinOtherThread(m_handle);
+    const Error result = WaitForTheSystem();
     m_threadId = INVALID_THREAD_ID;
     m_handle = nullptr;
     m_stackBase = 0;
@@ -263,6 +263,20 @@ Error Thread::JoinHeld() {
                      "prior to destroying the thread.",
                      m_name);
     }
+    return result;
+}
+
+Error Thread::WaitForTheSystem() {
+    if (m_threadId == GetCurrentThreadId()) {
+        CloseHandle(m_handle); // The object goes on its own thread's way out, which nobody can wait for here.
+        return ERR_UNREACHABLE;
+    }
+    void* const handle = m_handle;
+    m_joining = true;
+    m_monitor.Unlock();
+    const Error result = Private::JoinOtherThread(handle);
+    m_monitor.Lock();
+    m_joining = false;
     return result;
 }
 

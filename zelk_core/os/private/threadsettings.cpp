@@ -108,7 +108,7 @@ Error Thread::SetThreadSchedulingPolicy(ThreadSchedulingPolicy policy) {
             return error;
         }
     }
-    m_schedulingPolicy = policy;
+    m_schedulingPolicy = policy != THREAD_SCHEDULING_DYNAMIC_BOOST;
     return ERR_OK;
 }
 
@@ -178,7 +178,7 @@ long Thread::GetCurrentAffinity() const {
 
 ThreadSchedulingPolicy Thread::GetThreadSchedulingPolicy() const {
     const Guard guard(m_monitor);
-    return m_schedulingPolicy;
+    return static_cast<ThreadSchedulingPolicy>(m_schedulingPolicy);
 }
 
 unsigned int Thread::GetThreadStackSize() const {
