@@ -15,6 +15,8 @@
 #if defined(PROOF_THREAD_SANITIZER)
 #    include <sanitizer/tsan_interface.h>
 #else
+#    define __tsan_acquire(place)
+#    define __tsan_release(place)
 #    define __tsan_mutex_pre_lock(place, flags)
 #    define __tsan_mutex_post_lock(place, flags, depth)
 #    define __tsan_mutex_pre_unlock(place, flags)
@@ -296,6 +298,7 @@ SystemThread& ThreadOf(HANDLE handle) {
 
 void RunThread(void* argument) {
     const SystemThread& thread = *static_cast<SystemThread*>(argument);
+    __tsan_acquire(argument);
     thread.entry(thread.argument);
 }
 
@@ -314,6 +317,7 @@ std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*entry)(void*), void* a
 
 DWORD ResumeThread(HANDLE handle) {
     ThreadOf(handle).resumed = true;
+    __tsan_release(handle);
     Step("ResumeThread");
     return 1;
 }

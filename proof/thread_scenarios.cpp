@@ -29,7 +29,12 @@ struct Worker : Base {
 
     void Run() override {
         ++runs;
-        AtThreadExit([](void* self) { static_cast<Worker*>(self)->onExit(); }, this);
+        AtThreadExit(
+            [](void* self) {
+                const OnExit exit = static_cast<Worker*>(self)->onExit; // which may destroy the object
+                exit();
+            },
+            this);
     }
 
     OnExit onExit;
@@ -42,6 +47,12 @@ auto MakeWorker(OnExit onExit) {
 }
 
 void DoNothing() {}
+
+constexpr unsigned long NO_LIMIT = 0xFFFFFFFF;
+
+bool IsOk(ThreadErrorCodeWrapper result) {
+    return static_cast<Error>(result) == ERR_OK;
+}
 
 /// For objects whose state anybody may ask for; the exit callback must not keep the owner's join waiting for ever.
 template <class Base>
@@ -64,8 +75,8 @@ void JoinFromOwnExit() {
     auto* const worker = MakeWorker<Base>(
         [&thread] { Check(thread->JoinThread() == ERR_UNREACHABLE, "a thread's join of itself is not unreachable"); });
     thread = worker;
-    worker->CreateThread();
-    Check(static_cast<Error>(worker->BlockUntilStopped(0xFFFFFFFF)) == ERR_OK, "a wait for the end fails");
+    Check(worker->CreateThread() == ERR_OK, "a thread is refused");
+    Check(IsOk(worker->BlockUntilStopped(NO_LIMIT)), "a wait for the end fails");
     Check(worker->JoinThread() == ERR_OK, "a join fails after the thread tried to join itself");
     delete worker;
 }
@@ -73,8 +84,10 @@ void JoinFromOwnExit() {
 template <class Base>
 void JoinTwice() {
     const Services services;
-    auto* const worker = MakeWorker<Base>(DoNothing);
-    worker->CreateThread();
+    Base* thread = nullptr;
+    auto* const worker = MakeWorker<Base>([&thread] { thread->GetThreadState(); });
+    thread = worker;
+    Check(worker->CreateThread() == ERR_OK, "a thread is refused");
     Error results[2];
     {
         const Fork other([&] { results[1] = worker->JoinThread(); });
@@ -95,7 +108,7 @@ void DestroyWithoutJoin(bool suspended) {
         void Run() override {}
     };
     Idle* const idle = new Idle;
-    idle->CreateThread(0, suspended);
+    Check(idle->CreateThread(0, suspended) == ERR_OK, "a thread is refused");
     delete idle;
 }
 
@@ -103,9 +116,9 @@ template <class Base>
 void ResumeWhileOthersWait() {
     const Services services;
     auto* const worker = MakeWorker<Base>(DoNothing);
-    worker->CreateThread(0, true);
+    Check(worker->CreateThread(0, true) == ERR_OK, "a thread is refused");
     {
-        const Fork waiter([worker] { worker->BlockUntilStarted(0xFFFFFFFF); });
+        const Fork waiter([worker] { Check(IsOk(worker->BlockUntilStarted(NO_LIMIT)), "a wait for the start fails"); });
         const Fork resumer([worker] { Check(worker->ResumeThread() == ERR_OK, "a suspended thread is not resumed"); });
     }
     Check(worker->ResumeThread() == ERR_CANNOT_ASSIGN, "a thread is resumed twice");
@@ -132,6 +145,20 @@ PROOF_BOTH_KINDS(DestroyedWithoutJoin, 2, MISUSE, DestroyWithoutJoin<Base>(false
 PROOF_BOTH_KINDS(DestroyedSuspended, 2, MISUSE, DestroyWithoutJoin<Base>(true))
 PROOF_BOTH_KINDS(ResumedWhileOthersWait, 2, SOUND, ResumeWhileOthersWait<Base>())
 
+PROOF_SCENARIO(ThreadOfSystemDestroyedOnItsOwnWayOut, 3, SOUND) {
+    const Services services;
+    std::atomic<bool> gone{false};
+    OfSystem* thread = nullptr;
+    thread = MakeWorker<OfSystem>([&] {
+        delete thread;
+        gone.store(true);
+    });
+    Check(thread->CreateThread() == ERR_OK, "a thread is refused");
+    while (!gone.load()) {
+        Pause();
+    }
+}
+
 PROOF_SCENARIO(DetachedThreadDestroysItself, 2, SOUND) {
     const Services services;
     struct Detached : Thread {
@@ -144,7 +171,7 @@ PROOF_SCENARIO(DetachedThreadDestroysItself, 2, SOUND) {
         std::atomic<bool>& end;
     };
     std::atomic<bool> ended{false};
-    (new Detached(ended))->CreateThread(0, false, true);
+    Check((new Detached(ended))->CreateThread(0, false, true) == ERR_OK, "a thread is refused");
     while (!ended.load()) {
         Pause();
     }
@@ -157,7 +184,7 @@ PROOF_SCENARIO(DetachedThreadIsDestroyedOnceItTells, 2, SOUND) {
         std::atomic<bool> needless{false};
     };
     Detached* const detached = new Detached;
-    detached->CreateThread(0, false, true);
+    Check(detached->CreateThread(0, false, true) == ERR_OK, "a thread is refused");
     while (!detached->needless.load()) {
         Pause();
     }
@@ -179,4 +206,20 @@ PROOF_SCENARIO(DetachedThreadIsCreatedAgain, 2, SOUND) {
     }
     Check(detached->runs.load() == 2, "a detached thread ends before it has run");
     delete detached;
+}
+
+PROOF_SCENARIO(NativeThreadFindsItsOwnHandle, 2, SOUND) {
+    const Services services;
+    struct Results {
+        void* handle = nullptr;
+        unsigned long id = INVALID_THREAD_ID;
+    } results;
+    ThreadAttributes attributes;
+    attributes.affinity = 1;
+    const auto look = [](void* argument) {
+        const Results& found = *static_cast<Results*>(argument);
+        Check(found.handle != nullptr && found.id != INVALID_THREAD_ID, "a new thread finds no handle of its own");
+    };
+    Check(ThreadCreate(attributes, look, &results, results.handle, results.id) == ERR_OK, "a thread is refused");
+    Check(ThreadJoin(results.handle) == ERR_OK, "a join fails");
 }
