@@ -86,8 +86,8 @@ void FileEngine::End(unsigned& pending) {
     WakeAllConditionVariable(&m_ended);
 }
 
-void FileEngine::Complete(FileOperation& operation) {
-    PostQueuedCompletionStatus(m_port, static_cast<DWORD>(operation.InternalHigh), 0, &operation);
+bool FileEngine::Complete(FileOperation& operation) {
+    return PostQueuedCompletionStatus(m_port, static_cast<DWORD>(operation.InternalHigh), 0, &operation);
 }
 
 void FileEngine::WaitFor(const unsigned& pending) {
@@ -104,10 +104,9 @@ void FileEngine::Stop() {
     while (m_pending != 0) {
         m_lock.Wait(m_ended);
     }
-    if (m_thread == 0) {
+    if (m_thread == 0 || !PostQueuedCompletionStatus(m_port, 0, 0, nullptr)) {
         return;
     }
-    PostQueuedCompletionStatus(m_port, 0, 0, nullptr);
     const auto thread = reinterpret_cast<HANDLE>(m_thread);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);

@@ -32,11 +32,13 @@ public:
     bool Begin(unsigned& pending);
     /// Takes back Begin() for an operation that did not start.
     void End(unsigned& pending);
-    /// Completes an operation that had ended well when it was started.
-    void Complete(FileOperation& operation);
+    /// Completes an operation that had ended well when it was started. False when the system refuses; the operation is
+    /// the caller's then.
+    bool Complete(FileOperation& operation);
 
     void WaitFor(const unsigned& pending);
-    /// Waits for all operations and ends the thread; the next operation starts it again.
+    /// Waits for all operations and ends the thread; the next operation starts it again. Where the system refuses the
+    /// message that ends it, the thread stays for the next operation.
     void Stop();
     bool IsOwnThread();
 

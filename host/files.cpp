@@ -1,6 +1,7 @@
 #include <host/fileengine.h>
 #include <memory>
 #include <new>
+#include <stdexcept>
 
 namespace ZelkHost {
 
@@ -100,16 +101,14 @@ Z4::eal_file_status TransferAsync(Z4::eal_file_handle handle, const void* buffer
     }
     // Once it is pending, the operation is the engine's: it may have ended, and be gone, before this call returns.
     const DWORD error = start(file->handle, operation) ? ERROR_SUCCESS : GetLastError();
-    if (error == ERROR_IO_PENDING) {
+    const bool ended = error == ERROR_SUCCESS || error == ERROR_HANDLE_EOF;
+    if (error == ERROR_IO_PENDING || (ended && g_engine.Complete(*operation))) {
         return Z4::EAL_FILE_OK;
     }
-    if (error == ERROR_SUCCESS || error == ERROR_HANDLE_EOF) {
-        g_engine.Complete(*operation);
-        return Z4::EAL_FILE_OK;
-    }
+    // A transfer whose end cannot be told has failed: no completion follows, and the caller may repeat it.
     delete operation;
     g_engine.End(file->pending);
-    return StatusOf(error);
+    return ended ? Z4::EAL_FILE_HOST_SPECIFIC : StatusOf(error);
 }
 
 bool IsValidMode(unsigned mode) {
@@ -206,7 +205,7 @@ Z4::eal_file_status Z4_CDECL Open(const char* path, unsigned mode, Z4::eal_file_
     }
     *handle = file.release();
     return Z4::EAL_FILE_OK;
-} catch (const std::bad_alloc&) {
+} catch (const std::exception&) { // no memory, or a path that is longer than any string
     return Z4::EAL_FILE_HOST_SPECIFIC;
 }
 
@@ -275,7 +274,7 @@ unsigned char Z4_CDECL Exists(const char* path) try {
     }
     const DWORD attributes = GetFileAttributesW(wide.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-} catch (const std::bad_alloc&) {
+} catch (const std::exception&) {
     return 0;
 }
 

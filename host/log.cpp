@@ -22,7 +22,8 @@ constinit InitCount g_uses;
 
 // Never destroyed: messages may come after the end of main.
 Log& GetLog() {
-    static Log& log = *new Log;
+    alignas(Log) static unsigned char storage[sizeof(Log)];
+    static Log& log = *::new (static_cast<void*>(storage)) Log; // needs no memory that could be refused
     return log;
 }
 

@@ -49,6 +49,21 @@ public:
         Open(id).name = name;
     }
 
+    /// Writes a line for each context that holds blocks; returns their number. Takes no memory.
+    std::size_t ReportBlocks() {
+        const std::lock_guard guard(m_lock);
+        std::size_t blocks = 0;
+        for (const auto& [id, context] : m_contexts) {
+            if (context.statistics.blocks != 0) {
+                Report("zelk_host: context 0x%08X (%s) holds %u blocks, %u bytes\n", static_cast<unsigned>(id),
+                       context.name.c_str(), static_cast<unsigned>(context.statistics.blocks),
+                       static_cast<unsigned>(context.statistics.bytes));
+                blocks += context.statistics.blocks;
+            }
+        }
+        return blocks;
+    }
+
     MemoryStatistics Statistics(int id) {
         const std::lock_guard guard(m_lock);
         const auto context = m_contexts.find(id);
@@ -110,9 +125,11 @@ int Z4_CDECL Init(unsigned version) {
     return CheckVersion("memory", version, Z4::EAL_MEM_VERSION);
 }
 
-int Z4_CDECL Shutdown() {
+int Z4_CDECL Shutdown() try {
     g_uses.Leave([] { ReportLeaks(); });
     return 0;
+} catch (const std::bad_alloc&) {
+    return -1; // no ledger could be made, so no block was handed out
 }
 
 void* Z4_CDECL Allocate(std::size_t size, std::size_t alignment, unsigned, int id) try {
@@ -148,8 +165,10 @@ void* Z4_CDECL Reallocate(void* pointer, std::size_t size, std::size_t alignment
     return moved;
 }
 
-void Z4_CDECL NameId(int id, const char* name) {
+void Z4_CDECL NameId(int id, const char* name) try {
     GetLedger().Name(id, name != nullptr ? name : "");
+} catch (const std::bad_alloc&) {
+    // Without memory for it the name is dropped: it only serves reports.
 }
 
 } // namespace
@@ -181,16 +200,7 @@ std::vector<MemoryContext> GetMemoryContexts() {
 }
 
 std::size_t ReportLeaks() {
-    std::size_t blocks = 0;
-    for (const MemoryContext& context : GetMemoryContexts()) {
-        if (context.statistics.blocks != 0) {
-            Report("zelk_host: context 0x%08X (%s) holds %u blocks, %u bytes\n", static_cast<unsigned>(context.id),
-                   context.name.c_str(), static_cast<unsigned>(context.statistics.blocks),
-                   static_cast<unsigned>(context.statistics.bytes));
-            blocks += context.statistics.blocks;
-        }
-    }
-    return blocks;
+    return GetLedger().ReportBlocks();
 }
 
 std::size_t FailAllocations(std::size_t first, std::size_t count) {

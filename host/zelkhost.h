@@ -59,7 +59,7 @@ struct MemoryStatistics {
 
 struct MemoryContext {
     int id;
-    std::string name; ///< as given to `name_id`; empty when none was
+    std::string name; ///< as given to `name_id`; empty when none was, or no memory for it
     MemoryStatistics statistics;
 };
 

@@ -37,6 +37,38 @@ function(zelk_seeded_fault name)
     set_tests_properties(seeded_${name} PROPERTIES PASS_REGULAR_EXPRESSION "${seed_FOUND}" TIMEOUT 120)
 endfunction()
 
+zelk_seeded_fault(start_lets_others_pass
+    FILE base/private/startcount.h
+    TEXT "            start();"
+    REPLACEMENT "            Unlock(); start(); Lock();"
+    SOURCES proof/lifecycle_scenarios.cpp zelk_core/base/private/core.cpp zelk_core/os/private/lifecycle.cpp
+    SANITIZER address SCENARIO OsServiceOfTwoThreads FOUND "FAULT: ")
+
+zelk_seeded_fault(stop_lets_others_pass
+    FILE base/private/startcount.h
+    TEXT "            stop();"
+    REPLACEMENT "            Unlock(); stop(); Lock();"
+    SOURCES proof/lifecycle_scenarios.cpp zelk_core/base/private/core.cpp zelk_core/os/private/lifecycle.cpp
+    SANITIZER address SCENARIO OsServiceOfTwoThreads FOUND "FAULT: ")
+
+zelk_seeded_fault(start_count_releases_nothing
+    FILE base/private/startcount.h
+    TEXT "store(false, std::memory_order_release)"
+    REPLACEMENT "store(false, std::memory_order_relaxed)"
+    SOURCES proof/lifecycle_scenarios.cpp zelk_core/base/private/core.cpp zelk_core/os/private/lifecycle.cpp
+    SANITIZER thread SCENARIO OsServiceBesideAnotherPair FOUND "ThreadSanitizer: data race")
+
+# An atomic count of its own does not order the calls of the host that follow from it.
+zelk_seeded_fault(core_count_is_atomic_only
+    FILE base/private/core.cpp
+    TEXT "constinit StartCount g_core;"
+    REPLACEMENT "struct {
+        std::atomic<unsigned> count{0};
+        template <class F> void Take(F f) { if (count.fetch_add(1) == 0) f(); }
+        template <class F> void Release(F f) { if (count.fetch_sub(1) == 1) f(); }
+    } g_core;"
+    SANITIZER address SCENARIO OsServiceBesideAnotherPair FOUND "FAULT: a host table's init and shutdown do not alternate")
+
 zelk_seeded_fault(barrier_trusts_a_wake_up
     FILE os/private/threadbarrier.cpp
     TEXT [=[while (m_generation == generation)]=]
@@ -181,9 +213,8 @@ zelk_seeded_fault(ealthread_run_is_pure
 
 zelk_seeded_fault(ealthread_is_waited_for_with_its_lock_held
     FILE eal_utils/private/ealthread.cpp
-    TEXT "    m_joining = true;
-    m_monitor.Unlock();"
-    REPLACEMENT "    m_monitor.Lock();"
+    TEXT "    m_joining = true;"
+    REPLACEMENT "    m_joining = true; struct { void Lock() {} void Unlock() {} } m_monitor;"
     SANITIZER address SCENARIO ThreadOfHostAskedWhileJoined FOUND "FAULT: deadlock")
 
 zelk_seeded_fault(ealthread_is_joined_by_two_at_once

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <host/zelkhost.h>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -209,6 +210,57 @@ TEST(HostFiles, TheLastShutdownEndsTheThreadAndTheNextOperationStartsAnother) {
         g_table.shutdown();
         CloseHandle(thread);
     }
+}
+
+// This program's own entries for two of the system's functions.
+extern "C" decltype(&ReadFile) g_importedRead __asm__("__imp__ReadFile@20");
+extern "C" decltype(&PostQueuedCompletionStatus) g_importedPost __asm__("__imp__PostQueuedCompletionStatus@16");
+
+static BOOL WINAPI ReadAtOnce(HANDLE, void*, DWORD, DWORD*, OVERLAPPED*) {
+    return TRUE;
+}
+
+static BOOL WINAPI RefusePost(HANDLE, DWORD, ULONG_PTR, OVERLAPPED*) {
+    return FALSE;
+}
+
+/// While it lives, `entry` leads to `function`.
+template <class Function>
+class Diversion {
+public:
+    Diversion(Function& entry, Function function) : m_entry(entry) {
+        DWORD protection = 0;
+        VirtualProtect(&entry, sizeof(entry), PAGE_READWRITE, &protection);
+        m_previous = std::exchange(entry, function);
+    }
+    ~Diversion() { m_entry = m_previous; }
+    Diversion(const Diversion&) = delete;
+    Diversion& operator=(const Diversion&) = delete;
+
+private:
+    Function& m_entry;
+    Function m_previous;
+};
+
+TEST(HostFiles, WhatTheSystemWillNotQueueFailsAndNothingWaitsForIt) {
+    const TemporaryFile name;
+    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    Completions completions;
+    char byte = 0;
+    const auto read = [&] { return g_table.read_async(file, &byte, 1, 0, Completions::Complete, &completions); };
+    g_table.init(Z4::EAL_FILE_VERSION);
+    {
+        const Diversion reading(g_importedRead, ReadAtOnce);
+        EXPECT_EQ(read(), Z4::EAL_FILE_OK);
+        EXPECT_TRUE(completions.WaitFor(1));
+        const Diversion posting(g_importedPost, RefusePost);
+        EXPECT_EQ(read(), Z4::EAL_FILE_HOST_SPECIFIC);
+        g_table.shutdown();
+    }
+    EXPECT_EQ(read(), Z4::EAL_FILE_OK);
+    EXPECT_TRUE(completions.WaitFor(2));
+    file.Close();
+    EXPECT_EQ(completions.m_count, 2u);
 }
 
 TEST(HostFiles, OpenModesDoWhatTheySay) {

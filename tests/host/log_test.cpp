@@ -126,7 +126,7 @@ TEST(HostLog, TheLibrarysMessagesArrive) {
     const CapturedError error;
     ZelkHost::Install();
     unsigned long flag = 0;
-    Z4::EalAssertWithMessage(5, "a == b", "some/file", 9, &flag, "differ");
+    EXPECT_EQ(Z4::EalAssertWithMessage(5, "a == b", "some/file", 9, &flag, "differ"), IsDebuggerPresent() != 0);
     EXPECT_THAT(error.Text(), HasSubstr("some/file(9): assertion failed in context 0x00000005: a == b: "));
 }
 

@@ -1,11 +1,29 @@
 #include "capture.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <host/zelkhost.h>
+#include <new>
 #include <thread>
 #include <vector>
+
+namespace {
+std::atomic<bool> g_heapRefuses;
+} // namespace
+
+// The language's own heap, which the host takes its records from.
+Z4_NOINLINE void* operator new(std::size_t size) {
+    void* const block = g_heapRefuses ? nullptr : std::malloc(size);
+    return block != nullptr ? block : throw std::bad_alloc();
+}
+Z4_NOINLINE void operator delete(void* block) noexcept {
+    std::free(block);
+}
+Z4_NOINLINE void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
 
 namespace {
 
@@ -218,6 +236,29 @@ TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
     EXPECT_EQ(ZelkHost::ReportLeaks(), 1u);
     m_table.free(block);
     EXPECT_EQ(ZelkHost::ReportLeaks(), 0u);
+}
+
+TEST_P(Memory, NoSlotLetsARefusalOut) {
+    const int id = ID + 256 * (1 + static_cast<int>(GetParam()));
+    const std::string name(100, 'n');
+    const std::string path = ZelkTest::TemporaryFile().Utf8();
+    char* const block = Allocate(8, 4);
+    m_table.init(Z4::EAL_MEM_VERSION);
+    Z4::eal_file_handle file = nullptr;
+    g_heapRefuses = true;
+    m_table.name_id(id, name.c_str());
+    char* const refused = Allocate(8, 4, id + 1);
+    m_table.shutdown(); // reports the block
+    const Z4::eal_file_status status = ZelkHost::FileTable().open(path.c_str(), Z4::EAL_FILE_READ, &file);
+    const bool exists = ZelkHost::FileTable().exists(path.c_str()) != 0;
+    const Z4::eal_thread_handle thread = ZelkHost::ThreadTable().create(
+        id, 0, Z4::EAL_THREAD_PRIORITY_NORMAL, [](void*) {}, nullptr);
+    g_heapRefuses = false;
+    EXPECT_EQ(refused, nullptr);
+    EXPECT_EQ(status, Z4::EAL_FILE_HOST_SPECIFIC);
+    EXPECT_FALSE(exists);
+    EXPECT_EQ(thread, nullptr);
+    m_table.free(block);
 }
 
 TEST_P(MemoryDeathTest, MisusedPointersAbort) {

@@ -100,13 +100,17 @@ Balance LeftBehind() {
 void InstallHost(bool guardStart) {
     g_guardStart = guardStart;
     InstallMemory(guardStart);
+    Z4::SetEalInterface(LogTable());
+}
+
+Z4::eal_log_dll_interface LogTable() {
     Z4::eal_log_dll_interface log{};
     log.init = CaptureSlots::Init;
     log.shutdown = CaptureSlots::Shutdown;
     log.is_enabled = CaptureSlots::IsEnabled;
     log.assert_message = CaptureSlots::Assert;
     log.vprint = CaptureSlots::Print;
-    Z4::SetEalInterface(log);
+    return log;
 }
 
 void ReinstallHost() {

@@ -41,6 +41,9 @@ private:
 /// Installs the test program's own tables. `guardStart` chooses the side of the inaccessible page.
 void InstallHost(bool guardStart);
 
+/// The log table among them.
+Z4::eal_log_dll_interface LogTable();
+
 /// Puts the program's own tables back after a test that installed others.
 void ReinstallHost();
 

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <malloc.h>
 
 namespace ZelkTest {
@@ -37,11 +38,10 @@ void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
 }
 
 void Free(void* block) {
-    if (block != nullptr) {
-        --g_blocks;
-        g_bytes -= malloc_usable_size(block);
-        std::free(block);
-    }
+    ASSERT_NE(block, nullptr) << "The host's free() never gets null.";
+    --g_blocks;
+    g_bytes -= malloc_usable_size(block);
+    std::free(block);
 }
 
 void* Realloc(void* block, std::size_t size, std::size_t alignment) {

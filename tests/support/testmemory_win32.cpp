@@ -1,15 +1,28 @@
 #include "testhost.h"
 
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <host/zelkhost.h>
 #include <zelk_core/base/ealid.h>
 
 namespace ZelkTest {
 
+namespace {
+
+void Z4_CDECL Free(void* block) {
+    EXPECT_NE(block, nullptr) << "The host's free() never gets null.";
+    ZelkHost::MemoryTable().free(block);
+}
+
+} // namespace
+
 void InstallMemory(bool guardStart) {
     ZelkHost::Options options;
     options.memoryMode = guardStart ? ZelkHost::MemoryMode::GUARD_START : ZelkHost::MemoryMode::GUARD_END;
     ZelkHost::Install(options);
+    Z4::eal_mem_dll_interface memory = ZelkHost::MemoryTable();
+    memory.free = Free;
+    Z4::SetEalInterface(memory);
 }
 
 Balance OutstandingMemory() {

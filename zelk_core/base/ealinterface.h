@@ -3,8 +3,10 @@
 /// and network. The host fills the records, installs them all once, and only then starts the library's services.
 ///
 /// The library calls a slot without testing it for null: a host fills every slot that the services it starts reach.
-/// Slots named `reserved` are kept but never called and may be null. Except where said, a slot may be called from any
-/// thread. The order of the slots is interface: version numbers go up when it changes.
+/// A library built with its contract checks reports the first call of a null slot before the program faults there; with
+/// no log table it stops in the debugger. No `init`, `shutdown` or `name_id` may start or shut down a service of the
+/// library. Slots named `reserved` are kept but never called and may be null. Except where said, a slot may be called
+/// from any thread. The order of the slots is interface: version numbers go up when it changes.
 #pragma once
 
 #include <cstdarg>
@@ -37,6 +39,7 @@ struct eal_mem_dll_interface {
     /// `alignment`. Null leaves the old block as it was.
     void*(Z4_CDECL* realloc)(void* pointer, std::size_t size, std::size_t alignment);
     eal_reserved_slot reserved5;
+    /// `pointer` is never null.
     void(Z4_CDECL* free)(void* pointer);
     eal_reserved_slot reserved7to16[10];
     /// Attaches a name to a context. `name` must be copied if it is to be kept.
@@ -53,7 +56,8 @@ struct eal_log_dll_interface {
     /// Non-zero when a message of `level` (see EalLogLevel) for context `id` would be printed.
     unsigned char(Z4_CDECL* is_enabled)(int id, unsigned level);
     /// A failed assertion with its finished message. `line2` is always 0; `ignore_flag` may be null, and is the host's
-    /// to read or set. The answer goes to whoever asserted.
+    /// to read or set. The answer goes to whoever asserted. Broken contracts are reported here before `init` and after
+    /// `shutdown` too.
     unsigned char(Z4_CDECL* assert_message)(int id, const char* expression, const char* message, const char* file,
                                             unsigned long line, unsigned long line2, unsigned long* ignore_flag);
     /// Formats (printf rules) and emits one message. `file` is the path below the library's root, without extension.

@@ -38,7 +38,7 @@ enum Error : int {
 };
 
 /// An English sentence for `error`, static, never null; values outside the enumeration have a text of their own.
-Z4_API const char* GetErrorString(Error error);
+[[nodiscard]] Z4_API const char* GetErrorString(Error error);
 
 namespace Private {
 
@@ -68,7 +68,7 @@ private:
 
 /// The Error for a number from `WSAGetLastError`; unknown numbers are ERR_UNHANDLED. Would-block is ERR_NOT_READY,
 /// so that it differs from an operation under way (ERR_IN_PROGRESS).
-Z4_API Error TranslateSocketError(int number);
+[[nodiscard]] Z4_API Error TranslateSocketError(int number);
 
 } // namespace Private
 
@@ -95,7 +95,7 @@ bool operator==(ThreadErrorCodeWrapper, Private::ErrorCodeWrapper) = delete;
 class EalFile {
 public:
     /// Unknown numbers are ERR_UNHANDLED.
-    Z4_API static Private::ErrorCodeWrapper TranslateError(eal_file_status status);
+    [[nodiscard]] Z4_API static Private::ErrorCodeWrapper TranslateError(eal_file_status status);
 };
 
 } // namespace Z4

@@ -57,62 +57,62 @@ public:
 
     /// FNV-1a, 32 bits, offset basis 0x811C9DC5 (Fowler, Noll and Vo, "The FNV Non-Cryptographic Hash Algorithm").
     /// Nothing hashes to the offset basis.
-    Z4_API static std::uint32_t FNV32(const unsigned char* buffer, unsigned size);
+    [[nodiscard]] Z4_API static std::uint32_t FNV32(const unsigned char* buffer, unsigned size);
     /// @return the hash in the lower 32 bits, and the length of the string in the upper: convert it to 32 bits to
     /// compare it with the other forms.
-    Z4_API static std::uint64_t FNV32(const char* string);
-    Z4_API static std::uint32_t FNV32(const wchar_t* string);
+    [[nodiscard]] Z4_API static std::uint64_t FNV32(const char* string);
+    [[nodiscard]] Z4_API static std::uint32_t FNV32(const wchar_t* string);
 
     /// FNV-1a, 64 bits, offset basis 0xCBF29CE484222325 (source as FNV32).
-    Z4_API static std::uint64_t FNV64(const unsigned char* buffer, unsigned size);
-    Z4_API static std::uint64_t FNV64(const char* string);
-    Z4_API static std::uint64_t FNV64(const wchar_t* string);
+    [[nodiscard]] Z4_API static std::uint64_t FNV64(const unsigned char* buffer, unsigned size);
+    [[nodiscard]] Z4_API static std::uint64_t FNV64(const char* string);
+    [[nodiscard]] Z4_API static std::uint64_t FNV64(const wchar_t* string);
 
     /// The rotating hash (after Knuth, "The Art of Computer Programming", volume 3, section 6.4): each byte rotates the
     /// value left by 4 bits and is xored in. `seed` is the first value, so that a result continues over the next piece;
     /// nothing hashes to `seed`.
-    Z4_API static std::uint32_t Knuth(const unsigned char* buffer, unsigned size, std::uint32_t seed = 0);
-    Z4_API static std::uint32_t Knuth(const char* string, std::uint32_t seed = 0);
-    Z4_API static std::uint32_t Knuth(const wchar_t* string, std::uint32_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint32_t Knuth(const unsigned char* buffer, unsigned size, std::uint32_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint32_t Knuth(const char* string, std::uint32_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint32_t Knuth(const wchar_t* string, std::uint32_t seed = 0);
 
     /// xxHash, 32 bits (Collet, "xxHash fast digest algorithm").
-    Z4_API static std::uint32_t XXH32(const unsigned char* buffer, unsigned size, std::uint32_t seed = 0);
-    Z4_API static std::uint32_t XXH32(const char* string, std::uint32_t seed = 0);
-    Z4_API static std::uint32_t XXH32(const wchar_t* string, std::uint32_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint32_t XXH32(const unsigned char* buffer, unsigned size, std::uint32_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint32_t XXH32(const char* string, std::uint32_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint32_t XXH32(const wchar_t* string, std::uint32_t seed = 0);
 
     /// xxHash, 64 bits (source as XXH32). The seed has 64 bits, too.
-    Z4_API static std::uint64_t XXH64(const unsigned char* buffer, unsigned size, std::uint64_t seed = 0);
-    Z4_API static std::uint64_t XXH64(const char* string, std::uint64_t seed = 0);
-    Z4_API static std::uint64_t XXH64(const wchar_t* string, std::uint64_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint64_t XXH64(const unsigned char* buffer, unsigned size, std::uint64_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint64_t XXH64(const char* string, std::uint64_t seed = 0);
+    [[nodiscard]] Z4_API static std::uint64_t XXH64(const wchar_t* string, std::uint64_t seed = 0);
 
     /// lookup2 with an initial value of 0 (Jenkins, "Algorithm Alley: Hash Functions", Dr. Dobb's Journal, September
     /// 1997; public domain source lookup2.c).
-    Z4_API static std::uint32_t Dobbs(const unsigned char* buffer, unsigned size);
-    Z4_API static std::uint32_t Dobbs(const char* string);
-    Z4_API static std::uint32_t Dobbs(const wchar_t* string);
+    [[nodiscard]] Z4_API static std::uint32_t Dobbs(const unsigned char* buffer, unsigned size);
+    [[nodiscard]] Z4_API static std::uint32_t Dobbs(const char* string);
+    [[nodiscard]] Z4_API static std::uint32_t Dobbs(const wchar_t* string);
 
     /// SuperFastHash (Hsieh, "Hash functions", 2004) with two differences: the last byte of an odd size counts as
     /// unsigned, and the final mixing has five steps of its own. Values therefore differ from the published ones.
     /// Nothing hashes to 0.
-    Z4_API static std::uint32_t Fast(const unsigned char* buffer, unsigned size);
-    Z4_API static std::uint32_t Fast(const char* string);
-    Z4_API static std::uint32_t Fast(const wchar_t* string);
+    [[nodiscard]] Z4_API static std::uint32_t Fast(const unsigned char* buffer, unsigned size);
+    [[nodiscard]] Z4_API static std::uint32_t Fast(const char* string);
+    [[nodiscard]] Z4_API static std::uint32_t Fast(const wchar_t* string);
 
     /// CRC-32 of IEEE 802.3, as zlib's crc32: reflected, polynomial 0x04C11DB7, inverted before and after. `crc` is the
     /// result over the data before, 0 at the start: the CRC of a whole equals that of its pieces one after the other.
     /// Processors with carry-less multiplication fold 64 bytes a step (Gopal and others, "Fast CRC Computation for
     /// Generic Polynomials Using PCLMULQDQ Instruction", Intel, 2009); others slice by four (Kounavis and Berry, "A
     /// Systematic Approach to Building High Performance Software-based CRC Generators", 2005).
-    Z4_API static std::uint32_t CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc = 0);
-    Z4_API static std::uint32_t CRC(const char* string, std::uint32_t crc = 0);
+    [[nodiscard]] Z4_API static std::uint32_t CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc = 0);
+    [[nodiscard]] Z4_API static std::uint32_t CRC(const char* string, std::uint32_t crc = 0);
     /// A string that is not aligned to 4 bytes gives the same value, and one warning to the host's log table, which
     /// must be installed for such strings.
-    Z4_API static std::uint32_t CRC(const wchar_t* string, std::uint32_t crc = 0);
+    [[nodiscard]] Z4_API static std::uint32_t CRC(const wchar_t* string, std::uint32_t crc = 0);
 
     /// The same over a table of CreateCrcTable, byte by byte. `crc` has no default, so that a literal 0 in third place
     /// stays a CRC and never becomes a null table.
-    Z4_API static std::uint32_t CRC(const unsigned char* buffer, unsigned size, const std::uint32_t table[256],
-                                    std::uint32_t crc);
+    [[nodiscard]] Z4_API static std::uint32_t CRC(const unsigned char* buffer, unsigned size,
+                                                  const std::uint32_t table[256], std::uint32_t crc);
 
     /// Fills `table` for a reflected CRC of 32 bits over any polynomial, given with its highest power in the highest
     /// bit and x^32 left out: 0x04C11DB7 gives the table that CRC uses.
@@ -121,7 +121,7 @@ public:
     /// A hash for names, usable at compile time: from the last character to the first, with the table of CRC-32,
     /// value = table[c] xor ((c * 256) + value), c signed in the sum. `seed` is the first value. Only the first 50
     /// characters count: names that agree in them are equal.
-    static constexpr std::uint32_t CTCRC(const char* string, std::uint32_t seed) {
+    [[nodiscard]] static constexpr std::uint32_t CTCRC(const char* string, std::uint32_t seed) {
         int length = 0;
         while (string != nullptr && length < 50 && string[length] != '\0') {
             ++length;
@@ -137,7 +137,7 @@ public:
 
     /// CRC-32, usable at compile time: as CRC, but `seed` is the register itself, not inverted. Hence
     /// CTCRC32B(s, 0xFFFFFFFF) equals CRC(s), and the empty string gives the complement of `seed`.
-    static constexpr std::uint32_t CTCRC32B(const char* string, std::uint32_t seed) {
+    [[nodiscard]] static constexpr std::uint32_t CTCRC32B(const char* string, std::uint32_t seed) {
         std::uint32_t crc = seed;
         for (const char* p = string; p != nullptr && *p != '\0'; ++p) {
             crc = Private::CrcStepByte(crc, static_cast<unsigned char>(*p), Private::CRC_TABLE.entries);

@@ -14,7 +14,7 @@ namespace Z4 {
 namespace Private {
 
 /// The host's `alloc` with its flag 0, and the host's `free`. Any thread, as far as the host allows.
-Z4_API void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId);
+[[nodiscard]] Z4_API void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId);
 Z4_API void FreeToHost(void* pointer);
 
 } // namespace Private

@@ -8,8 +8,8 @@
 namespace Z4 {
 
 /// The first of nested calls takes one start of the core and then starts the host's network table; the last
-/// ShutdownOS() undoes both in reverse order. The count is atomic; a caller that is not the first does not wait for the
-/// first one's work to end.
+/// ShutdownOS() undoes both in reverse order. Any thread; a caller that is not the first waits until the first start is
+/// complete, and until a shut-down under way is over. The host's network table must not call back into these two.
 Z4_API void InitializeOS();
 Z4_API void ShutdownOS();
 

@@ -1,29 +1,28 @@
 #include <zelk_core/base/private/core.h>
 #include <zelk_core/base/private/eal.h>
+#include <zelk_core/base/private/startcount.h>
 
 namespace Z4::Private {
 
 namespace {
-constinit unsigned g_coreCount = 0;
+constinit StartCount g_core;
 } // namespace
 
 void TakeCore() {
-    if (++g_coreCount != 1) {
-        return;
-    }
-    // Logging is up first and down last, so that the memory table can use it.
-    g_log.init(EAL_LOG_VERSION);
-    g_mem.init(EAL_MEM_VERSION);
-    g_mem.name_id(EAL_ID_VOID, "EAL_ID_VOID");
-    g_mem.name_id(EAL_ID_ZELK_CORE, "QM Zelk");
+    g_core.Take([] {
+        // Logging is up first and down last, so that the memory table can use it.
+        Z4_SLOT(g_log.init)(EAL_LOG_VERSION);
+        Z4_SLOT(g_mem.init)(EAL_MEM_VERSION);
+        Z4_SLOT(g_mem.name_id)(EAL_ID_VOID, "EAL_ID_VOID");
+        Z4_SLOT(g_mem.name_id)(EAL_ID_ZELK_CORE, "QM Zelk");
+    });
 }
 
 void ReleaseCore() {
-    if (--g_coreCount != 0) {
-        return;
-    }
-    g_mem.shutdown();
-    g_log.shutdown();
+    g_core.Release([] {
+        Z4_SLOT(g_mem.shutdown)();
+        Z4_SLOT(g_log.shutdown)();
+    });
 }
 
 } // namespace Z4::Private

@@ -1,8 +1,16 @@
-// The way to the host's tables for every room: the tables as installed, called without a test for null.
+// The way to the host's tables for every room: the tables as installed.
 #pragma once
 
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/ealinterface.h>
+
+/// A slot that is about to be called, `Z4_SLOT(g_net.init)(version)`, by this name everywhere. Null is reported, with
+/// the slot's name, where contracts are checked; called it is all the same.
+#define Z4_SLOT(slot)                                                                                            \
+    (Z4_ASSERT(slot != nullptr, "The host installs its tables before it starts a service, and fills every slot " \
+                                "that the service reaches."),                                                    \
+     (slot))
 
 namespace Z4::Private {
 
@@ -12,14 +20,15 @@ extern constinit eal_file_dll_interface g_file;
 extern constinit eal_thread_dll_interface g_thread;
 extern constinit eal_net_dll_interface g_net;
 
-inline void* MemAlloc(std::size_t size, std::size_t alignment) {
-    return g_mem.alloc(size, alignment, 0, EAL_ID_ZELK_CORE);
+[[nodiscard]] inline void* MemAlloc(std::size_t size, std::size_t alignment) {
+    return Z4_SLOT(g_mem.alloc)(size, alignment, 0, EAL_ID_ZELK_CORE);
 }
-inline void* MemRealloc(void* pointer, std::size_t size, std::size_t alignment) {
-    return g_mem.realloc(pointer, size, alignment);
+[[nodiscard]] inline void* MemRealloc(void* pointer, std::size_t size, std::size_t alignment) {
+    return Z4_SLOT(g_mem.realloc)(pointer, size, alignment);
 }
+/// Never null, as in all calls of the host's `free`.
 inline void MemFree(void* pointer) {
-    g_mem.free(pointer);
+    Z4_SLOT(g_mem.free)(pointer);
 }
 
 } // namespace Z4::Private

@@ -5,11 +5,11 @@
 namespace Z4::Private {
 
 void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId) {
-    return g_mem.alloc(size, alignment, 0, contextId);
+    return Z4_SLOT(g_mem.alloc)(size, alignment, 0, contextId);
 }
 
 void FreeToHost(void* pointer) {
-    g_mem.free(pointer);
+    Z4_SLOT(g_mem.free)(pointer);
 }
 
 } // namespace Z4::Private

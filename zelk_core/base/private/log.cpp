@@ -5,12 +5,12 @@
 namespace Z4 {
 
 void Private::Log(EalLogLevel level, const char* file, unsigned long line, const char* format, ...) {
-    if (g_log.is_enabled(EAL_ID_ZELK_CORE, level) == 0) {
+    if (Z4_SLOT(g_log.is_enabled)(EAL_ID_ZELK_CORE, level) == 0) {
         return;
     }
     va_list arguments;
     va_start(arguments, format);
-    g_log.vprint(EAL_ID_ZELK_CORE, level, file, line, format, arguments);
+    Z4_SLOT(g_log.vprint)(EAL_ID_ZELK_CORE, level, file, line, format, arguments);
     va_end(arguments);
 }
 
@@ -21,7 +21,7 @@ bool EalAssertWithMessage(int id, const char* expression, const char* file, unsi
     va_start(arguments, format);
     StrFormat::vsnprintf(message, sizeof(message), format, arguments);
     va_end(arguments);
-    return Private::g_log.assert_message(id, expression, message, file, line, 0, ignoreFlag) != 0;
+    return Z4_SLOT(Private::g_log.assert_message)(id, expression, message, file, line, 0, ignoreFlag) != 0;
 }
 
 } // namespace Z4

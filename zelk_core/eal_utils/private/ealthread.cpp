@@ -132,7 +132,7 @@ Error EalThread::Create(unsigned int stackSize) {
     Z4_ASSERT(stackSize == 0 || stackSize >= MIN_THREAD_STACK_SIZE,
               "A thread's stack size is in bytes: 0 for the default, else at least MIN_THREAD_STACK_SIZE.");
     SetState(THREAD_STARTING);
-    m_handle = Private::g_thread.create(m_id.GetId(), stackSize, m_priority, Enter, this);
+    m_handle = Z4_SLOT(Private::g_thread.create)(m_id.GetId(), stackSize, m_priority, Enter, this);
     return ERR_OK;
 }
 
@@ -176,7 +176,7 @@ void EalThread::WaitForTheHost() {
     const eal_thread_handle handle = m_handle;
     m_joining = true;
     m_monitor.Unlock();
-    Private::g_thread.join(handle);
+    Z4_SLOT(Private::g_thread.join)(handle);
     m_monitor.Lock();
     m_joining = false;
 }

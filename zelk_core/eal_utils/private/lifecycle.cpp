@@ -6,13 +6,13 @@ namespace Z4 {
 
 void InitializeEalUtils() {
     Private::TakeCore();
-    Private::g_file.init(EAL_FILE_VERSION);
-    Private::g_thread.init(EAL_THREAD_VERSION);
+    Z4_SLOT(Private::g_file.init)(EAL_FILE_VERSION);
+    Z4_SLOT(Private::g_thread.init)(EAL_THREAD_VERSION);
 }
 
 void ShutdownEalUtils() {
-    Private::g_thread.shutdown();
-    Private::g_file.shutdown();
+    Z4_SLOT(Private::g_thread.shutdown)();
+    Z4_SLOT(Private::g_file.shutdown)();
     Private::ReleaseCore();
 }
 

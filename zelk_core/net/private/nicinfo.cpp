@@ -54,6 +54,13 @@ T* Allocate(std::size_t count) {
     return static_cast<T*>(Private::MemAlloc(count * sizeof(T), alignof(T)));
 }
 
+/// What Allocate() returned, null included.
+void Release(void* block) {
+    if (block != nullptr) {
+        Private::MemFree(block);
+    }
+}
+
 char* CopyName(const char* name) {
     const std::size_t size = std::strlen(name) + 1;
     char* const copy = Allocate<char>(size);
@@ -128,10 +135,10 @@ NICInfo::NICInfo() : m_count(0), m_entries(nullptr) {
 
 NICInfo::~NICInfo() {
     for (std::uint32_t i = 0; i < m_count; ++i) {
-        Private::MemFree(m_entries[i].m_addresses);
-        Private::MemFree(m_entries[i].m_name);
+        Release(m_entries[i].m_addresses);
+        Release(m_entries[i].m_name);
     }
-    Private::MemFree(m_entries);
+    Release(m_entries);
 }
 
 } // namespace Z4

@@ -1,3 +1,4 @@
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/private/core.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/os/lifecycle.h>
@@ -40,6 +41,7 @@ void InitializeDbgHelpService(bool loadSymbols) {
 }
 
 void ShutdownDbgHelpService() {
+    Z4_ASSERT(g_uses != 0, Private::SHUTDOWN_DUTY);
     if (--g_uses != 0) {
         return;
     }

@@ -1,3 +1,4 @@
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/private/core.h>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/random/lifecycle.h>
@@ -19,6 +20,7 @@ void InitializeRandomService() {
 }
 
 void ShutdownRandomService() {
+    Z4_ASSERT(g_randomCount != 0, Private::SHUTDOWN_DUTY);
     if (--g_randomCount != 0) {
         return;
     }

@@ -1,3 +1,4 @@
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/private/core.h>
 #include <zelk_core/services/runtimetype/classfactory.h>
 #include <zelk_core/services/runtimetype/lifecycle.h>
@@ -24,6 +25,7 @@ void InitializeRuntimeTypeService() {
 }
 
 void ShutdownRuntimeTypeService() {
+    Z4_ASSERT(g_serviceCount != 0, Private::SHUTDOWN_DUTY);
     if (--g_serviceCount != 0) {
         return;
     }
