@@ -29,13 +29,13 @@ PROOF_SCENARIO(OsServiceOfTwoThreads, 3, SOUND) {
     UseOs();
 }
 
-PROOF_SCENARIO(OsServiceOfThreeThreads, 2, SOUND) {
+PROOF_SCENARIO(OsServiceOfThreeThreads, 3, SOUND) {
     const Fork second(UseOs);
     const Fork third(UseOs);
     UseOs();
 }
 
-PROOF_SCENARIO(OsServiceTwiceWhileAnotherStopsIt, 2, SOUND) {
+PROOF_SCENARIO(OsServiceTwiceWhileAnotherStopsIt, 3, SOUND) {
     const Fork other([] {
         UseOs();
         UseOs();
@@ -43,7 +43,7 @@ PROOF_SCENARIO(OsServiceTwiceWhileAnotherStopsIt, 2, SOUND) {
     UseOs();
 }
 
-PROOF_SCENARIO(OsServiceBesideAnotherPair, 2, SOUND) {
+PROOF_SCENARIO(OsServiceBesideAnotherPair, 3, SOUND) {
     const Fork other(UseOs);
     UseBase();
     UseBase();
@@ -72,7 +72,7 @@ void UseOnce() {
 
 } // namespace
 
-PROOF_SCENARIO(SingletonOfThreeThreads, 2, SOUND) {
+PROOF_SCENARIO(SingletonOfThreeThreads, 3, SOUND) {
     {
         const Fork second(UseOnce);
         const Fork third(UseOnce);
@@ -82,7 +82,7 @@ PROOF_SCENARIO(SingletonOfThreeThreads, 2, SOUND) {
     Check(Once::made == 0 && g_once.Find() == nullptr, "a singleton outlives its end");
 }
 
-PROOF_SCENARIO(SingletonRefusedAtFirst, 2, SOUND) {
+PROOF_SCENARIO(SingletonRefusedAtFirst, 3, SOUND) {
     static std::atomic<std::uintptr_t> state{Private::SINGLETON_NONE};
     static Once* once;
     static bool refuse;

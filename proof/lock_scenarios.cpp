@@ -67,15 +67,15 @@ struct ShortSpinLock : AdaptiveLock {
 
 } // namespace
 
-PROOF_SCENARIO(SpinLockExcludes, 2, SOUND) {
+PROOF_SCENARIO(SpinLockExcludes, 3, SOUND) {
     Exclusion<NonRecursiveSpinLock>().Explore();
 }
 
-PROOF_SCENARIO(AdaptiveLockExcludes, 2, SOUND) {
+PROOF_SCENARIO(AdaptiveLockExcludes, 3, SOUND) {
     Exclusion<ShortSpinLock>().Explore();
 }
 
-PROOF_SCENARIO(BlockingLockExcludes, 2, SOUND) {
+PROOF_SCENARIO(BlockingLockExcludes, 3, SOUND) {
     Exclusion<BlockingLock>().Explore();
 }
 
@@ -128,15 +128,15 @@ void ExploreReadersAndWriter() {
 
 } // namespace
 
-PROOF_SCENARIO(RWLockSharesAndExcludes, 2, SOUND) {
+PROOF_SCENARIO(RWLockSharesAndExcludes, 3, SOUND) {
     ExploreReadersAndWriter<RWLock, true>();
 }
 
-PROOF_SCENARIO(RWLockNonRecursiveSharesAndExcludes, 2, SOUND) {
+PROOF_SCENARIO(RWLockNonRecursiveSharesAndExcludes, 3, SOUND) {
     ExploreReadersAndWriter<RWLockNonRecursive, false>();
 }
 
-PROOF_SCENARIO(RWLockTellsItsModes, 2, SOUND) {
+PROOF_SCENARIO(RWLockTellsItsModes, 3, SOUND) {
     RWLock lock;
     const Fork other([&] {
         lock.LockReader();
@@ -216,15 +216,15 @@ struct Mailbox {
 
 } // namespace
 
-PROOF_SCENARIO(MailboxOverBlockingLock, 2, SOUND) {
+PROOF_SCENARIO(MailboxOverBlockingLock, 3, SOUND) {
     Mailbox<BlockingLock>().Explore();
 }
 
-PROOF_SCENARIO(MailboxOverAdaptiveLock, 2, SOUND) {
+PROOF_SCENARIO(MailboxOverAdaptiveLock, 3, SOUND) {
     Mailbox<ShortSpinLock>().Explore();
 }
 
-PROOF_SCENARIO(SignalWakesOneAndTimeRunsOut, 2, SOUND) {
+PROOF_SCENARIO(SignalWakesOneAndTimeRunsOut, 3, SOUND) {
     BlockingLock lock;
     CondVariable changed;
     int tokens = 0;

@@ -138,11 +138,11 @@ void ResumeWhileOthersWait() {
         __VA_ARGS__;                                          \
     }
 
-PROOF_BOTH_KINDS(AskedWhileJoined, 2, SOUND, AskWhileJoined<Base>())
-PROOF_BOTH_KINDS(JoinsItselfAtExit, 2, SOUND, JoinFromOwnExit<Base>())
+PROOF_BOTH_KINDS(AskedWhileJoined, 3, SOUND, AskWhileJoined<Base>())
+PROOF_BOTH_KINDS(JoinsItselfAtExit, 3, SOUND, JoinFromOwnExit<Base>())
 PROOF_BOTH_KINDS(JoinedTwice, 2, SOUND, JoinTwice<Base>())
-PROOF_BOTH_KINDS(DestroyedWithoutJoin, 2, MISUSE, DestroyWithoutJoin<Base>(false))
-PROOF_BOTH_KINDS(DestroyedSuspended, 2, MISUSE, DestroyWithoutJoin<Base>(true))
+PROOF_BOTH_KINDS(DestroyedWithoutJoin, 3, MISUSE, DestroyWithoutJoin<Base>(false))
+PROOF_BOTH_KINDS(DestroyedSuspended, 3, SOUND, DestroyWithoutJoin<Base>(true))
 PROOF_BOTH_KINDS(ResumedWhileOthersWait, 2, SOUND, ResumeWhileOthersWait<Base>())
 
 PROOF_SCENARIO(ThreadOfSystemDestroyedOnItsOwnWayOut, 3, SOUND) {
@@ -159,7 +159,7 @@ PROOF_SCENARIO(ThreadOfSystemDestroyedOnItsOwnWayOut, 3, SOUND) {
     }
 }
 
-PROOF_SCENARIO(DetachedThreadDestroysItself, 2, SOUND) {
+PROOF_SCENARIO(DetachedThreadDestroysItself, 3, SOUND) {
     const Services services;
     struct Detached : Thread {
         explicit Detached(std::atomic<bool>& theEnd) : end(theEnd) {}
@@ -177,7 +177,7 @@ PROOF_SCENARIO(DetachedThreadDestroysItself, 2, SOUND) {
     }
 }
 
-PROOF_SCENARIO(DetachedThreadIsDestroyedOnceItTells, 2, SOUND) {
+PROOF_SCENARIO(DetachedThreadIsDestroyedOnceItTells, 3, SOUND) {
     const Services services;
     struct Detached : Thread {
         void Run() override { needless.store(true); }
@@ -191,7 +191,7 @@ PROOF_SCENARIO(DetachedThreadIsDestroyedOnceItTells, 2, SOUND) {
     delete detached;
 }
 
-PROOF_SCENARIO(DetachedThreadIsCreatedAgain, 2, SOUND) {
+PROOF_SCENARIO(DetachedThreadIsCreatedAgain, 3, SOUND) {
     const Services services;
     struct Detached : Thread {
         void Run() override { runs.fetch_add(1); }
@@ -208,7 +208,7 @@ PROOF_SCENARIO(DetachedThreadIsCreatedAgain, 2, SOUND) {
     delete detached;
 }
 
-PROOF_SCENARIO(NativeThreadFindsItsOwnHandle, 2, SOUND) {
+PROOF_SCENARIO(NativeThreadFindsItsOwnHandle, 3, SOUND) {
     const Services services;
     struct Results {
         void* handle = nullptr;
