@@ -222,3 +222,24 @@ zelk_seeded_fault(ealthread_is_joined_by_two_at_once
     TEXT "m_state != THREAD_ENDED || m_joining"
     REPLACEMENT "m_state != THREAD_ENDED"
     SANITIZER address SCENARIO ThreadOfHostJoinedTwice FOUND "AddressSanitizer|FAULT: ")
+
+zelk_seeded_fault(observer_is_removed_without_waiting
+    FILE services/dbghelp/observertable.h
+    TEXT "while (IsOtherInside(number, callingThread))"
+    REPLACEMENT "while (false)"
+    SOURCES proof/observer_scenarios.cpp
+    SANITIZER address SCENARIO ObserverGoesWhileItIsCalled FOUND "heap-use-after-free")
+
+zelk_seeded_fault(observer_end_wakes_nobody
+    FILE services/dbghelp/observertable.h
+    TEXT "            m_monitor.WakeAll();"
+    REPLACEMENT ""
+    SOURCES proof/observer_scenarios.cpp
+    SANITIZER address SCENARIO ObserverGoesWhileItIsCalled FOUND "FAULT: deadlock")
+
+zelk_seeded_fault(observer_removal_skips_the_next
+    FILE services/dbghelp/observertable.h
+    TEXT "cursor->next -= index < cursor->next ? 1 : 0;"
+    REPLACEMENT ""
+    SOURCES proof/observer_scenarios.cpp
+    SANITIZER address SCENARIO ObserverGoesWhileItIsCalled FOUND "FAULT: an observer is skipped")

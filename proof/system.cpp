@@ -47,24 +47,27 @@ void RequireAlive(const CRITICAL_SECTION* section) {
     Check(section->life == ALIVE, "a critical section is used that is deleted or was never initialised");
 }
 
-bool IsFree(const void* object) {
-    const CRITICAL_SECTION* const section = static_cast<const CRITICAL_SECTION*>(object);
+bool IsFree(const void* section) {
+    RequireAlive(static_cast<const CRITICAL_SECTION*>(section));
+    return static_cast<const CRITICAL_SECTION*>(section)->OwningThread == nullptr;
+}
+
+bool IsHeldHere(const CRITICAL_SECTION* section) {
     RequireAlive(section);
-    return section->owner == 0 || section->owner == Self() + 1;
+    return section->OwningThread == ULongToHandle(GetCurrentThreadId());
 }
 
 void Take(CRITICAL_SECTION* section) {
-    section->owner = Self() + 1;
-    if (++section->depth == 1) {
+    section->OwningThread = ULongToHandle(GetCurrentThreadId());
+    if (++section->RecursionCount == 1) {
         TellLocked(section, EXCLUSIVE);
     }
 }
 
 void GiveBack(CRITICAL_SECTION* section) {
-    RequireAlive(section);
-    Check(section->owner == Self() + 1, "a critical section is left by a thread that does not hold it");
-    if (--section->depth == 0) {
-        section->owner = 0;
+    Check(IsHeldHere(section), "a critical section is left by a thread that does not hold it");
+    if (--section->RecursionCount == 0) {
+        section->OwningThread = nullptr;
         TellUnlocked(section, EXCLUSIVE);
     }
 }
@@ -72,37 +75,26 @@ void GiveBack(CRITICAL_SECTION* section) {
 } // namespace
 
 void InitializeCriticalSection(CRITICAL_SECTION* section) {
-    *section = {ALIVE, 0, 0};
+    *section = {ALIVE, 0, nullptr};
 }
 
 void DeleteCriticalSection(CRITICAL_SECTION* section) {
     Step("DeleteCriticalSection");
-    RequireAlive(section);
-    Check(section->owner == 0, "a critical section is deleted while it is held");
+    Check(IsFree(section), "a critical section is deleted while it is held");
     section->life = 0;
     __tsan_mutex_destroy(section, 0);
 }
 
 void EnterCriticalSection(CRITICAL_SECTION* section) {
-    RequireAlive(section);
-    // Asked for a thread that waits, it must not mistake the asking one for the owner.
-    if (section->owner == Self() + 1) {
-        Take(section);
-        return;
+    if (!IsHeldHere(section)) {
+        BlockUntil("EnterCriticalSection", IsFree, section);
     }
-    BlockUntil(
-        "EnterCriticalSection",
-        [](const void* object) {
-            RequireAlive(static_cast<const CRITICAL_SECTION*>(object));
-            return static_cast<const CRITICAL_SECTION*>(object)->owner == 0;
-        },
-        section);
     Take(section);
 }
 
 BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) {
     Step("TryEnterCriticalSection");
-    if (!IsFree(section)) {
+    if (!IsFree(section) && !IsHeldHere(section)) {
         return 0;
     }
     Take(section);
@@ -237,7 +229,7 @@ void RequireAlive(const CONDITION_VARIABLE* condition) {
 BOOL SleepConditionVariableCS(CONDITION_VARIABLE* condition, CRITICAL_SECTION* section, DWORD ms) {
     Step("SleepConditionVariableCS");
     RequireAlive(condition);
-    Check(section->owner == Self() + 1 && section->depth == 1, "a sleeping thread does not hold the lock exactly once");
+    Check(IsHeldHere(section) && section->RecursionCount == 1, "a sleeping thread does not hold the lock exactly once");
     Sleeper& sleeper = g_sleepers[Self()];
     sleeper = {condition, false};
     GiveBack(section);

@@ -1,5 +1,7 @@
 # The DLL: named as its users load it, no C++ run-time library, the compiler's own run-time linked in.
-add_library(zelk_core SHARED ${portable_sources} ${windows_sources} zelk_core.rc)
+set(ZELK_DLL_NAME zelk_core_win32DLL)
+configure_file(zelk_core.rc.in zelk_core.rc @ONLY)
+add_library(zelk_core SHARED ${portable_sources} ${windows_sources} ${CMAKE_CURRENT_BINARY_DIR}/zelk_core.rc)
 add_library(zelk_core::zelk_core ALIAS zelk_core)
 target_sources(zelk_core PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${public_headers})
 target_compile_definitions(zelk_core PRIVATE ZELK_CORE_BUILD)
@@ -10,7 +12,7 @@ target_compile_features(zelk_core INTERFACE cxx_std_20)
 # GCC takes `new` to align to 16 bytes; the run-time aligns to 8, so that containers of SIMD types would be misaligned.
 target_compile_options(zelk_core INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-faligned-new=8>)
 set_target_properties(zelk_core PROPERTIES
-    OUTPUT_NAME zelk_core_win32DLL
+    OUTPUT_NAME ${ZELK_DLL_NAME}
     PREFIX ""
     LINKER_LANGUAGE C
     # Makes a target that compiles each public header alone; `make test` builds it.
@@ -37,6 +39,13 @@ else()
         VERBATIM)
     set(symbols $<TARGET_FILE:zelk_core>.debug)
 endif()
+
+# What scripts need to know of the build, for them to source.
+file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/facts CONTENT "version=${ZELK_VERSION_TEXT}
+dll=$<TARGET_FILE_NAME:zelk_core>
+symbols=$<PATH:GET_FILENAME,${symbols}>
+import_library=$<TARGET_LINKER_FILE_NAME:zelk_core>
+")
 
 # The umbrella header includes every public header and nothing else.
 file(STRINGS zelk_core.h umbrella REGEX "^#include")

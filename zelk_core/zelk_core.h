@@ -10,6 +10,7 @@
 #include <zelk_core/base/error.h>
 #include <zelk_core/base/hash.h>
 #include <zelk_core/base/hostnew.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/base/lifecycle.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/platform.h>
@@ -71,6 +72,7 @@
 #include <zelk_core/services/compression/stringcompressor.h>
 #include <zelk_core/services/compression/zlib.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
+#include <zelk_core/services/dbghelp/observertable.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
@@ -80,6 +82,7 @@
 #include <zelk_core/services/random/lifecycle.h>
 #include <zelk_core/services/random/random.h>
 #include <zelk_core/services/random/subtractiverandomgenerator.h>
+#include <zelk_core/services/random/ziggurat.h>
 #include <zelk_core/services/random/zigrandomgenerator.h>
 #include <zelk_core/services/runtimetype/classfactory.h>
 #include <zelk_core/services/runtimetype/classregistration.h>

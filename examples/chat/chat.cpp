@@ -127,7 +127,7 @@ private:
     // A guest who does not read fills his buffer; he loses lines, and nobody waits for him.
     static void Tell(Guest& guest, const std::string& line) {
         const std::string text = line + "\n";
-        guest.socket.Send(text.data(), static_cast<unsigned long>(text.size()));
+        static_cast<void>(guest.socket.Send(text.data(), static_cast<unsigned long>(text.size())));
     }
 
     Z4::TcpSocket m_listener;
@@ -163,7 +163,10 @@ int JoinRoom(const char* host, int port) {
     }
     char line[400];
     while (std::fgets(line, sizeof line, stdin) != nullptr) {
-        socket.Send(line, static_cast<unsigned long>(std::char_traits<char>::length(line)));
+        if (socket.Send(line, static_cast<unsigned long>(std::char_traits<char>::length(line))) < 0) {
+            std::fprintf(stderr, "chat: lost the room: %s\n", Z4::GetErrorString(socket.GetLastError()));
+            return 1;
+        }
     }
     // What the others said meanwhile, and what comes of our own lines.
     socket.Shutdown(Z4::BerkeleySocket::SHUTDOWN_SEND);
@@ -185,10 +188,12 @@ int TryOut() {
     room.Serve(1000);
     Z4::TcpSocket second("127.0.0.1", room.Port());
     room.Serve(1000);
-    second.Send("Hello there\r\nand ", 17);
-    room.Serve(1000);
-    second.Send("good-bye\n", 9);
-    room.Serve(1000);
+    for (const std::string text : {"Hello there\r\nand ", "good-bye\n"}) {
+        if (second.Send(text.data(), static_cast<unsigned long>(text.size())) < 0) {
+            return 1;
+        }
+        room.Serve(1000);
+    }
     second.Close();
     room.Serve(1000);
 

@@ -14,10 +14,14 @@ using DWORD_PTR = std::uintptr_t;
 using ULONG_PTR = std::uintptr_t;
 using HANDLE = void*;
 
+inline HANDLE ULongToHandle(ULONG number) {
+    return reinterpret_cast<HANDLE>(number);
+}
+
 struct CRITICAL_SECTION {
-    std::uint32_t life;  ///< tells a section that is initialised from any other memory
-    std::uint32_t owner; ///< its number, plus 1
-    std::uint32_t depth;
+    std::uint32_t life; ///< tells a section that is initialised from any other memory
+    std::int32_t RecursionCount;
+    HANDLE OwningThread; ///< its id
 };
 struct SRWLOCK {
     void* Ptr; ///< null while free and not waited for

@@ -1,32 +1,21 @@
+#include <tests/support/alignednew.h>
+#include <tests/support/contract.h>
 #include <tests/support/testhost.h>
 
-#include <cstdint>
 #include <gmock/gmock.h>
-#include <memory>
-#include <new>
 #include <zelk_core/math/matrixsimd.h>
 
 namespace {
 
-bool IsAligned(const void* object) {
-    return reinterpret_cast<std::uintptr_t>(object) % 16 == 0;
-}
+class Component : public Z4::HostNew<Component> {};
 
-TEST(HostNew, PutsObjectsAndArraysIntoTheHostsMemory) {
-    const auto before = ZelkTest::OutstandingMemory();
-    {
-        const std::unique_ptr<Z4::VectorSIMD4f> vector(new Z4::VectorSIMD4f(Z4::VectorSIMD4f::ONE));
-        const std::unique_ptr<Z4::MatrixSIMD33f[]> matrices(new Z4::MatrixSIMD33f[3]);
-        EXPECT_TRUE(IsAligned(vector.get()) && IsAligned(matrices.get()));
-        const auto held = ZelkTest::OutstandingMemory();
-        EXPECT_EQ(held.blocks - before.blocks, 2U);
-        EXPECT_GE(held.bytes - before.bytes, 16U + 3 * 48U);
-        for (unsigned i = 0; i < 3; ++i) {
-            matrices[i] = Z4::MatrixSIMD33f::IDENTITY;
-        }
-        EXPECT_EQ(matrices[2], Z4::MatrixSIMD33f::IDENTITY);
-    }
-    EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, before.blocks);
+TEST(HostNew, AlignsObjectsAndArraysInTheHostsMemoryForTheirOwnClass) {
+    ZelkTest::BareMemory::Install();
+    const unsigned derived = ZelkTest::CountMisplacedDerived<Component>();
+    const unsigned simd = ZelkTest::CountMisplaced<Z4::VectorSIMD4f>() + ZelkTest::CountMisplaced<Z4::MatrixSIMD33f>();
+    ZelkTest::ReinstallHost();
+    EXPECT_EQ(derived, 0U);
+    EXPECT_EQ(simd, 0U);
 }
 
 TEST(HostNew, LeavesPlacementToTheCaller) {
@@ -36,19 +25,37 @@ TEST(HostNew, LeavesPlacementToTheCaller) {
     EXPECT_EQ(*vector, Z4::VectorSIMD3f(1, 2, 3));
 }
 
-void* Z4_CDECL Refuse(std::size_t, std::size_t, unsigned, int) {
-    return nullptr;
+TEST(HostNew, ReportsMisalignedMemoryBeforeItIsAnObject) {
+    alignas(64) static unsigned char storage[64];
+    {
+        const ZelkTest::ExpectContract expected(4);
+        EXPECT_EQ(Z4::VectorSIMD4f::operator new(16, storage + 8), storage + 8);
+        EXPECT_EQ(Z4::VectorSIMD4f::operator new[](16, storage + 8), storage + 8);
+        EXPECT_EQ(Component::operator new(4, std::align_val_t(64), storage + 16), storage + 16);
+        EXPECT_EQ(Component::operator new[](4, std::align_val_t(64), storage + 16), storage + 16);
+    }
+    Z4::eal_mem_dll_interface careless = {};
+    careless.alloc = [](std::size_t, std::size_t, unsigned, int) -> void* { return storage + 4; };
+    Z4::SetEalInterface(careless);
+    {
+        const ZelkTest::ExpectContract expected(2);
+        EXPECT_EQ(Component::operator new(4), storage + 4);
+        EXPECT_EQ(Component::operator new[](4, std::align_val_t(16)), storage + 4);
+    }
+    ZelkTest::ReinstallHost();
 }
 
 TEST(HostNew, GivesNullWhereTheHostRefuses) {
     Z4::eal_mem_dll_interface refusing = {};
-    refusing.alloc = Refuse;
+    refusing.alloc = [](std::size_t, std::size_t, unsigned, int) -> void* { return nullptr; };
     Z4::SetEalInterface(refusing);
     const auto* const one = new Z4::VectorSIMD4f(1, 2, 3, 4);
     const auto* const some = new Z4::MatrixSIMD44f[2];
+    const auto* const derived = new ZelkTest::Aligned<Component, 64>;
     ZelkTest::ReinstallHost();
     EXPECT_EQ(one, nullptr);
     EXPECT_EQ(some, nullptr);
+    EXPECT_EQ(derived, nullptr);
 }
 
 } // namespace

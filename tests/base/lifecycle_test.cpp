@@ -169,20 +169,6 @@ TEST_F(Lifecycle, PairsShareOneCoreCount) {
     }
 }
 
-TEST_F(Lifecycle, CoreCountsOfAPairAreAllReleased) {
-    // A pair of two counts leaves the core up after one release of another pair, and ends it by itself.
-    InitializeEncryptionService();
-    InitializeBase();
-    ShutdownEncryptionService();
-    Take();
-    ShutdownBase();
-    EXPECT_EQ(Take(), CORE_DOWN);
-    InitializeCompressionService();
-    Take();
-    ShutdownCompressionService();
-    EXPECT_EQ(Take(), CORE_DOWN);
-}
-
 TEST_F(Lifecycle, ObjectsOfServicesComeLastAndGoFirst) {
     const struct {
         void (*initialize)();

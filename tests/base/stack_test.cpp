@@ -2,6 +2,7 @@
 // and enters each call at all four positions, on a thread of its own.
 #include <cstring>
 #include <gtest/gtest.h>
+#include <tests/support/contract.h>
 #include <tests/support/testhost.h>
 #include <thread>
 #include <zelk_core/zelk_core.h>
@@ -62,6 +63,7 @@ void UseServices() {
 
 TEST(Stack, FourByteAlignmentIsEnoughForEveryCall) {
     const ZelkTest::LogCapture capture;
+    const ZelkTest::ExpectContract reports(4); // UseBase's, one for each offset
     std::thread([] {
         for (unsigned offset = 0; offset < 16; offset += 4) {
             CallWithStackOffset(UseBase, offset);

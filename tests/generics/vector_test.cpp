@@ -110,7 +110,7 @@ TEST(Vector, GrowsByHalf) {
                         {10, 11, true, 11}, {10, 9, true, 10}, {10, 3, false, 10}};
     for (const auto& r : reservations) {
         Vector<int> reserved;
-        reserved.Reserve(r.from);
+        EXPECT_TRUE(reserved.Reserve(r.from));
         EXPECT_TRUE(r.exact ? reserved.Reserve(r.wanted) : reserved.ReserveGrowing(r.wanted));
         EXPECT_EQ(reserved.Capacity(), r.capacity) << r.from << " to " << r.wanted;
     }
@@ -155,7 +155,7 @@ TEST(Vector, MoveTakesOverMemoryWhereItCan) {
             to.Clear();
         }
         if (move.from == DYNAMIC) {
-            from.Reserve(5);
+            EXPECT_TRUE(from.Reserve(5));
         }
         from.Resize(move.size, 9);
         const void* const data = from.Data();
@@ -290,7 +290,11 @@ const Operation<T> OPERATIONS[] = {
          m.resize(std::min<std::size_t>(size, m.size())), v.Truncate(size);
      }},
     {"clear", [](Vector<T>& v, Model& m, Random&) { m.clear(), v.Clear(); }},
-    {"reserve", [](Vector<T>& v, Model&, Random& r) { v.Reserve(r.UpTo(20)); }},
+    {"reserve",
+     [](Vector<T>& v, Model&, Random& r) {
+         const bool granted = v.Reserve(r.UpTo(20));
+         EXPECT_NE(granted, v.WasRefused());
+     }},
     {"shrink",
      [](Vector<T>& v, Model&, Random&) {
          v.ShrinkToFit();

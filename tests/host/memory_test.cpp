@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <host/zelkhost.h>
 #include <new>
+#include <tests/support/counts.h>
 #include <thread>
 #include <vector>
 
@@ -196,17 +197,17 @@ TEST_P(Memory, RefusesTheAllocationsAskedFor) {
 }
 
 TEST_P(Memory, ThreadsShareTheTable) {
+    constexpr unsigned ROUNDS = ZelkTest::Repeats(5'000, 20'000);
     const auto work = [](unsigned char tag) {
-        constexpr int ROUNDS = 20000;
         unsigned char* kept[8] = {};
         std::size_t sizes[8] = {};
         int faults = 0;
-        for (int i = 0; i < ROUNDS; ++i) {
-            const int slot = i % 8;
+        for (unsigned i = 0; i < ROUNDS; ++i) {
+            const unsigned slot = i % 8;
             faults += kept[slot] != nullptr &&
                       std::count(kept[slot], kept[slot] + sizes[slot], tag) != static_cast<std::ptrdiff_t>(sizes[slot]);
             m_table.free(kept[slot]);
-            sizes[slot] = static_cast<std::size_t>(i * 37 % 500);
+            sizes[slot] = i * 37 % 500;
             kept[slot] = reinterpret_cast<unsigned char*>(Allocate(sizes[slot], std::size_t{1} << i % 6));
             std::memset(kept[slot], tag, sizes[slot]);
         }
@@ -219,7 +220,7 @@ TEST_P(Memory, ThreadsShareTheTable) {
         threads.emplace_back(work, tag);
     }
     threads.clear();
-    EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).allocations, before + 80000);
+    EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).allocations, before + 4 * ROUNDS);
 }
 
 TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
@@ -286,10 +287,11 @@ TEST_P(MemoryDeathTest, MisusedPointersAbort) {
 
 TEST_P(GuardedMemory, AddressesLastThroughManyBlocks) {
     std::vector<char*> lasting;
-    for (int i = 0; i < 100000; ++i) {
-        char* const block = Allocate(static_cast<std::size_t>(i % 3000), 4);
+    constexpr unsigned BLOCKS = ZelkTest::Repeats(2'000, 100'000);
+    for (unsigned i = 0; i < BLOCKS; ++i) {
+        char* const block = Allocate(i % 3000, 4);
         ASSERT_NE(block, nullptr) << i;
-        if (i % 1000 == 0) {
+        if (i % (BLOCKS / 100) == 0) {
             lasting.push_back(block);
         } else {
             m_table.free(block);

@@ -578,10 +578,10 @@ TEST(Distance, WritesMayOverlapReads) {
         same = Call(input);
         apart.va = apart.p[0];
         apart.vb = apart.p[3];
-        Fast::GetShortestSegmentBetweenLines(apart.p[0], apart.p[1], apart.p[2], apart.p[3], apart.va, apart.vb,
-                                             apart.fa, apart.fb);
-        Fast::GetShortestSegmentBetweenLines(same.p[0], same.p[1], same.p[2], same.p[3], same.p[0], same.p[3], same.fa,
-                                             same.fb);
+        EXPECT_EQ(Fast::GetShortestSegmentBetweenLines(apart.p[0], apart.p[1], apart.p[2], apart.p[3], apart.va,
+                                                       apart.vb, apart.fa, apart.fb),
+                  Fast::GetShortestSegmentBetweenLines(same.p[0], same.p[1], same.p[2], same.p[3], same.p[0], same.p[3],
+                                                       same.fa, same.fb));
         expected.Add(apart.va, apart.vb, apart.fb);
         actual.Add(same.p[0], same.p[3], same.fb);
         for (int i = 0; i < expected.count; ++i) {

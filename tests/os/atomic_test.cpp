@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
+#include <new>
 #include <tests/os/crowd.h>
 #include <type_traits>
 #include <zelk_core/os/atomic.h>
@@ -19,7 +20,9 @@ TYPED_TEST(AtomicOperations, ReturnAndLeaveTheirValues) {
     // A pattern in each half, so that a half that gets lost shows.
     constexpr T WIDE = static_cast<T>(0x1234'5678'9ABC'DEF0ull);
     constexpr T MASK = static_cast<T>(0xF0F0'0F0F'FFFF'0000ull);
-    T value = 5;
+    // Aligned to 4 bytes only, as on a 32-bit stack.
+    alignas(8) unsigned char place[4 + sizeof(T)];
+    T& value = *new (place + 4) T(5);
     EXPECT_EQ(Atomic::Add(value, 3), T{8});
     EXPECT_EQ(Atomic::Sub(value, 2), T{6});
     EXPECT_EQ(Atomic::Increment(value), T{7});

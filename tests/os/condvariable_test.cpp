@@ -94,7 +94,7 @@ TYPED_TEST(CondVariableOver, WakesOneOrAll) {
 }
 
 TYPED_TEST(CondVariableOver, LosesNoHandOver) {
-    constexpr unsigned ROUND_TRIPS = 25'000; // of two hand-overs each, and for each of four locks
+    constexpr unsigned ROUND_TRIPS = Repeats(3'000, 100'000); // of two hand-overs each, and for each of four locks
     TypeParam lock;
     CondVariable turned;
     unsigned turn = 0;
@@ -160,7 +160,7 @@ private:
 TYPED_TEST(CondVariableOver, QueueLosesAndDoublesNothing) {
     constexpr unsigned PRODUCERS = 4;
     constexpr unsigned CONSUMERS = 3;
-    constexpr unsigned ITEMS_EACH = 20'000;
+    constexpr unsigned ITEMS_EACH = Repeats(5'000, 250'000);
     Queue<TypeParam> queue;
     std::vector<std::atomic<unsigned char>> seen(PRODUCERS * ITEMS_EACH);
     std::atomic<unsigned> outOfOrder = 0;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
+#include <tests/support/counts.h>
 #include <thread>
 #include <vector>
 
@@ -39,10 +40,10 @@ void RunPair(Here here, There there) {
     partner.join();
 }
 
-/// Two threads that take turns, 200,000 hand-overs in all, where `give(to)` wakes a waiter and `take(from)` waits.
+/// Two threads that take turns, where `give(to)` wakes a waiter and `take(from)` waits.
 template <class Object, class Give, class Take>
 void ExpectNoLostHandOver(Object& there, Object& back, Give give, Take take) {
-    constexpr unsigned ROUND_TRIPS = 100'000;
+    constexpr unsigned ROUND_TRIPS = Repeats(3'000, 100'000);
     unsigned long turns = 0;
     unsigned outOfTurn = 0;
     RunPair(

@@ -7,6 +7,7 @@
 #include <memory>
 #include <numeric>
 #include <random>
+#include <tests/support/contract.h>
 #include <zelk_core/os/event.h>
 #include <zelk_core/os/semaphore.h>
 
@@ -137,6 +138,7 @@ TEST(EventGroup, OfNoOrTooManyEventsIsRefused) {
     group.SignalAll();
     for (const unsigned long count : {0ul, GROUP + 1, 0xFFFFFFFFul}) {
         SCOPED_TRACE(count);
+        const ExpectContract contract(LIBRARY_CHECKS ? 6 : 0);
         Event::WaitAll(group.Events(), count);
         EXPECT_FALSE(Event::TryWaitAll(group.Events(), count));
         EXPECT_FALSE(Event::WaitAllWithTimeout(group.Events(), count, 0xFFFFFFFF));

@@ -195,7 +195,7 @@ unsigned Use(LockClass& lock, Guarded& guarded, unsigned step, std::atomic<unsig
 }
 
 TYPED_TEST(ReaderWriterLocks, LoseNoUpdateAndShowNoHalfOne) {
-    constexpr unsigned PER_CROWD = 2'500'000; // shared out to its threads; 10 million in all for each lock
+    constexpr unsigned PER_CROWD = Repeats(50'000, 2'500'000); // shared out to its threads
     for (const unsigned threads : {2u, 4u, 10u, 32u}) {
         TypeParam lock;
         Guarded guarded;
@@ -223,7 +223,7 @@ TEST(RWLockRecursion, KeepsItsInvariantInMixedDepths) {
     RunCrowd(THREADS, [&](unsigned self) {
         std::mt19937 random(self);
         unsigned own = 0;
-        for (unsigned i = 0; i < 250'000; ++i) {
+        for (unsigned i = 0; i < Repeats(10'000, 250'000); ++i) {
             const unsigned depth = 1 + random() % 4;
             if (random() % 8 == 0) {
                 for (unsigned level = 0; level < depth; ++level) {
@@ -446,7 +446,7 @@ class LateLibrary {
 public:
     LateLibrary() {
         char original[MAX_PATH];
-        GetModuleFileNameA(GetModuleHandleA("zelk_core_win32DLL.dll"), original, sizeof original);
+        GetModuleFileNameA(GetModuleHandleA(ZELK_DLL_FILE), original, sizeof original);
         m_path = std::filesystem::temp_directory_path() /
                  ("zelk_core_late_" + std::to_string(GetCurrentProcessId()) + ".dll");
         std::filesystem::copy_file(original, m_path, std::filesystem::copy_options::overwrite_existing);

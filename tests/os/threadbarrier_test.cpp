@@ -52,7 +52,7 @@ TEST(ThreadBarrierParty, WaitsForTheLastAndTellsOne) {
 
 TEST(ThreadBarrierRounds, AreKeptApartAndEndedByOneThreadEach) {
     constexpr unsigned PARTY = 4;
-    constexpr unsigned ROUNDS = 100'000;
+    constexpr unsigned ROUNDS = Repeats(2'000, 100'000);
     ThreadBarrier barrier(PARTY);
     // Which round each thread is in.
     std::atomic<unsigned> rounds[PARTY] = {};

@@ -17,6 +17,8 @@ inline int g_failures = 0;
 void CheckSlots();
 void CheckBase();
 void CheckThreads();
+void CheckNew();
+void CheckWideNew();
 void CheckGenerics();
 void CheckMath();
 void CheckServices();

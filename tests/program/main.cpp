@@ -35,6 +35,8 @@ int main() {
     CheckSlots();
     CheckBase();
     CheckThreads();
+    CheckNew();
+    CheckWideNew();
     CheckGenerics();
     CheckMath();
     CheckServices();

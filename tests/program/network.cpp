@@ -16,7 +16,7 @@ public:
         char text[64];
         if (m_listener.Accept(client)) {
             for (long size = 0; (size = client.Receive(text, sizeof text)) > 0;) {
-                client.Send(text, static_cast<unsigned long>(size));
+                CHECK(client.Send(text, static_cast<unsigned long>(size)) == size);
             }
         }
     }

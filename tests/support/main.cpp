@@ -20,13 +20,19 @@ class BalanceCheck : public testing::EmptyTestEventListener {
 
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);
-    bool guardStart = false;
+    ZelkTest::Guard guard = ZelkTest::Guard::END;
+    const char* guarded = "guarded at their end";
     for (int i = 1; i < argc; ++i) {
-        guardStart = guardStart || std::strcmp(argv[i], "--guard=start") == 0;
+        if (std::strcmp(argv[i], "--guard=start") == 0) {
+            guard = ZelkTest::Guard::START;
+            guarded = "guarded at their start";
+        } else if (std::strcmp(argv[i], "--guard=none") == 0) {
+            guard = ZelkTest::Guard::NONE;
+            guarded = "unguarded";
+        }
     }
-    std::printf("Compiled by %s, %u-bit, blocks guarded at their %s\n", __VERSION__,
-                static_cast<unsigned>(8 * sizeof(void*)), guardStart ? "start" : "end");
-    ZelkTest::InstallHost(guardStart);
+    std::printf("Compiled by %s, %u-bit, blocks %s\n", __VERSION__, static_cast<unsigned>(8 * sizeof(void*)), guarded);
+    ZelkTest::InstallHost(guard);
     // Appended listeners see a test's end before the printer does, so a failure here still counts for that test.
     testing::UnitTest::GetInstance()->listeners().Append(new BalanceCheck);
     return RUN_ALL_TESTS();

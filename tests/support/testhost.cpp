@@ -12,8 +12,8 @@ namespace ZelkTest {
 namespace {
 
 LogCapture* g_capture = nullptr;
-bool g_guardStart = false;
 Balance g_leftBehind{};
+Guard g_guard = Guard::END;
 std::atomic<bool> g_contractsExpected;
 std::atomic<unsigned> g_contractReports;
 
@@ -97,9 +97,9 @@ Balance LeftBehind() {
     return g_leftBehind;
 }
 
-void InstallHost(bool guardStart) {
-    g_guardStart = guardStart;
-    InstallMemory(guardStart);
+void InstallHost(Guard guard) {
+    g_guard = guard;
+    InstallMemory(guard);
     Z4::SetEalInterface(LogTable());
 }
 
@@ -114,7 +114,7 @@ Z4::eal_log_dll_interface LogTable() {
 }
 
 void ReinstallHost() {
-    InstallHost(g_guardStart);
+    InstallHost(g_guard);
 }
 
 } // namespace ZelkTest

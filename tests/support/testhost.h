@@ -38,8 +38,15 @@ private:
     std::vector<LogLine> m_lines;
 };
 
-/// Installs the test program's own tables. `guardStart` chooses the side of the inaccessible page.
-void InstallHost(bool guardStart);
+/// Which side of a memory block an inaccessible page lies at.
+enum class Guard {
+    NONE,
+    START,
+    END
+};
+
+/// Installs the test program's own tables.
+void InstallHost(Guard guard);
 
 /// The log table among them.
 Z4::eal_log_dll_interface LogTable();
@@ -63,6 +70,6 @@ Balance LeftBehind();
 void FailAllocations(std::size_t first);
 
 /// Forms the memory table of the platform at hand; testmemory_*.cpp.
-void InstallMemory(bool guardStart);
+void InstallMemory(Guard guard);
 
 } // namespace ZelkTest

@@ -58,7 +58,7 @@ void NameId(int, const char*) {}
 
 } // namespace
 
-void InstallMemory(bool) {
+void InstallMemory(Guard) {
     Z4::eal_mem_dll_interface memory{};
     memory.init = Init;
     memory.shutdown = Shutdown;

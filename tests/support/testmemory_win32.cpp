@@ -16,9 +16,12 @@ void Z4_CDECL Free(void* block) {
 
 } // namespace
 
-void InstallMemory(bool guardStart) {
+void InstallMemory(Guard guard) {
+    using ZelkHost::MemoryMode;
     ZelkHost::Options options;
-    options.memoryMode = guardStart ? ZelkHost::MemoryMode::GUARD_START : ZelkHost::MemoryMode::GUARD_END;
+    options.memoryMode = guard == Guard::NONE    ? MemoryMode::PLAIN
+                         : guard == Guard::START ? MemoryMode::GUARD_START
+                                                 : MemoryMode::GUARD_END;
     ZelkHost::Install(options);
     Z4::eal_mem_dll_interface memory = ZelkHost::MemoryTable();
     memory.free = Free;

@@ -7,10 +7,15 @@
 
 #if defined(_MSC_VER)
 #    define Z4_NOINLINE __declspec(noinline)
+#    define Z4_ALWAYS_INLINE __forceinline
+/// Lays out a class with more than one empty base as the other ABI does: no such base takes room.
+#    define Z4_EMPTY_BASES __declspec(empty_bases)
 /// Whether the compiler's own thread-local variables are the system's; else they are a run-time library's.
 #    define Z4_NATIVE_THREAD_LOCAL 1
 #else
 #    define Z4_NOINLINE __attribute__((noinline))
+#    define Z4_ALWAYS_INLINE __attribute__((always_inline)) inline
+#    define Z4_EMPTY_BASES
 #    define Z4_NATIVE_THREAD_LOCAL 0
 #endif
 
@@ -25,6 +30,27 @@ inline void Break() {
 }
 } // namespace Z4::Private
 #endif
+
+namespace Z4::Private {
+
+/// Where `value` is `expected`, stores `replacement`; else takes the value into `expected`. Sequentially consistent, at
+/// any address on 32-bit processors.
+/// @return whether it was stored.
+#if defined(_MSC_VER) && !defined(__clang__)
+extern "C" long long _InterlockedCompareExchange64(volatile long long*, long long, long long);
+#    pragma intrinsic(_InterlockedCompareExchange64)
+inline bool CompareExchange(volatile long long& value, long long& expected, long long replacement) {
+    const long long wanted = expected;
+    expected = _InterlockedCompareExchange64(&value, replacement, wanted);
+    return expected == wanted;
+}
+#else
+inline bool CompareExchange(volatile long long& value, long long& expected, long long replacement) {
+    return __atomic_compare_exchange_n(&value, &expected, replacement, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
+}
+#endif
+
+} // namespace Z4::Private
 
 /// For a function that reads, on purpose and harmlessly, past the end of an object within an aligned block of memory.
 #if defined(_MSC_VER) && !defined(__clang__)

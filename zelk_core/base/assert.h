@@ -8,6 +8,9 @@
 
 #include <zelk_core/base/api.h>
 
+#include <cstddef>
+#include <cstdint>
+
 namespace Z4::Private {
 
 /// Reports a broken contract to the host's assert slot, under the library's context, unless `*ignore` is set. Any
@@ -16,6 +19,13 @@ namespace Z4::Private {
 /// @return whether to stop in the debugger: the host's answer, and true when no log table is installed.
 Z4_API bool ContractBroken(const char* expression, const char* file, unsigned long line, const char* sentence,
                            unsigned long* ignore);
+
+/// Whether an address is a multiple of `alignment`. It is read anew, for compilers believe that an object lies where
+/// its type wants it.
+inline bool IsAligned(const void* address, std::size_t alignment) {
+    const volatile auto value = reinterpret_cast<std::uintptr_t>(address);
+    return value % alignment == 0;
+}
 
 } // namespace Z4::Private
 

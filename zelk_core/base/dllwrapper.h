@@ -23,17 +23,17 @@ Z4_API void FreeDLLHelper(void* handle);
 /// The wrapper over any lock with Lock() and Unlock(), which costs nothing when it is empty; it covers loading only. A
 /// copy shares the handle without counting: whoever copies sees to it that only one of the wrappers frees the module.
 template <class LockPolicy>
-class ThreadSafeDllWrapper : protected LockPolicy {
+class Z4_EMPTY_BASES ThreadSafeDllWrapper : protected LockPolicy, public HostNew<ThreadSafeDllWrapper<LockPolicy>> {
+    using Memory = HostNew<ThreadSafeDllWrapper>;
+
 public:
     virtual ~ThreadSafeDllWrapper() { Free(); }
 
-    /// On the heap, in the host's memory. (Not by HostNew: a class can have one empty base only.)
-    static void* operator new(std::size_t size) noexcept {
-        return Private::AllocateFromHost(size, alignof(ThreadSafeDllWrapper), EAL_ID_ZELK_CORE);
-    }
-    static void* operator new(std::size_t, void* storage) noexcept { return storage; }
-    static void operator delete(void* object) noexcept { HostNew<ThreadSafeDllWrapper>::operator delete(object); }
-    static void operator delete(void*, void*) noexcept {}
+    // A lock may have operators of its own.
+    using Memory::operator new;
+    using Memory::operator new[];
+    using Memory::operator delete;
+    using Memory::operator delete[];
 
     ThreadSafeDllWrapper() = default;
 

@@ -16,6 +16,8 @@
 ///     }
 #pragma once
 
+#include <zelk_core/base/assert.h>
+
 #include <cstddef>
 #include <iterator>
 
@@ -33,7 +35,7 @@ public:
     /// Leaves both where they are.
     constexpr DList& operator=(const DList&) { return *this; } // NOLINT(bugprone-unhandled-self-assignment)
 
-    constexpr bool IsLinked() const { return m_next != nullptr; }
+    [[nodiscard]] constexpr bool IsLinked() const { return m_next != nullptr; }
 
     /// Takes the element out of its list; does nothing when it is in none.
     constexpr void Unlink() {
@@ -47,6 +49,7 @@ public:
 
     /// Puts the element beside `other`, which is in a list, after it was taken out of its own.
     constexpr void LinkBefore(DList& other) {
+        Z4_ASSERT(other.IsLinked(), "The element beside which another is put is in a list.");
         if (this != &other) {
             Unlink();
             m_next = &other;
@@ -56,6 +59,7 @@ public:
         }
     }
     constexpr void LinkAfter(DList& other) {
+        Z4_ASSERT(other.IsLinked(), "The element beside which another is put is in a list.");
         if (this != &other) {
             Unlink();
             LinkBefore(*other.m_next);
@@ -99,15 +103,15 @@ public:
     /// At an element that is in a list.
     constexpr explicit Iterator(DList& links) : m_links(&links) {}
 
-    constexpr DList& operator*() const { return *m_links; }
-    constexpr DList* operator->() const { return m_links; }
+    constexpr DList& operator*() const { return *Reached(); }
+    constexpr DList* operator->() const { return Reached(); }
 
     constexpr Iterator& operator++() {
-        m_links = m_links->m_next;
+        m_links = Reached()->m_next;
         return *this;
     }
     constexpr Iterator& operator--() {
-        m_links = m_links->m_previous;
+        m_links = Reached()->m_previous;
         return *this;
     }
     constexpr Iterator operator++(int) {
@@ -124,6 +128,11 @@ public:
     friend constexpr bool operator==(const Iterator&, const Iterator&) = default;
 
 private:
+    constexpr DList* Reached() const {
+        Z4_ASSERT(m_links != nullptr && m_links->IsLinked(), "What an iterator stands on is in a list.");
+        return m_links;
+    }
+
     DList* m_links = nullptr;
 };
 
@@ -136,7 +145,7 @@ public:
     DRoot(const DRoot&) = delete;
     DRoot& operator=(const DRoot&) = delete;
 
-    constexpr bool IsEmpty() const { return m_ends.m_next == &m_ends; }
+    [[nodiscard]] constexpr bool IsEmpty() const { return m_ends.m_next == &m_ends; }
     /// Counts the elements, one by one.
     constexpr unsigned Size() const {
         unsigned size = 0;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/hostnew.h>
 
@@ -26,11 +27,13 @@ public:
     /// Storage for `count` objects of type `T`, not constructed.
     /// @return null when the host refuses, when `count` is 0, and when the size does not fit `std::size_t`.
     template <class T>
-    static T* Allocate(std::size_t count) {
+    [[nodiscard]] static T* Allocate(std::size_t count) {
         if (count == 0 || count > static_cast<std::size_t>(-1) / sizeof(T)) {
             return nullptr;
         }
-        return static_cast<T*>(Private::AllocateFromHost(count * sizeof(T), alignof(T), CONTEXT_ID));
+        void* const memory = Private::AllocateFromHost(count * sizeof(T), alignof(T), CONTEXT_ID);
+        Z4_ASSERT(Private::IsAligned(memory, alignof(T)), "The host aligns memory as it was asked to.");
+        return static_cast<T*>(memory);
     }
 
     /// Gives back what Allocate() returned; null is allowed. Destroys no object.

@@ -15,6 +15,7 @@
 #include <new>
 #include <type_traits>
 #include <utility>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/redblacktree.h>
 
@@ -65,7 +66,10 @@ public:
                                                                            !std::is_const_v<Other>)
         : m_node(other.Node()) {}
 
-    Reached& operator*() const { return static_cast<MapNode<Entry>*>(m_node)->entry; }
+    Reached& operator*() const {
+        Z4_ASSERT(IsAtEntry(), "An iterator that is followed stands at an entry.");
+        return static_cast<MapNode<Entry>*>(m_node)->entry;
+    }
     Reached* operator->() const { return &**this; }
 
     MapIterator& operator++() {
@@ -90,6 +94,8 @@ public:
     friend constexpr bool operator==(const MapIterator& left, const MapIterator& right) = default;
 
     constexpr TreeNode* Node() const { return m_node; }
+    /// Whether this is neither an end() nor without a map: only the tree's head has no parent.
+    constexpr bool IsAtEntry() const { return m_node != nullptr && m_node->parent != nullptr; }
 
 private:
     TreeNode* m_node = nullptr;
@@ -140,7 +146,7 @@ public:
         return *this;
     }
 
-    bool IsEmpty() const { return Size() == 0; }
+    [[nodiscard]] bool IsEmpty() const { return Size() == 0; }
     unsigned Size() const { return m_tree.Size(); }
 
     /// An end() stays what it is as long as the map is neither moved, swapped nor destroyed.
@@ -154,19 +160,19 @@ public:
     std::reverse_iterator<ConstIterator> rend() const { return std::reverse_iterator(begin()); }
 
     /// end() when there is none.
-    Iterator Find(const Key& key) { return Iterator(FindNode(key)); }
-    ConstIterator Find(const Key& key) const { return ConstIterator(FindNode(key)); }
-    bool Contains(const Key& key) const { return Find(key) != end(); }
+    [[nodiscard]] Iterator Find(const Key& key) { return Iterator(FindNode(key)); }
+    [[nodiscard]] ConstIterator Find(const Key& key) const { return ConstIterator(FindNode(key)); }
+    [[nodiscard]] bool Contains(const Key& key) const { return Find(key) != end(); }
     /// The key's value; null when there is none.
-    T* FindValue(const Key& key) { return ValueOf(FindNode(key)); }
-    const T* FindValue(const Key& key) const { return ValueOf(FindNode(key)); }
+    [[nodiscard]] T* FindValue(const Key& key) { return ValueOf(FindNode(key)); }
+    [[nodiscard]] const T* FindValue(const Key& key) const { return ValueOf(FindNode(key)); }
 
     /// The first entry whose key does not come before `key`; end() when there is none.
-    Iterator LowerBound(const Key& key) { return Iterator(LowerBoundNode(key)); }
-    ConstIterator LowerBound(const Key& key) const { return ConstIterator(LowerBoundNode(key)); }
+    [[nodiscard]] Iterator LowerBound(const Key& key) { return Iterator(LowerBoundNode(key)); }
+    [[nodiscard]] ConstIterator LowerBound(const Key& key) const { return ConstIterator(LowerBoundNode(key)); }
     /// The first entry whose key comes after `key`; end() when there is none.
-    Iterator UpperBound(const Key& key) { return Iterator(UpperBoundNode(key)); }
-    ConstIterator UpperBound(const Key& key) const { return ConstIterator(UpperBoundNode(key)); }
+    [[nodiscard]] Iterator UpperBound(const Key& key) { return Iterator(UpperBoundNode(key)); }
+    [[nodiscard]] ConstIterator UpperBound(const Key& key) const { return ConstIterator(UpperBoundNode(key)); }
 
     /// Adds an entry unless its key is there already, in which case that entry stays as it is.
     InsertResult Insert(const Key& key, const T& value) { return Emplace(key, value); }
@@ -217,6 +223,7 @@ public:
     /// @param position not end().
     /// @return the entry that follows.
     Iterator Erase(ConstIterator position) {
+        Z4_ASSERT(position.IsAtEntry(), "An entry that is erased is not end().");
         TreeNode* const node = position.Node();
         const Iterator next(Private::RedBlackTree::Step(node, 1));
         m_tree.Erase(*node);

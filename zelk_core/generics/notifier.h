@@ -31,10 +31,10 @@ public:
     Z4_API ~BaseNotifier();
 
     /// @return false, with nothing changed, when the sink is there already and when memory is refused.
-    Z4_API bool AddSink(Sink& sink);
+    [[nodiscard]] Z4_API bool AddSink(Sink& sink);
     /// Never needs memory. @return false when there is no such sink.
     Z4_API bool RemoveSink(Sink& sink);
-    Z4_API bool HasSink(const Sink& sink) const;
+    [[nodiscard]] Z4_API bool HasSink(const Sink& sink) const;
     unsigned GetSinkCount() const { return m_sinkCount; }
 
     Z4_API void Notify(unsigned event, const void* payload);
@@ -73,9 +73,9 @@ public:
                                 const typename Allocator::Context& = typename Allocator::Context())
         : m_notifier(Allocator::GetId().GetId()) {}
 
-    bool AddSink(Sink& sink) { return m_notifier.AddSink(sink); }
+    [[nodiscard]] bool AddSink(Sink& sink) { return m_notifier.AddSink(sink); }
     bool RemoveSink(Sink& sink) { return m_notifier.RemoveSink(sink); }
-    bool HasSink(const Sink& sink) const { return m_notifier.HasSink(sink); }
+    [[nodiscard]] bool HasSink(const Sink& sink) const { return m_notifier.HasSink(sink); }
     unsigned GetSinkCount() const { return m_notifier.GetSinkCount(); }
     void Notify(unsigned event, const Payload& payload) {
         if (GetSinkCount() != 0) {

@@ -7,6 +7,8 @@
 /// 2 log2(n + 1).
 #pragma once
 
+#include <zelk_core/base/assert.h>
+
 namespace Z4::Private {
 
 struct TreeNode {
@@ -36,10 +38,12 @@ public:
         if (node->child[side] != nullptr) {
             return Outermost(node->child[side], 1 - side);
         }
-        while (node == node->parent->child[side]) {
-            node = node->parent;
+        for (;; node = node->parent) {
+            Z4_ASSERT(node->parent != nullptr, "An iterator goes neither beyond the end nor before the begin.");
+            if (node != node->parent->child[side]) {
+                return node->parent;
+            }
         }
-        return node->parent;
     }
 
     /// Puts `node` into the place `parent.child[side]`, which must be free and the right one in order.

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <new>
 #include <utility>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/hash.h>
 #include <zelk_core/base/strformat.h>
 #include <zelk_core/generics/ealallocator.h>
@@ -95,7 +96,9 @@ public:
         constexpr View() = default;
         View(const Char* text) : m_text(text), m_size(Private::TextLength(text)) {}
         /// `text` may be null when `size` is 0.
-        constexpr View(const Char* text, unsigned size) : m_text(text), m_size(size) {}
+        constexpr View(const Char* text, unsigned size) : m_text(text), m_size(size) {
+            Z4_ASSERT(text != nullptr || size == 0, "A text that is not empty is not null.");
+        }
         View(const ZelkBasicString& string) : m_text(string.CStr()), m_size(string.Size()) {}
 
         constexpr const Char* Data() const { return m_text; }
@@ -146,17 +149,26 @@ public:
     /// The text with its terminator, never null. Valid until the string is changed or destroyed.
     const Char* CStr() const { return m_header != nullptr ? TextOf(m_header) : &TERMINATOR; }
     unsigned Size() const { return m_header != nullptr ? m_header->size : 0; }
-    bool IsEmpty() const { return Size() == 0; }
+    [[nodiscard]] bool IsEmpty() const { return Size() == 0; }
     /// The size to which the text can grow without moving, as long as it is not shared.
     unsigned Capacity() const { return m_header != nullptr ? m_header->capacity : 0; }
 
     const Char* begin() const { return CStr(); }
     const Char* end() const { return CStr() + Size(); }
     /// @param position at most Size(), where the terminator stands.
-    const Char& operator[](unsigned position) const { return CStr()[position]; }
+    const Char& operator[](unsigned position) const {
+        Z4_ASSERT(position <= Size(), "The position is at most Size().");
+        return CStr()[position];
+    }
     /// Of a string that is not empty.
-    const Char& Front() const { return *begin(); }
-    const Char& Back() const { return end()[-1]; }
+    const Char& Front() const {
+        Z4_ASSERT(!IsEmpty(), "A string of which a character is asked is not empty.");
+        return *begin();
+    }
+    const Char& Back() const {
+        Z4_ASSERT(!IsEmpty(), "A string of which a character is asked is not empty.");
+        return end()[-1];
+    }
 
     bool Assign(View text) { return Replace(0, NPOS, text); }
     bool Append(View text) { return Replace(NPOS, 0, text); }
@@ -226,7 +238,7 @@ public:
     }
 
     /// Makes the text this string's own, with room for `capacity` characters at least and no more than it needs.
-    bool Reserve(unsigned capacity) {
+    [[nodiscard]] bool Reserve(unsigned capacity) {
         if (capacity < Size()) {
             capacity = Size();
         }
@@ -245,11 +257,11 @@ public:
     /// The text for writing up to Size() characters, made this string's own. Valid until the string is copied, changed
     /// or destroyed.
     /// @return null when the string is empty and when memory is refused.
-    Char* Edit() { return !IsEmpty() && Reserve(0) ? TextOf(m_header) : nullptr; }
+    [[nodiscard]] Char* Edit() { return !IsEmpty() && Reserve(0) ? TextOf(m_header) : nullptr; }
 
     /// @return the first position from `from` on at which `text` stands, or NPOS. An empty text stands everywhere up to
     /// Size().
-    unsigned Find(View text, unsigned from = 0) const {
+    [[nodiscard]] unsigned Find(View text, unsigned from = 0) const {
         const unsigned size = Size();
         if (text.Size() > size || from > size - text.Size()) {
             return NPOS;
@@ -264,9 +276,9 @@ public:
         }
         return at != behind ? static_cast<unsigned>(at - begin()) : NPOS;
     }
-    unsigned Find(Char character, unsigned from = 0) const { return Find(View(&character, 1), from); }
+    [[nodiscard]] unsigned Find(Char character, unsigned from = 0) const { return Find(View(&character, 1), from); }
     /// The same from `from` backwards.
-    unsigned FindLast(View text, unsigned from = NPOS) const {
+    [[nodiscard]] unsigned FindLast(View text, unsigned from = NPOS) const {
         const unsigned size = Size();
         if (text.Size() > size) {
             return NPOS;
@@ -279,13 +291,15 @@ public:
         }
         return NPOS;
     }
-    unsigned FindLast(Char character, unsigned from = NPOS) const { return FindLast(View(&character, 1), from); }
-    bool Contains(View text) const { return Find(text) != NPOS; }
-    bool StartsWith(View text) const { return IsAt(0, text); }
-    bool EndsWith(View text) const { return IsAt(Size() - text.Size(), text); }
+    [[nodiscard]] unsigned FindLast(Char character, unsigned from = NPOS) const {
+        return FindLast(View(&character, 1), from);
+    }
+    [[nodiscard]] bool Contains(View text) const { return Find(text) != NPOS; }
+    [[nodiscard]] bool StartsWith(View text) const { return IsAt(0, text); }
+    [[nodiscard]] bool EndsWith(View text) const { return IsAt(Size() - text.Size(), text); }
 
     /// Up to `count` characters from `position` on; the whole text is shared, not copied.
-    ZelkBasicString Substring(unsigned position, unsigned count = NPOS) const {
+    [[nodiscard]] ZelkBasicString Substring(unsigned position, unsigned count = NPOS) const {
         const unsigned start = position < Size() ? position : Size();
         const unsigned rest = Size() - start;
         return rest == Size() && count >= rest ? *this : ZelkBasicString(CStr() + start, count < rest ? count : rest);
@@ -293,7 +307,7 @@ public:
 
     /// @return below, at or above 0, by the characters' unsigned values; of two texts that begin alike the shorter is
     /// the lesser.
-    int Compare(View other) const { return Compare(*this, other); }
+    [[nodiscard]] int Compare(View other) const { return Compare(*this, other); }
     friend bool operator==(View left, View right) {
         return left.Size() == right.Size() &&
                (left.Data() == right.Data() || Private::CompareText(left.Data(), right.Data(), left.Size()) == 0);

@@ -19,6 +19,7 @@
 #include <type_traits>
 #include <utility>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/generics/ealallocator.h>
 
 namespace Z4 {
@@ -51,8 +52,8 @@ public:
     using iterator = T*;
     using const_iterator = const T*;
 
-    /// Memory of the caller's for `capacity` elements, aligned for them. It must outlive the vector, which never frees
-    /// it.
+    /// Memory of the caller's for `capacity` elements, at most MAX_CAPACITY, aligned for them. It must outlive the
+    /// vector, which never frees it.
     struct FixedStorage {
         void* memory;
         unsigned capacity;
@@ -117,11 +118,11 @@ public:
 
     unsigned Size() const { return m_size; }
     unsigned Capacity() const { return m_storage >> 1; }
-    bool IsEmpty() const { return m_size == 0; }
+    [[nodiscard]] bool IsEmpty() const { return m_size == 0; }
     /// Whether the vector owns its memory.
     bool IsDynamic() const { return (m_storage & DYNAMIC) != 0; }
     /// Whether memory was refused and elements were lost since the vector was last usable.
-    bool WasRefused() const { return m_data == Sentinel() && m_storage != 0; }
+    [[nodiscard]] bool WasRefused() const { return m_data == Sentinel() && m_storage != 0; }
 
     /// Never null; to be read and written only below Size().
     T* Data() { return m_data; }
@@ -130,14 +131,17 @@ public:
     const T* begin() const { return m_data; }
     T* end() { return m_data + m_size; }
     const T* end() const { return m_data + m_size; }
-    /// `index` is not checked.
-    T& operator[](unsigned index) { return m_data[index]; }
-    const T& operator[](unsigned index) const { return m_data[index]; }
+    /// Element `index`, which must be below Size().
+    T& operator[](unsigned index) {
+        Z4_ASSERT(index < m_size, "The index is below Size().");
+        return m_data[index];
+    }
+    const T& operator[](unsigned index) const { return const_cast<Vector&>(*this)[index]; }
     /// Of a vector that is not empty.
-    T& Front() { return m_data[0]; }
-    const T& Front() const { return m_data[0]; }
-    T& Back() { return m_data[m_size - 1]; }
-    const T& Back() const { return m_data[m_size - 1]; }
+    T& Front() { return (*this)[0]; }
+    const T& Front() const { return (*this)[0]; }
+    T& Back() { return (*this)[m_size - 1]; }
+    const T& Back() const { return (*this)[m_size - 1]; }
 
     /// @return false when memory is refused.
     bool PushBack(const T& value) { return EmplaceBack(value) != nullptr; }
@@ -157,7 +161,10 @@ public:
         }
     }
     /// Removes the last element of a vector that is not empty.
-    void PopBack() { Destroy(m_data + --m_size, 1); }
+    void PopBack() {
+        Z4_ASSERT(m_size != 0, "A vector from which an element is removed is not empty.");
+        Destroy(m_data + --m_size, 1);
+    }
 
     /// @return false when memory is refused, as from all the following.
     bool Append(const T* elements, unsigned count) {
@@ -182,7 +189,7 @@ public:
         }
     }
 
-    /// Constructs an element before `position`.
+    /// Constructs an element before `position`, which is one of this vector's or end().
     /// @return the element; end() when memory is refused, as from all insertions.
     template <class... Arguments>
     T* Emplace(const T* position, Arguments&&... arguments) {
@@ -199,6 +206,7 @@ public:
     /// Inserts copies of `count` elements, which may be null when there are none.
     /// @return the first of them, or `position` if there are none.
     T* Insert(const T* position, const T* elements, unsigned count) {
+        Z4_ASSERT(elements != nullptr || count == 0, "Elements that are inserted are not null.");
         return InsertWith(position, count, [this, elements, count](T* gap, bool hasMoved) {
             if (hasMoved && elements < end() && elements + count > gap) {
                 // Those of them that stood behind the gap now stand beyond it.
@@ -214,10 +222,12 @@ public:
         return Insert(position, elements.begin(), static_cast<unsigned>(elements.size()));
     }
 
-    /// Removes elements and closes the gap. Their memory stays reserved.
+    /// Removes an element of this vector, or those from `first` to before `last`, and closes the gap. Their memory
+    /// stays reserved.
     /// @return what now stands in the place of the first that was removed.
     T* Erase(const T* position) { return Erase(position, position + 1); }
     T* Erase(const T* first, const T* last) {
+        Z4_ASSERT(m_data <= first && first <= last && last <= end(), "Elements that are removed are the vector's.");
         T* const gap = m_data + (first - m_data);
         const auto count = static_cast<unsigned>(last - first);
         Destroy(gap, count);
@@ -227,6 +237,7 @@ public:
     }
     /// Puts the last element into the place of the one that is removed: quick, and changes the order.
     T* EraseUnordered(const T* position) {
+        Z4_ASSERT(m_data <= position && position < end(), "Elements that are removed are the vector's.");
         T* const gap = m_data + (position - m_data);
         Destroy(gap, 1);
         --m_size;
@@ -297,9 +308,9 @@ public:
     }
 
     /// Makes room for `capacity` elements, and for no more where there is too little.
-    bool Reserve(unsigned capacity) { return Reserve(capacity, m_size, true); }
+    [[nodiscard]] bool Reserve(unsigned capacity) { return Reserve(capacity, m_size, true); }
     /// The same, but grows by half at least, so that it may be called again and again.
-    bool ReserveGrowing(unsigned capacity) { return Reserve(capacity, m_size, false); }
+    [[nodiscard]] bool ReserveGrowing(unsigned capacity) { return Reserve(capacity, m_size, false); }
     /// Gives back the memory that the vector owns and does not need. Nothing is lost when memory is refused.
     bool ShrinkToFit() {
         if (!IsDynamic() || m_size == Capacity() || WasRefused()) {
@@ -348,6 +359,9 @@ public:
 protected:
     /// Puts a vector without storage onto a buffer.
     void Use(FixedStorage storage) {
+        Z4_ASSERT(storage.capacity <= MAX_CAPACITY, "The capacity is at most MAX_CAPACITY.");
+        Z4_ASSERT(storage.memory != nullptr || storage.capacity == 0, "A buffer for elements is not null.");
+        Z4_ASSERT(Private::IsAligned(storage.memory, alignof(T)), "A buffer for elements is aligned for them.");
         m_storage = storage.capacity * 2;
         m_data = storage.capacity != 0 ? static_cast<T*>(storage.memory) : Sentinel();
     }
@@ -456,7 +470,7 @@ private:
     }
 
     /// Keeps the first `keep` elements, no more than there are, and makes room for `requested`.
-    bool Reserve(unsigned requested, unsigned keep, bool exact) {
+    [[nodiscard]] bool Reserve(unsigned requested, unsigned keep, bool exact) {
         Truncate(keep);
         if (requested <= Capacity()) {
             return !WasRefused();
@@ -476,6 +490,7 @@ private:
     template <class Constructor>
     T* InsertWith(const T* position, unsigned count, Constructor construct) {
         const auto index = static_cast<unsigned>(position - m_data);
+        Z4_ASSERT(index <= m_size, "Elements are inserted before one of the vector's or at its end.");
         if (HasRoom(count)) {
             Relocate(m_data + index + count, m_data + index, m_size - index);
             construct(m_data + index, true);

@@ -7,6 +7,7 @@
 /// and a Matrix44f give the same bits, for both add in the same order.
 #pragma once
 
+#include <zelk_core/base/assert.h>
 #include <zelk_core/math/vectorgeneric.h>
 
 #include <cmath>
@@ -32,8 +33,14 @@ public:
         : m_rows{first, rest...} {}
 
     /// Row `index`, which must be below `ROWS`.
-    constexpr const R& Row(unsigned long index) const { return m_rows[index]; }
-    constexpr R& Row(unsigned long index) { return m_rows[index]; }
+    constexpr const R& Row(unsigned long index) const {
+        Z4_ASSERT(index < ROWS, "The index of a row is below their number.");
+        return m_rows[index];
+    }
+    constexpr R& Row(unsigned long index) {
+        Z4_ASSERT(index < ROWS, "The index of a row is below their number.");
+        return m_rows[index];
+    }
 
 private:
     R m_rows[ROWS];
@@ -285,7 +292,7 @@ constexpr typename M::RowType operator*(const typename M::RowType& v, const M& m
 
 /// The direction `d` transformed, without the translation: (z row 2 + y row 1) + x row 0.
 template <PlainVector V, SpaceMatrix M>
-requires(V::SIZE == 3 && std::is_same_v<typename V::Element, typename M::RowType::Element>) constexpr V
+requires(V::SIZE == 3 && std::is_same_v<typename V::Element, typename M::RowType::Element>) [[nodiscard]] constexpr V
     TransformDirection(const V& d, const M& m) {
     const auto sum = Private::SumRows(d[0], d[1], d[2], m);
     return V(sum[0], sum[1], sum[2]);
@@ -294,7 +301,7 @@ requires(V::SIZE == 3 && std::is_same_v<typename V::Element, typename M::RowType
 /// The point `p` transformed, its w taken for 1: ((z row 2 + row 3) + y row 1) + x row 0, in this order; by a linear
 /// matrix as a direction. There is no division by the w that a projecting matrix gives.
 template <PlainVector V, SpaceMatrix M>
-requires(V::SIZE == 3 && std::is_same_v<typename V::Element, typename M::RowType::Element>) constexpr V
+requires(V::SIZE == 3 && std::is_same_v<typename V::Element, typename M::RowType::Element>) [[nodiscard]] constexpr V
     TransformPoint(const V& p, const M& m) {
     if constexpr (M::ROWS == 4) {
         const auto sum = Private::SumRows(p[0], p[1], p[2], m.Row(3), m);
@@ -305,13 +312,13 @@ requires(V::SIZE == 3 && std::is_same_v<typename V::Element, typename M::RowType
 }
 
 template <SquareMatrix M>
-constexpr M Transpose(const M& m) {
+[[nodiscard]] constexpr M Transpose(const M& m) {
     return Private::TraitsOf<M>::Transpose(m);
 }
 
 /// Of an affine matrix the determinant of its linear part. Of SIMD matrices in all four lanes.
 template <Matrix M>
-constexpr typename Private::TraitsOf<M>::Scalar Determinant(const M& m) {
+[[nodiscard]] constexpr typename Private::TraitsOf<M>::Scalar Determinant(const M& m) {
     using Traits = Private::TraitsOf<M>;
     if constexpr (M::COLUMNS == 2) {
         return Cross(m.Row(0), m.Row(1));
@@ -327,7 +334,7 @@ constexpr typename Private::TraitsOf<M>::Scalar Determinant(const M& m) {
 /// @return the zero matrix where the determinant of the linear part is 0, infinite or NaN, or so small that its
 /// reciprocal is infinite.
 template <SpaceMatrix M>
-constexpr M InverseAffine(const M& m) {
+[[nodiscard]] constexpr M InverseAffine(const M& m) {
     using Traits = Private::TraitsOf<M>;
     const auto x = Traits::AxisOf(m.Row(0));
     const auto y = Traits::AxisOf(m.Row(1));
@@ -358,7 +365,7 @@ constexpr M InverseAffine(const M& m) {
 /// The inverse of any matrix, without assumptions about its w column; of a linear or affine one InverseAffine().
 /// @return the zero matrix where the determinant is 0, infinite or NaN, or so small that its reciprocal is infinite.
 template <Matrix M>
-constexpr M Inverse(const M& m) {
+[[nodiscard]] constexpr M Inverse(const M& m) {
     using Traits = Private::TraitsOf<M>;
     if constexpr (M::COLUMNS == 3) {
         return InverseAffine(m);
@@ -394,7 +401,7 @@ constexpr M Inverse(const M& m) {
 /// A matrix of another shape or element type, as in `ConvertMatrix<MatrixSIMD44f>(m)`: what both have is copied,
 /// elements rounded, and what only the result has is that of the identity.
 template <Matrix To, Matrix From>
-constexpr To ConvertMatrix(const From& m) {
+[[nodiscard]] constexpr To ConvertMatrix(const From& m) {
     using Element = typename To::Element;
     const auto element = [&m](unsigned i, unsigned j) -> Element {
         if (i < From::ROWS && j < From::COLUMNS) {
@@ -416,7 +423,7 @@ constexpr To ConvertMatrix(const From& m) {
 /// axis may have any length; one without a direction (zero, infinite or NaN) gives the identity. Accurate to about one
 /// unit in the last place of a float; sine and cosine are the platform's.
 template <SpaceMatrix M, class V>
-M MakeRotation(const V& axis, double angle) {
+[[nodiscard]] M MakeRotation(const V& axis, double angle) {
     using Element = typename M::Element;
     double rows[3][3];
     Private::FillRotation(axis[0], axis[1], axis[2], angle, rows);
@@ -429,7 +436,7 @@ M MakeRotation(const V& axis, double angle) {
 }
 /// The rotation of the plane by `angle` radians, counter-clockwise.
 template <Matrix M>
-requires(M::COLUMNS == 2) M MakeRotation(double angle) {
+requires(M::COLUMNS == 2) [[nodiscard]] M MakeRotation(double angle) {
     using Element = typename M::Element;
     const auto sine = static_cast<Element>(std::sin(angle));
     const auto cosine = static_cast<Element>(std::cos(angle));
@@ -438,7 +445,7 @@ requires(M::COLUMNS == 2) M MakeRotation(double angle) {
 
 /// The translation by x, y and z of a plain or SIMD vector.
 template <SpaceMatrix M, class V>
-requires(M::ROWS == 4) constexpr M MakeTranslation(const V& translation) {
+requires(M::ROWS == 4) [[nodiscard]] constexpr M MakeTranslation(const V& translation) {
     M result = Private::MakeIdentity<M>();
     result.Row(3) =
         Private::TraitsOf<M>::Make(translation[0], translation[1], translation[2], M::COLUMNS == 4 ? 1.0F : 0.0F);
@@ -447,7 +454,7 @@ requires(M::ROWS == 4) constexpr M MakeTranslation(const V& translation) {
 
 /// The scaling along the axes by the components of a plain or SIMD vector.
 template <Matrix M, class V>
-constexpr M MakeScale(const V& scale) {
+[[nodiscard]] constexpr M MakeScale(const V& scale) {
     if constexpr (M::COLUMNS == 2) {
         return Private::MakeDiagonal<M>(scale[0], scale[1], 0, 0);
     } else {

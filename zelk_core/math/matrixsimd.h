@@ -107,7 +107,8 @@ public:
 
 /// The direction `d` transformed, without the translation: (z row 2 + y row 1) + x row 0. Its w lane is not read.
 template <class V, unsigned N, SpaceMatrix M>
-requires std::same_as<typename M::RowType, VectorSIMD4f> V TransformDirection(const VectorSIMD<V, N>& d, const M& m) {
+requires(std::same_as<typename M::RowType, VectorSIMD4f>) [[nodiscard]] V
+    TransformDirection(const VectorSIMD<V, N>& d, const M& m) {
     const VectorSIMD4f lanes(d.Native());
     return V(Private::SumRows(lanes.BroadcastX(), lanes.BroadcastY(), lanes.BroadcastZ(), m).Native());
 }
@@ -115,7 +116,8 @@ requires std::same_as<typename M::RowType, VectorSIMD4f> V TransformDirection(co
 /// The point `p` transformed, its w taken for 1: ((z row 2 + row 3) + y row 1) + x row 0, in this order; by a linear
 /// matrix as a direction. There is no division by the w that a projecting matrix gives.
 template <class V, unsigned N, SpaceMatrix M>
-requires std::same_as<typename M::RowType, VectorSIMD4f> V TransformPoint(const VectorSIMD<V, N>& p, const M& m) {
+requires(std::same_as<typename M::RowType, VectorSIMD4f>) [[nodiscard]] V
+    TransformPoint(const VectorSIMD<V, N>& p, const M& m) {
     if constexpr (M::ROWS == 4) {
         const VectorSIMD4f lanes(p.Native());
         return V(Private::SumRows(lanes.BroadcastX(), lanes.BroadcastY(), lanes.BroadcastZ(), m.Row(3), m).Native());

@@ -7,6 +7,8 @@
 /// where it is compared away, the operation says what is left. What needs no square root is `constexpr`.
 #pragma once
 
+#include <zelk_core/base/assert.h>
+
 #include <emmintrin.h>
 
 #include <bit>
@@ -82,8 +84,14 @@ public:
     constexpr void SetW(T value) requires(N > 3) { m_components[3] = value; }
 
     /// Component `index`, which must be below `N`.
-    constexpr const T& operator[](unsigned long index) const { return m_components[index]; }
-    constexpr T& operator[](unsigned long index) { return m_components[index]; }
+    constexpr const T& operator[](unsigned long index) const {
+        Z4_ASSERT(index < N, "The index of a component is below their number.");
+        return m_components[index];
+    }
+    constexpr T& operator[](unsigned long index) {
+        Z4_ASSERT(index < N, "The index of a component is below their number.");
+        return m_components[index];
+    }
 
     /// The `N` elements in memory.
     constexpr const T* Data() const { return m_components; }
@@ -257,52 +265,52 @@ constexpr bool operator==(const V& a, const V& b) {
 }
 /// Whether the comparison holds of every component; it never does of a NaN.
 template <PlainVector V>
-constexpr bool AllLess(const V& a, const V& b) {
+[[nodiscard]] constexpr bool AllLess(const V& a, const V& b) {
     using Element = typename V::Element;
     return Private::All(a, b, [](Element p, Element q) { return p < q; });
 }
 template <PlainVector V>
-constexpr bool AllLessEqual(const V& a, const V& b) {
+[[nodiscard]] constexpr bool AllLessEqual(const V& a, const V& b) {
     using Element = typename V::Element;
     return Private::All(a, b, [](Element p, Element q) { return p <= q; });
 }
 
 /// The smaller and the greater of each component; of `b` where one of the two is NaN.
 template <PlainVector V>
-constexpr V Min(const V& a, const V& b) {
+[[nodiscard]] constexpr V Min(const V& a, const V& b) {
     using Element = typename V::Element;
     return Private::Map(a, b, [](Element p, Element q) { return p < q ? p : q; });
 }
 template <PlainVector V>
-constexpr V Max(const V& a, const V& b) {
+[[nodiscard]] constexpr V Max(const V& a, const V& b) {
     using Element = typename V::Element;
     return Private::Map(a, b, [](Element p, Element q) { return p > q ? p : q; });
 }
 
 /// `v` moved into [low, high]; `low` where `v` is NaN, and `high` where the bounds are crossed.
 template <PlainVector V>
-constexpr V Clamp(const V& v, const V& low, const V& high) {
+[[nodiscard]] constexpr V Clamp(const V& v, const V& low, const V& high) {
     return Min(Max(v, low), high);
 }
 
 /// Bit by bit, mainly with the constants MASK_2D to MASK_4D, as in `And(v, Vector3f::MASK_2D)`.
 template <PlainVector V>
-constexpr V And(const V& a, const VectorGeneric<typename V::Element, V::SIZE>& b) {
+[[nodiscard]] constexpr V And(const V& a, const VectorGeneric<typename V::Element, V::SIZE>& b) {
     return Private::MapBits(a, b, [](auto p, auto q) { return p & q; });
 }
 template <PlainVector V>
-constexpr V Or(const V& a, const VectorGeneric<typename V::Element, V::SIZE>& b) {
+[[nodiscard]] constexpr V Or(const V& a, const VectorGeneric<typename V::Element, V::SIZE>& b) {
     return Private::MapBits(a, b, [](auto p, auto q) { return p | q; });
 }
 /// The bits of `b` that are not set in `a`.
 template <PlainVector V>
-constexpr V AndNot(const VectorGeneric<typename V::Element, V::SIZE>& a, const V& b) {
+[[nodiscard]] constexpr V AndNot(const VectorGeneric<typename V::Element, V::SIZE>& a, const V& b) {
     return Private::MapBits(b, a, [](auto p, auto q) { return p & ~q; });
 }
 
 /// Clears the sign of floating-point components; the least integer of a signed type stays as it is.
 template <PlainVector V>
-constexpr V Abs(const V& v) {
+[[nodiscard]] constexpr V Abs(const V& v) {
     using Element = typename V::Element;
     return Private::Map(v, [](Element p) {
         if constexpr (std::is_floating_point_v<Element>) {
@@ -315,7 +323,7 @@ constexpr V Abs(const V& v) {
 }
 
 template <PlainVector V>
-constexpr typename V::Element Dot(const V& a, const V& b) {
+[[nodiscard]] constexpr typename V::Element Dot(const V& a, const V& b) {
     typename V::Element sum = Private::Multiply(a[0], b[0]);
     for (unsigned i = 1; i < V::SIZE; ++i) {
         sum = Private::Add(sum, Private::Multiply(a[i], b[i]));
@@ -324,20 +332,20 @@ constexpr typename V::Element Dot(const V& a, const V& b) {
 }
 
 template <PlainVector V>
-constexpr typename V::Element LengthSqr(const V& v) {
+[[nodiscard]] constexpr typename V::Element LengthSqr(const V& v) {
     return Dot(v, v);
 }
 
 /// The squared length must fit the element type.
 template <PlainFloatVector V>
-typename V::Element Length(const V& v) {
+[[nodiscard]] typename V::Element Length(const V& v) {
     return Private::SquareRoot(LengthSqr(v));
 }
 
 /// `v` divided by its length. Zero where the squared length is 0, as it is too of floats shorter than about 1e-23 and
 /// doubles shorter than about 1e-162, and where it overflows, from lengths of about 1.8e19 and 1.3e154 on.
 template <PlainFloatVector V>
-V Normalize(const V& v) {
+[[nodiscard]] V Normalize(const V& v) {
     using Element = typename V::Element;
     const Element length = Length(v);
     return length == 0 ? Private::Map(v, [](Element) { return Element(0); }) : v / length;
@@ -345,7 +353,7 @@ V Normalize(const V& v) {
 
 /// Right-handed.
 template <PlainVector V>
-requires(V::SIZE == 3) constexpr V Cross(const V& a, const V& b) {
+requires(V::SIZE == 3) [[nodiscard]] constexpr V Cross(const V& a, const V& b) {
     using Private::Multiply;
     using Private::Subtract;
     return V(Subtract(Multiply(a[1], b[2]), Multiply(a[2], b[1])), Subtract(Multiply(a[2], b[0]), Multiply(a[0], b[2])),
@@ -353,13 +361,13 @@ requires(V::SIZE == 3) constexpr V Cross(const V& a, const V& b) {
 }
 /// The z component of the cross product of two vectors of the plane: positive where `b` lies to the left of `a`.
 template <PlainVector V>
-requires(V::SIZE == 2) constexpr typename V::Element Cross(const V& a, const V& b) {
+requires(V::SIZE == 2) [[nodiscard]] constexpr typename V::Element Cross(const V& a, const V& b) {
     return Private::Subtract(Private::Multiply(a[0], b[1]), Private::Multiply(a[1], b[0]));
 }
 
 /// a + (b - a) t: `a` at t = 0 exactly, `b` at t = 1 but for rounding.
 template <PlainFloatVector V>
-constexpr V Lerp(const V& a, const V& b, typename V::Element t) {
+[[nodiscard]] constexpr V Lerp(const V& a, const V& b, typename V::Element t) {
     return a + (b - a) * t;
 }
 

@@ -6,11 +6,12 @@
 /// uses the processor's reciprocal estimates. NaN spreads through arithmetic as usual; where it is compared away, the
 /// operation says what is left. Nothing here traps or fails.
 ///
-/// Objects are aligned to 16 bytes, on the heap too (alignednew.h). Pass them by const reference. The constants are
+/// Objects are aligned to 16 bytes, on the heap too (hostnew.h). Pass them by const reference. The constants are
 /// static data: they can be read before, and in, any static initialiser. Any thread.
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/hostnew.h>
 #include <zelk_core/math/vector.h>
 
@@ -34,9 +35,9 @@ public:
     using Element = float;
 
     /// The same number in all four lanes.
-    static V Broadcast(float value) { return V(_mm_set1_ps(value)); }
+    [[nodiscard]] static V Broadcast(float value) { return V(_mm_set1_ps(value)); }
     /// Four floats from memory of any alignment, and back.
-    static V Load(const float* source) { return V(_mm_loadu_ps(source)); }
+    [[nodiscard]] static V Load(const float* source) { return V(_mm_loadu_ps(source)); }
     void Store(float* destination) const { _mm_storeu_ps(destination, m_lanes); }
 
     const __m128& Native() const { return m_lanes; }
@@ -47,6 +48,7 @@ public:
     float W() const { return _mm_cvtss_f32(Spread<3>()); }
     /// Lane `index`, which must be below 4.
     float operator[](unsigned long index) const {
+        Z4_ASSERT(index < 4, "The index of a lane is below 4.");
         alignas(16) float lanes[4];
         _mm_store_ps(lanes, m_lanes);
         return lanes[index];
@@ -163,123 +165,123 @@ public:
 
 /// The first components as a plain vector; for other element types convert that.
 template <class V, unsigned N>
-Vector4f ToVector4f(const VectorSIMD<V, N>& v) {
+[[nodiscard]] Vector4f ToVector4f(const VectorSIMD<V, N>& v) {
     Vector4f result;
     v.Store(result.Data());
     return result;
 }
 template <class V, unsigned N>
-Vector3f ToVector3f(const VectorSIMD<V, N>& v) {
+[[nodiscard]] Vector3f ToVector3f(const VectorSIMD<V, N>& v) {
     return Vector3f(v.X(), v.Y(), v.Z());
 }
 template <class V, unsigned N>
-Vector2f ToVector2f(const VectorSIMD<V, N>& v) {
+[[nodiscard]] Vector2f ToVector2f(const VectorSIMD<V, N>& v) {
     return Vector2f(v.X(), v.Y());
 }
 
 /// The smaller and the greater of each lane; `b` where one of the two is NaN, and where both are zeros.
 template <class V, unsigned N>
-V Min(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Min(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_min_ps(a.Native(), b.Native()));
 }
 template <class V, unsigned N>
-V Max(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Max(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_max_ps(a.Native(), b.Native()));
 }
 
 /// `v` moved into [low, high]; `low` where `v` is NaN, and `high` where the bounds are crossed.
 template <class V, unsigned N>
-V Clamp(const VectorSIMD<V, N>& v, const VectorSIMD<V, N>& low, const VectorSIMD<V, N>& high) {
+[[nodiscard]] V Clamp(const VectorSIMD<V, N>& v, const VectorSIMD<V, N>& low, const VectorSIMD<V, N>& high) {
     return Min(Max(v, low), high);
 }
 
 /// Clears the sign bits.
 template <class V, unsigned N>
-V Abs(const VectorSIMD<V, N>& v) {
+[[nodiscard]] V Abs(const VectorSIMD<V, N>& v) {
     return V(_mm_andnot_ps(_mm_set1_ps(-0.0F), v.Native()));
 }
 
 /// Correctly rounded; NaN of a negative number.
 template <class V, unsigned N>
-V Sqrt(const VectorSIMD<V, N>& v) {
+[[nodiscard]] V Sqrt(const VectorSIMD<V, N>& v) {
     return V(_mm_sqrt_ps(v.Native()));
 }
 
 /// 1 / Sqrt(v), each step correctly rounded; infinity of 0.
 template <class V, unsigned N>
-V ReciprocalSqrt(const VectorSIMD<V, N>& v) {
+[[nodiscard]] V ReciprocalSqrt(const VectorSIMD<V, N>& v) {
     return V(_mm_div_ps(_mm_set1_ps(1.0F), _mm_sqrt_ps(v.Native())));
 }
 
 /// The bits of `a` that are set in `b` too.
 template <class V, unsigned N>
-V And(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V And(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_and_ps(a.Native(), b.Native()));
 }
 /// The same with one of the raw masks, as in `And(v, VectorSIMD4f::MASK_3D)`.
 template <class V, unsigned N>
-V And(const VectorSIMD<V, N>& a, const __m128& b) {
+[[nodiscard]] V And(const VectorSIMD<V, N>& a, const __m128& b) {
     return V(_mm_and_ps(a.Native(), b));
 }
 /// The bits of `b` that are not set in `a`.
 template <class V, unsigned N>
-V AndNot(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V AndNot(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_andnot_ps(a.Native(), b.Native()));
 }
 template <class V, unsigned N>
-V Or(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Or(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_or_ps(a.Native(), b.Native()));
 }
 
 /// Each bit from `a` where it is set in `mask`, else from `b`.
 template <class V, unsigned N>
-V Select(const VectorSIMD<V, N>& mask, const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Select(const VectorSIMD<V, N>& mask, const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return Or(And(mask, a), AndNot(mask, b));
 }
 
 /// Comparisons give masks: all bits of a lane set where it holds, none where it does not or where a NaN is compared.
 template <class V, unsigned N>
-V Less(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Less(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_cmplt_ps(a.Native(), b.Native()));
 }
 template <class V, unsigned N>
-V LessEqual(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V LessEqual(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_cmple_ps(a.Native(), b.Native()));
 }
 template <class V, unsigned N>
-V Greater(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Greater(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_cmpgt_ps(a.Native(), b.Native()));
 }
 template <class V, unsigned N>
-V GreaterEqual(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V GreaterEqual(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_cmpge_ps(a.Native(), b.Native()));
 }
 template <class V, unsigned N>
-V Equal(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Equal(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     return V(_mm_cmpeq_ps(a.Native(), b.Native()));
 }
 
 /// Whether the lanes of a mask are set (their sign bits are what is read): all four, x y z, x y, or any of the four.
 template <class V, unsigned N>
-bool AllTrue(const VectorSIMD<V, N>& mask) {
+[[nodiscard]] bool AllTrue(const VectorSIMD<V, N>& mask) {
     return _mm_movemask_ps(mask.Native()) == 0xF;
 }
 template <class V, unsigned N>
-bool AllTrue3(const VectorSIMD<V, N>& mask) {
+[[nodiscard]] bool AllTrue3(const VectorSIMD<V, N>& mask) {
     return (_mm_movemask_ps(mask.Native()) & 0x7) == 0x7;
 }
 template <class V, unsigned N>
-bool AllTrue2(const VectorSIMD<V, N>& mask) {
+[[nodiscard]] bool AllTrue2(const VectorSIMD<V, N>& mask) {
     return (_mm_movemask_ps(mask.Native()) & 0x3) == 0x3;
 }
 template <class V, unsigned N>
-bool AnyTrue(const VectorSIMD<V, N>& mask) {
+[[nodiscard]] bool AnyTrue(const VectorSIMD<V, N>& mask) {
     return _mm_movemask_ps(mask.Native()) != 0;
 }
 
 /// Dot product of x, y and z, in all four lanes.
 template <SumOrder ORDER = SumOrder::FAST, class V, unsigned N>
-V Dot3(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Dot3(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     const V products(_mm_mul_ps(a.Native(), b.Native()));
     if constexpr (ORDER == SumOrder::FAST) {
         return products.BroadcastX() + (products.BroadcastY() + products.BroadcastZ());
@@ -290,27 +292,27 @@ V Dot3(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
 
 /// Dot product of x and y, in all four lanes.
 template <class V, unsigned N>
-V Dot2(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Dot2(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     const V products(_mm_mul_ps(a.Native(), b.Native()));
     return products.BroadcastX() + products.BroadcastY();
 }
 
 /// Squared length of (x, y, z), in all four lanes.
 template <SumOrder ORDER = SumOrder::FAST, class V, unsigned N>
-V LengthSqr3(const VectorSIMD<V, N>& v) {
+[[nodiscard]] V LengthSqr3(const VectorSIMD<V, N>& v) {
     return Dot3<ORDER>(v, v);
 }
 
 /// Length of (x, y, z), in all four lanes. The squared length must fit a float.
 template <SumOrder ORDER = SumOrder::FAST, class V, unsigned N>
-V Length3(const VectorSIMD<V, N>& v) {
+[[nodiscard]] V Length3(const VectorSIMD<V, N>& v) {
     return Sqrt(LengthSqr3<ORDER>(v));
 }
 
 /// All four lanes divided by the length of (x, y, z). Zero in all lanes where the squared length is 0, as it is too of
 /// vectors shorter than about 1e-23, and where it overflows, from lengths of about 1.8e19 on.
 template <SumOrder ORDER = SumOrder::FAST, class V, unsigned N>
-V Normalize3(const VectorSIMD<V, N>& v) {
+[[nodiscard]] V Normalize3(const VectorSIMD<V, N>& v) {
     const V lengthSqr = LengthSqr3<ORDER>(v);
     const V quotient(_mm_div_ps(v.Native(), Sqrt(lengthSqr).Native()));
     return AndNot(Equal(lengthSqr, V::Broadcast(0.0F)), quotient);
@@ -318,7 +320,7 @@ V Normalize3(const VectorSIMD<V, N>& v) {
 
 /// Cross product of the x, y and z lanes, right-handed; the w lane is w w' - w w', so 0 of finite vectors.
 template <class V, unsigned N>
-V Cross3(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
+[[nodiscard]] V Cross3(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
     constexpr int YZXW = _MM_SHUFFLE(3, 0, 2, 1);
     // The products in the order z, x, y need one shuffle less than in the order x, y, z.
     const __m128 zxy = _mm_sub_ps(_mm_mul_ps(a.Native(), _mm_shuffle_ps(b.Native(), b.Native(), YZXW)),
@@ -328,11 +330,11 @@ V Cross3(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b) {
 
 /// a + (b - a) t: `a` at t = 0 exactly, `b` at t = 1 but for rounding.
 template <class V, unsigned N>
-V Lerp(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b, const VectorSIMD<V, N>& t) {
+[[nodiscard]] V Lerp(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b, const VectorSIMD<V, N>& t) {
     return V(_mm_add_ps(a.Native(), _mm_mul_ps(_mm_sub_ps(b.Native(), a.Native()), t.Native())));
 }
 template <class V, unsigned N>
-V Lerp(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b, float t) {
+[[nodiscard]] V Lerp(const VectorSIMD<V, N>& a, const VectorSIMD<V, N>& b, float t) {
     return Lerp(a, b, V::Broadcast(t));
 }
 

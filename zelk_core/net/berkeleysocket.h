@@ -2,8 +2,9 @@
 /// The socket calls of the system, one a function, with their failures as the library's codes.
 ///
 /// For code that keeps plain handles; Socket and its descendants are built on these. A handle is the system's, -1 for
-/// none, which every function here answers with ERR_INVALID from the system. `error` is written on failure only. The
-/// network must have been started (InitializeOS()), otherwise everything fails with ERR_DEVICE_NOT_READY. Any thread.
+/// none, which every function here answers with ERR_INVALID from the system. `error` is written on failure only, save
+/// that Select() first sets it to ERR_OK. The network must have been started (InitializeOS()), otherwise everything
+/// fails with ERR_DEVICE_NOT_READY. Any thread.
 ///
 /// On a non-blocking socket, ERR_NOT_READY means that the operation would have to wait.
 #pragma once
@@ -26,33 +27,35 @@ public:
     static constexpr unsigned long NO_TIMEOUT = 0xFFFFFFFF;
 
     /// @return the new socket's handle, -1 on failure.
-    Z4_API static long OpenStream(unsigned long& error);
-    Z4_API static long OpenDatagram(unsigned long& error);
+    [[nodiscard]] Z4_API static long OpenStream(unsigned long& error);
+    [[nodiscard]] Z4_API static long OpenDatagram(unsigned long& error);
 
     /// Closes, and sets `handle` to -1 in any case.
     Z4_API static bool Close(long& handle, unsigned long& error);
 
     /// Binds, then stores in `address` what the system made of it: with port 0 it chooses a free one.
-    Z4_API static bool Bind(SocketAddr& address, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool Bind(SocketAddr& address, long handle, unsigned long& error);
 
     /// Connects to `peer` and copies it to `connected` on success. ERR_INVALID, without a call, for an address that is
     /// not usable or whose family, port or address is 0.
-    Z4_API static bool Connect(const SocketAddr& peer, SocketAddr& connected, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool Connect(const SocketAddr& peer, SocketAddr& connected, long handle,
+                                             unsigned long& error);
 
-    Z4_API static bool Listen(unsigned long backlog, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool Listen(unsigned long backlog, long handle, unsigned long& error);
 
     /// @return the handle of the connection, whose other end is stored in `peer`; -1 on failure.
-    Z4_API static long Accept(SocketAddr& peer, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static long Accept(SocketAddr& peer, long handle, unsigned long& error);
 
     /// @return bytes taken, which may be fewer than `size`; -1 on failure.
-    Z4_API static long Send(const char* data, unsigned long size, long handle, unsigned long& error);
-    Z4_API static long SendTo(const SocketAddr& peer, const char* data, unsigned long size, long handle,
-                              unsigned long& error);
+    [[nodiscard]] Z4_API static long Send(const char* data, unsigned long size, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static long SendTo(const SocketAddr& peer, const char* data, unsigned long size, long handle,
+                                            unsigned long& error);
 
     /// @return bytes stored, 0 at the end of a stream; -1 on failure. A datagram that does not fit fills the buffer and
     /// is lost with ERR_OVERFLOW.
-    Z4_API static long Receive(char* data, unsigned long size, long handle, unsigned long& error);
-    Z4_API static long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static long Receive(char* data, unsigned long size, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle,
+                                                 unsigned long& error);
 
     /// `how` reaches the system unchanged; unknown values are ERR_INVALID.
     Z4_API static bool Shutdown(ShutdownHow how, long handle, unsigned long& error);
@@ -64,32 +67,32 @@ public:
     /// @param failed connecting has failed, or out-of-band data is there
     /// @param timeoutMs milliseconds; 0 never waits, NO_TIMEOUT waits without limit
     /// @return false with ERR_TIMEOUT when nothing became ready; ERR_INVALID when nothing was asked for.
-    Z4_API static bool Select(bool* readable, bool* writable, bool* failed, long handle, unsigned long timeoutMs,
-                              unsigned long& error);
+    [[nodiscard]] Z4_API static bool Select(bool* readable, bool* writable, bool* failed, long handle,
+                                            unsigned long timeoutMs, unsigned long& error);
 
     /// @name Options
     /// Setters return success; readers store the value in `value`, and leave it on failure. Sizes are in bytes.
     /// @{
-    Z4_API static bool SetBlocking(bool on, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool SetBlocking(bool on, long handle, unsigned long& error);
     Z4_API static bool SetReuseAddr(bool on, long handle, unsigned long& error);
-    Z4_API static bool GetReuseAddr(bool& value, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool GetReuseAddr(bool& value, long handle, unsigned long& error);
     Z4_API static bool SetBroadCast(bool on, long handle, unsigned long& error);
-    Z4_API static bool GetBroadCast(bool& value, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool GetBroadCast(bool& value, long handle, unsigned long& error);
     Z4_API static bool SetSendBufSize(unsigned long size, long handle, unsigned long& error);
-    Z4_API static bool GetSendBufSize(unsigned long& value, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool GetSendBufSize(unsigned long& value, long handle, unsigned long& error);
     Z4_API static bool SetReceiveBufSize(unsigned long size, long handle, unsigned long& error);
-    Z4_API static bool GetReceiveBufSize(unsigned long& value, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool GetReceiveBufSize(unsigned long& value, long handle, unsigned long& error);
     /// Nagle's algorithm (RFC 896) collects small writes; it is on at first.
     Z4_API static bool SetNagleOnOff(bool on, long handle, unsigned long& error);
-    Z4_API static bool GetNagleOnOff(bool& value, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool GetNagleOnOff(bool& value, long handle, unsigned long& error);
     /// Whether closing waits for data that is still to be sent, and how long; nothing is written where the value is
     /// what it should be. More than 65535 seconds is ERR_INVALID.
     Z4_API static bool SetLingerOnOff(bool on, long handle, unsigned long& error);
-    Z4_API static bool GetLingerOnOff(bool& value, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool GetLingerOnOff(bool& value, long handle, unsigned long& error);
     Z4_API static bool SetLingerSeconds(unsigned long seconds, long handle, unsigned long& error);
-    Z4_API static bool GetLingerSeconds(unsigned long& value, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool GetLingerSeconds(unsigned long& value, long handle, unsigned long& error);
     /// Bytes that Receive() would find now.
-    Z4_API static bool GetPendingDataCount(unsigned long& value, long handle, unsigned long& error);
+    [[nodiscard]] Z4_API static bool GetPendingDataCount(unsigned long& value, long handle, unsigned long& error);
     /// @}
 
 private:

@@ -7,8 +7,10 @@
 
 namespace Z4 {
 
-/// Look-ups may wait for name servers. The network must have been started (InitializeOS()). One object belongs to one
-/// thread at a time.
+/// Look-ups may wait for name servers. The network must have been started (InitializeOS()), and must stay so until the
+/// look-up returns: whoever calls the last ShutdownOS() ends or awaits the threads that look up names first. Nothing
+/// here can call off a look-up, and what becomes of one whose network goes is up to the system. One object belongs to
+/// one thread at a time.
 class HostInfo {
 public:
     /// No host: an empty name, the address "0.0.0.0", ERR_OK.
@@ -27,7 +29,8 @@ public:
     Z4_API const char* GetName();
     /// Dotted.
     const char* GetAddress() const { return m_address; }
-    /// ERR_NOT_FOUND for a name that does not exist, ERR_TIMEOUT when no name server answered.
+    /// ERR_NOT_FOUND for a name that does not exist, ERR_TIMEOUT when no name server answered, ERR_DEVICE_NOT_READY
+    /// where the network is not started and the system notices.
     Error GetStatus() const { return m_status; }
 
     /// True for four decimal numbers of 0 to 255 joined by dots, without leading zeros, signs or blanks: "127.0.0.1".

@@ -3,7 +3,25 @@
 ///
 /// Every operation stores its result, which GetLastError() reads: ERR_OK, ERR_NOT_CONNECTED on a closed socket, for
 /// which the system is not asked, or the translated failure of the system's call. On failure it returns false, and -1
-/// or 0 where it returns a count. One object belongs to one thread at a time.
+/// or 0 where it returns a count.
+///
+/// One object belongs to one thread at a time: while a thread waits in Receive() or Accept(), no other thread may call
+/// anything of that socket, not even Close() to end the wait. A thread that must be stoppable gives its socket a
+/// time-out, and between two waits looks at a flag, which the thread that stops it sets before joining it:
+///
+///     socket.SetTimeout(100); // the longest that stopping takes, in milliseconds
+///     while (!stop.load()) {  // std::atomic<bool> stop
+///         const long count = socket.Receive(buffer, sizeof buffer);
+///         if (count < 0 && socket.GetLastError() == Z4::ERR_TIMEOUT) {
+///             continue;
+///         }
+///         if (count <= 0) {
+///             break; // the peer has ended its stream, or the connection is lost
+///         }
+///         Use(buffer, count);
+///     }
+///
+/// With Accept(), which returns false where Receive() returns -1, it is the same.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -30,7 +48,7 @@ public:
     Socket& operator=(const Socket&) = delete;
 
     /// Closes, then makes a new socket, blocking and without time-out.
-    virtual bool Open() = 0;
+    [[nodiscard]] virtual bool Open() = 0;
 
     /// Whatever the system answers, the socket is closed then, and blocking and time-out are at their first values. The
     /// address is kept.
@@ -38,34 +56,35 @@ public:
 
     /// Binds to the local address that `host` resolves to, or to all of them; port 0 lets the system choose, and
     /// GetPortNumber() tells. A host that does not resolve is bound as an all-zero address, which the system refuses.
-    Z4_VIRTUAL_PAIR(virtual bool Bind(const char* host, unsigned short port), virtual bool Bind(unsigned short port));
+    Z4_VIRTUAL_PAIR([[nodiscard]] virtual bool Bind(const char* host, unsigned short port),
+                    [[nodiscard]] virtual bool Bind(unsigned short port));
 
     /// Connects; a datagram socket then sends to this peer and hears nobody else. ERR_INVALID, without a call, for a
     /// host that does not resolve, for "0.0.0.0" and for port 0. A non-blocking stream socket answers ERR_NOT_READY
     /// and becomes writable when it is connected; the peer's address is then not stored.
-    virtual bool Connect(const char* host, unsigned short port);
+    [[nodiscard]] virtual bool Connect(const char* host, unsigned short port);
 
     /// A blocking socket with a time-out waits so long for the peer at most, then fails with ERR_TIMEOUT.
     /// @return bytes taken, which may be fewer than `size`; -1 on failure.
-    virtual long Send(const char* data, unsigned long size);
+    [[nodiscard]] virtual long Send(const char* data, unsigned long size);
 
     /// Waits as Send() does.
     /// @return bytes stored, 0 when the peer has ended its stream; -1 on failure. A datagram that does not fit fills
     /// the buffer and is lost with ERR_OVERFLOW.
-    virtual long Receive(char* data, unsigned long size);
+    [[nodiscard]] virtual long Receive(char* data, unsigned long size);
 
     /// Waits for what is asked for by pointers that are not null, for the socket's time-out at most; see
     /// BerkeleySocket::Select(). The second form takes a mask of SelectMask; what became ready is for the next call to
     /// find out.
-    Z4_VIRTUAL_PAIR(virtual bool Select(bool* readable, bool* writable, bool* failed) const,
-                    virtual bool Select(long mask) const);
+    Z4_VIRTUAL_PAIR([[nodiscard]] virtual bool Select(bool* readable, bool* writable, bool* failed) const,
+                    [[nodiscard]] virtual bool Select(long mask) const);
 
     /// Lets Bind() take an address that is still in use.
     virtual bool SetReuseAddr(bool on);
     virtual bool GetReuseAddr() const;
 
     /// Non-blocking operations that would wait fail with ERR_NOT_READY. No call when the mode is the stored one.
-    virtual bool SetBlocking(bool on);
+    [[nodiscard]] virtual bool SetBlocking(bool on);
     /// The stored mode.
     virtual bool GetBlocking() const;
 
@@ -101,10 +120,11 @@ public:
     /// The system's handle, -1 for none. The socket keeps it.
     long GetHandle() const { return m_handle; }
 
-    /// Closes, then takes over `handle`, a blocking socket of this kind, or -1. The address is not asked for.
+    /// Closes, then takes over `handle`, a blocking socket of this kind that no other object owns, or -1. The address
+    /// is not asked for. The socket's own handle must not be given: it would be closed first.
     void Attach(long handle);
-    /// Gives the handle away; the socket is closed then.
-    long Detach();
+    /// Gives the handle away; the socket is closed then. Whoever takes the handle closes it.
+    [[nodiscard]] long Detach();
 
 protected:
     Socket() = default;

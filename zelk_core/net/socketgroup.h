@@ -26,13 +26,13 @@ public:
     long GetHandle(unsigned long index) const { return index < m_count ? static_cast<long>(m_handles[index]) : -1; }
 
     /// Waits until a socket of a group is ready: `readable` and `writable` as in BerkeleySocket::Select(), `failed`
-    /// likewise. Each may be null; together they must hold a socket, else ERR_INVALID. Groups come back with the ready
-    /// sockets only, so wait on copies of those you keep.
+    /// likewise. Each may be null, and no two the same group; together they must hold a socket, else ERR_INVALID.
+    /// Groups come back with the ready sockets only, so wait on copies of those you keep.
     /// @param timeoutMs milliseconds; 0 never waits, 0xFFFFFFFF waits without limit.
     /// @return how many are ready, over all groups; 0 when the time has passed, all groups empty then and `error`
     /// ERR_TIMEOUT; -1 on failure, the groups untouched (a closed socket in a group is ERR_INVALID).
-    Z4_API static long Wait(BerkeleySocketGroup* readable, BerkeleySocketGroup* writable, BerkeleySocketGroup* failed,
-                            unsigned long timeoutMs, unsigned long& error);
+    [[nodiscard]] Z4_API static long Wait(BerkeleySocketGroup* readable, BerkeleySocketGroup* writable,
+                                          BerkeleySocketGroup* failed, unsigned long timeoutMs, unsigned long& error);
 
 private:
     friend struct SocketGroupLayout;

@@ -22,14 +22,16 @@ public:
     TcpSocket(TcpSocket&& other);
     TcpSocket& operator=(TcpSocket&& other);
 
-    bool Open() override;
+    [[nodiscard]] bool Open() override;
 
     /// Closes `other`, then makes it the next connection that waits at this listener, with the peer's address; it
     /// blocks or not as the listener does. A blocking listener with a time-out fails with ERR_TIMEOUT when it has
-    /// passed, a non-blocking one with ERR_NOT_READY when nobody waits. A listener given itself is closed by it.
-    virtual bool Accept(TcpSocket& other) const;
+    /// passed, a non-blocking one with ERR_NOT_READY when nobody waits. The result is stored in the listener. `other`
+    /// keeps the last error that its Close() gave, and on failure is as Close() leaves it: closed, blocking, without
+    /// time-out. A closed listener leaves `other` as it was. `other` must not be the listener, which would be closed.
+    [[nodiscard]] virtual bool Accept(TcpSocket& other) const;
     /// @param backlog how many connections may wait to be accepted.
-    virtual bool Listen(unsigned long backlog);
+    [[nodiscard]] virtual bool Listen(unsigned long backlog);
 
     /// Nagle's algorithm (RFC 896) collects small writes; it is on at first.
     virtual bool SetNagleOnOff(bool on);

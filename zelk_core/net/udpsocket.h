@@ -18,17 +18,17 @@ public:
     DatagramSocket(DatagramSocket&& other);
     DatagramSocket& operator=(DatagramSocket&& other);
 
-    bool Open() override;
+    [[nodiscard]] bool Open() override;
 
     /// As Receive(), from anybody; `peer` is who sent it.
-    virtual long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size);
+    [[nodiscard]] virtual long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size);
 
     /// Allows sending to broadcast addresses.
     virtual bool SetBroadCast(bool on);
     virtual bool GetBroadCast();
 
     /// As Send(), to `peer`. ERR_INVALID, without a call, for an address that is not usable.
-    long SendTo(const SocketAddr& peer, const char* data, unsigned long size);
+    [[nodiscard]] long SendTo(const SocketAddr& peer, const char* data, unsigned long size);
 };
 
 using UdpSocket = DatagramSocket;

@@ -2,8 +2,8 @@
 /// Locks that try for a while before they block: for sections so short that the holder is usually out again before a
 /// waiter could have been put to sleep and woken.
 ///
-/// A lock may be used by any number of threads; it must be destroyed only when none holds it or waits for it. Unlocking
-/// what the calling thread does not hold corrupts the lock and is not noticed.
+/// A lock may be used by any number of threads; it must be destroyed only when none holds it or waits for it. Only a
+/// thread that holds it may unlock it: else the lock is corrupted, and only a library built with ZELK_CHECKS notices.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -28,8 +28,8 @@ public:
     void Lock();
     /// Never waits.
     /// @return true when the calling thread now holds the lock, once more if it held it before.
-    bool TryLock();
-    /// Gives back one level of ownership.
+    [[nodiscard]] bool TryLock();
+    /// Gives back one level of ownership, which the calling thread has.
     void Unlock();
 
     /// The platform's lock, a `CRITICAL_SECTION`, for calls that wait on one. It lies at the object's own address.
@@ -49,7 +49,7 @@ public:
     AdaptiveLockNonRecursive(unsigned long spinCount, const char* name) : m_lock(spinCount, name) {}
 
     void Lock() { m_lock.Lock(); }
-    bool TryLock() { return m_lock.TryLock(); }
+    [[nodiscard]] bool TryLock() { return m_lock.TryLock(); }
     void Unlock() { m_lock.Unlock(); }
     void* GetInternalLockImpl() { return m_lock.GetInternalLockImpl(); }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <type_traits>
 #include <zelk_core/base/api.h>
 
@@ -116,37 +117,63 @@ private:
         return reinterpret_cast<const volatile Word<T>&>(value);
     }
 
-    template <class T>
-    static std::atomic_ref<T> Ref(const volatile T& value) {
-        return std::atomic_ref<T>(const_cast<T&>(value));
+    static std::atomic_ref<long> Ref(volatile long& value) { return std::atomic_ref<long>(const_cast<long&>(value)); }
+
+    // The standard's references want 64 bits aligned to 8 bytes; the processor's instruction takes any address.
+    template <class Function>
+    static long long Replace(volatile long long& value, Function replacement) {
+        // Two loads may see two values; then the first exchange fails and tells the whole one.
+        const auto* const halves = reinterpret_cast<const volatile std::uint32_t*>(&value);
+        const std::uint32_t low = halves[0];
+        long long before = static_cast<long long>(static_cast<std::uint64_t>(halves[1]) << 32 | low);
+        while (!Private::CompareExchange(value, before, replacement(before))) {
+        }
+        return before;
     }
 
-    static long InternalGet(const volatile long& value) { return Ref(value).load(); }
+    template <class T>
+    static T Sum(T left, T right) {
+        using Unsigned = std::make_unsigned_t<T>;
+        return static_cast<T>(static_cast<Unsigned>(left) + static_cast<Unsigned>(right));
+    }
+    template <class T>
+    static T Negative(T value) {
+        return static_cast<T>(std::make_unsigned_t<T>{0} - static_cast<std::make_unsigned_t<T>>(value));
+    }
+
+    static long InternalGet(const volatile long& value) { return Ref(const_cast<volatile long&>(value)).load(); }
     static long long InternalGet(const volatile long long& value) {
         // Exchanges 0 for 0 or nothing at all, and tells the value either way.
         return InternalExchangeIfEqual(const_cast<volatile long long&>(value), 0ll, 0ll);
     }
 
-    template <class T>
-    static T InternalExchange(volatile T& value, T replacement) {
-        return Ref(value).exchange(replacement);
+    static long InternalExchange(volatile long& value, long replacement) { return Ref(value).exchange(replacement); }
+    static long long InternalExchange(volatile long long& value, long long replacement) {
+        return Replace(value, [replacement](long long) { return replacement; });
     }
-    template <class T>
-    static T InternalExchangeIfEqual(volatile T& value, T comparand, T replacement) {
+
+    static long InternalExchangeIfEqual(volatile long& value, long comparand, long replacement) {
         Ref(value).compare_exchange_strong(comparand, replacement);
         return comparand;
     }
+    static long long InternalExchangeIfEqual(volatile long long& value, long long comparand, long long replacement) {
+        Private::CompareExchange(value, comparand, replacement);
+        return comparand;
+    }
+
+    /// @return the value before.
+    static long FetchAdd(volatile long& value, long summand) { return Ref(value).fetch_add(summand); }
+    static long long FetchAdd(volatile long long& value, long long summand) {
+        return Replace(value, [summand](long long before) { return Sum(before, summand); });
+    }
+
     template <class T>
     static T InternalAdd(volatile T& value, T summand) {
-        using Unsigned = std::make_unsigned_t<T>;
-        const T before = Ref(value).fetch_add(summand);
-        return static_cast<T>(static_cast<Unsigned>(before) + static_cast<Unsigned>(summand));
+        return Sum(FetchAdd(value, summand), summand);
     }
     template <class T>
     static T InternalSub(volatile T& value, T subtrahend) {
-        using Unsigned = std::make_unsigned_t<T>;
-        const T before = Ref(value).fetch_sub(subtrahend);
-        return static_cast<T>(static_cast<Unsigned>(before) - static_cast<Unsigned>(subtrahend));
+        return InternalAdd(value, Negative(subtrahend));
     }
     template <class T>
     static T InternalIncrement(volatile T& value) {
@@ -158,11 +185,11 @@ private:
     }
     template <class T>
     static T InternalPostIncrement(volatile T& value) {
-        return Ref(value).fetch_add(T{1});
+        return FetchAdd(value, T{1});
     }
     template <class T>
     static T InternalDecrement(volatile T& value) {
-        return InternalSub(value, T{1});
+        return InternalAdd(value, T{-1});
     }
     template <class T>
     static T InternalPreDecrement(volatile T& value) {
@@ -170,19 +197,20 @@ private:
     }
     template <class T>
     static T InternalPostDecrement(volatile T& value) {
-        return Ref(value).fetch_sub(T{1});
+        return FetchAdd(value, T{-1});
     }
-    template <class T>
-    static T InternalAnd(volatile T& value, T mask) {
-        return Ref(value).fetch_and(mask);
+
+    static long InternalAnd(volatile long& value, long mask) { return Ref(value).fetch_and(mask); }
+    static long long InternalAnd(volatile long long& value, long long mask) {
+        return Replace(value, [mask](long long before) { return before & mask; });
     }
-    template <class T>
-    static T InternalOr(volatile T& value, T mask) {
-        return Ref(value).fetch_or(mask);
+    static long InternalOr(volatile long& value, long mask) { return Ref(value).fetch_or(mask); }
+    static long long InternalOr(volatile long long& value, long long mask) {
+        return Replace(value, [mask](long long before) { return before | mask; });
     }
-    template <class T>
-    static T InternalXor(volatile T& value, T mask) {
-        return Ref(value).fetch_xor(mask);
+    static long InternalXor(volatile long& value, long mask) { return Ref(value).fetch_xor(mask); }
+    static long long InternalXor(volatile long long& value, long long mask) {
+        return Replace(value, [mask](long long before) { return before ^ mask; });
     }
 };
 

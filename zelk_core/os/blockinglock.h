@@ -1,8 +1,8 @@
 /// @file
 /// Locks that put a waiter to sleep at once: for sections that may be held for long.
 ///
-/// A lock may be used by any number of threads; it must be destroyed only when none holds it or waits for it. Unlocking
-/// what the calling thread does not hold corrupts the lock and is not noticed.
+/// A lock may be used by any number of threads; it must be destroyed only when none holds it or waits for it. Only a
+/// thread that holds it may unlock it: else the lock is corrupted, and only a library built with ZELK_CHECKS notices.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -24,8 +24,8 @@ public:
     void Lock();
     /// Never waits.
     /// @return true when the calling thread now holds the lock, once more if it held it before.
-    bool TryLock();
-    /// Gives back one level of ownership.
+    [[nodiscard]] bool TryLock();
+    /// Gives back one level of ownership, which the calling thread has.
     void Unlock();
 
     /// The platform's lock, a `CRITICAL_SECTION`, for calls that wait on one. It lies at the object's own address.
@@ -43,7 +43,7 @@ public:
     BlockingLockNonRecursive(const char* name = nullptr) : m_lock(name) {}
 
     void Lock() { m_lock.Lock(); }
-    bool TryLock() { return m_lock.TryLock(); }
+    [[nodiscard]] bool TryLock() { return m_lock.TryLock(); }
     void Unlock() { m_lock.Unlock(); }
     void* GetInternalLockImpl() { return m_lock.GetInternalLockImpl(); }
 

@@ -33,19 +33,20 @@ public:
     Z4_API void WaitUntilDone();
     /// Never waits.
     /// @return true when signalled, and an auto-reset event is then reset.
-    Z4_API bool TryWait();
+    [[nodiscard]] Z4_API bool TryWait();
     /// @param ms milliseconds; 0 tests without waiting, 0xFFFFFFFF waits without limit.
     /// @return true when signalled; false on time-out and on an event that could not be created.
-    Z4_API bool WaitWithTimeout(unsigned long ms);
+    [[nodiscard]] Z4_API bool WaitWithTimeout(unsigned long ms);
 
     /// The system's event handle, null when there is none. The event keeps it.
-    Z4_API void* GetNativeHandle() const;
-    Z4_API void* GetImpl() const;
+    [[nodiscard]] Z4_API void* GetNativeHandle() const;
+    [[nodiscard]] Z4_API void* GetImpl() const;
 
     /// @name Group waits
-    /// On 1 to 64 events, none of them null; the array is read before the wait begins. No event, more than 64, one that
-    /// could not be created, or, where all are waited for, one listed twice: the call returns at once as not
-    /// signalled, and no event is touched.
+    /// `events` lists 1 to 64 events, none of them null; the array must stay as it is until the call returns. Some
+    /// lists cannot be waited for: one of more or fewer, one with an event that could not be created, and, when waiting
+    /// for all, one that lists an event twice. The call then returns at once as if nothing had been signalled, and no
+    /// event changes.
     ///
     /// A wait for all takes the events together, or none of them. A wait for any takes the first signalled one in the
     /// array's order and resets no other. `signalled` receives that event, or null when there is none, and may itself
@@ -53,25 +54,28 @@ public:
     /// @return true when signalled, where there is a result; `ms` as for WaitWithTimeout().
     /// @{
     Z4_API static void WaitAll(Event* const* events, unsigned long count);
-    Z4_API static bool TryWaitAll(Event* const* events, unsigned long count);
-    Z4_API static bool WaitAllWithTimeout(Event* const* events, unsigned long count, unsigned long ms);
+    [[nodiscard]] Z4_API static bool TryWaitAll(Event* const* events, unsigned long count);
+    [[nodiscard]] Z4_API static bool WaitAllWithTimeout(Event* const* events, unsigned long count, unsigned long ms);
     Z4_API static void WaitAny(Event* const* events, unsigned long count, Event** signalled);
-    Z4_API static bool TryWaitAny(Event* const* events, unsigned long count, Event** signalled);
-    Z4_API static bool WaitAnyWithTimeout(Event* const* events, unsigned long count, unsigned long ms,
-                                          Event** signalled);
+    [[nodiscard]] Z4_API static bool TryWaitAny(Event* const* events, unsigned long count, Event** signalled);
+    [[nodiscard]] Z4_API static bool WaitAnyWithTimeout(Event* const* events, unsigned long count, unsigned long ms,
+                                                        Event** signalled);
 
     static void WaitAll(std::initializer_list<Event*> events) { WaitAll(events.begin(), Count(events)); }
-    static bool TryWaitAll(std::initializer_list<Event*> events) { return TryWaitAll(events.begin(), Count(events)); }
-    static bool WaitAllWithTimeout(std::initializer_list<Event*> events, unsigned long ms) {
+    [[nodiscard]] static bool TryWaitAll(std::initializer_list<Event*> events) {
+        return TryWaitAll(events.begin(), Count(events));
+    }
+    [[nodiscard]] static bool WaitAllWithTimeout(std::initializer_list<Event*> events, unsigned long ms) {
         return WaitAllWithTimeout(events.begin(), Count(events), ms);
     }
     static void WaitAny(std::initializer_list<Event*> events, Event** signalled) {
         WaitAny(events.begin(), Count(events), signalled);
     }
-    static bool TryWaitAny(std::initializer_list<Event*> events, Event** signalled) {
+    [[nodiscard]] static bool TryWaitAny(std::initializer_list<Event*> events, Event** signalled) {
         return TryWaitAny(events.begin(), Count(events), signalled);
     }
-    static bool WaitAnyWithTimeout(std::initializer_list<Event*> events, unsigned long ms, Event** signalled) {
+    [[nodiscard]] static bool WaitAnyWithTimeout(std::initializer_list<Event*> events, unsigned long ms,
+                                                 Event** signalled) {
         return WaitAnyWithTimeout(events.begin(), Count(events), ms, signalled);
     }
     /// @}

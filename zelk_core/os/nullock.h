@@ -9,7 +9,7 @@ class NulLock {
 public:
     void Lock() {}
     /// @return true, always.
-    bool TryLock() { return true; }
+    [[nodiscard]] bool TryLock() { return true; }
     void Unlock() {}
 };
 

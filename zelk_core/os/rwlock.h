@@ -3,7 +3,8 @@
 ///
 /// Both block on the system's slim lock, which keeps no order among those who wait, and both need no teardown: a lock
 /// may be a static object that is ready before any code runs. A lock must be free when it is destroyed. What a thread
-/// has locked, the same thread unlocks, in the mode in which it was locked; nothing checks that.
+/// has locked, the same thread unlocks, in the mode in which it was locked; only a library built with ZELK_CHECKS
+/// notices where not, as far as the lock can tell.
 ///
 /// autorwlock.h has the guards that hold such a lock to the end of a scope.
 #pragma once
@@ -27,8 +28,8 @@ public:
     void LockWriter();
     /// Never waits.
     /// @return true when the calling thread is in.
-    bool TryLockReader();
-    bool TryLockWriter();
+    [[nodiscard]] bool TryLockReader();
+    [[nodiscard]] bool TryLockWriter();
     void UnlockReader();
     void UnlockWriter();
 
@@ -49,9 +50,9 @@ private:
 /// The lock that its readers and its writer may take again: each unlocks as often as it locked. A reader that enters
 /// again makes no system call and cannot be held up by a writer who waits.
 ///
-/// Re-entry of readers is known by a table that each thread has for four locks at a time. A fifth lock that a thread
-/// holds for reading at once with four others works, but entering that one again is a new entry: it can then deadlock
-/// with a writer who came in between to wait.
+/// A reader that enters again is recognised by a table with room for four locks per thread. A fifth lock works, too,
+/// but its readers are not recognised: to read it a second time is to enter anew, behind any writer that waits by now.
+/// As that writer waits for the first entry to end, both wait for ever.
 ///
 /// The modes do not mix: a reader that asks to write, other than through Upgrade(), and a writer that asks to read
 /// never return.
@@ -68,7 +69,7 @@ public:
     void LockShared();
     /// Never waits.
     /// @return true when the calling thread is in as a reader.
-    bool TryLockReader();
+    [[nodiscard]] bool TryLockReader();
     /// Gives back one read level.
     void UnlockReader();
     /// The same as UnlockReader().
@@ -80,7 +81,7 @@ public:
     void LockExclusive();
     /// Never waits.
     /// @return true when the calling thread is in as the writer.
-    bool TryLockWriter();
+    [[nodiscard]] bool TryLockWriter();
     /// Gives back one write level.
     void UnlockWriter();
     /// The same as UnlockWriter().
@@ -95,10 +96,10 @@ public:
 
     /// Whether anybody is in as a reader, or as the writer. Unless it is the calling thread itself, that may have
     /// changed before the answer arrives.
-    bool IsReaderLockActive() const;
-    bool IsSharedLockActive() const;
-    bool IsWriterLockActive() const;
-    bool IsExclusiveLockActive() const;
+    [[nodiscard]] bool IsReaderLockActive() const;
+    [[nodiscard]] bool IsSharedLockActive() const;
+    [[nodiscard]] bool IsWriterLockActive() const;
+    [[nodiscard]] bool IsExclusiveLockActive() const;
 
 private:
     static constexpr unsigned long NO_WRITER = 0xFFFFFFFF;

@@ -26,7 +26,7 @@ public:
     void Lock();
     /// Never waits.
     /// @return true when a count was taken.
-    bool TryLock();
+    [[nodiscard]] bool TryLock();
     /// Gives one count back. At the maximum it changes nothing.
     void Unlock();
 

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/assert.h>
 
 namespace Z4 {
 
@@ -26,7 +27,7 @@ public:
 
     /// Never waits.
     /// @return true when this call has taken the lock.
-    bool TryLock() {
+    [[nodiscard]] bool TryLock() {
         // Reading first keeps the word's cache line shared among those who wait.
         if (Load() != FREE) {
             return false;
@@ -35,8 +36,11 @@ public:
         return State().compare_exchange_strong(expected, HELD);
     }
 
-    /// Frees the lock; on a free lock it changes nothing.
-    void Unlock() { State().store(FREE, std::memory_order_release); }
+    /// Frees the lock, which is held. One that is free stays so.
+    void Unlock() {
+        Z4_ASSERT(Load() != FREE, "A lock that is unlocked is held.");
+        State().store(FREE, std::memory_order_release);
+    }
 
 private:
     static constexpr unsigned long FREE = 0;

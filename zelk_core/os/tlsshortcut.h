@@ -13,7 +13,7 @@ namespace Z4::TlsShortCut {
 
 /// Takes a slot, in which every thread has the value 0.
 /// @return its index, or 0xFFFFFFFF when no slot is left.
-Z4_API std::uint32_t Alloc();
+[[nodiscard]] Z4_API std::uint32_t Alloc();
 
 /// Gives the slot back, with the values of all threads.
 Z4_API void Free(std::uint32_t index);
@@ -22,6 +22,6 @@ Z4_API void Free(std::uint32_t index);
 Z4_API void Set(std::uint32_t index, std::uint32_t value);
 
 /// The calling thread's value, 0 if it never set one.
-Z4_API std::uint32_t Get(std::uint32_t index);
+[[nodiscard]] Z4_API std::uint32_t Get(std::uint32_t index);
 
 } // namespace Z4::TlsShortCut

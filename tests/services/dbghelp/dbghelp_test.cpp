@@ -1,10 +1,10 @@
 // The debug services over the system's own debug-help library.
+#include <tests/os/crowd.h>
+#include <tests/support/contract.h>
 #include <tests/support/testhost.h>
 
-#include <windows.h>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <host/zelkhost.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -105,7 +105,7 @@ TEST_F(DbgHelpTest, ObserversComeAndGoDuringANotification) {
     first.action = [](Observer& self) {
         debugHelp->UnregisterDllNotificationCallback(Observer::Call, &self);
         debugHelp->UnregisterDllNotificationCallback(Observer::Call, self.other);
-        debugHelp->RegisterDllNotificationCallback(Observer::Call, self.other->other);
+        EXPECT_EQ(debugHelp->RegisterDllNotificationCallback(Observer::Call, self.other->other), ERR_OK);
     };
     for (Observer* observer : {&first, &second, &third}) {
         ASSERT_EQ(debugHelp->RegisterDllNotificationCallback(Observer::Call, observer), ERR_OK);
@@ -119,6 +119,44 @@ TEST_F(DbgHelpTest, ObserversComeAndGoDuringANotification) {
     EXPECT_EQ(debugHelp->UnregisterDllNotificationCallback(Observer::Call, &first), ERR_NOT_FOUND);
     EXPECT_EQ(debugHelp->UnregisterDllNotificationCallback(Observer::Call, &second), ERR_OK);
     EXPECT_EQ(debugHelp->UnregisterDllNotificationCallback(Observer::Call, &fourth), ERR_OK);
+}
+
+TEST_F(DbgHelpTest, WhoRemovesAnObserverWaitsUntilItIsLeft) {
+    static std::atomic<bool> entered;
+    static std::atomic<bool> left;
+    entered = left = false;
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    debugHelp.IsLoaded();
+    std::vector<Event> events;
+    Observer observer{"slow", &events};
+    observer.action = [](Observer&) {
+        entered = true;
+        Sleep(50);
+        left = true;
+    };
+    ASSERT_EQ(debugHelp.RegisterDllNotificationCallback(Observer::Call, &observer), ERR_OK);
+    ZelkTest::RunPair(
+        [&] {
+            while (!entered) {
+                SwitchToThread();
+            }
+            EXPECT_EQ(debugHelp.UnregisterDllNotificationCallback(Observer::Call, &observer), ERR_OK);
+            EXPECT_TRUE(left);
+        },
+        [] { FreeLibrary(LoadLibraryA(STRANGER)); });
+    EXPECT_EQ(events.size(), 1u);
+}
+
+TEST_F(DbgHelpTest, ObserversMustNotCallTheDebugHelpLibrary) {
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    debugHelp.IsLoaded();
+    std::vector<Event> events;
+    Observer observer{"asks", &events};
+    observer.action = [](Observer&) { WinDbgHelp::Instance().SymGetOptions(); };
+    ASSERT_EQ(debugHelp.RegisterDllNotificationCallback(Observer::Call, &observer), ERR_OK);
+    const ZelkTest::ExpectContract asks(ZelkTest::LIBRARY_CHECKS ? 2 : 0);
+    FreeLibrary(LoadLibraryA(STRANGER));
+    debugHelp.UnregisterDllNotificationCallback(Observer::Call, &observer);
 }
 
 TEST_F(DbgHelpTest, ObserversAreLimited) {
@@ -185,14 +223,20 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
     EXPECT_FALSE(monitor.FindThread(GetCurrentThreadId(), entry));
     EXPECT_EQ(monitor.GetCount(), 1u);
     EXPECT_TRUE(monitor.GetEntry(0, entry));
+    ZelkHost::FailAllocations(1);
+    monitor.Sample();
+    EXPECT_EQ(ZelkHost::FailAllocations(0), 1u);
+    EXPECT_EQ(monitor.GetCount(), 1u) << "nothing is lost";
+    monitor.Sample();
+    EXPECT_EQ(monitor.GetCount(), 2u);
     monitor.Forget(id);
-    EXPECT_FALSE(monitor.GetEntry(0, entry));
+    EXPECT_FALSE(monitor.FindThread(id, entry));
 }
 
 TEST_F(DbgHelpTest, VersionOfAFile) {
     const ZelkTest::LogCapture log;
     unsigned short version[4] = {};
-    ASSERT_TRUE(WinDbgHelp::GetVersionInfo("zelk_core_win32DLL.dll", version));
+    ASSERT_TRUE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version));
     EXPECT_THAT(version, testing::ElementsAre(4, 3, 2, 0));
     EXPECT_FALSE(WinDbgHelp::GetVersionInfo("no such file.dll", version));
     ASSERT_EQ(log.Lines().size(), 1u);

@@ -30,6 +30,10 @@ void Note(const char* name, Arguments... arguments) {
     --g_inside;
 }
 
+void WINAPI HoldEnd(void* event) {
+    WaitForSingleObject(event, INFINITE);
+}
+
 BOOL Fail(int& failures) {
     if (failures == 0) {
         return TRUE;
@@ -50,6 +54,10 @@ StandIn::Script* __cdecl Script() {
 BOOL WINAPI StandInSymInitialize(HANDLE process, PCSTR path, BOOL invade) {
     if (g_script.hold != nullptr) {
         WaitForSingleObject(g_script.hold, INFINITE);
+    }
+    if (g_script.holdEnd != nullptr) {
+        static const DWORD slot = FlsAlloc(HoldEnd);
+        FlsSetValue(slot, g_script.holdEnd);
     }
     g_script.searchPath = path;
     Note("SymInitialize", process, invade);
@@ -94,8 +102,14 @@ PVOID WINAPI StandInSymFunctionTableAccess64(HANDLE process, DWORD64 address) {
     return &g_script;
 }
 
-BOOL WINAPI StandInEnumerateLoadedModules64(HANDLE process, void* callback, void* context) {
+BOOL WINAPI StandInEnumerateLoadedModules64(HANDLE process, PENUMLOADED_MODULES_CALLBACK64 callback, void* context) {
     Note("EnumerateLoadedModules64", process, callback, context);
+    for (std::size_t i = 0; i < g_script.modules.size(); ++i) {
+        callback("module", g_script.modules[i], 16, context);
+        if (i == 0 && g_script.meanwhile) {
+            g_script.meanwhile();
+        }
+    }
     return Fail(g_script.enumerateFailures);
 }
 

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,10 +21,13 @@ struct Script {
     DWORD error = 0;            ///< the last error of every failure
     bool refreshFails = false;
     int enumerateFailures = 0;
-    DWORD options = 0;      ///< the current ones
-    HANDLE hold = nullptr;  ///< SymInitialize waits for this event first
-    std::string searchPath; ///< of the last SymInitialize
-    unsigned overlaps = 0;  ///< calls that began while another ran
+    DWORD options = 0;                       ///< the current ones
+    HANDLE hold = nullptr;                   ///< SymInitialize waits for this event first
+    HANDLE holdEnd = nullptr;                ///< its thread waits for this event when it ends
+    std::vector<unsigned long long> modules; ///< the bases that EnumerateLoadedModules64 tells of, 16 bytes each
+    std::function<void()> meanwhile;         ///< called by it behind the first of them
+    std::string searchPath;                  ///< of the last SymInitialize
+    unsigned overlaps = 0;                   ///< calls that began while another ran
     std::vector<Call> calls;
 
     unsigned Count(const std::string& name) const {

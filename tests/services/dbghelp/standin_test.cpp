@@ -5,6 +5,7 @@
 #include <tests/support/testhost.h>
 
 #include <gmock/gmock.h>
+#include <host/zelkhost.h>
 #include <optional>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
@@ -276,6 +277,126 @@ TEST_F(StandInTest, StartUpDoesNotWaitButTheFirstCallDoes) {
     WinDbgHelp::SetLoadSymbols(true);
 }
 
+TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
+    Script& script = GetScript();
+    script.holdEnd = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    enum Stage {
+        NOTHING,
+        PARTNER_RUNS,
+        READY,
+        DOWN
+    };
+    std::atomic<Stage> stage = NOTHING;
+    const auto waitFor = [&](Stage awaited) {
+        while (stage < awaited) {
+            Sleep(1);
+        }
+    };
+    RunPair(
+        [&] {
+            // A thread that ends does so under the lock that starting another takes.
+            waitFor(PARTNER_RUNS);
+            while (!WinDbgHelp::Instance().IsReady()) {
+                Sleep(1);
+            }
+            stage = READY;
+            WinDbgHelp::SingletonShutdown();
+            stage = DOWN;
+        },
+        [&] {
+            stage = PARTNER_RUNS;
+            waitFor(READY);
+            Sleep(50);
+            EXPECT_EQ(stage, READY);
+            SetEvent(script.holdEnd);
+        });
+    CloseHandle(script.holdEnd);
+}
+
+/// The list of modules, which the stand-in tells it.
+class ModulesTest : public StandInTest {
+protected:
+    ModulesTest() {
+        Start();
+        GetScript().modules = {0x10, 0x20, 0x30};
+        EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
+    }
+    ~ModulesTest() override { ProgramModuleDB::SingletonShutdown(); }
+
+    static void Tell(unsigned base, bool unloaded) {
+        ProgramModuleDB::UpdateModulesList({1, Address(base), 16, L"module", L"module", unloaded},
+                                           &ProgramModuleDB::Instance());
+    }
+    /// The bases that are known, in hexadecimal digits.
+    static std::string Known() {
+        std::string bases;
+        for (unsigned base = 0x10; base < 0x60; base += 0x10) {
+            ProgramModuleDB::Module module;
+            bases += ProgramModuleDB::Instance().FindModule(Address(base), module) ? std::to_string(base / 16) : "";
+        }
+        return bases;
+    }
+
+private:
+    static void* Address(unsigned base) { return reinterpret_cast<void*>(static_cast<ULONG_PTR>(base)); }
+};
+
+TEST_F(ModulesTest, OneReadingSeesWhatComesAndGoes) {
+    GetScript().meanwhile = [&] {
+        if (GetScript().Count("EnumerateLoadedModules64") < 5) {
+            Tell(0x10, true);
+            Tell(0x20, true);
+            Tell(0x40, false);
+            Tell(0x50, false);
+            Tell(0x50, true);
+            Tell(0x20, false);
+        }
+    };
+    EXPECT_EQ(Known(), "234");
+    EXPECT_EQ(GetScript().Count("EnumerateLoadedModules64"), 1u);
+}
+
+TEST_F(ModulesTest, WhoAsksDuringAReadingGetsTheWholeList) {
+    HANDLE const begun = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    GetScript().meanwhile = [&] {
+        SetEvent(begun);
+        Sleep(50);
+    };
+    RunPair([] { EXPECT_EQ(ProgramModuleDB::Instance().GetCount(), 3u); },
+            [&] {
+                WaitForSingleObject(begun, INFINITE);
+                EXPECT_EQ(ProgramModuleDB::Instance().GetCount(), 3u);
+            });
+    CloseHandle(begun);
+}
+
+TEST_F(ModulesTest, WhatWasRefusedIsReadAgain) {
+    GetScript().meanwhile = [] {
+        Tell(0x30, true);
+        Tell(0x40, false);
+    };
+    std::size_t allocation = 1;
+    do {
+        ProgramModuleDB::SingletonShutdown();
+        EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
+        ZelkHost::FailAllocations(allocation);
+        ProgramModuleDB::Instance().GetCount();
+        EXPECT_EQ(Known(), "124") << "allocation " << allocation;
+        ++allocation;
+    } while (ZelkHost::FailAllocations(0) != 0);
+    EXPECT_GE(allocation, 6u) << "two lists and the one that went";
+
+    GetScript().calls.clear();
+    GetScript().error = ERROR_ACCESS_DENIED;
+    GetScript().enumerateFailures = 1;
+    ProgramModuleDB::SingletonShutdown();
+    EXPECT_EQ(Known(), "124");
+    EXPECT_EQ(GetScript().Count("EnumerateLoadedModules64"), 2u);
+    GetScript().modules = {0x20};
+    EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
+    EXPECT_EQ(Known(), "24") << "nobody told of what had gone before";
+}
+
 std::vector<std::string>* g_resolved;
 
 FARPROC WINAPI RecordGetProcAddress(HMODULE module, LPCSTR name) {
@@ -286,7 +407,7 @@ FARPROC WINAPI RecordGetProcAddress(HMODULE module, LPCSTR name) {
 /// Puts `replacement` where the library's DLL has imported `name`.
 /// @return what was there; null when it imports no such function.
 void* ReplaceImport(const char* name, void* replacement) {
-    char* const base = reinterpret_cast<char*>(GetModuleHandleA("zelk_core_win32DLL.dll"));
+    char* const base = reinterpret_cast<char*>(GetModuleHandleA(ZELK_DLL_FILE));
     const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
     const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
     const IMAGE_DATA_DIRECTORY& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];

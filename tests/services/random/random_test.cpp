@@ -24,7 +24,7 @@ protected:
 };
 
 constexpr unsigned THREADS = 4;
-constexpr unsigned DRAWS_PER_THREAD = 1'000'000;
+constexpr unsigned DRAWS_PER_THREAD = ZelkTest::Repeats(50'000, 1'000'000);
 
 /// Draws on one thread, then, restarted, on several, and compares what came in all.
 template <class Draw, class Restart>
@@ -38,8 +38,9 @@ void ExpectEachDrawOnce(Draw draw, Restart restart) {
     ZelkTest::RunCrowd(THREADS, [&](unsigned index) {
         std::generate_n(together.begin() + static_cast<int>(index * DRAWS_PER_THREAD), DRAWS_PER_THREAD, draw);
     });
-    // Where each thread ran by itself, nothing was put to the test.
-    EXPECT_NE(alone, together);
+    if (ZelkTest::SOAK) {
+        EXPECT_NE(alone, together) << "each thread ran by itself: nothing was put to the test";
+    }
     std::sort(alone.begin(), alone.end());
     std::sort(together.begin(), together.end());
     EXPECT_EQ(alone, together);

@@ -8,6 +8,7 @@
 #include <zelk_core/base/platform.h>
 #include <zelk_core/base/private/processor.h>
 #include <zelk_core/base/private/singleton.h>
+#include <zelk_core/base/version.h>
 
 namespace Z4 {
 
@@ -117,11 +118,13 @@ MemoryInfo Platform::GetMemoryInfo() {
     return info;
 }
 
+static_assert(Z4_CORE_VERSION == 40302, "The text below says so.");
+
 void LogPlatformInfo() {
     Private::Log(EAL_LOG_INFO, "base/private/platform_win32", 677,
                  "\n==== Win64 platform info =============================================\n"
                  "Z4_CORE_VERSION                   40302\n"
-                 "Z4_CORE_VERSION_STRING            4.03.02\n"
+                 "Z4_CORE_VERSION_STRING            " Z4_CORE_VERSION_STRING "\n"
                  "NTDDI_VERSION                     0x06010000\n"
                  "_WIN32_WINNT                      0x0601\n"
                  "WINVER                            0x0601\n"

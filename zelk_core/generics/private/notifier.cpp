@@ -1,3 +1,4 @@
+#include <zelk_core/base/assert.h>
 #include <zelk_core/generics/notifier.h>
 
 namespace Z4 {
@@ -9,6 +10,7 @@ constexpr unsigned FIRST_CAPACITY = 4;
 } // namespace
 
 BaseNotifier::~BaseNotifier() {
+    Z4_ASSERT(m_running == 0, "No sink destroys the notifier that calls it.");
     if (m_sinks != nullptr) {
         Private::FreeToHost(m_sinks);
     }

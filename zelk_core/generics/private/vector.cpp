@@ -1,5 +1,6 @@
 #include <zelk_core/generics/vector.h>
 
+#include <atomic>
 #include <cstddef>
 #include <zelk_core/base/log.h>
 
@@ -14,9 +15,8 @@ struct VectorLayout {
 };
 
 void Private::WarnOfExpensiveMove() {
-    static constinit bool warned = false;
-    if (!warned) {
-        warned = true;
+    static constinit std::atomic<bool> warned{false};
+    if (!warned.exchange(true)) {
         Log(EAL_LOG_WARNING, "generics/vector", 1385,
             "[Z4::Vector] EAL_LOG_WARNING: Expensive move assignment.  Allocators don't match or destination is "
             "non-dynamic.");

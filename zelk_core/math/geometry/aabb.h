@@ -60,7 +60,7 @@ public:
         m_min -= And(v, VectorSIMD4f::MASK_3D);
         m_max -= And(-v, VectorSIMD4f::MASK_3D);
     }
-    GeometryAABB GetExpandBy(float d) const {
+    [[nodiscard]] GeometryAABB GetExpandBy(float d) const {
         GeometryAABB box(*this);
         box.ExpandBy(d);
         return box;
@@ -127,7 +127,7 @@ public:
     Z4_API void FromOOBox(const GeometryOBB& box);
     /// The same box as an oriented one. One with min > max in x, y or z gives an oriented box that is zero throughout,
     /// axes included.
-    Z4_API GeometryOBB ToOOBox() const;
+    [[nodiscard]] Z4_API GeometryOBB ToOOBox() const;
 
     /// Whether no component of the corners differs by more than 2e-6, w included.
     Z4_API bool operator==(const GeometryAABB& other) const;

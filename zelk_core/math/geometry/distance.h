@@ -68,12 +68,13 @@ Z4_API float ClosestPointToLine(VectorSIMD4f& closest, const VectorSIMD4f& p, co
 /// "The shortest line between two lines in 3D", 1998).
 /// @return false, with nothing written, when |p2 - p1|^2 |p4 - p3|^2 sin^2 of the angle between them is below 0.0001:
 /// parallel lines, lines without a direction, and very short pairs of points. True otherwise; NaN gives true and NaN.
-Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2, const VectorSIMD4f& p3,
-                                           const VectorSIMD4f& p4, float& mua, float& mub);
+[[nodiscard]] Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2,
+                                                         const VectorSIMD4f& p3, const VectorSIMD4f& p4, float& mua,
+                                                         float& mub);
 /// Writes the two nearest points, too; their w is 0.
-Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2, const VectorSIMD4f& p3,
-                                           const VectorSIMD4f& p4, VectorSIMD4f& pa, VectorSIMD4f& pb, float& mua,
-                                           float& mub);
+[[nodiscard]] Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2,
+                                                         const VectorSIMD4f& p3, const VectorSIMD4f& p4,
+                                                         VectorSIMD4f& pa, VectorSIMD4f& pb, float& mua, float& mub);
 
 /// Squared distance between two segments. Writes the parameters of the nearest points, of the first segment to `s` and
 /// of the second to `t`; where parallel segments run side by side, of one of the nearest pairs. The error of the
@@ -143,11 +144,12 @@ Z4_API float DistancePointToSegment2DSqr(const VectorSIMD4f& p, const VectorSIMD
 
 Z4_API float DistancePointToLineSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b);
 
-Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2, const VectorSIMD4f& p3,
-                                           const VectorSIMD4f& p4, float& mua, float& mub);
-Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2, const VectorSIMD4f& p3,
-                                           const VectorSIMD4f& p4, VectorSIMD4f& pa, VectorSIMD4f& pb, float& mua,
-                                           float& mub);
+[[nodiscard]] Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2,
+                                                         const VectorSIMD4f& p3, const VectorSIMD4f& p4, float& mua,
+                                                         float& mub);
+[[nodiscard]] Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2,
+                                                         const VectorSIMD4f& p3, const VectorSIMD4f& p4,
+                                                         VectorSIMD4f& pa, VectorSIMD4f& pb, float& mua, float& mub);
 
 Z4_API float DistanceSegmentToSegmentSqr(const VectorSIMD4f& a0, const VectorSIMD4f& a1, const VectorSIMD4f& b0,
                                          const VectorSIMD4f& b1, float& s, float& t);

@@ -50,7 +50,7 @@ public:
     Z4_API void FromAABox(const GeometryAABB& box);
     /// The smallest box around this one along the axes of space, its w lanes 0. Coordinates that are NaN leave it
     /// empty along their axis.
-    Z4_API GeometryAABB ToAABox() const;
+    [[nodiscard]] Z4_API GeometryAABB ToAABox() const;
 
     void SetCenter(const VectorSIMD4f& center) { m_center = center; }
     const VectorSIMD4f& GetCenter() const { return m_center; }

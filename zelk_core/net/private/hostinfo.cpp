@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/net/hostinfo.h>
 
 namespace Z4 {
@@ -125,6 +126,7 @@ void HostInfo::Resolve(const char* host) {
                              nullptr, 0, NI_NUMERICHOST);
         freeaddrinfo(results);
     }
+    Z4_ASSERT(number != WSANOTINITIALISED, "The network is started (InitializeOS()) until the look-up returns.");
     m_status = AnalyseError(number);
     if (m_status == ERR_OK) {
         CopyText(m_name, host);

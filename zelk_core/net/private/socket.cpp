@@ -1,3 +1,4 @@
+#include <zelk_core/base/assert.h>
 #include <zelk_core/net/socket.h>
 
 namespace Z4 {
@@ -27,6 +28,7 @@ bool Socket::Close() {
 }
 
 void Socket::Attach(long handle) {
+    Z4_ASSERT(handle != m_handle || handle == -1, "The handle is not the one that is closed first.");
     unsigned long error = ERR_OK;
     if (m_handle != -1) {
         BerkeleySocket::Close(m_handle, error);
@@ -63,7 +65,8 @@ bool Socket::BindTo(const SocketAddr& address) {
 }
 
 bool Socket::Bind(const char* host, unsigned short port) {
-    return BindTo(SocketAddr(host, port));
+    // A closed socket must not wait for name servers.
+    return BindTo(IsValid() ? SocketAddr(host, port) : SocketAddr());
 }
 
 bool Socket::Bind(unsigned short port) {

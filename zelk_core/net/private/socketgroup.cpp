@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/net/berkeleysocket.h>
 #include <zelk_core/net/socketgroup.h>
 
@@ -44,6 +45,8 @@ bool BerkeleySocketGroup::IsInSet(long handle) const {
 
 long BerkeleySocketGroup::Wait(BerkeleySocketGroup* readable, BerkeleySocketGroup* writable,
                                BerkeleySocketGroup* failed, unsigned long timeoutMs, unsigned long& error) {
+    Z4_ASSERT((readable != writable && readable != failed) || readable == nullptr, "Each wait has a group of its own.");
+    Z4_ASSERT(writable != failed || writable == nullptr, "Each wait has a group of its own.");
     error = ERR_OK;
     const int ready = WaitForSets(reinterpret_cast<fd_set*>(readable), reinterpret_cast<fd_set*>(writable),
                                   reinterpret_cast<fd_set*>(failed), timeoutMs);

@@ -1,3 +1,4 @@
+#include <zelk_core/base/assert.h>
 #include <zelk_core/net/tcpsocket.h>
 
 namespace Z4 {
@@ -12,13 +13,13 @@ TcpSocket::TcpSocket() {
 
 TcpSocket::TcpSocket(const char* host, unsigned short port) : TcpSocket() {
     if (IsValid()) {
-        Socket::Connect(host, port);
+        static_cast<void>(Socket::Connect(host, port)); // the last error tells
     }
 }
 
 TcpSocket::TcpSocket(unsigned short port) : TcpSocket() {
     if (IsValid()) {
-        Socket::Bind(port);
+        static_cast<void>(Socket::Bind(port)); // the last error tells
     }
 }
 
@@ -36,15 +37,20 @@ bool TcpSocket::Open() {
 }
 
 bool TcpSocket::Accept(TcpSocket& other) const {
+    Z4_ASSERT(&other != this, "The connection is accepted into a socket other than the listener.");
     return Try([&](unsigned long& error) {
         other.Close();
         if (!WaitFor(SELECT_READABLE, error)) {
             return false;
         }
-        other.m_handle = BerkeleySocket::Accept(other.m_address, m_handle, error);
+        const long handle = BerkeleySocket::Accept(other.m_address, m_handle, error);
+        if (handle == -1) {
+            return false;
+        }
+        other.m_handle = handle;
         // The connection has the listener's mode from the system.
         other.m_blocking = m_blocking;
-        return other.m_handle != -1;
+        return true;
     });
 }
 

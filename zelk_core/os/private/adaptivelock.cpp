@@ -1,8 +1,8 @@
-#include <windows.h>
-
 #include <cstddef>
 #include <emmintrin.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/os/adaptivelock.h>
+#include <zelk_core/os/private/criticalsection.h>
 
 namespace Z4 {
 
@@ -14,9 +14,7 @@ namespace {
 
 constexpr unsigned long DEFAULT_SPIN_COUNT = 100;
 
-CRITICAL_SECTION* Section(void* lock) {
-    return static_cast<CRITICAL_SECTION*>(lock);
-}
+using Private::Section;
 
 #define PAUSE_10                                                                                            \
     _mm_pause(), _mm_pause(), _mm_pause(), _mm_pause(), _mm_pause(), _mm_pause(), _mm_pause(), _mm_pause(), \
@@ -53,6 +51,7 @@ AdaptiveLock::AdaptiveLock(unsigned long spinCount, const char*) : m_spinCount(s
 }
 
 AdaptiveLock::~AdaptiveLock() {
+    Z4_ASSERT(Section(m_criticalSection)->OwningThread == nullptr, "No thread holds a lock that is destroyed.");
     DeleteCriticalSection(Section(m_criticalSection));
 }
 
@@ -65,6 +64,7 @@ bool AdaptiveLock::TryLock() {
 }
 
 void AdaptiveLock::Unlock() {
+    Z4_ASSERT(Private::LevelsHeldHere(m_criticalSection) > 0, "The calling thread holds the lock that it unlocks.");
     LeaveCriticalSection(Section(m_criticalSection));
 }
 

@@ -1,26 +1,21 @@
-#include <windows.h>
-
 #include <cstddef>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/os/blockinglock.h>
+#include <zelk_core/os/private/criticalsection.h>
 
 namespace Z4 {
 
 static_assert(sizeof(BlockingLock) == sizeof(CRITICAL_SECTION) && alignof(BlockingLock) == alignof(CRITICAL_SECTION));
 static_assert(sizeof(BlockingLockNonRecursive) == sizeof(BlockingLock));
 
-namespace {
-
-CRITICAL_SECTION* Section(void* lock) {
-    return static_cast<CRITICAL_SECTION*>(lock);
-}
-
-} // namespace
+using Private::Section;
 
 BlockingLock::BlockingLock(const char*) {
     InitializeCriticalSection(Section(m_criticalSection));
 }
 
 BlockingLock::~BlockingLock() {
+    Z4_ASSERT(Section(m_criticalSection)->OwningThread == nullptr, "No thread holds a lock that is destroyed.");
     DeleteCriticalSection(Section(m_criticalSection));
 }
 
@@ -35,6 +30,7 @@ bool BlockingLock::TryLock() {
 }
 
 void BlockingLock::Unlock() {
+    Z4_ASSERT(Private::LevelsHeldHere(m_criticalSection) > 0, "The calling thread holds the lock that it unlocks.");
     LeaveCriticalSection(Section(m_criticalSection));
 }
 

@@ -1,5 +1,6 @@
-#include <windows.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/os/condvariable.h>
+#include <zelk_core/os/private/criticalsection.h>
 
 namespace Z4 {
 
@@ -25,8 +26,9 @@ void CondVariable::Broadcast() {
 
 bool CondVariable::WaitInternal(void* lockImpl, unsigned long ms) {
     static_assert(NO_LIMIT == INFINITE);
+    Z4_ASSERT(Private::LevelsHeldHere(lockImpl) == 1, "The calling thread holds the lock exactly once when it waits.");
     // Another failure counts as a wake-up: callers look at their condition again after one.
-    return SleepConditionVariableCS(Condition(m_condition), static_cast<CRITICAL_SECTION*>(lockImpl), ms) != 0 ||
+    return SleepConditionVariableCS(Condition(m_condition), Private::Section(lockImpl), ms) != 0 ||
            GetLastError() != ERROR_TIMEOUT;
 }
 

@@ -1,4 +1,5 @@
 #include <windows.h>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/os/event.h>
 
 namespace Z4 {
@@ -13,10 +14,12 @@ bool WaitFor(HANDLE handle, DWORD ms) {
 
 DWORD WaitForGroup(Event* const* events, unsigned long count, bool all, DWORD ms) {
     HANDLE handles[MAXIMUM_WAIT_OBJECTS];
+    Z4_ASSERT(count >= 1 && count <= MAXIMUM_WAIT_OBJECTS, "A group wait is for 1 to 64 events.");
     if (count == 0 || count > MAXIMUM_WAIT_OBJECTS) {
         return WAIT_FAILED;
     }
     for (unsigned long i = 0; i < count; ++i) {
+        Z4_ASSERT(events[i] != nullptr, "No event of a group is null.");
         handles[i] = events[i]->GetNativeHandle();
     }
     return WaitForMultipleObjects(count, handles, all, ms);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/os/private/threadlocal.h>
 #include <zelk_core/os/rwlock.h>
 
@@ -92,10 +93,12 @@ bool RWLockNonRecursive::TryLockWriter() {
 }
 
 void RWLockNonRecursive::UnlockReader() {
+    Z4_ASSERT(m_lock != nullptr, "A lock that is unlocked is held.");
     ReleaseSRWLockShared(SlimLock(m_lock));
 }
 
 void RWLockNonRecursive::UnlockWriter() {
+    Z4_ASSERT(m_lock != nullptr, "A lock that is unlocked is held.");
     ReleaseSRWLockExclusive(SlimLock(m_lock));
 }
 
@@ -138,6 +141,7 @@ bool RWLock::TryLockReader() {
 }
 
 void RWLock::UnlockReader() {
+    Z4_ASSERT(IsReaderLockActive(), "A lock that a reader unlocks is held for reading.");
     Counter(m_holds).fetch_sub(1);
     if (!LeaveOneLevel(Private::ThisThreads(readHoldingsImage), this)) {
         ReleaseSRWLockShared(SlimLock(m_lock));
@@ -167,6 +171,8 @@ bool RWLock::TryLockWriter() {
 }
 
 void RWLock::UnlockWriter() {
+    Z4_ASSERT(WriterId(m_writerId).load(std::memory_order_relaxed) == GetCurrentThreadId(),
+              "A lock that a writer unlocks is held for writing by the calling thread.");
     constexpr long LAST_LEVEL = -1;
     if (Counter(m_holds).fetch_add(1) == LAST_LEVEL) {
         WriterId(m_writerId).store(NO_WRITER, std::memory_order_relaxed);
@@ -210,6 +216,8 @@ void RWLock::InternalLockReader() {
     static_assert(offsetof(RWLock, m_lock) == 0 && offsetof(RWLock, m_holds) == sizeof(SRWLOCK) &&
                   offsetof(RWLock, m_writerId) == sizeof(SRWLOCK) + sizeof(LONG) &&
                   sizeof(RWLock) == sizeof(SRWLOCK) + sizeof(LONG) + sizeof(DWORD));
+    Z4_ASSERT(WriterId(m_writerId).load(std::memory_order_relaxed) != GetCurrentThreadId(),
+              "A writer does not ask to read, other than through Downgrade().");
     ReadHoldings& holdings = Private::ThisThreads(readHoldingsImage);
     if (!Reenter(holdings, this)) {
         AcquireSRWLockShared(SlimLock(m_lock));
@@ -219,6 +227,8 @@ void RWLock::InternalLockReader() {
 }
 
 void RWLock::InternalLockWriter() {
+    Z4_ASSERT(Find(Private::ThisThreads(readHoldingsImage), this) == nullptr,
+              "A reader does not ask to write, other than through Upgrade() with one level of reading.");
     const unsigned long self = GetCurrentThreadId();
     if (WriterId(m_writerId).load(std::memory_order_relaxed) != self &&
         TryAcquireSRWLockExclusive(SlimLock(m_lock)) == 0) {

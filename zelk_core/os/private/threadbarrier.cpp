@@ -1,4 +1,5 @@
 #include <cstddef>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/threadbarrier.h>
 
@@ -14,7 +15,9 @@ ThreadBarrier::ThreadBarrier(unsigned long partyCount, const char*, WindowsOldVe
                   sizeof(ThreadBarrier) == offsetof(ThreadBarrier, m_partyCount) + 12);
 }
 
-ThreadBarrier::~ThreadBarrier() = default;
+ThreadBarrier::~ThreadBarrier() {
+    Z4_ASSERT(m_arrivedCount == 0, "No thread waits at a barrier that is destroyed.");
+}
 
 bool ThreadBarrier::Wait(bool) {
     m_lock.Lock();

@@ -10,8 +10,13 @@
 
 namespace Z4 {
 
-/// Any thread may call anything. The list is read at the first question, which waits for WinDbgHelp to be ready, and
-/// kept current by its notifications from then on. Where memory runs out, modules are missing in it.
+/// Any thread may call anything, but for SingletonShutdown(). The list is read at the first question, which waits for
+/// WinDbgHelp to be ready, and kept current by its notifications from then on; who asks while it is read waits for
+/// nobody and reads it, too. Where the host refuses memory, or the system the list, the answer comes from what is known
+/// and the next question reads the list anew.
+///
+/// So any question may call WinDbgHelp, and what is said there holds here: ask nothing inside the system's loader. The
+/// host's memory table is called there, on each load; it must not wait for the loader.
 class ProgramModuleDB {
 public:
     struct Module {
@@ -22,21 +27,23 @@ public:
     };
 
     Z4_API static void SingletonInit();
-    /// Ends the observation and forgets the list.
+    /// Ends the observation and forgets the list. A notification that is under way is waited for, so the caller must
+    /// hold no lock that the host's memory table takes. No other thread may be in a call or make one meanwhile.
     Z4_API static void SingletonShutdown();
     Z4_API static ProgramModuleDB& Instance();
 
     ProgramModuleDB(const ProgramModuleDB&) = delete;
     ProgramModuleDB& operator=(const ProgramModuleDB&) = delete;
 
-    /// Begins to observe loads and unloads; InitializeDbgHelpService() does.
-    Z4_API Error Subscribe();
+    /// Begins to observe loads and unloads; InitializeDbgHelpService() does. Results are those of
+    /// WinDbgHelp::RegisterDllNotificationCallback(). Without it the list stays as it was read.
+    [[nodiscard]] Z4_API Error Subscribe();
 
     Z4_API unsigned long GetCount();
     /// @return false beyond the last; modules may come and go between two calls.
-    Z4_API bool GetModule(unsigned long index, Module& module);
+    [[nodiscard]] Z4_API bool GetModule(unsigned long index, Module& module);
     /// @return false when `address` lies in no module.
-    Z4_API bool FindModule(const void* address, Module& module);
+    [[nodiscard]] Z4_API bool FindModule(const void* address, Module& module);
 
     /// The observer: `context` is the object.
     Z4_API static void Z4_CDECL UpdateModulesList(const WinDbgHelp::DllNotificationData& data, void* context);
@@ -47,14 +54,15 @@ private:
     ProgramModuleDB() = default;
     ~ProgramModuleDB();
 
-    static int Z4_STDCALL AddEnumerated(const char* name, unsigned long long base, unsigned long size, void* context);
-    void ReadOnce();
+    void ReadModulesOnce();
     void Add(const Module& module);
-    void Remove(const void* baseAddress);
+    void NoteLoss();
 
     BlockingLock m_lock;
     Vector<Module, ZelkAllocator> m_modules;
-    unsigned long m_unloads = 0;
+    Vector<void*, ZelkAllocator> m_unloaded; ///< bases of modules that went while somebody reads the list
+    unsigned long m_readers = 0;
+    unsigned long m_losses = 0; ///< of notifications; a list that was being read meanwhile is not complete
     bool m_subscribed = false;
     bool m_read = false;
 };

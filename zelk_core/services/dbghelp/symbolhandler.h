@@ -37,7 +37,8 @@ protected:
 };
 
 /// Answers from the modules of ProgramModuleDB and the symbols that WinDbgHelp finds. Any thread; the first question
-/// waits until WinDbgHelp is ready. Between the service's shut-down and its next start everything is unknown.
+/// waits until WinDbgHelp is ready. Ask nothing inside the system's loader, where WinDbgHelp must not be called, and
+/// nothing while the service is being shut down. Between its shut-down and its next start everything is unknown.
 class SymbolHandler {
 public:
     Z4_API static void SingletonInit();
@@ -49,7 +50,8 @@ public:
     /// @return true when at least the module is known; `info` is filled in any case.
     Z4_API bool Resolve(const void* address, SymbolInfo& info);
 
-    /// The symbols to use, null for none. The handler does not own them.
+    /// The symbols to use, null for none. The handler does not own them: what was set before must last until the calls
+    /// of Resolve() that have begun are over.
     Z4_API void SetDataBase(SymbolDataBase* dataBase);
     /// From now on, or no longer, nothing is resolved: what it rests on is going.
     Z4_API void SetShuttingDown(bool shuttingDown);

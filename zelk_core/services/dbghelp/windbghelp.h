@@ -3,12 +3,18 @@
 ///
 /// The library is loaded and its symbol handler started on a thread of its own, so that start-up does not wait for it;
 /// the first call that comes earlier waits for the end of that thread. InitializeDbgHelpService() makes the object.
+///
+/// That thread, and the library itself, need the lock of the system's loader. Code that the loader calls (`DllMain`,
+/// constructors and destructors of a DLL's globals, thread-local call-backs, observers of modules) must therefore wait
+/// for neither: there, call nothing of this class but SingletonInit() and Instance(), which only start the thread,
+/// IsReady(), GetSymbolPath() and the two functions that add and remove observers.
 #pragma once
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/dllwrapper.h>
 #include <zelk_core/base/error.h>
 #include <zelk_core/os/blockinglock.h>
+#include <zelk_core/services/dbghelp/observertable.h>
 
 // The system's records, which only its own headers define.
 struct _IMAGEHLP_LINE64;
@@ -28,8 +34,9 @@ template <class T>
 class Singleton;
 } // namespace Private
 
-/// Any thread may call anything. Without `dbghelp.dll`, or without one of its functions, the calls that would need it
-/// return false, null or 0, and the thread's last system error is 127 (procedure not found).
+/// Any thread may call anything, but for SingletonShutdown(). Without `dbghelp.dll`, or without one of its functions,
+/// the calls that would need it return false, null or 0, and the thread's last system error is 127 (procedure not
+/// found).
 ///
 /// The library is asked for by its bare name, and the system looks beside the program before it looks in its own
 /// folders: whoever can write there can plant another one. SetSystemLibraryOnly() looks in the system's folder alone.
@@ -46,14 +53,21 @@ public:
         bool unloaded; ///< false when it was loaded
     };
 
-    /// Called on the thread that loads or unloads, inside the system's loader: it must return soon, and must neither
-    /// load modules, nor call the forwarding operations below, nor wait for another thread.
+    /// Called on the thread that loads or unloads, inside the system's loader, which notifies one thread at a time. It
+    /// must return soon, and must neither load or free modules, nor call the forwarding operations below, nor wait for
+    /// another thread. A lock that it takes must not be held by anyone who then waits for the loader.
     using DllNotificationCallback = void(Z4_CDECL*)(const DllNotificationData& data, void* context);
 
     static constexpr unsigned long MAX_OBSERVERS = 32;
 
     Z4_API static void SingletonInit();
-    /// Waits for the loader thread, ends the notifications, closes the symbol handler and frees the library.
+    /// Waits for the end of the loader thread, ends the notifications, closes the symbol handler and frees the library.
+    /// When it returns, no observer runs, and those that were not removed are forgotten.
+    ///
+    /// No other thread may be in a call or make one meanwhile. The caller must not be inside the loader, or the thread
+    /// would never end; it must not be an observer or on the loader thread; and it must hold no lock that an observer
+    /// takes. Once the process is ending it is too late to call this: the system has killed the other threads where
+    /// they stood, with their locks.
     Z4_API static void SingletonShutdown();
     Z4_API static WinDbgHelp& Instance();
 
@@ -68,7 +82,7 @@ public:
 
     /// The version of the file `name`, as its version resource has it, most significant number first.
     /// @return false, with a warning in the log, when there is none, or when it is beyond 64 KiB.
-    Z4_API static bool GetVersionInfo(const char* name, unsigned short (&version)[4]);
+    [[nodiscard]] Z4_API static bool GetVersionInfo(const char* name, unsigned short (&version)[4]);
 
     WinDbgHelp(const WinDbgHelp&) = delete;
     WinDbgHelp& operator=(const WinDbgHelp&) = delete;
@@ -85,13 +99,21 @@ public:
 
     /// Adds an observer behind those registered. ERR_INVALID without a callback, ERR_ALREADY_EXISTS for the same pair
     /// once more, ERR_OUT_OF_RESOURCES beyond MAX_OBSERVERS. One added during a notification is called in it.
-    Z4_API Error RegisterDllNotificationCallback(DllNotificationCallback callback, void* context);
-    /// ERR_NOT_FOUND when the pair is not registered. An observer may remove itself or others while it is called. A
-    /// call that runs on another thread meanwhile is not waited for.
+    [[nodiscard]] Z4_API Error RegisterDllNotificationCallback(DllNotificationCallback callback, void* context);
+    /// Removes an observer. When this returns, no other thread is inside it and none will be, so that what it uses can
+    /// be destroyed. ERR_NOT_FOUND when the pair is not registered.
+    ///
+    /// If another thread is inside the observer, this waits for its return. So the caller must hold no lock that the
+    /// observer takes. Holding the loader's lock is no danger: the observer is in the loader already, and does not wait
+    /// for it.
+    ///
+    /// An observer may remove itself or others while it is called. Its own call is not waited for: what it uses must
+    /// last until it returns.
     Z4_API Error UnregisterDllNotificationCallback(DllNotificationCallback callback, void* context);
 
     /// @name Forwarding operations
-    /// The system's functions of the same names, with their arguments and results, one at a time.
+    /// The system's functions of the same names, with their arguments and results, one at a time. A callback of theirs
+    /// may call them again; it must not wait for another thread that calls one, as that waits for the callback's end.
     /// @{
     using EnumerateModulesCallback = int(Z4_STDCALL*)(const char* name, unsigned long long base, unsigned long size,
                                                       void* context);
@@ -103,54 +125,46 @@ public:
     using TranslateAddressCallback = unsigned long long(Z4_STDCALL*)(void* process, void* thread,
                                                                      _tagADDRESS64* address);
 
-    Z4_API bool SymInitialize(void* process, const char* searchPath, bool invade);
+    [[nodiscard]] Z4_API bool SymInitialize(void* process, const char* searchPath, bool invade);
     Z4_API bool SymCleanup(void* process);
     Z4_API bool SymRefreshModuleList(void* process);
     Z4_API unsigned long SymGetOptions();
     Z4_API unsigned long SymSetOptions(unsigned long options);
-    Z4_API bool SymGetModuleInfo64(void* process, unsigned long long address, _IMAGEHLP_MODULE64* module);
-    Z4_API bool StackWalk64(unsigned long machineType, void* process, void* thread, _tagSTACKFRAME64* frame,
-                            void* context, ReadMemoryCallback readMemory,
-                            FunctionTableAccessCallback functionTableAccess, GetModuleBaseCallback getModuleBase,
-                            TranslateAddressCallback translateAddress);
+    [[nodiscard]] Z4_API bool SymGetModuleInfo64(void* process, unsigned long long address, _IMAGEHLP_MODULE64* module);
+    [[nodiscard]] Z4_API bool StackWalk64(unsigned long machineType, void* process, void* thread,
+                                          _tagSTACKFRAME64* frame, void* context, ReadMemoryCallback readMemory,
+                                          FunctionTableAccessCallback functionTableAccess,
+                                          GetModuleBaseCallback getModuleBase,
+                                          TranslateAddressCallback translateAddress);
     Z4_API void* SymFunctionTableAccess64(void* process, unsigned long long address);
     /// The function itself, for walking stacks, where it is called without the lock of this class from inside
     /// StackWalk64(); null when there is none.
     Z4_API void* GetAddressOfSymFunctionTableAccess64();
     /// Begins anew, up to four times in all, when the list of modules changed while it was read; the callback then
     /// sees modules again.
-    Z4_API bool EnumerateLoadedModules64(void* process, EnumerateModulesCallback callback, void* context);
+    [[nodiscard]] Z4_API bool EnumerateLoadedModules64(void* process, EnumerateModulesCallback callback, void* context);
     Z4_API bool SymSetSearchPath(void* process, const char* path);
-    Z4_API bool SymGetSymFromAddr64(void* process, unsigned long long address, unsigned long long* displacement,
-                                    _IMAGEHLP_SYMBOL64* symbol);
-    Z4_API bool SymGetLineFromAddr64(void* process, unsigned long long address, unsigned long* displacement,
-                                     _IMAGEHLP_LINE64* line);
-    Z4_API unsigned long long SymLoadModule64(void* process, void* file, const char* imageName, const char* moduleName,
-                                              unsigned long long base, unsigned long size);
+    [[nodiscard]] Z4_API bool SymGetSymFromAddr64(void* process, unsigned long long address,
+                                                  unsigned long long* displacement, _IMAGEHLP_SYMBOL64* symbol);
+    [[nodiscard]] Z4_API bool SymGetLineFromAddr64(void* process, unsigned long long address,
+                                                   unsigned long* displacement, _IMAGEHLP_LINE64* line);
+    [[nodiscard]] Z4_API unsigned long long SymLoadModule64(void* process, void* file, const char* imageName,
+                                                            const char* moduleName, unsigned long long base,
+                                                            unsigned long size);
     Z4_API bool SymUnloadModule64(void* process, unsigned long long base);
-    Z4_API bool SymFindFileInPath(void* process, const char* path, const char* name, void* id, unsigned long two,
-                                  unsigned long three, unsigned long flags, char* found, FindFileCallback callback,
-                                  void* context);
+    [[nodiscard]] Z4_API bool SymFindFileInPath(void* process, const char* path, const char* name, void* id,
+                                                unsigned long two, unsigned long three, unsigned long flags,
+                                                char* found, FindFileCallback callback, void* context);
     /// `dumpType` is the system's `MINIDUMP_TYPE`.
-    Z4_API bool MiniDumpWriteDump(void* process, unsigned long processId, void* file, int dumpType,
-                                  _MINIDUMP_EXCEPTION_INFORMATION* exception,
-                                  _MINIDUMP_USER_STREAM_INFORMATION* userStream,
-                                  _MINIDUMP_CALLBACK_INFORMATION* callback);
+    [[nodiscard]] Z4_API bool MiniDumpWriteDump(void* process, unsigned long processId, void* file, int dumpType,
+                                                _MINIDUMP_EXCEPTION_INFORMATION* exception,
+                                                _MINIDUMP_USER_STREAM_INFORMATION* userStream,
+                                                _MINIDUMP_CALLBACK_INFORMATION* callback);
     Z4_API _IMAGE_NT_HEADERS* ImageNtHeader(void* base);
     /// @}
 
 private:
     friend class Private::Singleton<WinDbgHelp>;
-
-    struct Observer {
-        DllNotificationCallback callback;
-        void* context;
-    };
-    /// Where a running notification goes on; observers may come and go meanwhile.
-    struct Cursor {
-        unsigned long next;
-        Cursor* outer;
-    };
 
     static constexpr int ENTRY_POINTS = 17;
 
@@ -163,8 +177,9 @@ private:
     void Load();
     void ResolveEntryPoints();
     bool StartSymbolHandler();
+    bool IsLoaderThread() const;
     void WaitUntilReady();
-    void Notify(const DllNotificationData& data);
+    void PrepareCall();
     template <class Function, class... Arguments>
     auto Call(int slot, Arguments... arguments);
     template <class Function, class... Arguments>
@@ -181,10 +196,7 @@ private:
     unsigned long m_loaderThreadId = 0;
     void* m_cookie = nullptr;
 
-    BlockingLock m_observersLock;
-    unsigned long m_observerCount = 0;
-    Observer m_observers[MAX_OBSERVERS];
-    Cursor* m_cursors = nullptr;
+    Private::ObserverTable<DllNotificationCallback, MAX_OBSERVERS> m_observers;
 };
 
 } // namespace Z4

@@ -15,37 +15,39 @@
 
 namespace Z4 {
 
-/// Where the host refused the object's memory, each draw tries to make the object again; while that fails SetSeed()
-/// does nothing, and a draw yields what a 0 from the generator would: 0, `lo` or `mean`.
+/// The object needs memory of the host. Where the host refused it, each call tries to make the object again. While that
+/// fails, SetSeed() does nothing, and a draw returns what a 0 from the generator would give: 0, `lo` or `mean`.
 class Random {
 public:
-    /// The object, made if there is none; a draw makes it, too, when the service is not up, and the next
-    /// SingletonShutdown() then releases it. Null when the host refuses the memory.
+    /// The object; null when the host refuses its memory. It is made if there is none, as a draw does, too: without the
+    /// service, the next SingletonShutdown() then releases it.
     Z4_API static Random* Instance();
     /// For the service's start-up: makes the object. Any thread, any number of times.
     Z4_API static void SingletonInit();
     /// For the service's shut-down: destroys the object, if there is one. Nothing may use it meanwhile.
     Z4_API static void SingletonShutdown();
 
-    /// Starts the uniform stream of `seed` from its beginning, as SubtractiveRandomGenerator::SetSeed, and mixes `seed`
-    /// into the other, as ZigRandomGenerator::SetSeed. So equal seeds repeat the uniform draws but not the normal and
-    /// exponential ones, and a seed of 0 makes the uniform draws anew and leaves the others as they are. The two are
-    /// seeded one after the other, not as one step.
+    /// Starts the uniform stream of `seed` from its beginning, as SubtractiveRandomGenerator::SetSeed() does, and
+    /// combines `seed` with the state of the other, as ZigRandomGenerator::SetSeed() does. Equal seeds therefore repeat
+    /// the uniform draws, but not the normal and exponential ones. A seed of 0 starts the uniform stream at a place
+    /// taken from the clock and leaves the other as it is. The two are seeded one after the other: another thread can
+    /// draw in between.
     Z4_API static void SetSeed(unsigned long seed);
 
     /// 0 to 9,999,999.
     Z4_API static long RandS32();
     /// RandS32() times 1e-7: 0 to 0.9999999, never 1.
     Z4_API static float Rand();
-    /// Rand() (hi - lo) + lo, each step rounded to float: `hi` itself can come out by rounding, and a width that does
-    /// not fit a float gives infinity or a NaN. Bounds in either order.
+    /// Rand() * (hi - lo) + lo, each step rounded to float. The bounds may come in either order. Rounding can yield
+    /// `hi` itself. Where hi - lo is beyond the range of a float, the result is infinite or NaN.
     Z4_API static float InRange(float lo, float hi);
-    /// `lo` plus the remainder of RandS32() by the width hi - lo, in arithmetic that wraps; `lo` without a draw when
-    /// they are equal. A width beyond 10,000,000 is not filled, one that does not divide it is filled with a bias
-    /// towards `lo`. A negative width counts upwards, too, by its magnitude: (10, 4) gives 10 to 15.
+    /// `lo` + RandS32() % (`hi` - `lo`), so `hi` itself is never drawn; `lo`, without a draw, when both are equal.
+    /// RandS32() has 10,000,000 values: of a wider range only the first 10,000,000 numbers come up, and where the width
+    /// does not divide 10,000,000, numbers near `lo` come up more often. With `hi` below `lo` the result still counts
+    /// upwards from `lo`: (10, 4) gives 10 to 15. The sum wraps around at 32 bits.
     Z4_API static long InRangeS32(long lo, long hi);
-    /// As InRangeS32() with the width hi - lo + 1; `lo` without a draw when that is 0, as it also is for the full range
-    /// of 32 bits.
+    /// As InRangeS32() with the width `hi` - `lo` + 1, so `hi` can be drawn, too. Where that width is 0 in 32 bits,
+    /// which is so for the full range, the result is `lo`, without a draw.
     Z4_API static long InRangeS32Inclusive(long lo, long hi);
 
     /// As ZigRandomGenerator::RNOR, from the shared generator.
@@ -57,6 +59,8 @@ public:
     Random& operator=(const Random&) = delete;
 
 private:
+    friend struct Private::Layout<Random>;
+
     Random();
     ~Random();
 
@@ -72,11 +76,11 @@ private:
     ZigRandomGenerator m_ziggurat;
 };
 
-/// The random-number function that a shuffle asks for: `random(n)` with n elements left. As biased as
-/// Random::InRangeS32, and a shuffle of many elements reaches few of their orders.
+/// The random-number function that a shuffle asks for: called with the number of elements left, it chooses one. It is
+/// biased as Random::InRangeS32() is. A shuffle with it reaches few of the orders that many elements can have.
 class RandomShuffleFunctor {
 public:
-    /// 0 without a draw when `n` is 0, else 0 to |n| - 1.
+    /// 0 to |`n`| - 1; 0, without a draw, when `n` is 0.
     Z4_API int operator()(int n) const;
 };
 

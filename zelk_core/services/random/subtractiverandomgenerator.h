@@ -17,6 +17,7 @@
 
 #include <cstdint>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/os/adaptivelock.h>
 
 namespace Z4 {
@@ -67,13 +68,15 @@ public:
     SubtractiveRandomGenerator(const SubtractiveRandomGenerator&) = delete;
     SubtractiveRandomGenerator& operator=(const SubtractiveRandomGenerator&) = delete;
 
-    /// Starts the stream of `seed` from its beginning. The seed counts as signed; 0 stands for the lower half of the
-    /// high-resolution counter, so that the stream is another one each time.
+    /// Starts the stream of `seed`, taken as signed, from its beginning. 0 stands for the lower half of the
+    /// high-resolution counter, so the stream is another one each time.
     Z4_API void SetSeed(unsigned long seed);
     /// The next value, 0 to 9,999,999.
     Z4_API long RandS32();
 
 private:
+    friend struct Private::Layout<SubtractiveRandomGenerator>;
+
     AdaptiveLock m_lock;
     Private::SubtractiveSequence m_sequence;
 };

@@ -9,6 +9,8 @@
 
 #include <new>
 #include <type_traits>
+#include <zelk_core/base/assert.h>
+#include <zelk_core/base/hostnew.h>
 #include <zelk_core/services/runtimetype/classfactory.h>
 
 namespace Z4 {
@@ -43,6 +45,7 @@ public:
 
     /// As a CreatorFunction. Null when `operator new` gives null.
     static void* Z4_CDECL Create(void* memory) {
+        Z4_ASSERT(Private::IsAligned(memory, alignof(Class)), "The memory for an object is aligned for its class.");
         Base* const object = memory != nullptr ? ::new (memory) Class : new Class;
         return object;
     }

@@ -36,7 +36,9 @@ void InitializeDbgHelpService(bool loadSymbols) {
     SymbolHandler::SingletonInit();
     SymbolHandler::Instance().SetDataBase(g_symbols);
     SymbolHandler::Instance().SetShuttingDown(false);
-    ProgramModuleDB::Instance().Subscribe();
+    // There is a free place, unless the program has taken all with a WinDbgHelp of its own making; then the list is
+    // read once and stays so.
+    static_cast<void>(ProgramModuleDB::Instance().Subscribe());
     StackSizeMonitorDb::SingletonInit();
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/autolock.h>
+#include <zelk_core/services/dbghelp/private/pushbackorkeep.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 
 namespace Z4 {
@@ -11,7 +12,7 @@ namespace {
 
 constinit Private::Singleton<StackSizeMonitorDb> g_instance;
 
-using Guard = AutoLock<BlockingLock>;
+using Guard = AutoLock<AdaptiveLock>;
 
 /// The reservation that `address`, on the calling thread's stack, belongs to begins at its allocation base.
 unsigned long ReservedSize(const char* stackEnd, const void* address) {
@@ -54,7 +55,7 @@ unsigned long StackSizeMonitorDb::Sample() {
     const Guard guard(m_lock);
     Entry* const entry = Find(threadId);
     if (entry == nullptr) {
-        m_entries.PushBack({threadId, use, ReservedSize(stackEnd, &here)});
+        Private::PushBackOrKeep(m_entries, {threadId, use, ReservedSize(stackEnd, &here)});
     } else if (use > entry->largestUse) {
         entry->largestUse = use;
     }

@@ -2,6 +2,7 @@
 
 #include <dbghelp.h>
 
+#include <atomic>
 #include <cstring>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/atomic.h>
@@ -82,14 +83,15 @@ bool SymbolHandler::Resolve(const void* address, SymbolInfo& info) {
         return false;
     }
     CopyText(info.module, module.name);
-    if (m_dataBase != nullptr) {
-        m_dataBase->FindSymbol(address, info);
+    SymbolDataBase* const dataBase = std::atomic_ref(m_dataBase).load();
+    if (dataBase != nullptr) {
+        dataBase->FindSymbol(address, info);
     }
     return true;
 }
 
 void SymbolHandler::SetDataBase(SymbolDataBase* dataBase) {
-    m_dataBase = dataBase;
+    std::atomic_ref(m_dataBase).store(dataBase);
 }
 
 void SymbolHandler::SetShuttingDown(bool shuttingDown) {

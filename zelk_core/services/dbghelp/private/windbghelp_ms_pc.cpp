@@ -2,11 +2,13 @@
 
 #include <dbghelp.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
 #include <process.h>
 #include <type_traits>
+#include <zelk_core/base/assert.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/atomic.h>
@@ -42,8 +44,8 @@ private:
 };
 
 constinit Private::Singleton<WinDbgHelp> g_instance;
-constinit bool g_loadSymbols = true;
-constinit bool g_systemLibraryOnly = false;
+constinit std::atomic<bool> g_loadSymbols{true};
+constinit std::atomic<bool> g_systemLibraryOnly{false};
 
 enum Slot : int {
     SYM_INITIALIZE,
@@ -132,11 +134,16 @@ auto WinDbgHelp::Call(int slot, Arguments... arguments) {
     return function(arguments...);
 }
 
-template <class Function, class... Arguments>
-auto WinDbgHelp::Forward(int slot, Arguments... arguments) {
+void WinDbgHelp::PrepareCall() {
+    Z4_ASSERT(!m_observers.IsInside(GetCurrentThreadId()), "An observer calls no function of the debug-help library.");
     if (!IsReady()) {
         WaitUntilReady();
     }
+}
+
+template <class Function, class... Arguments>
+auto WinDbgHelp::Forward(int slot, Arguments... arguments) {
+    PrepareCall();
     const Guard guard(m_lock);
     return Call<Function>(slot, arguments...);
 }
@@ -179,7 +186,13 @@ WinDbgHelp::WinDbgHelp() : m_invadeProcess(g_loadSymbols) {
 }
 
 WinDbgHelp::~WinDbgHelp() {
+    Z4_ASSERT(!IsLoaderThread() && !m_observers.IsInside(GetCurrentThreadId()),
+              "The shut-down is called neither on the loader thread nor by an observer.");
     WaitUntilReady();
+    // Ready is not ended: the thread may still be in the library's code, which may be unloaded next.
+    if (m_thread != nullptr && !IsLoaderThread()) {
+        WaitForSingleObject(m_thread, INFINITE);
+    }
     const auto unregister = FindInNtdll<UnregisterFunction>("LdrUnregisterDllNotification");
     if (m_cookie != nullptr && unregister != nullptr) {
         unregister(m_cookie);
@@ -194,7 +207,7 @@ WinDbgHelp::~WinDbgHelp() {
 
 unsigned Z4_STDCALL WinDbgHelp::EnterLoader(void* object) {
     WinDbgHelp& self = *static_cast<WinDbgHelp*>(object);
-    self.m_loaderThreadId = GetCurrentThreadId();
+    Atomic::Exchange(self.m_loaderThreadId, GetCurrentThreadId());
     self.Load();
     return 0;
 }
@@ -284,9 +297,13 @@ bool WinDbgHelp::IsLoaded() {
     return Atomic::Get(m_loaded) != 0;
 }
 
+bool WinDbgHelp::IsLoaderThread() const {
+    return Atomic::Get(m_loaderThreadId) == GetCurrentThreadId();
+}
+
 void WinDbgHelp::WaitUntilReady() {
     // The loader thread comes here when the host's log asks for symbols while the loader logs.
-    if (IsReady() || m_thread == nullptr || GetCurrentThreadId() == m_loaderThreadId) {
+    if (IsReady() || IsLoaderThread() || m_thread == nullptr) {
         return;
     }
     DWORD suspensions = 0;
@@ -338,7 +355,7 @@ void* WinDbgHelp::GetAddressOfSymFunctionTableAccess64() {
 }
 
 bool WinDbgHelp::EnumerateLoadedModules64(void* process, EnumerateModulesCallback callback, void* context) {
-    WaitUntilReady();
+    PrepareCall();
     for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
         DWORD error = 0;
         {

@@ -8,6 +8,19 @@
 
 namespace Z4 {
 
+template <>
+struct Private::Layout<SubtractiveRandomGenerator> {
+    static_assert(offsetof(SubtractiveRandomGenerator, m_lock) == 0);
+    static_assert(offsetof(SubtractiveRandomGenerator, m_sequence) == sizeof(AdaptiveLock));
+};
+
+template <>
+struct Private::Layout<Random> {
+    static_assert(offsetof(Random, m_flag) == 0);
+    static_assert(offsetof(Random, m_subtractive) == 4);
+    static_assert(offsetof(Random, m_ziggurat) == 4 + sizeof(SubtractiveRandomGenerator));
+};
+
 namespace {
 
 constexpr unsigned long SPIN_COUNT = 100;
@@ -23,8 +36,6 @@ float ToUnit(long value) {
 } // namespace
 
 SubtractiveRandomGenerator::SubtractiveRandomGenerator() : m_lock(SPIN_COUNT, nullptr) {
-    static_assert(offsetof(SubtractiveRandomGenerator, m_lock) == 0 &&
-                  offsetof(SubtractiveRandomGenerator, m_sequence) == sizeof(AdaptiveLock));
     SetSeed(0);
 }
 
@@ -41,10 +52,7 @@ long SubtractiveRandomGenerator::RandS32() {
 constinit std::atomic<std::uintptr_t> Random::m_singletonInstanceRandom{0};
 constinit std::atomic<std::uintptr_t> Random::m_singletonAllocatorRandom{0};
 
-Random::Random() : m_flag(0), m_ziggurat(0) {
-    static_assert(offsetof(Random, m_flag) == 0 && offsetof(Random, m_subtractive) == 4 &&
-                  offsetof(Random, m_ziggurat) == 4 + sizeof(SubtractiveRandomGenerator));
-}
+Random::Random() : m_flag(0), m_ziggurat(0) {}
 
 Random::~Random() = default;
 

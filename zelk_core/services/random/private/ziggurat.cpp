@@ -1,8 +1,24 @@
 #include <cmath>
 #include <cstddef>
-#include <zelk_core/services/random/zigrandomgenerator.h>
+#include <zelk_core/services/random/ziggurat.h>
 
 namespace Z4::Private {
+
+template <>
+struct Layout<Ziggurat> {
+    static_assert(offsetof(Ziggurat, m_seeded) == 0);
+    static_assert(offsetof(Ziggurat, m_jz) == 4);
+    static_assert(offsetof(Ziggurat, m_jsr) == 8);
+    static_assert(offsetof(Ziggurat, m_hz) == 12);
+    static_assert(offsetof(Ziggurat, m_iz) == 16);
+    static_assert(offsetof(Ziggurat, m_kn) == 20);
+    static_assert(offsetof(Ziggurat, m_ke) == 532);
+    static_assert(offsetof(Ziggurat, m_wn) == 1556);
+    static_assert(offsetof(Ziggurat, m_fn) == 2068);
+    static_assert(offsetof(Ziggurat, m_we) == 2580);
+    static_assert(offsetof(Ziggurat, m_fe) == 3604);
+    static_assert(sizeof(Ziggurat) == 4628);
+};
 
 namespace {
 
@@ -34,11 +50,6 @@ double NormalDensity(double x) {
 } // namespace
 
 void Ziggurat::Seed(std::uint32_t seed) {
-    static_assert(offsetof(Ziggurat, m_seeded) == 0 && offsetof(Ziggurat, m_jz) == 4 &&
-                  offsetof(Ziggurat, m_jsr) == 8 && offsetof(Ziggurat, m_hz) == 12 && offsetof(Ziggurat, m_iz) == 16 &&
-                  offsetof(Ziggurat, m_kn) == 20 && offsetof(Ziggurat, m_ke) == 532 &&
-                  offsetof(Ziggurat, m_wn) == 1556 && offsetof(Ziggurat, m_fn) == 2068 &&
-                  offsetof(Ziggurat, m_we) == 2580 && offsetof(Ziggurat, m_fe) == 3604 && sizeof(Ziggurat) == 4628);
     m_jsr ^= seed;
     if (m_seeded == 0) {
         m_seeded = 1;

@@ -6,15 +6,19 @@
 
 namespace Z4 {
 
+template <>
+struct Private::Layout<ZigRandomGenerator> {
+    static_assert(offsetof(ZigRandomGenerator, m_ziggurat) == 0);
+    static_assert(offsetof(ZigRandomGenerator, m_lock) == sizeof(Ziggurat));
+    static_assert(sizeof(ZigRandomGenerator) == sizeof(Ziggurat) + sizeof(AdaptiveLock));
+};
+
 namespace {
 constexpr double TWO_PI = 6.283185307179586;
 constexpr unsigned long SPIN_COUNT = 100;
 } // namespace
 
 ZigRandomGenerator::ZigRandomGenerator(unsigned long seed) : m_lock(SPIN_COUNT, nullptr) {
-    static_assert(offsetof(ZigRandomGenerator, m_ziggurat) == 0 &&
-                  offsetof(ZigRandomGenerator, m_lock) == sizeof(Private::Ziggurat) &&
-                  sizeof(ZigRandomGenerator) == sizeof(Private::Ziggurat) + sizeof(AdaptiveLock));
     SetSeed(seed != 0 ? seed : Time::Get());
 }
 

@@ -1,0 +1,129 @@
+#include "crowd.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <tests/support/contract.h>
+#include <type_traits>
+#include <zelk_core/os/adaptivelock.h>
+#include <zelk_core/os/blockinglock.h>
+#include <zelk_core/os/concurrentaccessguard.h>
+#include <zelk_core/os/condvariable.h>
+#include <zelk_core/os/event.h>
+#include <zelk_core/os/rwlock.h>
+#include <zelk_core/os/threadbarrier.h>
+
+namespace {
+
+using namespace Z4;
+using ZelkTest::ExpectContract;
+using ZelkTest::IsReported;
+
+TEST(Contracts, OfLocksAndWaitsAreChecked) {
+    if (!ZelkTest::LIBRARY_CHECKS) {
+        GTEST_SKIP() << "this library was built without its checks";
+    }
+    AdaptiveLock freeAdaptive, heldAdaptive;
+    BlockingLock freeBlocking, heldBlocking;
+    RWLock freeRW, read, written;
+    RWLockNonRecursive freePlain;
+    CondVariable condition;
+    ThreadBarrier barrier(2);
+    Event event(true, false, nullptr);
+    heldAdaptive.Lock();
+    heldBlocking.Lock();
+    heldBlocking.Lock();
+    read.LockReader();
+    written.LockWriter();
+    std::thread waiter([&] { barrier.Wait(); });
+    // The count of those who arrived is the last field but one.
+    while (reinterpret_cast<const volatile unsigned long*>(&barrier + 1)[-2] == 0) {
+        std::this_thread::yield();
+    }
+    const struct {
+        const char* duty;
+        std::function<void()> misuse;
+    } misuses[] = {
+        {"unlocking a free adaptive lock", [&] { freeAdaptive.Unlock(); }},
+        {"unlocking a free blocking lock", [&] { freeBlocking.Unlock(); }},
+        {"destroying a held adaptive lock", [&] { heldAdaptive.~AdaptiveLock(); }},
+        {"destroying a held blocking lock", [&] { heldBlocking.~BlockingLock(); }},
+        {"waiting with a free lock", [&] { condition.WaitWithTimeout(freeBlocking, 0); }},
+        {"waiting with a lock held twice", [&] { condition.WaitWithTimeout(heldBlocking, 0); }},
+        {"destroying a barrier with a waiter", [&] { barrier.~ThreadBarrier(); }},
+        {"writing by a reader", [&] { read.LockWriter(); }},
+        {"reading by the writer", [&] { written.LockReader(); }},
+        {"unlocking a reader as the writer", [&] { read.UnlockWriter(); }},
+        {"unlocking the writer as a reader", [&] { written.UnlockReader(); }},
+        {"unlocking a reader of a free lock", [&] { freeRW.UnlockReader(); }},
+        {"unlocking a reader of a free plain lock", [&] { freePlain.UnlockReader(); }},
+        {"unlocking the writer of a free plain lock", [&] { freePlain.UnlockWriter(); }},
+        {"a group with a null event",
+         [&] {
+             static_cast<void>(Event::TryWaitAll({&event, nullptr}));
+         }},
+    };
+    for (const auto& [duty, misuse] : misuses) {
+        EXPECT_TRUE(IsReported(misuse)) << duty;
+    }
+    std::thread([&] {
+        EXPECT_TRUE(IsReported([&] { heldAdaptive.Unlock(); })) << "unlocking what another thread holds";
+        EXPECT_TRUE(IsReported([&] { written.UnlockWriter(); })) << "unlocking what another thread writes";
+    }).join();
+    barrier.Wait();
+    waiter.join();
+    written.UnlockWriter();
+    read.UnlockReader();
+    heldBlocking.Unlock();
+    heldBlocking.Unlock();
+    heldAdaptive.Unlock();
+}
+
+void AccessElsewhere(ConcurrentAccessGuard& guard) {
+    std::thread([&] {
+        guard.Lock();
+        const AutoAccessGuard access(guard);
+        guard.UnLock();
+    }).join();
+}
+
+TEST(AccessGuards, ReportOverlappingThreads) {
+    static_assert(std::is_empty_v<ConcurrentAccessGuard> && std::is_empty_v<AutoAccessGuard>);
+    static_assert(std::is_move_assignable_v<ConcurrentAccessGuard> && ConcurrentAccessGuard::UNSET_THREAD_ID == 0);
+    ConcurrentAccessGuard guard;
+    {
+        const ExpectContract none(0);
+        AccessElsewhere(guard);
+        guard.Lock();
+        const AutoAccessGuard nested(guard);
+        ConcurrentAccessGuard copy(guard);
+        AccessElsewhere(copy);
+    }
+    {
+        const ExpectContract both(2);
+        AccessElsewhere(guard);
+    }
+    guard.UnLock();
+    guard.UnLock(); // once too often
+    const ExpectContract none(0);
+    AccessElsewhere(guard);
+}
+
+TEST(AccessGuards, PassOverWhatThereIsNoRoomFor) {
+    ConcurrentAccessGuard guards[300];
+    for (ConcurrentAccessGuard& guard : guards) {
+        guard.Lock();
+    }
+    {
+        const ExpectContract both(2);
+        AccessElsewhere(guards[255]);
+        AccessElsewhere(guards[256]);
+    }
+    for (ConcurrentAccessGuard& guard : guards) {
+        guard.UnLock();
+    }
+    const ExpectContract none(0);
+    AccessElsewhere(guards[0]);
+    AccessElsewhere(guards[255]);
+}
+
+} // namespace
