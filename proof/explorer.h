@@ -62,7 +62,10 @@ inline void Check(bool condition, const char* fault) {
 void ResetSystem();
 void CheckSystem();
 
-/// A program to explore. It must leave every global of the library as it found it.
+/// A program to explore, written as `PROOF_SCENARIO(Name, 3, SOUND) { ... }`. The block is its first thread, which
+/// makes others as Fork objects or by the library. It runs very often: it must do the same every time but for the
+/// schedule, and leave every global of the library as it found it. Three preemptions are usual, two where three take
+/// too long.
 struct Scenario {
     enum Kind {
         SOUND, ///< keeps all contracts

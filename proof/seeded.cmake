@@ -149,6 +149,13 @@ zelk_seeded_fault(thread_resumed_in_silence
 ]=]
     SANITIZER address SCENARIO ThreadOfSystemResumedWhileOthersWait FOUND "FAULT: deadlock")
 
+zelk_seeded_fault(thread_ends_without_its_lock
+    FILE os/private/thread.cpp
+    TEXT "    const Guard guard(thread.m_monitor);
+    thread.SetState(THREAD_ENDED);"
+    REPLACEMENT "    thread.SetState(THREAD_ENDED);"
+    SANITIZER thread SCENARIO ThreadOfSystemAskedWhileJoined FOUND "ThreadSanitizer: data race")
+
 zelk_seeded_fault(thread_detached_comes_back_to_its_object
     FILE os/private/thread.cpp
     TEXT [=[
