@@ -7,7 +7,7 @@ BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup setup-msabi demo test soak mutants checked bench sanitize fuzz msabi docs install check clean
+.PHONY: help setup setup-msabi demo test soak mutants checked bench sanitize fuzz proof msabi docs install check clean
 
 help:
 	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
@@ -18,6 +18,7 @@ help:
 	@echo 'make bench     measure every room beside its peers and print the ratios'
 	@echo 'make sanitize  the portable rooms under AddressSanitizer and UBSan'
 	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
+	@echo 'make proof     what threads may meet, under every schedule with few preemptions'
 	@echo 'make msabi     the DLL in the Microsoft C++ ABI, with its tests and checks'
 	@echo 'make docs      HTML in build/docs'
 	@echo 'make install   headers, DLL, symbols and packages to PREFIX=$(PREFIX)'
@@ -65,6 +66,10 @@ fuzz: build/fuzz/build.ninja
 	    $$fuzzer -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$${fuzzer##*/} || exit 1; \
 	done
 
+proof: build/proof/build.ninja
+	cmake --build --preset proof
+	ctest --preset proof
+
 setup-msabi:
 	@scripts/setup --msabi
 
@@ -89,4 +94,4 @@ check: build/mingw/build.ninja build/sanitize/build.ninja
 	scripts/check
 
 clean:
-	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/mutants build/docs build/install
+	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/install

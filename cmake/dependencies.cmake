@@ -1,7 +1,7 @@
 # Third-party code, none of it in this repository: Debian packages and the unpacked sources of scripts/setup.
 find_package(Threads)
 
-if(NOT ZELK_FUZZ AND NOT ZELK_MS_ABI)
+if(NOT ZELK_FUZZ AND NOT ZELK_PROOF AND NOT ZELK_MS_ABI)
     set(INSTALL_GTEST OFF)
     add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 endif()

@@ -39,9 +39,9 @@ void LogPrint(EalLogLevel level, const char* file, unsigned long line, FormatStr
 /// @param id the context that the assertion belongs to, see EALId.
 /// @param ignoreFlag passed through for the host to read or set, so that an assertion can be silenced for good.
 /// @return the host's answer, commonly whether to break into the debugger; acting on it is the caller's part.
-Z4_PRINTF(6, 7)
-[[nodiscard]] Z4_API bool EalAssertWithMessage(int id, const char* expression, const char* file, unsigned long line,
-                                               unsigned long* ignoreFlag, const char* format, ...);
+[[nodiscard]] Z4_PRINTF(6, 7) Z4_API
+    bool EalAssertWithMessage(int id, const char* expression, const char* file, unsigned long line,
+                              unsigned long* ignoreFlag, const char* format, ...);
 
 /// EalAssertWithMessage() with a format that is checked when it is compiled, see formatcheck.h.
 template <class... Arguments>
