@@ -1,16 +1,19 @@
 # The front door: short names over the CMake presets. Every target first installs what is missing (scripts/setup).
 FILE ?=
+ROOM ?=
 PREFIX ?= $(CURDIR)/build/install
 FUZZ_SECONDS ?= 20
 BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true \
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup setup-msabi demo test checked bench sanitize fuzz proof msabi docs install check clean
+.PHONY: help setup setup-msabi demo test soak mutants checked bench sanitize fuzz proof msabi docs install check clean
 
 help:
 	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
 	@echo 'make test      set up, build, and run all tests'
+	@echo 'make soak      the tests that gain by large counts, with large counts'
+	@echo 'make mutants   apply the recorded faults (of ROOM=os) one at a time: a test must fail on each'
 	@echo 'make checked   all tests on a DLL that checks its callers'
 	@echo 'make bench     measure every room beside its peers and print the ratios'
 	@echo 'make sanitize  the portable rooms under AddressSanitizer and UBSan'
@@ -36,7 +39,14 @@ test: build/mingw/build.ninja
 	cmake --build --preset mingw --target all all_verify_interface_header_sets
 	ctest --preset mingw
 
-# Once: `make test` runs the same tests on either side of the inaccessible page.
+soak: build/mingw/build.ninja
+	cmake --build --preset mingw --target soak
+	ctest --preset soak
+
+mutants: build/mingw/build.ninja
+	scripts/mutate $(addprefix --room ,$(ROOM))
+
+# Once: `make test` runs what takes memory on either side of the inaccessible page.
 checked: build/checked/build.ninja
 	cmake --build --preset checked --target all
 	ctest --preset checked --exclude-regex guard_start
@@ -84,4 +94,4 @@ check: build/mingw/build.ninja build/sanitize/build.ninja
 	scripts/check
 
 clean:
-	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/proof build/docs build/install
+	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/install

@@ -21,7 +21,7 @@ TYPED_TEST(AtomicOperations, ReturnAndLeaveTheirValues) {
     constexpr T WIDE = static_cast<T>(0x1234'5678'9ABC'DEF0ull);
     constexpr T MASK = static_cast<T>(0xF0F0'0F0F'FFFF'0000ull);
     // Aligned to 4 bytes only, as on a 32-bit stack.
-    alignas(8) unsigned char place[4 + sizeof(T)];
+    alignas(16) unsigned char place[4 + sizeof(T)];
     T& value = *new (place + 4) T(5);
     EXPECT_EQ(Atomic::Add(value, 3), T{8});
     EXPECT_EQ(Atomic::Sub(value, 2), T{6});

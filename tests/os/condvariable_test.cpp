@@ -190,13 +190,14 @@ TYPED_TEST(CondVariableOver, QueueLosesAndDoublesNothing) {
 }
 
 TEST(CondVariableTimeout, NeverComesEarly) {
+    constexpr unsigned WAITS = Repeats(200, 1'000);
     std::atomic<unsigned> early = 0;
     std::atomic<unsigned> timedOut = 0;
     RunCrowd(10, [&](unsigned) {
         BlockingLock lock;
         CondVariable condition;
         AutoLock guard(lock);
-        for (unsigned long i = 0; i < 1000; ++i) {
+        for (unsigned long i = 0; i < WAITS; ++i) {
             const unsigned long ms = 1 + i % 3;
             const WaitClock clock;
             // A spurious wake-up may end a wait at any time; only one that says the time ran out must be right.
@@ -207,7 +208,7 @@ TEST(CondVariableTimeout, NeverComesEarly) {
         }
     });
     EXPECT_EQ(early, 0u);
-    EXPECT_GT(timedOut, 9000u) << "wake-ups without a signal must be rare";
+    EXPECT_GT(timedOut, 9 * WAITS) << "wake-ups without a signal must be rare";
 }
 
 } // namespace

@@ -78,7 +78,7 @@ TYPED_TEST(Exclusion, LosesNoIncrementUnderContention) {
         EXPECT_EQ(guarded.count, PER_CROWD) << threads << " threads";
         EXPECT_EQ(torn, 0u) << threads << " threads";
     }
-    if (std::thread::hardware_concurrency() > 1) {
+    if (ZelkTest::SOAK && std::thread::hardware_concurrency() > 1) {
         EXPECT_GT(refusals, 0u) << "there was no contention";
     }
 }

@@ -95,12 +95,13 @@ TEST(SemaphoreHandOver, LosesNoWakeUp) {
 TEST(SemaphoreContention, LetsInNoMoreThanItsCounts) {
     constexpr unsigned THREADS = 6;
     constexpr unsigned COUNTS = 3;
+    constexpr unsigned ROUNDS = Repeats(500, 5'000);
     Semaphore semaphore(COUNTS, COUNTS, nullptr);
     std::atomic<unsigned> inside = 0;
     std::atomic<unsigned> tooMany = 0;
     std::atomic<unsigned> entries = 0;
     RunCrowd(THREADS, [&](unsigned) {
-        for (unsigned i = 0; i < 5000; ++i) {
+        for (unsigned i = 0; i < ROUNDS; ++i) {
             if (i % 2 == 0 || !semaphore.TryLock()) {
                 semaphore.Lock();
             }
@@ -114,7 +115,7 @@ TEST(SemaphoreContention, LetsInNoMoreThanItsCounts) {
         }
     });
     EXPECT_EQ(tooMany, 0u);
-    EXPECT_EQ(entries, THREADS * 5000);
+    EXPECT_EQ(entries, THREADS * ROUNDS);
     EXPECT_EQ(FreeCounts(semaphore), COUNTS);
 }
 

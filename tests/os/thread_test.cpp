@@ -500,7 +500,7 @@ TEST(Thread, ADetachedThreadMayOutliveItsObject) {
         }
         Gate& gate;
     };
-    constexpr int ROUNDS = 200;
+    constexpr int ROUNDS = ZelkTest::Repeats(50, 2'000);
     for (int i = 0; i < ROUNDS; ++i) {
         Gate destroyed;
         auto* const thread = new Fleeting(destroyed);

@@ -9,7 +9,6 @@
 #include <zelk_core/base/ealid.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <new>
 
 namespace Z4 {
@@ -19,11 +18,6 @@ namespace Private {
 /// The host's `alloc` with its flag 0, and the host's `free`. Any thread, as far as the host allows.
 [[nodiscard]] Z4_API void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId);
 Z4_API void FreeToHost(void* pointer);
-
-/// To be asked before memory becomes an object, whose own address compilers take for aligned without looking.
-inline bool IsAligned(const void* memory, std::size_t alignment) {
-    return reinterpret_cast<std::uintptr_t>(memory) % alignment == 0;
-}
 
 } // namespace Private
 

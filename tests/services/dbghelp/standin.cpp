@@ -104,11 +104,11 @@ PVOID WINAPI StandInSymFunctionTableAccess64(HANDLE process, DWORD64 address) {
 
 BOOL WINAPI StandInEnumerateLoadedModules64(HANDLE process, PENUMLOADED_MODULES_CALLBACK64 callback, void* context) {
     Note("EnumerateLoadedModules64", process, callback, context);
-    for (std::size_t i = 0; i < g_script.modules.size(); ++i) {
-        callback("module", g_script.modules[i], 16, context);
-        if (i == 0 && g_script.meanwhile) {
+    for (const unsigned long long base : g_script.modules) {
+        if (g_script.meanwhile) {
             g_script.meanwhile();
         }
+        callback("module", base, 16, context);
     }
     return Fail(g_script.enumerateFailures);
 }

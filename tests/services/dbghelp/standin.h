@@ -25,7 +25,7 @@ struct Script {
     HANDLE hold = nullptr;                   ///< SymInitialize waits for this event first
     HANDLE holdEnd = nullptr;                ///< its thread waits for this event when it ends
     std::vector<unsigned long long> modules; ///< the bases that EnumerateLoadedModules64 tells of, 16 bytes each
-    std::function<void()> meanwhile;         ///< called by it behind the first of them
+    std::function<void()> meanwhile;         ///< called by it before each of them
     std::string searchPath;                  ///< of the last SymInitialize
     unsigned overlaps = 0;                   ///< calls that began while another ran
     std::vector<Call> calls;
