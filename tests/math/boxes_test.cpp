@@ -115,6 +115,9 @@ TEST(Aabb, GrowsAndMoves) {
     EXPECT_TRUE(is(changed, {0, 2.5F, 3, -0.0F}, {6, 3.5F, 3, -0.0F}));
     changed.SetSize(4, 1);
     EXPECT_TRUE(is(changed, {0, -1, 3, -0.0F}, {6, 7, 3, -0.0F}));
+    GeometryAABB deep(changed);
+    deep.SetSize(2, 2);
+    EXPECT_TRUE(is(deep, {0, -1, 1, -0.0F}, {6, 7, 5, -0.0F}));
     changed.Translate(VectorSIMD4f(1, 1, 1, 1));
     EXPECT_TRUE(is(changed, {1, 0, 4, 1}, {7, 8, 4, 1}));
 
