@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <type_traits>
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/formatcheck.h>
 
@@ -31,6 +32,23 @@ void LogPrint(EalLogLevel level, const char* file, unsigned long line, FormatStr
               Arguments... arguments) {
     void (*const log)(EalLogLevel, const char*, unsigned long, const char*, ...) = Log;
     log(level, file, line, format.Get(), arguments...);
+}
+
+/// One of the library's fixed messages: where it stands and what it says. `Arguments` are the types of what its text
+/// formats, so that text and arguments are checked against each other when they are compiled.
+template <class... Arguments>
+struct Message {
+    EalLogLevel level;
+    const char* file;
+    unsigned long line;
+    FormatString<Arguments...> text;
+};
+
+/// Log() for a fixed message: `Private::Log(NOT_JOINED, name)`.
+template <class... Arguments>
+void Log(const Message<Arguments...>& message, std::type_identity_t<Arguments>... arguments) {
+    void (*const log)(EalLogLevel, const char*, unsigned long, const char*, ...) = Log;
+    log(message.level, message.file, message.line, message.text.Get(), arguments...);
 }
 
 } // namespace Private
