@@ -40,7 +40,7 @@ public:
 private:
     static void* Z4_CDECL Alloc(std::size_t size, std::size_t alignment, unsigned flags, int id) {
         EXPECT_GT(size, 0u);
-        EXPECT_TRUE(alignment == 1 || alignment == 4);
+        EXPECT_TRUE(alignment == 1 || alignment == 4 || alignment == __STDCPP_DEFAULT_NEW_ALIGNMENT__) << alignment;
         EXPECT_EQ(flags, 0u);
         EXPECT_EQ(id, Z4::EAL_ID_ZELK_CORE);
         if (s_requests++ >= s_granted) {
