@@ -21,6 +21,7 @@
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/dlist.h>
 #include <zelk_core/generics/ealallocator.h>
+#include <zelk_core/generics/elements.h>
 #include <zelk_core/generics/fixedvector.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/generics/map.h>
@@ -28,6 +29,7 @@
 #include <zelk_core/generics/redblacktree.h>
 #include <zelk_core/generics/string.h>
 #include <zelk_core/generics/vector.h>
+#include <zelk_core/generics/vectorstorage.h>
 #include <zelk_core/math/geometry/aabb.h>
 #include <zelk_core/math/geometry/distance.h>
 #include <zelk_core/math/geometry/nearestpoint.h>
