@@ -25,9 +25,13 @@
 #include <zelk_core/generics/fixedvector.h>
 #include <zelk_core/generics/lifecycle.h>
 #include <zelk_core/generics/map.h>
+#include <zelk_core/generics/mapiterator.h>
+#include <zelk_core/generics/mapnode.h>
 #include <zelk_core/generics/notifier.h>
 #include <zelk_core/generics/redblacktree.h>
+#include <zelk_core/generics/sharedtext.h>
 #include <zelk_core/generics/string.h>
+#include <zelk_core/generics/textalgorithms.h>
 #include <zelk_core/generics/vector.h>
 #include <zelk_core/generics/vectorstorage.h>
 #include <zelk_core/math/geometry/aabb.h>
