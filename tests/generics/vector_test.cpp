@@ -132,143 +132,118 @@ TEST(Vector, MoveTakesOverMemoryWhereItCan) {
     EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, blocks);
 }
 
-int Number(Input& input) {
-    return static_cast<int>(input.Below(10000));
+int Below(Input& input, unsigned end) {
+    return static_cast<int>(input.Below(end));
 }
-/// An index of an element; of none when there is none.
-unsigned Index(const Model& model, Input& input) {
-    return input.Below(static_cast<unsigned>(model.size()) + (model.empty() ? 1 : 0));
-}
-/// Some of the elements, perhaps none.
-struct Part {
-    Part(const Model& model, Input& input)
-        : first(input.Below(static_cast<unsigned>(model.size()) + 1)),
-          count(input.Below(static_cast<unsigned>(model.size()) - first + 1)) {}
-    Model Of(const Model& model) const { return Model(&model[0] + first, &model[0] + first + count); }
-    unsigned first;
-    unsigned count;
-};
-Model::iterator At(Model& model, unsigned index) {
-    return model.begin() + static_cast<std::ptrdiff_t>(index);
-}
+struct Arguments {
+    Arguments(const Model& model, Input& input)
+        : size(static_cast<unsigned>(model.size())),
+          number(Below(input, 10000)),
+          index(input.Below(size != 0 ? size : 1)),
+          few(input.Below(6)),
+          many(input.Below(30)),
+          count(input.Below(size + 1)),
+          at(Below(input, size + 1)),
+          first(Below(input, size - count + 1)),
+          last(first + static_cast<int>(count)),
+          part(model.data() + first, model.data() + last) {}
 
-template <class T>
-const ZelkTest::Operation<Vector<T>, Model> OPERATIONS[] = {
-    {"push back", [](Vector<T>& v, Model& m, Input& in) { return m.push_back(Number(in)), v.PushBack(T{m.back()}); }},
-    {"emplace back",
-     [](Vector<T>& v, Model& m, Input& in) { return m.push_back(Number(in)), v.EmplaceBack(m.back()) != nullptr; }},
+    unsigned size;
+    int number;
+    unsigned index; ///< that of an element, if there is one
+    unsigned few;
+    unsigned many;
+    unsigned count; ///< of the elements from `first` to before `last`, perhaps none
+    int at;         ///< an index or that of the end
+    int first;
+    int last;
+    Model part; ///< those elements
+};
+using A = const Arguments&;
+
+template <class T, class V = Vector<T>, class M = Model>
+const ZelkTest::Operation<V, M, Arguments> OPERATIONS[] = {
+    {"push back", [](V& v, M& m, A a) { return m.push_back(a.number), v.PushBack(T{a.number}); }},
+    {"emplace back", [](V& v, M& m, A a) { return m.push_back(a.number), v.EmplaceBack(a.number) != nullptr; }},
     {"push back an own element",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned i = Index(m, in);
-         return m.empty() || (m.push_back(m[i]), v.PushBack(v[i]));
-     }},
+     [](V& v, M& m, A a) { return m.empty() || (m.push_back(m[a.index]), v.PushBack(v[a.index])); }},
     {"append a list",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const std::list<T> list(in.Below(6), T{3});
-         m.insert(m.end(), list.size(), 3);
-         return v.Append(list.begin(), list.end());
+     [](V& v, M& m, A a) {
+         const std::list<T> list(a.few, T{3});
+         return m.insert(m.end(), a.few, 3), v.Append(list.begin(), list.end());
      }},
     {"insert an own element",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned at = in.Below(v.Size() + 1);
-         const unsigned i = Index(m, in);
-         return m.empty() || (m.insert(At(m, at), int(m[i])), v.Insert(v.begin() + at, v[i]), !v.WasRefused());
+     [](V& v, M& m, A a) {
+         return m.empty() || (m.insert(m.begin() + a.at, int(m[a.index])),
+                              v.Insert(v.begin() + a.at, v[a.index]) == v.begin() + a.at && !v.WasRefused());
      }},
     {"insert an own element several times",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned at = in.Below(v.Size() + 1);
-         const unsigned i = Index(m, in);
-         const unsigned n = in.Below(6);
-         return m.empty() || (m.insert(At(m, at), n, int(m[i])), v.Insert(v.begin() + at, n, v[i]), !v.WasRefused());
+     [](V& v, M& m, A a) {
+         return m.empty() || (m.insert(m.begin() + a.at, a.few, int(m[a.index])),
+                              v.Insert(v.begin() + a.at, a.few, v[a.index]), !v.WasRefused());
      }},
     {"insert own elements",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned at = in.Below(v.Size() + 1);
-         const Part part(m, in);
-         const Model copy = part.Of(m);
-         m.insert(At(m, at), copy.begin(), copy.end());
-         const T* const inserted = v.Insert(v.begin() + at, v.begin() + part.first, part.count);
-         return !v.WasRefused() && (inserted == v.begin() + at || (ADD_FAILURE() << "another element", true));
+     [](V& v, M& m, A a) {
+         m.insert(m.begin() + a.at, a.part.begin(), a.part.end());
+         const T* const inserted = v.Insert(v.begin() + a.at, v.begin() + a.first, a.count);
+         return !v.WasRefused() && inserted == v.begin() + a.at;
      }},
     {"insert others",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned at = in.Below(v.Size() + 1);
-         m.insert(At(m, at), {1, 2, 3}), v.Insert(v.begin() + at, {T{1}, T{2}, T{3}});
+     [](V& v, M& m, A a) {
+         m.insert(m.begin() + a.at, {1, 2, 3}), v.Insert(v.begin() + a.at, {T{1}, T{2}, T{3}});
          return !v.WasRefused();
      }},
-    {"pop back", [](Vector<T>& v, Model& m, Input&) { return m.empty() || (m.pop_back(), v.PopBack(), true); }},
+    {"pop back", [](V& v, M& m, A) { return m.empty() || (m.pop_back(), v.PopBack(), true); }},
     {"erase",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const Part part(m, in);
-         m.erase(At(m, part.first), At(m, part.first + part.count));
-         T* const first = v.begin() + part.first;
-         return v.Erase(first, first + part.count) == first;
+     [](V& v, M& m, A a) {
+         m.erase(m.begin() + a.first, m.begin() + a.last);
+         T* const first = v.begin() + a.first;
+         return v.Erase(first, first + a.count) == first;
      }},
     {"erase unordered",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned i = Index(m, in);
-         return m.empty() || (m[i] = m.back(), m.pop_back(), v.EraseUnordered(v.begin() + i) == v.begin() + i);
+     [](V& v, M& m, A a) {
+         T* const place = v.begin() + a.index;
+         return m.empty() || (m[a.index] = m.back(), m.pop_back(), v.EraseUnordered(place) == place);
      }},
     {"erase odd ones",
-     [](Vector<T>& v, Model& m, Input&) {
+     [](V& v, M& m, A) {
          return v.EraseIf([](const T& element) { return ValueOf(element) % 2 != 0; }) ==
                 std::erase_if(m, [](int value) { return value % 2 != 0; });
      }},
-    {"resize",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned size = in.Below(12);
-         return m.resize(size), v.Resize(size);
-     }},
+    {"resize", [](V& v, M& m, A a) { return m.resize(a.many), v.Resize(a.many); }},
     {"resize with an own element",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned size = in.Below(24);
-         return m.empty() || (m.resize(size, int(m[0])), v.Resize(size, v[0]));
-     }},
-    {"truncate",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const unsigned size = in.Below(30);
-         return m.resize(std::min<std::size_t>(size, m.size())), v.Truncate(size), true;
-     }},
-    {"clear", [](Vector<T>& v, Model& m, Input&) { return m.clear(), v.Clear(), true; }},
-    {"reserve", [](Vector<T>& v, Model&, Input& in) { return v.Reserve(in.Below(20)); }},
+     [](V& v, M& m, A a) { return m.empty() || (m.resize(a.many, int(m[0])), v.Resize(a.many, v[0])); }},
+    {"truncate", [](V& v, M& m, A a) { return m.resize(std::min(a.many, a.size)), v.Truncate(a.many), true; }},
+    {"clear", [](V& v, M& m, A) { return m.clear(), v.Clear(), true; }},
+    {"reserve", [](V& v, M&, A a) { return v.Reserve(a.many) && v.Capacity() >= a.many; }},
     {"shrink",
-     [](Vector<T>& v, Model&, Input&) {
+     [](V& v, M&, A) {
          const bool shrunk = v.ShrinkToFit();
          EXPECT_FALSE(v.WasRefused() || (shrunk && v.IsDynamic() && v.Size() != v.Capacity()));
          return shrunk;
      }},
-    {"assign own elements",
-     [](Vector<T>& v, Model& m, Input& in) {
-         const Part part(m, in);
-         m = part.Of(m);
-         return v.Assign(v.begin() + part.first, part.count);
-     }},
+    {"assign own elements", [](V& v, M& m, A a) { return m = a.part, v.Assign(v.begin() + a.first, a.count); }},
     {"assign a copy and more",
-     [](Vector<T>& v, Model& m, Input& in) {
-         Vector<T> copy(v);
-         if (!copy.PushBack(T{Number(in)})) {
-             return false;
-         }
-         m.push_back(ValueOf(copy.Back()));
-         v = copy;
-         return !v.WasRefused();
+     [](V& v, M& m, A a) {
+         V copy(v);
+         m.push_back(a.number);
+         return copy.PushBack(T{a.number}) && (v = copy, !v.WasRefused());
      }},
     {"move away and back",
-     [](Vector<T>& v, Model& m, Input&) {
+     [](V& v, M& m, A) {
          const bool wasDynamic = v.IsDynamic();
-         Vector<T> other(std::move(v));
-         EXPECT_FALSE(!v.IsEmpty() || (wasDynamic && other.WasRefused()));
-         m = Values(other).empty() ? Model() : m;
+         V other(std::move(v));
+         EXPECT_FALSE(!v.IsEmpty() || (wasDynamic && other.WasRefused())); // NOLINT(bugprone-use-after-move)
+         m = other.WasRefused() ? M() : m;
          v = std::move(other);
          return true;
      }},
     {"swap with a fixed one",
-     [](Vector<T>& v, Model& m, Input& in) {
-         FixedVector<T, 4> fixed{T{Number(in)}, T{5}};
-         const Model values = Values(fixed);
+     [](V& v, M& m, A a) {
+         FixedVector<T, 4> fixed{T{a.number}, T{5}};
          v.Swap(fixed);
          EXPECT_TRUE(v.WasRefused() || fixed.WasRefused() || Values(fixed) == m);
-         m = v.IsEmpty() ? Model() : values;
+         m = v.IsEmpty() ? M() : M{a.number, 5};
          return !v.WasRefused();
      }},
 };
@@ -309,8 +284,8 @@ TYPED_TEST(VectorOf, BehavesAsTheModelInEachKindOfMemory) {
         Vector<TypeParam>* const kinds[] = {&dynamic, &fixed, &own};
         Input input(seed);
         Model model;
-        ZelkTest::RunModel<Vector<TypeParam>, Model>(*kinds[seed % 3], model, OPERATIONS<TypeParam>, input, 100,
-                                                     [&] { Compare(*kinds[seed % 3], model, input); });
+        ZelkTest::RunModel<Vector<TypeParam>, Model, Arguments>(*kinds[seed % 3], model, OPERATIONS<TypeParam>, input,
+                                                                100, [&] { Compare(*kinds[seed % 3], model, input); });
     }
     EXPECT_EQ(Counted::alive, 0);
     EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, blocks);

@@ -62,29 +62,32 @@ private:
     int m_value;
 };
 
-template <class Real, class Model>
+/// @tparam Arguments what an operation is applied with, made from `(const Model&, Input&)`.
+template <class Real, class Model, class Arguments>
 struct Operation {
     const char* name;
-    /// Does the same to both. False when the host refused memory: the model is then put back to what it was.
-    bool (*apply)(Real& real, Model& model, Input& input);
+    /// Does the same to both. False when the real one did not do it, as it may when the host refuses memory; the model
+    /// is then put back to what it was.
+    bool (*apply)(Real& real, Model& model, const Arguments& arguments);
 };
 
 /// Applies `steps` operations, chosen at random; the host refuses memory to every sixth. After each, `compare()` says
 /// what does not agree. The first failure ends the run and is told with the last ten operations.
-template <class Real, class Model, class Compare>
-void RunModel(Real& real, Model& model, std::span<const Operation<Real, Model>> operations, Input& input,
+template <class Real, class Model, class Arguments, class Compare>
+void RunModel(Real& real, Model& model, std::span<const Operation<Real, Model, Arguments>> operations, Input& input,
               unsigned steps, Compare compare) {
     std::vector<std::string> history;
     for (unsigned step = 0; step < steps; ++step) {
-        const Operation<Real, Model>& operation = operations[input.Below(static_cast<unsigned>(operations.size()))];
+        const auto& operation = operations[input.Below(static_cast<unsigned>(operations.size()))];
         const Model before = model;
+        const Arguments arguments(before, input);
         const unsigned refused = input.OnceIn(6) ? 1 + input.Below(2) : 0;
         history.push_back(operation.name + (refused != 0 ? " without memory from " + std::to_string(refused) : ""));
         FailAllocations(refused);
-        const bool granted = operation.apply(real, model, input);
+        const bool granted = operation.apply(real, model, arguments);
         FailAllocations(0);
         if (!granted) {
-            EXPECT_NE(refused, 0U) << "nothing was refused";
+            EXPECT_NE(refused, 0U) << "it failed, and nothing was refused";
             model = before;
         }
         compare();
