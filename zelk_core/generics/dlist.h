@@ -1,9 +1,9 @@
 /// @file
-/// An intrusive doubly linked list: the links lie within the elements, so that a list needs no memory of its own, never
-/// fails, and can be used before any constructor has run.
+/// A doubly linked list whose links lie within its elements: it needs no memory of its own, nothing can fail, and it
+/// can be used before any constructor has run.
 ///
-/// Derive the element from DList, or give it one DList for each list that it is to be in at a time. Lists are not
-/// synchronised.
+/// Derive the class of the elements from DList, or give it one DList as a member for each list that an element can be
+/// in at the same time. A list and its elements are used by one thread at a time.
 ///
 ///     struct Job {
 ///         int number;
@@ -23,8 +23,8 @@
 
 namespace Z4 {
 
-/// An element's links. It must be unlinked before it goes, and its place must not change meanwhile; a copy is not
-/// linked.
+/// The links of one element. While it is in a list, an element must stay where it is in memory; Unlink() it before it
+/// is destroyed. A copy of an element is in no list.
 class DList {
 public:
     class DRoot;
@@ -32,12 +32,12 @@ public:
 
     constexpr DList() = default;
     constexpr DList(const DList&) : DList() {}
-    /// Leaves both where they are.
+    /// Each of both stays in the list that it is in, or in none.
     constexpr DList& operator=(const DList&) { return *this; } // NOLINT(bugprone-unhandled-self-assignment)
 
     [[nodiscard]] constexpr bool IsLinked() const { return m_next != nullptr; }
 
-    /// Takes the element out of its list; does nothing when it is in none.
+    /// Takes the element out of its list. Does nothing when it is in none.
     constexpr void Unlink() {
         if (IsLinked()) {
             m_previous->m_next = m_next;
@@ -47,7 +47,8 @@ public:
         }
     }
 
-    /// Puts the element beside `other`, which is in a list, after it was taken out of its own.
+    /// Takes the element out of the list that it is in, if any, and puts it next to `other`, which is in a list. Does
+    /// nothing when `other` is this element.
     constexpr void LinkBefore(DList& other) {
         Z4_ASSERT(other.IsLinked(), "The element beside which another is put is in a list.");
         if (this != &other) {
@@ -66,7 +67,7 @@ public:
         }
     }
 
-    /// The element that has `links` as its member `LINKS`: `ElementOf<&Job::links>(links)`.
+    /// The element of which `links` is the member `LINKS`: `ElementOf<&Job::links>(links)`.
     template <auto LINKS>
     static auto& ElementOf(DList& links) {
         return ElementOfMember(links, LINKS);
@@ -89,8 +90,8 @@ private:
     DList* m_previous = nullptr;
 };
 
-/// Goes over a list from end to end, both ways. The element that it stands on may be unlinked only after the iterator
-/// has moved on; all others may come and go.
+/// Goes over a list in both directions. The element at which an iterator stands must not be unlinked; move the iterator
+/// on first. All others may come and go meanwhile.
 class DList::Iterator {
 public:
     using iterator_category = std::bidirectional_iterator_tag;
@@ -100,7 +101,7 @@ public:
     using reference = DList&;
 
     constexpr Iterator() = default;
-    /// At an element that is in a list.
+    /// Stands at an element, which is in a list.
     constexpr explicit Iterator(DList& links) : m_links(&links) {}
 
     constexpr DList& operator*() const { return *Reached(); }
@@ -136,9 +137,9 @@ private:
     DList* m_links = nullptr;
 };
 
-/// The list itself. A `constinit` global is ready before any other code of its module runs. It owns nothing: the list
-/// must be empty, or its elements gone for good, when the root goes. A root stays in its place, as the elements at both
-/// ends point to it.
+/// The list itself. A `constinit` global is ready before any code of its module runs. A list owns nothing: before it is
+/// destroyed, Clear() it, unless its elements are never used again. It must stay where it is in memory, as the elements
+/// at its ends point to it.
 class DList::DRoot {
 public:
     constexpr DRoot() : m_ends(RootTag()) {}
@@ -146,7 +147,7 @@ public:
     DRoot& operator=(const DRoot&) = delete;
 
     [[nodiscard]] constexpr bool IsEmpty() const { return m_ends.m_next == &m_ends; }
-    /// Counts the elements, one by one.
+    /// Counts the elements one by one.
     constexpr unsigned Size() const {
         unsigned size = 0;
         for (const DList* links = m_ends.m_next; links != &m_ends; links = links->m_next) {
@@ -158,25 +159,26 @@ public:
     constexpr Iterator begin() { return Iterator(*m_ends.m_next); }
     constexpr Iterator end() { return Iterator(m_ends); }
 
-    /// The elements at the ends; null when the list is empty.
+    /// The first and the last element; null when the list is empty.
     constexpr DList* Front() { return IsEmpty() ? nullptr : m_ends.m_next; }
     constexpr DList* Back() { return IsEmpty() ? nullptr : m_ends.m_previous; }
 
-    /// Puts the element there after it was taken out of the list that it was in, this one or another.
+    /// Takes the element out of the list that it is in, this one included, and puts it at that end of this list.
     constexpr void PushFront(DList& links) { links.LinkAfter(m_ends); }
     constexpr void PushBack(DList& links) { links.LinkBefore(m_ends); }
 
-    /// Unlinks the element at one end. @return it, or null when the list is empty.
+    /// Takes the element at that end out of the list.
+    /// @return it; null when the list is empty.
     constexpr DList* PopFront() { return Pop(Front()); }
     constexpr DList* PopBack() { return Pop(Back()); }
 
-    /// Unlinks all.
+    /// Takes all elements out of the list.
     constexpr void Clear() {
         while (PopFront() != nullptr) {
         }
     }
 
-    /// Moves all elements of `other` behind those of this list, in their order; nothing when it is this list.
+    /// Moves all elements of `other` behind those of this list, in their order. Does nothing when `other` is this list.
     constexpr void Append(DRoot& other) {
         if (this == &other || other.IsEmpty()) {
             return;

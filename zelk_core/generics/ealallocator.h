@@ -1,5 +1,6 @@
 /// @file
-/// The allocator of every container here: the host's memory table under a context fixed at compile time.
+/// The allocator of every container here. It takes memory from the host's table, on behalf of one context that is fixed
+/// when it is compiled, so that the host can tell whose memory it is.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -11,12 +12,15 @@
 
 namespace Z4 {
 
-/// Takes memory from the host's table under `CONTEXT_ID`, the number of an EALId. `RESERVED` is 0 in every use. It has
-/// no state, so all allocators of one type are equal. The tables must be installed (see ealinterface.h).
+/// Memory for arrays of any type. It has no state: all allocators of one type are equal, and each frees what another
+/// allocated. The host's tables must be installed before the first call, see ealinterface.h. Any thread, as far as the
+/// host allows.
+/// @tparam CONTEXT_ID the number of an EALId, on behalf of which the host is asked.
+/// @tparam RESERVED 0.
 template <int CONTEXT_ID, int RESERVED>
 class EalAllocator {
 public:
-    /// What containers accept where they are constructed; it selects nothing.
+    /// What containers accept where they are constructed; it changes nothing.
     class Context {};
 
     constexpr EalAllocator() = default;
@@ -24,8 +28,9 @@ public:
 
     static constexpr EALId GetId() { return EALId(CONTEXT_ID); }
 
-    /// Storage for `count` objects of type `T`, not constructed.
-    /// @return null when the host refuses, when `count` is 0, and when the size does not fit `std::size_t`.
+    /// Memory for `count` objects of type `T`, aligned for them; none of them is constructed.
+    /// @return null when the host refuses. Also when `count` is 0, or so large that the number of bytes does not fit
+    /// `std::size_t`; the host is not asked then.
     template <class T>
     [[nodiscard]] static T* Allocate(std::size_t count) {
         if (count == 0 || count > static_cast<std::size_t>(-1) / sizeof(T)) {
@@ -36,12 +41,8 @@ public:
         return static_cast<T*>(memory);
     }
 
-    /// Gives back what Allocate() returned; null is allowed. Destroys no object.
-    static void Free(void* pointer) {
-        if (pointer != nullptr) {
-            Private::FreeToHost(pointer);
-        }
-    }
+    /// Gives back what Allocate() returned, and destroys no object in it. Does nothing when `pointer` is null.
+    static void Free(void* pointer) { Private::FreeToHost(pointer); }
 
     friend constexpr bool operator==(const EalAllocator&, const EalAllocator&) { return true; }
 };

@@ -1,5 +1,5 @@
 /// @file
-/// A vector that begins in a buffer of its own object, so that a few elements take no memory from the host.
+/// A vector that keeps its elements in a buffer within the object, so that a few of them take no memory from the host.
 #pragma once
 
 #include <initializer_list>
@@ -8,8 +8,8 @@
 
 namespace Z4 {
 
-/// A Vector with FixedStorage for `CAPACITY` elements inside. With more it goes on in memory from the host, and stays
-/// there until Reset(). To be passed on as `Vector<T>&`.
+/// A Vector on a buffer of its own for `CAPACITY` elements. When it needs more room, its elements move to memory from
+/// the host, and stay there until Reset(). Functions that work with it take it as a `Vector<T>&`.
 template <class T, unsigned CAPACITY, class Allocator = ZelkAllocator>
 class FixedVector : public Vector<T, Allocator> {
     using Base = Vector<T, Allocator>;
@@ -20,7 +20,8 @@ public:
     FixedVector(const T* elements, unsigned count) : FixedVector() { Base::Assign(elements, count); }
     FixedVector(std::initializer_list<T> elements) : FixedVector() { Base::operator=(elements); }
     explicit FixedVector(const Base& other) : FixedVector() { Base::operator=(other); }
-    /// As the assignment: elements that fit into the buffer are moved one by one.
+    /// As by assignment: elements that fit into the buffer are moved one by one, more of them together with the memory
+    /// that holds them. Leaves `other` empty.
     explicit FixedVector(Base&& other) noexcept : FixedVector() { Base::operator=(std::move(other)); }
     FixedVector(const FixedVector& other) : FixedVector(static_cast<const Base&>(other)) {}
     FixedVector(FixedVector&& other) noexcept : FixedVector(static_cast<Base&&>(other)) {}
@@ -38,7 +39,7 @@ public:
         return *this;
     }
 
-    /// Clear(), and back into the buffer.
+    /// Removes all elements, gives memory from the host back, and returns to the buffer.
     void Reset() {
         Base::Clear();
         Base::Use(Buffer());

@@ -1,5 +1,5 @@
 /// @file
-/// Start-up and shut-down of the containers; base/lifecycle.h tells how all pairs work.
+/// Starts and shuts down what the containers need of the library; base/lifecycle.h tells how all such pairs work.
 #pragma once
 
 #include <zelk_core/base/api.h>

@@ -1,22 +1,22 @@
 /// @file
-/// An ordered map: keys without repetition, each with a value, in ascending order.
+/// An ordered map: each key is there once, with a value, and the entries lie in the ascending order of their keys.
 ///
-/// A red-black tree (source: redblacktree.h): search, insertion and removal take O(log n) comparisons. Entries never
-/// move in memory: pointers, references and iterators to an entry are good until that entry is erased.
+/// It is a red-black tree (its source stands in redblacktree.h): to find, insert or erase one of n entries takes O(log
+/// n) comparisons, about 2 log2(n) at most. An entry never moves in memory, so pointers and iterators to it stay good
+/// until it is erased. A map is used by one thread at a time; several threads may read one that nobody changes.
 ///
-/// When the host refuses memory, an insertion has no effect and answers end(); a copy is left empty, be it constructed
-/// or assigned. Nothing else needs memory. Maps are not synchronised; several threads may read one.
+/// When the host refuses memory, an insertion changes nothing and answers end(), and a copy, constructed or assigned,
+/// is empty. Nothing else needs memory.
 #pragma once
 
 #include <compare>
-#include <cstddef>
 #include <initializer_list>
 #include <iterator>
-#include <new>
-#include <type_traits>
 #include <utility>
 #include <zelk_core/base/assert.h>
 #include <zelk_core/generics/ealallocator.h>
+#include <zelk_core/generics/mapiterator.h>
+#include <zelk_core/generics/mapnode.h>
 #include <zelk_core/generics/redblacktree.h>
 
 namespace Z4 {
@@ -37,78 +37,14 @@ struct MapOrder {
     constexpr bool operator()(const Key& left, const Key& right) const { return left < right; }
 };
 
-namespace Private {
-
-template <class Entry>
-struct MapNode : TreeNode {
-    template <class Key, class... Arguments>
-    explicit MapNode(Key&& key, Arguments&&... arguments)
-        : TreeNode(), entry{std::forward<Key>(key), decltype(Entry::value)(std::forward<Arguments>(arguments)...)} {}
-
-    Entry entry;
-};
-
-/// @tparam Reached Entry or const Entry.
-template <class Entry, class Reached>
-class MapIterator {
-public:
-    using iterator_category = std::bidirectional_iterator_tag;
-    using value_type = Entry;
-    using difference_type = std::ptrdiff_t;
-    using pointer = Reached*;
-    using reference = Reached&;
-
-    constexpr MapIterator() = default;
-    constexpr explicit MapIterator(TreeNode* node) : m_node(node) {}
-    /// An iterator is also a constant one.
-    template <class Other>
-    constexpr MapIterator(const MapIterator<Entry, Other>& other) requires(std::is_const_v<Reached> &&
-                                                                           !std::is_const_v<Other>)
-        : m_node(other.Node()) {}
-
-    Reached& operator*() const {
-        Z4_ASSERT(IsAtEntry(), "An iterator that is followed stands at an entry.");
-        return static_cast<MapNode<Entry>*>(m_node)->entry;
-    }
-    Reached* operator->() const { return &**this; }
-
-    MapIterator& operator++() {
-        m_node = RedBlackTree::Step(m_node, 1);
-        return *this;
-    }
-    MapIterator& operator--() {
-        m_node = RedBlackTree::Step(m_node, 0);
-        return *this;
-    }
-    MapIterator operator++(int) {
-        const MapIterator before = *this;
-        ++*this;
-        return before;
-    }
-    MapIterator operator--(int) {
-        const MapIterator before = *this;
-        --*this;
-        return before;
-    }
-
-    friend constexpr bool operator==(const MapIterator& left, const MapIterator& right) = default;
-
-    constexpr TreeNode* Node() const { return m_node; }
-    /// Whether this is neither an end() nor without a map: only the tree's head has no parent.
-    constexpr bool IsAtEntry() const { return m_node != nullptr && m_node->parent != nullptr; }
-
-private:
-    TreeNode* m_node = nullptr;
-};
-
-} // namespace Private
-
-/// @tparam Order a stateless function object that says whether the first of two keys comes before the second; keys of
-/// which neither does are the same.
+/// @tparam Key is never changed while it is in a map.
+/// @tparam Order a function object without state that is given two keys and says whether the first comes before the
+/// second. Keys of which neither comes before the other are the same key.
 /// @tparam Allocator an EalAllocator.
 template <class Key, class T, class Order = MapOrder<Key>, class Allocator = ZelkAllocator>
 class Map {
-    using Node = Private::MapNode<MapEntry<Key, T>>;
+    using Nodes = Private::MapNodes<MapEntry<Key, T>, Allocator>;
+    using Node = typename Nodes::Node;
     using TreeNode = Private::TreeNode;
 
 public:
@@ -123,10 +59,10 @@ public:
 
     constexpr Map() = default;
     constexpr explicit Map(const typename Allocator::Context&) {}
-    /// As by Insert(); memory that is refused leaves the map with the entries before.
+    /// As by Insert(). Where memory is refused, the map has the entries up to there.
     Map(std::initializer_list<Entry> entries) { Insert(entries.begin(), entries.end()); }
     Map(const Map& other) { CopyFrom(other); }
-    /// Leaves `other` empty.
+    /// Takes over the entries of `other`, in their places, and leaves it empty; so does the assignment below.
     Map(Map&& other) noexcept { Swap(other); }
     ~Map() { Clear(); }
 
@@ -137,7 +73,6 @@ public:
         }
         return *this;
     }
-    /// Leaves `other` empty.
     Map& operator=(Map&& other) noexcept {
         if (this != &other) {
             Clear();
@@ -149,7 +84,8 @@ public:
     [[nodiscard]] bool IsEmpty() const { return Size() == 0; }
     unsigned Size() const { return m_tree.Size(); }
 
-    /// An end() stays what it is as long as the map is neither moved, swapped nor destroyed.
+    /// From the least key to the greatest. An end() belongs to its map object: it stays good while entries come and go,
+    /// and does not follow them into another map.
     Iterator begin() { return Iterator(m_tree.First()); }
     Iterator end() { return Iterator(m_tree.Head()); }
     ConstIterator begin() const { return ConstIterator(m_tree.First()); }
@@ -159,11 +95,11 @@ public:
     std::reverse_iterator<ConstIterator> rbegin() const { return std::reverse_iterator(end()); }
     std::reverse_iterator<ConstIterator> rend() const { return std::reverse_iterator(begin()); }
 
-    /// end() when there is none.
+    /// The entry with `key`; end() when there is none.
     [[nodiscard]] Iterator Find(const Key& key) { return Iterator(FindNode(key)); }
     [[nodiscard]] ConstIterator Find(const Key& key) const { return ConstIterator(FindNode(key)); }
     [[nodiscard]] bool Contains(const Key& key) const { return Find(key) != end(); }
-    /// The key's value; null when there is none.
+    /// The value of the entry with `key`; null when there is none.
     [[nodiscard]] T* FindValue(const Key& key) { return ValueOf(FindNode(key)); }
     [[nodiscard]] const T* FindValue(const Key& key) const { return ValueOf(FindNode(key)); }
 
@@ -174,11 +110,11 @@ public:
     [[nodiscard]] Iterator UpperBound(const Key& key) { return Iterator(UpperBoundNode(key)); }
     [[nodiscard]] ConstIterator UpperBound(const Key& key) const { return ConstIterator(UpperBoundNode(key)); }
 
-    /// Adds an entry unless its key is there already, in which case that entry stays as it is.
+    /// Adds an entry. When its key is there already, the map and the arguments stay as they are.
     InsertResult Insert(const Key& key, const T& value) { return Emplace(key, value); }
     InsertResult Insert(Key&& key, T&& value) { return Emplace(std::move(key), std::move(value)); }
-    /// The same with the entries from `first` to before `last`, iterators of what has a `key` and a `value`.
-    /// @return false when memory was refused; the entries before are in.
+    /// The same for each of a sequence of entries: iterators over what has the members `key` and `value`.
+    /// @return false when memory was refused; then the entries up to there are in.
     template <class InputIterator>
     bool Insert(InputIterator first, InputIterator last) requires requires {
         first->key, first->value;
@@ -191,7 +127,7 @@ public:
         }
         return true;
     }
-    /// As Insert(), with the value made in its place from `arguments`; they are not touched when the key is there.
+    /// Adds an entry as Insert() does, with a value that is made in its place from `arguments`.
     template <class... Arguments>
     InsertResult Emplace(const Key& key, Arguments&&... arguments) {
         return EmplaceKey(key, std::forward<Arguments>(arguments)...);
@@ -200,7 +136,7 @@ public:
     InsertResult Emplace(Key&& key, Arguments&&... arguments) {
         return EmplaceKey(std::move(key), std::forward<Arguments>(arguments)...);
     }
-    /// Adds an entry, or gives the one with this key the new value.
+    /// Adds an entry or, when its key is there already, gives that entry the new value.
     template <class Value>
     InsertResult InsertOrAssign(const Key& key, Value&& value) {
         const InsertResult result = Emplace(key, std::forward<Value>(value));
@@ -210,8 +146,8 @@ public:
         return result;
     }
 
-    /// `key` may be that of the entry itself.
-    /// @return whether there was such an entry.
+    /// Erases the entry with `key`, which may be the key in that very entry.
+    /// @return whether there was one.
     bool Erase(const Key& key) {
         const ConstIterator found = Find(key);
         if (found == end()) {
@@ -220,24 +156,26 @@ public:
         Erase(found);
         return true;
     }
-    /// @param position not end().
-    /// @return the entry that follows.
+    /// Erases the entry at `position`, which is not end().
+    /// @return the one behind it, or end().
     Iterator Erase(ConstIterator position) {
         Z4_ASSERT(position.IsAtEntry(), "An entry that is erased is not end().");
         TreeNode* const node = position.Node();
         const Iterator next(Private::RedBlackTree::Step(node, 1));
         m_tree.Erase(*node);
-        Destroy(node);
+        Nodes::Destroy(node);
         return next;
     }
-    /// Erases from `first` to before `last`. @return `last`.
+    /// Erases the entries from `first` up to the one before `last`.
+    /// @return `last`.
     Iterator Erase(ConstIterator first, ConstIterator last) {
         while (first != last) {
             first = Erase(first);
         }
         return Iterator(last.Node());
     }
-    /// Erases every entry for which `predicate(const Entry&)` is true. @return how many.
+    /// Erases the entries for which `predicate(const Entry&)` is true.
+    /// @return how many they were.
     template <class Predicate>
     unsigned EraseIf(Predicate predicate) {
         const unsigned before = Size();
@@ -249,13 +187,13 @@ public:
     void Clear() {
         TreeNode* const root = m_tree.Root();
         m_tree.Adopt(nullptr, 0); // First, so that a destructor that looks finds an empty map.
-        DestroySubtree(root);
+        Nodes::DestroySubtree(root);
     }
 
-    /// Iterators keep to their entries, which are in the other map then.
+    /// Exchanges the entries of both maps; iterators to an entry go with it.
     void Swap(Map& other) noexcept { m_tree.Swap(other.m_tree); }
 
-    /// Entry by entry with == of keys and values.
+    /// Whether both have equally many entries, all equal by `==` of keys and of values.
     friend bool operator==(const Map& left, const Map& right) {
         if (left.Size() != right.Size()) {
             return false;
@@ -267,8 +205,8 @@ public:
         }
         return true;
     }
-    /// The first difference decides: between keys by `Order`, between values by <; of two maps that begin alike the
-    /// shorter is the lesser.
+    /// The first entries that differ decide, their keys by `Order` or else their values by `<`; of two maps that begin
+    /// alike the shorter is the lesser.
     friend std::weak_ordering operator<=>(const Map& left, const Map& right) {
         ConstIterator l = left.begin();
         ConstIterator r = right.begin();
@@ -311,25 +249,6 @@ private:
     }
     T* ValueOf(TreeNode* node) const { return node == Head() ? nullptr : &static_cast<Node*>(node)->entry.value; }
 
-    template <class... Arguments>
-    static Node* Create(Arguments&&... arguments) {
-        Node* const memory = Allocator::template Allocate<Node>(1);
-        return memory == nullptr ? nullptr
-                                 : ::new (static_cast<void*>(memory)) Node(std::forward<Arguments>(arguments)...);
-    }
-    static void Destroy(TreeNode* node) {
-        static_cast<Node*>(node)->~Node();
-        Allocator::Free(static_cast<Node*>(node));
-    }
-    static void DestroySubtree(TreeNode* node) {
-        while (node != nullptr) {
-            DestroySubtree(node->child[1]);
-            TreeNode* const lesser = node->child[0];
-            Destroy(node);
-            node = lesser;
-        }
-    }
-
     template <class AnyKey, class... Arguments>
     InsertResult EmplaceKey(AnyKey&& key, Arguments&&... arguments) {
         TreeNode* parent = m_tree.Head();
@@ -343,7 +262,7 @@ private:
         if (bound != Head() && !IsBefore(key, KeyOf(bound))) {
             return {Iterator(bound), false};
         }
-        Node* const node = Create(std::forward<AnyKey>(key), std::forward<Arguments>(arguments)...);
+        Node* const node = Nodes::Create(std::forward<AnyKey>(key), std::forward<Arguments>(arguments)...);
         if (node == nullptr) {
             return {end(), false};
         }
@@ -352,32 +271,9 @@ private:
     }
 
     void CopyFrom(const Map& other) {
-        if (TreeNode* const root = Clone(other.m_tree.Root()); root != nullptr) {
+        if (TreeNode* const root = Nodes::Clone(other.m_tree.Root()); root != nullptr) {
             m_tree.Adopt(root, other.Size());
         }
-    }
-    /// A copy of the subtree; null when memory is refused, and then nothing of it is left.
-    static TreeNode* Clone(const TreeNode* source) {
-        if (source == nullptr) {
-            return nullptr;
-        }
-        const Entry& entry = static_cast<const Node*>(source)->entry;
-        Node* const node = Create(entry.key, entry.value);
-        if (node == nullptr) {
-            return nullptr;
-        }
-        node->isRed = source->isRed;
-        for (const unsigned side : {0U, 1U}) {
-            TreeNode* const child = Clone(source->child[side]);
-            if (child != nullptr) {
-                node->child[side] = child;
-                child->parent = node;
-            } else if (source->child[side] != nullptr) {
-                DestroySubtree(node);
-                return nullptr;
-            }
-        }
-        return node;
     }
 
     Private::RedBlackTree m_tree;

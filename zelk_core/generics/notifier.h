@@ -1,10 +1,10 @@
 /// @file
-/// Calls everyone who asked to be told of events, in the order in which they asked.
+/// Tells events to all who asked for them.
 ///
-/// While a notification runs, sinks may add and remove sinks, themselves and the one called next included, and may
-/// notify again. A sink removed meanwhile is not called any more; one that is added is called from the next
-/// notification on, not in any that runs already. A sink must not destroy the notifier that calls it. Notifiers are
-/// not synchronised.
+/// A notifier calls its sinks in the order in which they were added. While it does so, sinks may add and remove sinks,
+/// themselves and the one that is next included, and may notify again. A sink that is removed is not called any more. A
+/// sink that is added is called by notifications that begin later, not by those that run already. No sink may destroy
+/// the notifier that calls it. A notifier is used by one thread at a time, and calls its sinks on that thread.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -12,31 +12,35 @@
 
 namespace Z4 {
 
-/// The notifier for payloads of any kind. It takes its memory, a pointer for each sink, from the host's table.
+/// The notifier for payloads of any kind, under Notifier. Its memory, a pointer for each sink, comes from the host.
 class BaseNotifier {
 public:
-    /// What is called. It must be removed before it is destroyed, unless the notifier goes first.
+    /// Who is told. Remove a sink before you destroy it, unless its notifier is destroyed first.
     class Sink {
     public:
         virtual ~Sink() = default;
-        /// @param event what happened, by the notifier's own numbers.
-        /// @param payload as the event has it; not to be kept.
+        /// @param event the number that was passed to Notify(); its meaning is up to those who notify.
+        /// @param payload the pointer that was passed to Notify(), null included. Good until this call returns.
         virtual void OnNotification(unsigned event, const void* payload) = 0;
     };
 
-    /// @param contextId the number of the EALId under which memory is taken.
+    /// Takes no memory.
+    /// @param contextId the number of an EALId, on behalf of which the host is asked for memory.
     constexpr explicit BaseNotifier(int contextId = EAL_ID_ZELK_CORE) : m_contextId(contextId) {}
     BaseNotifier(const BaseNotifier&) = delete;
     BaseNotifier& operator=(const BaseNotifier&) = delete;
     Z4_API ~BaseNotifier();
 
-    /// @return false, with nothing changed, when the sink is there already and when memory is refused.
+    /// Adds a sink behind the others.
+    /// @return false, with nothing changed, when the sink is there already and when the host refuses memory.
     [[nodiscard]] Z4_API bool AddSink(Sink& sink);
-    /// Never needs memory. @return false when there is no such sink.
+    /// Needs no memory.
+    /// @return false when the sink is not there.
     Z4_API bool RemoveSink(Sink& sink);
     [[nodiscard]] Z4_API bool HasSink(const Sink& sink) const;
     unsigned GetSinkCount() const { return m_sinkCount; }
 
+    /// Calls OnNotification() of every sink with both arguments.
     Z4_API void Notify(unsigned event, const void* payload);
 
 private:
@@ -52,14 +56,15 @@ private:
     int m_contextId;
 };
 
-/// The same for payloads of one type.
-/// @tparam Allocator an EalAllocator.
+/// The notifier for payloads of one type: derive from `Notifier<Payload>::Sink`, and AddSink() the object.
+/// @tparam Allocator an EalAllocator, whose context memory is taken for.
 template <class Payload, class Allocator = ZelkAllocator>
 class Notifier {
 public:
-    /// What is called, see BaseNotifier::Sink.
+    /// Who is told, as BaseNotifier::Sink.
     class Sink : private BaseNotifier::Sink {
     public:
+        /// @param payload good until this call returns.
         virtual void OnEvent(unsigned event, const Payload& payload) = 0;
 
     private:

@@ -1,22 +1,24 @@
 /// @file
-/// The balanced tree under Map: links and colours of nodes that others compare, allocate and free.
+/// The balanced tree under Map. It links nodes and keeps the tree low; Map compares, allocates and frees them.
 ///
-/// A red-black tree (Guibas and Sedgewick, "A Dichromatic Framework for Balanced Trees", 1978; insertion and removal
-/// after Cormen, Leiserson, Rivest and Stein, "Introduction to Algorithms", chapter 13): a red node has no red child,
-/// and all ways from the root down to a missing child pass equally many black nodes. So no way is longer than
-/// 2 log2(n + 1).
+/// It is a red-black tree (Guibas and Sedgewick, "A Dichromatic Framework for Balanced Trees", 1978; insertion and
+/// removal after Cormen, Leiserson, Rivest and Stein, "Introduction to Algorithms", chapter 13): a red node has no red
+/// child, and every way from the root down to a missing child passes the same number of black nodes. So with n nodes no
+/// way is longer than 2 log2(n + 1).
 #pragma once
 
 #include <zelk_core/base/assert.h>
 
 namespace Z4::Private {
 
+/// Side 0 is that of the lesser nodes, side 1 that of the greater ones.
 struct TreeNode {
     TreeNode* parent;
-    TreeNode* child[2]; ///< the lesser and the greater side
-    unsigned isRed;
+    TreeNode* child[2]; ///< by side; null where there is none
+    unsigned isRed;     ///< 1 or 0
 };
 
+/// A tree stays where it is in memory while it has nodes: the root points to it.
 class RedBlackTree {
 public:
     constexpr RedBlackTree() = default;
@@ -25,15 +27,15 @@ public:
 
     /// Null when the tree is empty.
     TreeNode* Root() const { return m_head.child[0]; }
-    /// The least node, or Head().
+    /// The least node; Head() when the tree is empty.
     TreeNode* First() const { return m_first; }
-    /// What stands behind the last node, and above the root as its parent. It is no node of the user's.
+    /// A node that belongs to the tree itself: it stands behind the last one, and is the parent of the root.
     TreeNode* Head() { return &m_head; }
     const TreeNode* Head() const { return &m_head; }
     unsigned Size() const { return m_size; }
 
-    /// The next node in order (`side` 1), or the one before (`side` 0). Not to be asked of the last in that direction,
-    /// that is, of Head() for the next and of First() for the one before.
+    /// The next node in order when `side` is 1, the one before when it is 0. There must be one: none comes after
+    /// Head(), and none before First().
     static TreeNode* Step(TreeNode* node, unsigned side) {
         if (node->child[side] != nullptr) {
             return Outermost(node->child[side], 1 - side);
@@ -57,6 +59,7 @@ public:
         SeparateReds(&node);
     }
 
+    /// Takes `node`, which is in this tree, out of it.
     void Erase(TreeNode& node) {
         if (m_first == &node) {
             m_first = Step(&node, 1);

@@ -1,26 +1,29 @@
 /// @file
 /// The library's dynamic array, in memory of its own or in a buffer of the caller's.
 ///
-/// It grows by half its capacity, never by less than is needed: 1, 2, 3, 4, 6, 9, ... A vector that outgrows a fixed
-/// buffer goes on in memory of its own. Pointers to elements hold until elements are moved or removed. Arguments may
-/// refer to elements of the very vector that they are passed to. Elements must not throw. One thread at a time.
+/// A vector that needs more room grows by half its capacity, but at least to what is needed: 1, 2, 3, 4, 6, 9, ...
+/// One that outgrows a fixed buffer goes on in memory of its own. Elements must not throw. A vector is used by one
+/// thread at a time; several threads may read one that nobody changes.
 ///
-/// When the host refuses memory for growth, the vector loses its elements: they are destroyed, it is empty,
-/// WasRefused() is true, Capacity() tells what was asked for, and whatever is inserted later is dropped. Assignment and
-/// Clear() make it usable again, and so does a Reserve() beyond Capacity() that is granted.
+/// When the host refuses memory for growth, the vector loses its elements: they are destroyed, the vector is empty,
+/// WasRefused() is true, and whatever is inserted from then on is dropped. Clear(), an assignment, and a Reserve() of
+/// more than Capacity() that is granted make it usable again.
+///
+/// Pointers to elements stay good as long as no element is inserted or removed before or at them and the vector does
+/// not grow beyond Capacity(). What is passed to a vector may be one of its own elements. Between a `first` and a
+/// `last` lie the elements from `first` up to the one before `last`.
 #pragma once
 
 #include <compare>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <initializer_list>
-#include <new>
 #include <type_traits>
 #include <utility>
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/assert.h>
 #include <zelk_core/generics/ealallocator.h>
+#include <zelk_core/generics/elements.h>
+#include <zelk_core/generics/vectorstorage.h>
 
 namespace Z4 {
 
@@ -29,20 +32,21 @@ namespace Private {
 /// Warns, once in the life of the library, that a move assignment moved elements one by one.
 Z4_API void WarnOfExpensiveMove();
 
-template <class Iterator, class T>
-concept IteratorOver = requires(Iterator i, Iterator end) {
-    ++i;
-    i != end;
-    requires std::is_constructible_v<T, decltype(*i)>;
-};
-
 } // namespace Private
 
-/// @tparam T elements that can be moved; copying is needed only by the operations that copy. Trivially copyable ones
-/// are relocated in bulk, others one by one, by their move constructor and their destructor.
+/// FixedStorage, MAX_CAPACITY, Capacity(), IsDynamic() and WasRefused() stand in vectorstorage.h.
+/// @tparam T elements that can be moved; those operations that copy need elements that can be copied. Elements that can
+/// be copied byte by byte move that way, others by their move constructor and destructor.
 /// @tparam Allocator an EalAllocator.
 template <class T, class Allocator = ZelkAllocator>
-class Vector {
+class Vector : public Private::VectorStorage<T, Allocator> {
+    using Storage = Private::VectorStorage<T, Allocator>;
+    using Elements = Private::Elements<T>;
+    using Storage::m_data;
+    using Storage::m_size;
+    using typename Storage::Gap;
+    using typename Storage::Growth;
+
 public:
     using value_type = T;
     using size_type = unsigned;
@@ -51,43 +55,36 @@ public:
     using const_reference = const T&;
     using iterator = T*;
     using const_iterator = const T*;
+    using Storage::Capacity;
+    using Storage::IsDynamic;
+    using Storage::WasRefused;
+    using typename Storage::FixedStorage;
 
-    /// Memory of the caller's for `capacity` elements, at most MAX_CAPACITY, aligned for them. It must outlive the
-    /// vector, which never frees it.
-    struct FixedStorage {
-        void* memory;
-        unsigned capacity;
-    };
-
-    static constexpr unsigned MAX_CAPACITY = 0x7FFFFFFF;
-
-    /// Takes no memory.
-    Vector() : m_data(Sentinel()) {}
-    explicit Vector(const typename Allocator::Context&) : Vector() {}
-    explicit Vector(FixedStorage storage) { Use(storage); }
-    /// `count` elements that are value-initialised.
-    explicit Vector(unsigned count) : Vector() { Resize(count); }
-    Vector(unsigned count, const T& value) : Vector() { Resize(count, value); }
-    Vector(const T* elements, unsigned count) : Vector() { Assign(elements, count); }
+    /// An empty vector takes no memory. Constructors that are refused memory give an empty one with WasRefused().
+    Vector() = default;
+    explicit Vector(const typename Allocator::Context&) {}
+    explicit Vector(FixedStorage storage) { this->Use(storage); }
+    /// `count` elements that are value-initialised: numbers are 0, pointers null.
+    explicit Vector(unsigned count) { Resize(count); }
+    Vector(unsigned count, const T& value) { Resize(count, value); }
+    Vector(const T* elements, unsigned count) { Assign(elements, count); }
     Vector(std::initializer_list<T> elements) : Vector(elements.begin(), static_cast<unsigned>(elements.size())) {}
     template <Private::IteratorOver<T> Iterator>
-    Vector(Iterator first, Iterator last) : Vector() {
+    Vector(Iterator first, Iterator last) {
         Append(first, last);
     }
-    /// The copy has as much room as it needs.
+    /// The copy has room for its elements and no more.
     Vector(const Vector& other) : Vector(other.m_data, other.m_size) {}
-    /// Takes over memory that `other` owns, or else moves the elements one by one. Leaves `other` empty.
-    Vector(Vector&& other) noexcept : Vector() {
+    /// Takes over memory that `other` owns; from a fixed buffer the elements are moved one by one. Leaves `other`
+    /// empty.
+    Vector(Vector&& other) noexcept {
         if (other.IsDynamic()) {
-            TakeOver(other);
+            this->TakeOver(other);
         } else {
             MoveElements(other);
         }
     }
-    ~Vector() {
-        Destroy(m_data, m_size);
-        FreeStorage();
-    }
+    ~Vector() = default;
 
     Vector& operator=(const Vector& other) {
         if (this != &other) {
@@ -99,8 +96,9 @@ public:
         Assign(elements.begin(), static_cast<unsigned>(elements.size()));
         return *this;
     }
-    /// Takes over memory that `other` owns, if this vector owned some or has too little room for the elements.
-    /// Otherwise moves the elements one by one, and warns once, unless there are none. Leaves `other` empty.
+    /// Takes over memory that `other` owns, unless this vector is on a fixed buffer, or without memory, and has room
+    /// for the elements. Otherwise the elements are moved one by one; the first time that there are any, this is logged
+    /// as a warning. Leaves `other` empty.
     Vector& operator=(Vector&& other) noexcept {
         if (this == &other) {
             return *this;
@@ -108,7 +106,7 @@ public:
         const bool wasDynamic = IsDynamic();
         Clear();
         if (other.IsDynamic() && (wasDynamic || other.m_size > Capacity())) {
-            TakeOver(other);
+            this->TakeOver(other);
         } else if (other.m_size != 0) {
             Private::WarnOfExpensiveMove();
             MoveElements(other);
@@ -117,44 +115,40 @@ public:
     }
 
     unsigned Size() const { return m_size; }
-    unsigned Capacity() const { return m_storage >> 1; }
     [[nodiscard]] bool IsEmpty() const { return m_size == 0; }
-    /// Whether the vector owns its memory.
-    bool IsDynamic() const { return (m_storage & DYNAMIC) != 0; }
-    /// Whether memory was refused and elements were lost since the vector was last usable.
-    [[nodiscard]] bool WasRefused() const { return m_data == Sentinel() && m_storage != 0; }
 
-    /// Never null; to be read and written only below Size().
+    /// The first element, with the others behind it. Never null; not to be followed when the vector is empty.
     T* Data() { return m_data; }
     const T* Data() const { return m_data; }
     T* begin() { return m_data; }
     const T* begin() const { return m_data; }
     T* end() { return m_data + m_size; }
     const T* end() const { return m_data + m_size; }
-    /// Element `index`, which must be below Size().
+    /// @param index below Size().
     T& operator[](unsigned index) {
         Z4_ASSERT(index < m_size, "The index is below Size().");
         return m_data[index];
     }
     const T& operator[](unsigned index) const { return const_cast<Vector&>(*this)[index]; }
-    /// Of a vector that is not empty.
+    /// The first and the last element of a vector that is not empty.
     T& Front() { return (*this)[0]; }
     const T& Front() const { return (*this)[0]; }
     T& Back() { return (*this)[m_size - 1]; }
     const T& Back() const { return (*this)[m_size - 1]; }
 
+    /// Adds an element at the end.
     /// @return false when memory is refused.
     bool PushBack(const T& value) { return EmplaceBack(value) != nullptr; }
     bool PushBack(T&& value) { return EmplaceBack(std::move(value)) != nullptr; }
-    /// Constructs an element at the end.
+    /// Adds an element at the end that is made from `arguments`.
     /// @return the element; null when memory is refused.
     template <class... Arguments>
     T* EmplaceBack(Arguments&&... arguments) {
-        if constexpr (IS_SMALL) {
-            return AppendSmall(Make(std::forward<Arguments>(arguments)...));
+        if constexpr (Elements::PASS_BY_VALUE) {
+            return AppendSmall(Elements::Make(std::forward<Arguments>(arguments)...));
         } else {
-            if (HasRoom(1)) [[likely]] {
-                Construct(m_data + m_size, std::forward<Arguments>(arguments)...);
+            if (this->HasRoom(1)) [[likely]] {
+                Elements::Construct(m_data + m_size, std::forward<Arguments>(arguments)...);
                 return m_data + m_size++;
             }
             return EmplaceBackGrowing(std::forward<Arguments>(arguments)...);
@@ -163,15 +157,17 @@ public:
     /// Removes the last element of a vector that is not empty.
     void PopBack() {
         Z4_ASSERT(m_size != 0, "A vector from which an element is removed is not empty.");
-        Destroy(m_data + --m_size, 1);
+        this->DestroyFrom(m_size - 1);
     }
 
-    /// @return false when memory is refused, as from all the following.
+    /// Adds copies of `count` elements at the end; `elements` may be null when `count` is 0.
+    /// @return false when memory is refused.
     bool Append(const T* elements, unsigned count) {
         Insert(end(), elements, count);
         return !WasRefused();
     }
-    /// `first` and `last` must not be iterators of this vector, unless they are pointers.
+    /// The same with elements made from what lies between `first` and `last`. They may be pointers into this vector,
+    /// but not other iterators over it.
     template <Private::IteratorOver<T> Iterator>
     bool Append(Iterator first, Iterator last) {
         if constexpr (std::is_same_v<Iterator, T*> || std::is_same_v<Iterator, const T*>) {
@@ -179,7 +175,7 @@ public:
         } else {
             if constexpr (requires { static_cast<unsigned>(last - first); }) {
                 if (!WasRefused()) {
-                    ReserveGrowing(SizeWith(static_cast<unsigned>(last - first)));
+                    this->Grow(this->SizeWith(static_cast<unsigned>(last - first)), Growth::BY_HALF);
                 }
             }
             for (; first != last; ++first) {
@@ -189,62 +185,62 @@ public:
         }
     }
 
-    /// Constructs an element before `position`, which is one of this vector's or end().
-    /// @return the element; end() when memory is refused, as from all insertions.
+    /// Inserts before `position`, a pointer to one of the elements or end(): an element made from `arguments`, a value,
+    /// `count` copies of a value, or copies of `count` elements. `elements` may be null when `count` is 0.
+    /// @return the first of the new elements, or `position` when there are none; end() when memory is refused.
     template <class... Arguments>
     T* Emplace(const T* position, Arguments&&... arguments) {
         // The arguments may refer to elements that are about to move.
-        T element = Make(std::forward<Arguments>(arguments)...);
-        return InsertWith(position, 1, [&element](T* gap, bool) { Construct(gap, std::move(element)); });
+        T element = Elements::Make(std::forward<Arguments>(arguments)...);
+        return FillGap(position, 1, [&](const Gap& gap) { Elements::Construct(gap.place, std::move(element)); });
     }
     T* Insert(const T* position, const T& value) { return Emplace(position, value); }
     T* Insert(const T* position, T&& value) { return Emplace(position, std::move(value)); }
     T* Insert(const T* position, unsigned count, const T& value) {
         const T copy(value);
-        return InsertWith(position, count, [&copy, count](T* gap, bool) { Fill(gap, count, copy); });
+        return FillGap(position, count, [&](const Gap& gap) { Elements::Fill(gap.place, gap.count, copy); });
     }
-    /// Inserts copies of `count` elements, which may be null when there are none.
-    /// @return the first of them, or `position` if there are none.
     T* Insert(const T* position, const T* elements, unsigned count) {
         Z4_ASSERT(elements != nullptr || count == 0, "Elements that are inserted are not null.");
-        return InsertWith(position, count, [this, elements, count](T* gap, bool hasMoved) {
-            if (hasMoved && elements < end() && elements + count > gap) {
-                // Those of them that stood behind the gap now stand beyond it.
-                const unsigned before = elements < gap ? static_cast<unsigned>(gap - elements) : 0;
-                Copy(gap, elements, before);
-                Copy(gap + before, elements + before + count, count - before);
-            } else {
-                Copy(gap, elements, count);
+        return FillGap(position, count, [&](const Gap& gap) {
+            unsigned before = count;
+            if (gap.memory == nullptr && elements < end() && elements + count > gap.place) {
+                // Those of them that stood behind the gap have moved up by its size.
+                before = elements < gap.place ? static_cast<unsigned>(gap.place - elements) : 0;
             }
+            Elements::Copy(gap.place, elements, before);
+            Elements::Copy(gap.place + before, elements + before + count, count - before);
         });
     }
     T* Insert(const T* position, std::initializer_list<T> elements) {
         return Insert(position, elements.begin(), static_cast<unsigned>(elements.size()));
     }
 
-    /// Removes an element of this vector, or those from `first` to before `last`, and closes the gap. Their memory
-    /// stays reserved.
-    /// @return what now stands in the place of the first that was removed.
+    /// Removes the element at `position`, or those between `first` and `last`, and moves the ones behind up. Capacity()
+    /// stays.
+    /// @return where the first removed element was: what followed stands there now, or that is end().
     T* Erase(const T* position) { return Erase(position, position + 1); }
     T* Erase(const T* first, const T* last) {
         Z4_ASSERT(m_data <= first && first <= last && last <= end(), "Elements that are removed are the vector's.");
         T* const gap = m_data + (first - m_data);
         const auto count = static_cast<unsigned>(last - first);
-        Destroy(gap, count);
-        Relocate(gap, gap + count, static_cast<unsigned>(end() - last));
+        Elements::Destroy(gap, count);
+        Elements::Relocate(gap, gap + count, static_cast<unsigned>(end() - last));
         m_size -= count;
         return gap;
     }
-    /// Puts the last element into the place of the one that is removed: quick, and changes the order.
+    /// Removes the element at `position` and puts the last one there: as quick in a long vector as in a short one, but
+    /// it changes the order.
+    /// @return `position`, where the former last element stands, or that is end().
     T* EraseUnordered(const T* position) {
         Z4_ASSERT(m_data <= position && position < end(), "Elements that are removed are the vector's.");
         T* const gap = m_data + (position - m_data);
-        Destroy(gap, 1);
+        Elements::Destroy(gap, 1);
         --m_size;
-        Relocate(gap, m_data + m_size, 1);
+        Elements::Relocate(gap, m_data + m_size, 1);
         return gap;
     }
-    /// Removes the elements for which `predicate` is true, and keeps the order of the others.
+    /// Removes the elements for which `predicate(const T&)` is true, and keeps the order of the others.
     /// @return how many were removed.
     template <class Predicate>
     unsigned EraseIf(Predicate predicate) {
@@ -252,66 +248,73 @@ public:
         unsigned kept = 0;
         for (unsigned i = 0; i < oldSize; ++i) {
             if (predicate(std::as_const(m_data[i]))) {
-                Destroy(m_data + i, 1);
+                Elements::Destroy(m_data + i, 1);
             } else {
-                Relocate(m_data + kept++, m_data + i, 1);
+                Elements::Relocate(m_data + kept++, m_data + i, 1);
             }
         }
         m_size = kept;
         return oldSize - kept;
     }
 
-    /// Removes elements from the end, or adds some that are value-initialised or copies of `value`.
+    /// Removes elements from the end, or adds there some that are value-initialised or copies of `value`, until there
+    /// are `size` of them.
+    /// @return false when memory is refused.
     bool Resize(unsigned size) {
-        return ResizeWith(size, [](T* gap, unsigned count) {
-            for (unsigned i = 0; i < count; ++i) {
-                Construct(gap + i);
+        return ResizeWith(size, [](const Gap& gap) {
+            for (unsigned i = 0; i < gap.count; ++i) {
+                Elements::Construct(gap.place + i);
             }
         });
     }
     bool Resize(unsigned size, const T& value) {
-        return ResizeWith(size, [&value](T* gap, unsigned count) { Fill(gap, count, value); });
+        return ResizeWith(size, [&](const Gap& gap) { Elements::Fill(gap.place, gap.count, value); });
     }
-    /// Removes elements from the end until `size` are left, if there are more. Truncate(0) empties the vector and keeps
-    /// its memory.
+    /// Removes elements from the end until `size` are left; does nothing when there are no more than that. Capacity()
+    /// stays.
     void Truncate(unsigned size) {
         if (size < m_size) {
-            Destroy(m_data + size, m_size - size);
-            m_size = size;
+            this->DestroyFrom(size);
         }
     }
-    /// Empties the vector and gives back the memory that it owns. A fixed buffer stays in use.
+    /// Removes all elements and gives back memory that the vector owns. A fixed buffer stays in use. After a refusal
+    /// the vector is usable again.
     void Clear() {
         Truncate(0);
-        if (IsDynamic() && Capacity() > 0) {
-            FreeStorage();
-            Forget();
+        if (IsDynamic()) {
+            this->Release();
         }
     }
 
-    /// Replaces all elements by copies.
+    /// Replaces all elements by copies of `count` others; `elements` may be null when `count` is 0. Where that needs
+    /// more room, it takes no more than needed.
+    /// @return false when memory is refused.
     bool Assign(const T* elements, unsigned count) {
         if (elements >= m_data && elements < end()) {
             Truncate(static_cast<unsigned>(elements - m_data) + count);
             Erase(begin(), elements);
             return true;
         }
+        Truncate(0);
         if (WasRefused()) {
             Clear();
         }
-        if (!Reserve(count, 0, true)) {
+        if (!this->Grow(count, Growth::EXACT)) {
             return false;
         }
-        Copy(m_data, elements, count);
+        Elements::Copy(m_data, elements, count);
         m_size = count;
         return true;
     }
 
-    /// Makes room for `capacity` elements, and for no more where there is too little.
-    [[nodiscard]] bool Reserve(unsigned capacity) { return Reserve(capacity, m_size, true); }
-    /// The same, but grows by half at least, so that it may be called again and again.
-    [[nodiscard]] bool ReserveGrowing(unsigned capacity) { return Reserve(capacity, m_size, false); }
-    /// Gives back the memory that the vector owns and does not need. Nothing is lost when memory is refused.
+    /// Makes room for `capacity` elements in all, and for no more where there was less.
+    /// @return false when memory is refused.
+    [[nodiscard]] bool Reserve(unsigned capacity) { return this->Grow(capacity, Growth::EXACT); }
+    /// The same, but where there was less it makes room by half more at least, so that many calls, each for a few
+    /// elements more, seldom move all.
+    [[nodiscard]] bool ReserveGrowing(unsigned capacity) { return this->Grow(capacity, Growth::BY_HALF); }
+    /// Gives back what the vector owns of memory and does not need. A fixed buffer stays as it is.
+    /// @return false, with nothing lost, when memory is refused; that is possible, as the elements move to less memory.
     bool ShrinkToFit() {
         if (!IsDynamic() || m_size == Capacity() || WasRefused()) {
             return !WasRefused();
@@ -320,22 +323,18 @@ public:
             Clear();
             return true;
         }
-        T* const data = Allocator::template Allocate<T>(m_size);
-        if (data == nullptr) {
-            return false;
-        }
-        Relocate(data, m_data, m_size);
-        ReplaceStorage(data, m_size);
-        return true;
+        return this->Shrink();
     }
 
-    /// Exchanges what both vectors own. If one is on a fixed buffer, its elements are moved as by assignment.
+    /// Exchanges what both vectors hold. A vector on a fixed buffer stays on it where the elements fit; then they are
+    /// moved as by assignment, which can be refused memory.
     void Swap(Vector& other) noexcept {
         Vector held(std::move(other));
         other = std::move(*this);
         *this = std::move(held);
     }
 
+    /// Whether both have equally many elements, all equal by `==`.
     friend bool operator==(const Vector& left, const Vector& right) {
         bool equal = left.m_size == right.m_size;
         for (unsigned i = 0; equal && i < left.m_size; ++i) {
@@ -343,7 +342,8 @@ public:
         }
         return equal;
     }
-    /// By the first elements that differ, else by size. Needs `<` of the elements only.
+    /// The first elements that differ decide; of two vectors that begin alike the shorter is the lesser. Needs nothing
+    /// but `<` of the elements.
     friend std::weak_ordering operator<=>(const Vector& left, const Vector& right) {
         for (unsigned i = 0; i < left.m_size && i < right.m_size; ++i) {
             if (left.m_data[i] < right.m_data[i]) {
@@ -356,205 +356,54 @@ public:
         return left.m_size <=> right.m_size;
     }
 
-protected:
-    /// Puts a vector without storage onto a buffer.
-    void Use(FixedStorage storage) {
-        Z4_ASSERT(storage.capacity <= MAX_CAPACITY, "The capacity is at most MAX_CAPACITY.");
-        Z4_ASSERT(storage.memory != nullptr || storage.capacity == 0, "A buffer for elements is not null.");
-        Z4_ASSERT(Private::IsAligned(storage.memory, alignof(T)), "A buffer for elements is aligned for them.");
-        m_storage = storage.capacity * 2;
-        m_data = storage.capacity != 0 ? static_cast<T*>(storage.memory) : Sentinel();
-    }
-
 private:
-    friend struct VectorLayout;
-
-    /// The bit of the storage word that says that the memory is to be freed; the capacity stands above it.
-    static constexpr std::uint32_t DYNAMIC = 1;
-    /// Elements that are best kept in registers. A reference to one that is handed to a function out of line would
-    /// force it into memory, in the fast path too.
-    static constexpr bool IS_SMALL = std::is_trivially_copyable_v<T> && std::is_move_constructible_v<T> &&
-                                     sizeof(T) <= 8 && (std::is_scalar_v<T> || alignof(T) <= 4);
-
-    /// A vector without memory points at itself.
-    T* Sentinel() const { return reinterpret_cast<T*>(const_cast<Vector*>(this)); }
-
-    bool HasRoom(unsigned count) const { return count <= Capacity() - m_size && m_data != Sentinel(); }
-    /// The size with `count` elements more; what is too large for 32 bits is too large for any memory.
-    unsigned SizeWith(unsigned count) const { return count <= MAX_CAPACITY ? m_size + count : count; }
-
-    template <class... Arguments>
-    static T Make(Arguments&&... arguments) {
-        if constexpr (std::is_constructible_v<T, Arguments...>) {
-            return T(std::forward<Arguments>(arguments)...);
-        } else {
-            return T{std::forward<Arguments>(arguments)...};
-        }
-    }
-    template <class... Arguments>
-    static void Construct(T* place, Arguments&&... arguments) {
-        if constexpr (std::is_constructible_v<T, Arguments...>) {
-            ::new (static_cast<void*>(place)) T(std::forward<Arguments>(arguments)...);
-        } else {
-            ::new (static_cast<void*>(place)) T{std::forward<Arguments>(arguments)...};
-        }
-    }
-    static void Destroy(T* elements, unsigned count) {
-        if constexpr (!std::is_trivially_destructible_v<T>) {
-            for (unsigned i = 0; i < count; ++i) {
-                elements[i].~T();
-            }
-        }
-    }
-    static void Fill(T* gap, unsigned count, const T& value) {
-        for (unsigned i = 0; i < count; ++i) {
-            Construct(gap + i, value);
-        }
-    }
-    static void Copy(T* gap, const T* elements, unsigned count) {
-        if constexpr (std::is_trivially_copyable_v<T>) {
-            if (count != 0) {
-                std::memcpy(static_cast<void*>(gap), elements, count * sizeof(T));
-            }
-        } else {
-            for (unsigned i = 0; i < count; ++i) {
-                Construct(gap + i, elements[i]);
-            }
-        }
-    }
-    /// Moves elements to where there are none. Both places may overlap.
-    static void Relocate(T* to, T* from, unsigned count) {
-        if constexpr (std::is_trivially_copyable_v<T>) {
-            if (count != 0) {
-                std::memmove(static_cast<void*>(to), from, count * sizeof(T));
-            }
-        } else if (to != from) {
-            const bool upwards = to < from;
-            for (unsigned i = 0; i < count; ++i) {
-                const unsigned element = upwards ? i : count - 1 - i;
-                Construct(to + element, std::move(from[element]));
-                from[element].~T();
-            }
-        }
-    }
-
-    void FreeStorage() {
-        if (IsDynamic() && m_data != Sentinel()) {
-            Allocator::Free(m_data);
-        }
-    }
-    /// Becomes a vector without storage.
-    void Forget() {
-        m_storage = 0;
-        m_size = 0;
-        m_data = Sentinel();
-    }
-    void ReplaceStorage(T* data, unsigned capacity) {
-        FreeStorage();
-        m_storage = capacity * 2 + DYNAMIC;
-        m_data = data;
-    }
-
-    /// Memory for more than the vector has room for. When it is refused, the elements are destroyed, and the storage
-    /// word tells what was asked for.
-    T* AllocateLarger(unsigned requested, bool exact, unsigned& capacity) {
-        const unsigned grown = Capacity() + Capacity() / 2;
-        capacity = exact || grown < requested ? requested : grown;
-        capacity = capacity < MAX_CAPACITY ? capacity : MAX_CAPACITY;
-        T* const data = requested <= MAX_CAPACITY ? Allocator::template Allocate<T>(capacity) : nullptr;
-        if (data == nullptr) {
-            Truncate(0);
-            ReplaceStorage(Sentinel(), capacity);
-        }
-        return data;
-    }
-
-    /// Keeps the first `keep` elements, no more than there are, and makes room for `requested`.
-    [[nodiscard]] bool Reserve(unsigned requested, unsigned keep, bool exact) {
-        Truncate(keep);
-        if (requested <= Capacity()) {
-            return !WasRefused();
-        }
-        unsigned capacity;
-        T* const data = AllocateLarger(requested, exact, capacity);
-        if (data == nullptr) {
-            return false;
-        }
-        Relocate(data, m_data, m_size);
-        ReplaceStorage(data, capacity);
-        return true;
-    }
-
-    /// Lets `construct(gap, hasMoved)` make `count` elements before `position`. They are made before the others leave
-    /// the old memory, or, within the same memory, after they have moved out of the gap.
-    template <class Constructor>
-    T* InsertWith(const T* position, unsigned count, Constructor construct) {
+    /// Every insertion: `construct(const Gap&)` makes the elements.
+    template <class Construct>
+    T* FillGap(const T* position, unsigned count, Construct construct) {
         const auto index = static_cast<unsigned>(position - m_data);
         Z4_ASSERT(index <= m_size, "Elements are inserted before one of the vector's or at its end.");
-        if (HasRoom(count)) {
-            Relocate(m_data + index + count, m_data + index, m_size - index);
-            construct(m_data + index, true);
-        } else if (count != 0) {
-            unsigned capacity;
-            T* const data = WasRefused() ? nullptr : AllocateLarger(SizeWith(count), false, capacity);
-            if (data == nullptr) {
-                return end();
-            }
-            construct(data + index, false);
-            Relocate(data, m_data, index);
-            Relocate(data + index + count, m_data + index, m_size - index);
-            ReplaceStorage(data, capacity);
+        const Gap gap = this->OpenGap(index, count);
+        if (gap.place == nullptr) {
+            return end();
         }
-        m_size += count;
-        return m_data + index;
+        construct(gap);
+        return this->CloseGap(gap);
     }
 
     template <class... Arguments>
     Z4_NOINLINE T* EmplaceBackGrowing(Arguments&&... arguments) {
-        T* const end = InsertWith(m_data + m_size, 1,
-                                  [&](T* gap, bool) { Construct(gap, std::forward<Arguments>(arguments)...); });
-        return m_size != 0 ? end : nullptr;
+        T* const element = FillGap(
+            end(), 1, [&](const Gap& gap) { Elements::Construct(gap.place, std::forward<Arguments>(arguments)...); });
+        return WasRefused() ? nullptr : element;
     }
 
     T* AppendSmall(T value) {
-        if (HasRoom(1)) [[likely]] {
-            Construct(m_data + m_size, std::move(value));
+        if (this->HasRoom(1)) [[likely]] {
+            Elements::Construct(m_data + m_size, std::move(value));
             return m_data + m_size++;
         }
         return AppendSmallGrowing(std::move(value));
     }
     Z4_NOINLINE T* AppendSmallGrowing(T value) { return EmplaceBackGrowing(std::move(value)); }
 
-    template <class Constructor>
-    bool ResizeWith(unsigned size, Constructor construct) {
+    template <class Construct>
+    bool ResizeWith(unsigned size, Construct construct) {
         if (size <= m_size) {
             Truncate(size);
         } else {
-            const unsigned count = size - m_size;
-            InsertWith(end(), count, [&construct, count](T* gap, bool) { construct(gap, count); });
+            FillGap(end(), size - m_size, construct);
         }
         return !WasRefused();
     }
 
-    /// Of a vector that owns its memory. This one has none.
-    void TakeOver(Vector& other) {
-        m_size = other.m_size;
-        m_data = other.m_data != other.Sentinel() ? other.m_data : Sentinel();
-        m_storage = other.m_storage | DYNAMIC;
-        other.Forget();
-    }
-    /// This vector is empty. What finds no room is lost.
+    /// Into this vector, which is empty. Elements that find no room are lost.
     void MoveElements(Vector& other) {
         if (Reserve(other.m_size)) {
-            Relocate(m_data, other.m_data, other.m_size);
+            Elements::Relocate(m_data, other.m_data, other.m_size);
             m_size = std::exchange(other.m_size, 0);
         }
         other.Clear();
     }
-
-    std::uint32_t m_storage = 0; ///< the capacity twice, and DYNAMIC
-    std::uint32_t m_size = 0;
-    T* m_data;
 };
 
 } // namespace Z4

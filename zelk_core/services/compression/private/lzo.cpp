@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <lzo/lzo1x.h>
 #include <zelk_core/base/assert.h>
-#include <zelk_core/base/private/eal.h>
+#include <zelk_core/base/hostnew.h>
 
 // Public in the library, but declared in none of its headers.
 LZO_EXTERN(int)
@@ -90,13 +90,11 @@ int Lzo::Process() {
 }
 
 LzoDeflate::LzoDeflate(cmp_level level)
-    : m_workMemory(Private::MemAlloc(level == CMP_BEST ? WORK_MEMORY_SIZE_BEST : WORK_MEMORY_SIZE, 1)),
+    : m_workMemory(Private::AllocateFromHost(level == CMP_BEST ? WORK_MEMORY_SIZE_BEST : WORK_MEMORY_SIZE, 1)),
       m_level(level) {}
 
 LzoDeflate::~LzoDeflate() {
-    if (m_workMemory != nullptr) {
-        Private::MemFree(m_workMemory);
-    }
+    Private::FreeToHost(m_workMemory);
 }
 
 int LzoDeflate::CallProcess() {

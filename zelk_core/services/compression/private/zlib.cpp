@@ -1,7 +1,7 @@
 #include <zelk_core/services/compression/zlib.h>
 
 #include <zelk_core/base/assert.h>
-#include <zelk_core/base/private/eal.h>
+#include <zelk_core/generics/ealallocator.h>
 #include <zlib.h>
 
 namespace Z4 {
@@ -35,7 +35,7 @@ static_assert(sizeof(ZLib) == 12, "stream at 4, output size at 8");
 static_assert(sizeof(ZLibDeflate) == 16, "flush mode at 12");
 static_assert(sizeof(ZLibInflate) == 12);
 
-ZLib::ZLib() : m_stream(static_cast<z_stream*>(Private::MemAlloc(sizeof(z_stream), alignof(z_stream)))) {
+ZLib::ZLib() : m_stream(ZelkAllocator::Allocate<z_stream>(1)) {
     if (m_stream != nullptr) {
         *m_stream = z_stream{};
         m_stream->zalloc = Alloc;
@@ -101,13 +101,11 @@ void* ZLib::Alloc(void*, unsigned items, unsigned size) {
     if (bytes == 0 || bytes / items != size) {
         return nullptr;
     }
-    return Private::MemAlloc(bytes, 1);
+    return Private::AllocateFromHost(bytes, 1);
 }
 
 void ZLib::Free(void*, void* pointer) {
-    if (pointer != nullptr) {
-        Private::MemFree(pointer);
-    }
+    Private::FreeToHost(pointer);
 }
 
 ZLibDeflate::ZLibDeflate(cmp_level level) {
