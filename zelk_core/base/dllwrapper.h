@@ -6,6 +6,7 @@
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/hostnew.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/os/nullock.h>
 
@@ -17,6 +18,15 @@ namespace Private {
 /// Null when the module cannot be loaded.
 Z4_API void* LoadDLLHelper(const char* name);
 Z4_API void FreeDLLHelper(void* handle);
+
+inline constexpr Message<const char*> DLL_NOT_LOADED{
+    EAL_LOG_INFO, "base/dllwrapper", 141,
+    "[Z4::DllWrapper] EAL_LOG_INFO: Unable to load %s. Calls to this dll will be unsuccessful\n\n"};
+inline constexpr Message<const char*> DLL_NOT_VALID{
+    EAL_LOG_ERROR, "base/dllwrapper", 133,
+    "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"%s\" but this version is not valid. Calls to this DLL "
+    "will "
+    "be unsuccessful. You may need a different version or to specify a different path.\n\n"};
 
 } // namespace Private
 
@@ -46,7 +56,9 @@ public:
 
     /// A module held before is not freed.
     ThreadSafeDllWrapper& operator=(const ThreadSafeDllWrapper& other) {
-        m_handle = other.m_handle;
+        if (this != &other) {
+            m_handle = other.m_handle;
+        }
         return *this;
     }
     ThreadSafeDllWrapper& operator=(ThreadSafeDllWrapper&& other) noexcept { return *this = other; }
@@ -75,15 +87,14 @@ protected:
     }
 
 private:
+    friend struct Private::Layout<ThreadSafeDllWrapper>;
+
     void LoadFirst(const char* name, bool log) {
         const char* const shownName = name != nullptr ? name : "(null)";
         m_handle = name != nullptr ? Private::LoadDLLHelper(name) : nullptr;
         if (m_handle == nullptr) {
             if (log) {
-                Private::LogPrint(EAL_LOG_INFO, "base/dllwrapper", 141,
-                                  "[Z4::DllWrapper] EAL_LOG_INFO: Unable to load %s. Calls to this dll will be "
-                                  "unsuccessful\n\n",
-                                  shownName);
+                Private::Log(Private::DLL_NOT_LOADED, shownName);
             }
             return;
         }
@@ -92,12 +103,7 @@ private:
         }
         Free();
         if (log) {
-            Private::LogPrint(
-                EAL_LOG_ERROR, "base/dllwrapper", 133,
-                "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"%s\" but this version is not valid. "
-                "Calls to this DLL will be unsuccessful. You may need a different version or to specify a "
-                "different path.\n\n",
-                shownName);
+            Private::Log(Private::DLL_NOT_VALID, shownName);
         }
     }
 

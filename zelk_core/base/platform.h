@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
@@ -83,7 +84,7 @@ public:
 
 private:
     friend class Private::Singleton<Platform>;
-    friend struct PlatformLayout;
+    friend struct Private::Layout<Platform>;
 
     Platform();
 
