@@ -29,10 +29,6 @@ std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::u
 
 } // namespace
 
-CrcFunction ChooseCrc(bool hasPclmul) {
-    return hasPclmul ? CrcPclmul : CrcPortable;
-}
-
 } // namespace Private
 
 std::uint32_t Hash::CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
