@@ -68,9 +68,9 @@ sanitize: build/sanitize/build.ninja
 
 fuzz: build/fuzz/build.ninja
 	cmake --build --preset fuzz
-	for fuzzer in build/fuzz/bin/*_fuzz; do \
-	    mkdir -p build/fuzz/corpus/$${fuzzer##*/} && \
-	    $$fuzzer -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$${fuzzer##*/} || exit 1; \
+	for seeds in fuzz/seeds/*.txt; do \
+	    name=$$(basename $$seeds .txt) && scripts/seeds unpack $$seeds build/fuzz/corpus/$$name && \
+	    build/fuzz/bin/$${name}_fuzz -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name || exit 1; \
 	done
 
 proof: build/proof/build.ninja

@@ -1,5 +1,7 @@
 // Any format string, with arguments that match it: nothing is read or stored beyond its block, a short buffer gets the
 // beginning of the whole text, wide text follows the narrow rules, and the C library agrees where it has the same.
+#include "body.h"
+
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -206,6 +208,13 @@ bool IsNearTie(double value, long long precision) {
     return std::fabs(std::fmod(scaled, 1) - 0.5) <= scaled * 0x1p-50;
 }
 
+#if defined(_WIN32)
+/// The C library there has faults of its own, such as "%#.o" of 0.
+constexpr bool HAS_REFERENCE = false;
+#else
+constexpr bool HAS_REFERENCE = true;
+#endif
+
 /// Whether the C library's snprintf, too, defines this conversion, in the same way.
 bool IsDefinedAlike(const Conversion& conversion) {
     if (conversion.width > 1000 || conversion.precision > 200) {
@@ -263,6 +272,10 @@ std::string MakeFormat(FuzzedDataProvider& data) {
 
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     FuzzedDataProvider data(bytes, size);
     const std::string name = MakeFormat(data);
@@ -285,7 +298,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             "short text is no beginning", name);
 
     for (const Conversion& conversion : reader.conversions) {
-        if (IsDefinedAlike(conversion)) {
+        if (HAS_REFERENCE && IsDefinedAlike(conversion)) {
             CompareWithSystem(conversion, reader.narrow);
         }
     }

@@ -69,18 +69,24 @@ void Vendors() {
     }
 }
 
-/// What each of a processor's 256 descriptor bytes says about its caches; those that say nothing are not listed.
-void CacheDescriptors(const char* processor, std::uint32_t signature) {
+/// What a descriptor byte says about the caches of the processor with this signature; nothing where it says nothing. A
+/// size of -1 is unknown.
+void CacheDescriptor(const char* processor, std::uint32_t signature, unsigned value) {
     SetVendor("GenuineIntel");
     g_signature.eax = signature;
-    for (unsigned value = 0; value < 256; ++value) {
-        g_descriptors.edx = value << 24;
-        Private::CacheSizes sizes;
-        if (Private::ReadCachesClassical(Answer, sizes)) {
-            Row("%s cache descriptor %02X: %d, %d, %d KiB", processor, value, static_cast<int>(sizes.l1) / 1024,
-                static_cast<int>(sizes.l2) / 1024, static_cast<int>(sizes.l3) / 1024);
-        }
+    g_descriptors.edx = value << 8; // not at either end: the lowest byte can be a count, the highest bit a mark
+    Private::CacheSizes sizes;
+    if (Private::ReadCachesClassical(Answer, sizes)) {
+        Row("cache descriptor %02X%s: %d, %d, %d KiB", value, processor, static_cast<int>(sizes.l1) >> 10,
+            static_cast<int>(sizes.l2) >> 10, static_cast<int>(sizes.l3) >> 10);
     }
+}
+
+void CacheDescriptors() {
+    for (unsigned value = 0; value < 256; ++value) {
+        CacheDescriptor("", 0x00000652, value);
+    }
+    CacheDescriptor(" of the Xeon MP", 0x00000F68, 0x49);
 }
 
 unsigned CountDifferences(const char* file) {
@@ -112,8 +118,7 @@ int main(int argc, char** argv) {
     ErrorTexts();
     Translations();
     Vendors();
-    CacheDescriptors("usual", 0x00000652);
-    CacheDescriptors("Xeon MP", 0x00000F68);
+    CacheDescriptors();
     if (argc > 1) {
         const unsigned differences = CountDifferences(argv[1]);
         std::printf("%u rows differ\n", differences);
