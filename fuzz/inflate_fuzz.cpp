@@ -1,5 +1,6 @@
 // Any bytes through the inflating wrapper, cut into pieces of input and output, against zlib called once; and through
 // the deflating wrapper and back. The first bytes of the input choose the pieces and the level.
+#include "body.h"
 #include "hostmemory.h"
 
 #include <algorithm>

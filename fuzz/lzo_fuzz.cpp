@@ -1,5 +1,6 @@
 // Any bytes through the checked LZO wrapper, into room of any size, against LZO itself; and through both compressors
 // and both expanders back. The first bytes of the input choose the room.
+#include "body.h"
 #include "hostmemory.h"
 
 #include <cstdint>

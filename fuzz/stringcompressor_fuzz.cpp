@@ -1,5 +1,7 @@
 // StringCompressor, by the first byte of the input: arbitrary bytes into both decoders, or a round trip of any text
 // with any content and flags.
+#include "body.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -114,6 +116,10 @@ void RoundTrip(FuzzedDataProvider& data) {
 }
 
 } // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     FuzzedDataProvider data(bytes, size);
