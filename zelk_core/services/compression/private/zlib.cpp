@@ -1,10 +1,28 @@
 #include <zelk_core/services/compression/zlib.h>
 
+#include <cstddef>
 #include <zelk_core/base/assert.h>
-#include <zelk_core/base/private/eal.h>
+#include <zelk_core/base/ealid.h>
 #include <zlib.h>
 
 namespace Z4 {
+
+static_assert(sizeof(CompressionInterface) == 4);
+
+template <>
+struct Private::Layout<ZLib> {
+    static_assert(offsetof(ZLib, m_stream) == 4);
+    static_assert(offsetof(ZLib, m_outputSize) == 8);
+    static_assert(sizeof(ZLib) == 12);
+};
+
+template <>
+struct Private::Layout<ZLibDeflate> {
+    static_assert(offsetof(ZLibDeflate, m_flushMode) == 12);
+    static_assert(sizeof(ZLibDeflate) == 16);
+};
+
+static_assert(sizeof(ZLibInflate) == sizeof(ZLib));
 
 namespace {
 
@@ -12,7 +30,8 @@ namespace {
 // compares the first digit, and the size of its record.
 constexpr char INTERFACE_VERSION[] = "1.2.1";
 constexpr int STREAM_SIZE = 56;
-static_assert(sizeof(z_stream) == STREAM_SIZE && sizeof(uInt) == sizeof(unsigned long));
+static_assert(sizeof(z_stream) == STREAM_SIZE);
+static_assert(sizeof(uInt) == sizeof(unsigned long));
 
 constexpr int WINDOW_BITS = 15; // 32 KiB, with the zlib header
 constexpr int MEMORY_LEVEL = 8;
@@ -30,12 +49,9 @@ int ZLibLevel(CompressionInterface::cmp_level level) {
 
 } // namespace
 
-static_assert(sizeof(CompressionInterface) == 4);
-static_assert(sizeof(ZLib) == 12, "stream at 4, output size at 8");
-static_assert(sizeof(ZLibDeflate) == 16, "flush mode at 12");
-static_assert(sizeof(ZLibInflate) == 12);
-
-ZLib::ZLib() : m_stream(static_cast<z_stream*>(Private::MemAlloc(sizeof(z_stream), alignof(z_stream)))) {
+ZLib::ZLib()
+    : m_stream(
+          static_cast<z_stream*>(Private::AllocateFromHost(sizeof(z_stream), alignof(z_stream), EAL_ID_ZELK_CORE))) {
     if (m_stream != nullptr) {
         *m_stream = z_stream{};
         m_stream->zalloc = Alloc;
@@ -101,12 +117,12 @@ void* ZLib::Alloc(void*, unsigned items, unsigned size) {
     if (bytes == 0 || bytes / items != size) {
         return nullptr;
     }
-    return Private::MemAlloc(bytes, 1);
+    return Private::AllocateFromHost(bytes, 1, EAL_ID_ZELK_CORE);
 }
 
 void ZLib::Free(void*, void* pointer) {
     if (pointer != nullptr) {
-        Private::MemFree(pointer);
+        Private::FreeToHost(pointer);
     }
 }
 
