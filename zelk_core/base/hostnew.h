@@ -1,7 +1,9 @@
 /// @file
-/// `new` and `delete` through the host's memory: for classes of the library that users may put on the heap, because
-/// all its memory comes from there, and for those that hold SIMD vectors, because the language's own `new` promises
-/// them no more than 8 bytes of alignment on some compilers.
+/// `new` and `delete` through the host's memory table.
+///
+/// All memory of the library comes from that table, so each of its classes that users may put on the heap derives from
+/// HostNew. Classes of yours that hold SIMD vectors can do so, too: the language's own `new` aligns memory to no more
+/// than 8 bytes on some compilers, and those vectors need 16. For arrays of elements see generics/ealallocator.h.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -15,17 +17,28 @@ namespace Z4 {
 
 namespace Private {
 
-/// The host's `alloc` with its flag 0, and the host's `free`. Any thread, as far as the host allows.
-[[nodiscard]] Z4_API void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId);
+/// `size` bytes from the host's `alloc`, with its flags 0, for the context with the number `contextId` (see EALId).
+/// Any thread, as far as the host allows.
+/// @param alignment a power of two.
+/// @return null when the host refuses.
+[[nodiscard]] Z4_API void* AllocateFromHost(std::size_t size, std::size_t alignment, int contextId = EAL_ID_ZELK_CORE);
+/// Moves a block to `size` bytes by the host's `realloc`. It keeps what it held, as far as that fits. For the library
+/// itself; not exported.
+/// @param pointer what AllocateFromHost() returned, not null.
+/// @return the moved block; null when the host refuses, and then the old block stays as it is.
+[[nodiscard]] void* ReallocateFromHost(void* pointer, std::size_t size, std::size_t alignment);
+/// Gives a block back by the host's `free`; does nothing when `pointer` is null.
 Z4_API void FreeToHost(void* pointer);
 
 } // namespace Private
 
-/// Mix-in, `class Box : public HostNew<Box>`: objects and arrays of `Derived`, and of classes derived from it, live in
-/// the host's memory, aligned as their own class asks, and any module may delete what another made. Where the host
-/// refuses, `new` gives null and constructs nothing; its `std::nothrow` forms do the same. Construction in given
-/// storage (placement) stays available, in storage that is aligned for the class. The host's tables must be installed
-/// before the first `new`.
+/// Base class that brings `new` and `delete` along: `class Box : public HostNew<Box>`. Objects and arrays of `Derived`,
+/// and of classes derived from it, then live in the host's memory, aligned as their own class asks. One module may
+/// delete what another one made.
+///
+/// When the host refuses memory, every form of `new` gives null and constructs nothing, so test its result. Placement
+/// `new` works as usual; its storage must be aligned for the class. The host's tables must be installed before the
+/// first `new`, see ealinterface.h. Any thread, as far as the host allows.
 template <class Derived>
 class HostNew {
 public:
@@ -65,11 +78,7 @@ public:
         return Place(storage, static_cast<std::size_t>(alignment));
     }
 
-    static void operator delete(void* object) noexcept {
-        if (object != nullptr) {
-            Private::FreeToHost(object);
-        }
-    }
+    static void operator delete(void* object) noexcept { Private::FreeToHost(object); }
     static void operator delete[](void* objects) noexcept { operator delete(objects); }
     static void operator delete(void* object, std::align_val_t) noexcept { operator delete(object); }
     static void operator delete[](void* objects, std::align_val_t) noexcept { operator delete(objects); }

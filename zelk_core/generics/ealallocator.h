@@ -37,11 +37,7 @@ public:
     }
 
     /// Gives back what Allocate() returned; null is allowed. Destroys no object.
-    static void Free(void* pointer) {
-        if (pointer != nullptr) {
-            Private::FreeToHost(pointer);
-        }
-    }
+    static void Free(void* pointer) { Private::FreeToHost(pointer); }
 
     friend constexpr bool operator==(const EalAllocator&, const EalAllocator&) { return true; }
 };

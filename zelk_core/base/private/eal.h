@@ -1,4 +1,4 @@
-// The way to the host's tables for every room: the tables as installed.
+// The way to the host's tables for every room: the tables as installed. Memory comes by way of base/hostnew.h.
 #pragma once
 
 #include <zelk_core/base/assert.h>
@@ -19,16 +19,5 @@ extern constinit eal_log_dll_interface g_log;
 extern constinit eal_file_dll_interface g_file;
 extern constinit eal_thread_dll_interface g_thread;
 extern constinit eal_net_dll_interface g_net;
-
-[[nodiscard]] inline void* MemAlloc(std::size_t size, std::size_t alignment) {
-    return Z4_SLOT(g_mem.alloc)(size, alignment, 0, EAL_ID_ZELK_CORE);
-}
-[[nodiscard]] inline void* MemRealloc(void* pointer, std::size_t size, std::size_t alignment) {
-    return Z4_SLOT(g_mem.realloc)(pointer, size, alignment);
-}
-/// Never null, as in all calls of the host's `free`.
-inline void MemFree(void* pointer) {
-    Z4_SLOT(g_mem.free)(pointer);
-}
 
 } // namespace Z4::Private

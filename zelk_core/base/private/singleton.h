@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <new>
+#include <zelk_core/base/hostnew.h>
 #include <zelk_core/base/private/eal.h>
 
 namespace Z4::Private {
@@ -37,9 +38,9 @@ T* CreateOnce(std::atomic<std::uintptr_t>& state, Create create) {
 template <class T>
 class SingletonAllocator {
 public:
-    virtual void Free(void* storage) { MemFree(storage); }
+    virtual void Free(void* storage) { FreeToHost(storage); }
     /// Null when the host refuses.
-    virtual void* Allocate() { return MemAlloc(sizeof(T), alignof(T)); }
+    virtual void* Allocate() { return AllocateFromHost(sizeof(T), alignof(T)); }
 
 protected:
     // Never destroyed, and not by way of a virtual operation: its place in the table would be ahead of the others.

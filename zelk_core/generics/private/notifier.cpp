@@ -11,9 +11,7 @@ constexpr unsigned FIRST_CAPACITY = 4;
 
 BaseNotifier::~BaseNotifier() {
     Z4_ASSERT(m_running == 0, "No sink destroys the notifier that calls it.");
-    if (m_sinks != nullptr) {
-        Private::FreeToHost(m_sinks);
-    }
+    Private::FreeToHost(m_sinks);
 }
 
 bool BaseNotifier::AddSink(Sink& sink) {
@@ -30,9 +28,7 @@ bool BaseNotifier::AddSink(Sink& sink) {
         for (unsigned i = 0; i < m_used; ++i) {
             sinks[i] = m_sinks[i];
         }
-        if (m_sinks != nullptr) {
-            Private::FreeToHost(m_sinks);
-        }
+        Private::FreeToHost(m_sinks);
         m_sinks = sinks;
         m_capacity = capacity;
     }

@@ -7,8 +7,8 @@
 #include <process.h>
 #include <winternl.h>
 #include <zelk_core/base/assert.h>
+#include <zelk_core/base/hostnew.h>
 #include <zelk_core/base/log.h>
-#include <zelk_core/base/private/eal.h>
 #include <zelk_core/os/nativethread.h>
 #include <zelk_core/os/private/debuggername.h>
 #include <zelk_core/os/private/nativethread.h>
@@ -66,14 +66,15 @@ bool IsNameTooLong(const char* name) {
 }
 
 /// The system's entry has another calling convention and a result, and takes but one word along: this record.
-struct StartRecord {
+struct StartRecord : HostNew<StartRecord> {
     ThreadEntry entry;
     void* argument;
 };
 
 unsigned __stdcall EnterThread(void* argument) {
-    const StartRecord record = *static_cast<StartRecord*>(argument);
-    Private::MemFree(argument);
+    const auto* const started = static_cast<const StartRecord*>(argument);
+    const StartRecord record = *started;
+    delete started;
     record.entry(record.argument);
     return 0;
 }
@@ -121,18 +122,17 @@ Error Private::CreateNativeThread(const ThreadAttributes& attributes, bool allCo
     }
     Z4_ASSERT(attributes.stackSize == 0 || attributes.stackSize >= MIN_THREAD_STACK_SIZE,
               "A thread's stack size is in bytes: 0 for the default, else at least MIN_THREAD_STACK_SIZE.");
-    void* const record = Private::MemAlloc(sizeof(StartRecord), alignof(StartRecord));
+    auto* const record = new StartRecord{{}, entry, argument};
     if (record == nullptr) {
         return ERR_OUT_OF_RESOURCES;
     }
-    ::new (record) StartRecord{entry, argument};
 
     unsigned id = 0;
     const std::uintptr_t created =
         _beginthreadex(nullptr, attributes.stackSize, EnterThread, record, CREATE_SUSPENDED, &id);
     if (created == 0 || created == UINTPTR_MAX) {
         const int number = errno;
-        Private::MemFree(record);
+        delete record;
         return TranslateCreationError(number);
     }
     const HANDLE thread = reinterpret_cast<HANDLE>(created);

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <lzo/lzo1x.h>
 #include <zelk_core/base/assert.h>
-#include <zelk_core/base/ealid.h>
+#include <zelk_core/base/hostnew.h>
 
 // Public in the library, but declared in none of its headers.
 LZO_EXTERN(int)
@@ -106,14 +106,11 @@ int Lzo::Process() {
 }
 
 LzoDeflate::LzoDeflate(cmp_level level)
-    : m_workMemory(
-          Private::AllocateFromHost(level == CMP_BEST ? WORK_MEMORY_SIZE_BEST : WORK_MEMORY_SIZE, 1, EAL_ID_ZELK_CORE)),
+    : m_workMemory(Private::AllocateFromHost(level == CMP_BEST ? WORK_MEMORY_SIZE_BEST : WORK_MEMORY_SIZE, 1)),
       m_level(level) {}
 
 LzoDeflate::~LzoDeflate() {
-    if (m_workMemory != nullptr) {
-        Private::FreeToHost(m_workMemory);
-    }
+    Private::FreeToHost(m_workMemory);
 }
 
 int LzoDeflate::CallProcess() {

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 #include <zelk_core/base/assert.h>
-#include <zelk_core/base/ealid.h>
+#include <zelk_core/generics/ealallocator.h>
 #include <zlib.h>
 
 namespace Z4 {
@@ -49,9 +49,7 @@ int ZLibLevel(CompressionInterface::cmp_level level) {
 
 } // namespace
 
-ZLib::ZLib()
-    : m_stream(
-          static_cast<z_stream*>(Private::AllocateFromHost(sizeof(z_stream), alignof(z_stream), EAL_ID_ZELK_CORE))) {
+ZLib::ZLib() : m_stream(ZelkAllocator::Allocate<z_stream>(1)) {
     if (m_stream != nullptr) {
         *m_stream = z_stream{};
         m_stream->zalloc = Alloc;
@@ -117,13 +115,11 @@ void* ZLib::Alloc(void*, unsigned items, unsigned size) {
     if (bytes == 0 || bytes / items != size) {
         return nullptr;
     }
-    return Private::AllocateFromHost(bytes, 1, EAL_ID_ZELK_CORE);
+    return Private::AllocateFromHost(bytes, 1);
 }
 
 void ZLib::Free(void*, void* pointer) {
-    if (pointer != nullptr) {
-        Private::FreeToHost(pointer);
-    }
+    Private::FreeToHost(pointer);
 }
 
 ZLibDeflate::ZLibDeflate(cmp_level level) {
