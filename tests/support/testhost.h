@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <mutex>
 #include <string>
@@ -77,8 +78,11 @@ void LeaveBehind(std::size_t blocks);
 /// What was left behind so far.
 Balance LeftBehind();
 
-/// Lets the memory table refuse every allocation from the `first`-th from now, or none from now on when it is 0.
-void FailAllocations(std::size_t first);
+/// Lets the memory table refuse `count` allocations, beginning with the `first`-th from now, or none from now on when
+/// that is 0. Without a count they have no end.
+void FailAllocations(std::size_t first, std::size_t count = SIZE_MAX);
+/// Allocations that the library was granted so far.
+std::size_t GrantedAllocations();
 
 /// Forms the memory table of the platform at hand; testmemory_*.cpp.
 void InstallMemory(Guard guard);

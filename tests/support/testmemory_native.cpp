@@ -12,7 +12,9 @@ namespace {
 
 std::atomic<std::size_t> g_blocks;
 std::atomic<std::size_t> g_bytes;
+std::atomic<std::size_t> g_granted;
 std::atomic<std::size_t> g_untilRefusal; ///< 1 refuses, 0 never comes to that
+std::atomic<std::size_t> g_refusals;     ///< left, SIZE_MAX without end
 
 int Init(unsigned) {
     return 0;
@@ -27,11 +29,15 @@ void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
     if (g_untilRefusal > 1) {
         --g_untilRefusal;
     } else if (g_untilRefusal == 1) {
+        if (g_refusals != SIZE_MAX && --g_refusals == 0) {
+            g_untilRefusal = 0;
+        }
         return nullptr;
     }
     if (posix_memalign(&block, alignment < sizeof(void*) ? sizeof(void*) : alignment, size) != 0) {
         return nullptr;
     }
+    ++g_granted;
     ++g_blocks;
     g_bytes += malloc_usable_size(block);
     return block;
@@ -73,8 +79,13 @@ Balance OutstandingMemory() {
     return {g_blocks, g_bytes};
 }
 
-void FailAllocations(std::size_t first) {
+void FailAllocations(std::size_t first, std::size_t count) {
+    g_refusals = count;
     g_untilRefusal = first;
+}
+
+std::size_t GrantedAllocations() {
+    return g_granted;
 }
 
 } // namespace ZelkTest

@@ -1,12 +1,16 @@
 // Contents to compress.
 #pragma once
 
+#include <algorithm>
+#include <gtest/gtest.h>
 #include <random>
 #include <string>
 #include <vector>
+#include <zelk_core/services/compression/compression.h>
 
 namespace ZelkTest {
 
+using Z4::CompressionInterface;
 using Buffer = std::vector<unsigned char>;
 
 inline Buffer TextSample(std::size_t size) {
@@ -21,9 +25,7 @@ inline Buffer TextSample(std::size_t size) {
 inline Buffer RandomSample(std::size_t size) {
     std::mt19937 random(static_cast<unsigned>(size));
     Buffer bytes(size);
-    for (unsigned char& byte : bytes) {
-        byte = static_cast<unsigned char>(random());
-    }
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<unsigned char>(random()); });
     return bytes;
 }
 
@@ -38,6 +40,26 @@ inline std::vector<Buffer> Samples() {
             RandomSample(300),
             RandomSample(100000),
             Buffer(150000, 'z')};
+}
+
+inline void Feed(CompressionInterface& codec, const Buffer& input, Buffer& output) {
+    codec.FeedInputBuffer(input.data(), input.size());
+    codec.FeedOutputBuffer(output.data(), output.size());
+}
+
+/// What `codec` makes of `input` in `room` bytes by one call; checks that all input is taken and all room accounted
+/// for.
+inline Buffer Whole(CompressionInterface& codec, const Buffer& input, std::size_t room,
+                    int (CompressionInterface::*operation)() = &CompressionInterface::Process) {
+    Buffer output(room);
+    Feed(codec, input, output);
+    EXPECT_EQ((codec.*operation)(), CompressionInterface::DONE);
+    EXPECT_EQ(codec.GetAvailableInputSize(), 0u);
+    EXPECT_EQ(codec.GetAvailableOutputSize() + codec.GetOutputDataSize(), room);
+    output.resize(codec.GetOutputDataSize());
+    codec.FeedInputBuffer(nullptr, 0);
+    codec.FeedOutputBuffer(nullptr, 0);
+    return output;
 }
 
 } // namespace ZelkTest

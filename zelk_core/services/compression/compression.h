@@ -1,44 +1,63 @@
 /// @file
 /// One interface for all compression of bytes: the caller feeds an input and an output buffer and says when to work.
 /// An object only points into the buffers; it writes no header, length or framing beyond its format's own.
+///
+/// zlib.h has streams, which are worked on piece by piece; lzo.h has blocks, which are worked on as a whole and differ
+/// in what is told there. A stream is expanded like this, with `NEED_INPUT` and the like from CompressionInterface:
+///
+///     ZLibInflate inflate;
+///     char out[4096];
+///     inflate.FeedOutputBuffer(out, sizeof out);
+///     int result = NEED_INPUT;
+///     while (result == NEED_INPUT && Read(piece)) {
+///         inflate.FeedInputBuffer(piece.data(), piece.size());
+///         do {
+///             result = inflate.Process();
+///             Use(out, inflate.GetOutputDataSize());
+///             inflate.FeedOutputBuffer(out, sizeof out);
+///         } while (result == OUTPUT_FULL);
+///     }
+///     // DONE: the stream was whole. NEED_INPUT: it was cut short. FAILED: it was damaged.
+///
+/// Compressing goes the same way with a ZLibDeflate, whose Process() never returns DONE; behind the last piece the
+/// inner loop runs once more, with Flush() in the place of Process().
 #pragma once
 
 #include <zelk_core/base/hostnew.h>
 
 namespace Z4 {
 
-/// A stream goes so: construct; FeedOutputBuffer(); then FeedInputBuffer() and Process() for each piece of input; where
-/// that returns OUTPUT_FULL, take the GetOutputDataSize() bytes, feed a new output buffer and call Process() again. A
-/// deflating stream ends with Flush(), repeated likewise until it returns DONE. Whole-block formats differ, see Lzo.
+/// What all compressing and expanding objects can do.
 ///
-/// A buffer must live, where it was fed, until it is used up, replaced by feeding another, or the object destroyed.
-/// Feeding 0 bytes at null is fine and lets go of the buffer; null with another size is not.
+/// A buffer that was fed must stay valid until it is used up, until another is fed in its place, or until the object is
+/// destroyed, whichever comes first. Feeding null with a size of 0 lets go of a buffer; null with another size is an
+/// error of the caller, which a library built with its checks reports.
 ///
-/// `new` makes objects in the host's memory, and gives null where the host refuses.
-///
-/// One object serves one thread at a time; separate objects are independent. Nothing is logged. An object that got
-/// no memory, when it was made or later, returns FAILED from Process(), and can be used and destroyed like any other.
+/// One object serves one thread at a time; separate objects are independent. `new` makes objects in the host's memory
+/// and gives null where the host refuses. An object whose own memory the host refused, at its construction or later,
+/// returns FAILED from Process() and can be used and destroyed like any other. Nothing is logged.
 class CompressionInterface : public HostNew<CompressionInterface> {
 public:
     virtual ~CompressionInterface() = default;
 
-    /// Replaces what is left of the input by `size` bytes at `data`.
+    /// Makes the `size` bytes at `data` the input. What was left of the input before is dropped.
     virtual void FeedInputBuffer(const void* data, unsigned long size) = 0;
-    /// Replaces what is left of the output buffer by room for `size` bytes at `data`.
+    /// Makes the `size` bytes at `data` the room for output. What was left of the room before stays unused.
     virtual void FeedOutputBuffer(void* data, unsigned long size) = 0;
-    /// Bytes of input not yet used.
+    /// Bytes of the input that are not yet used.
     virtual unsigned long GetAvailableInputSize() const = 0;
-    /// Bytes of room left.
+    /// Bytes of the output buffer that are still free.
     virtual unsigned long GetAvailableOutputSize() const = 0;
-    /// Bytes produced: into the output buffer last fed (ZLib), by the last Process() (Lzo).
+    /// Bytes produced. For ZLib all that stand in the output buffer last fed, for Lzo those of the last Process().
     virtual unsigned long GetOutputDataSize() const = 0;
 
     /// Works as far as input and room reach.
-    /// @return one of the results below, NO_RESULT excepted.
+    /// @return DONE, NEED_INPUT, OUTPUT_FULL or FAILED.
     [[nodiscard]] virtual int Process() = 0;
-    /// Ends what was begun, where the class has such an end.
+    /// Ends what was begun, in those classes that say so; the others do nothing and return NO_RESULT.
     [[nodiscard]] virtual int Flush() { return NO_RESULT; }
-    /// Makes the object ready for another stream, where the class can.
+    /// Makes the object ready for another stream, in those classes that say so; the others do nothing and return
+    /// NO_RESULT.
     virtual int Reset() { return NO_RESULT; }
 
     /// @name What Process(), Flush() and Reset() return
@@ -50,11 +69,11 @@ public:
     static constexpr int NO_RESULT = -2;  ///< this class has no result for this operation
     /// @}
 
-    /// What a deflating object aims at. Values without a name count as CMP_DEFAULT.
+    /// What a deflating object aims at. Any other value counts as CMP_DEFAULT.
     enum cmp_level : int {
-        CMP_DEFAULT = 0,
-        CMP_FAST = 1,
-        CMP_BEST = 2,
+        CMP_DEFAULT = 0, ///< between the other two; for Lzo the same as CMP_FAST
+        CMP_FAST = 1,    ///< short time
+        CMP_BEST = 2,    ///< small output
     };
 
     CompressionInterface(const CompressionInterface&) = delete;

@@ -6,7 +6,9 @@
 
 namespace Z4 {
 
+/// Takes two starts of the core. Compression itself needs no more than the host's memory table.
 Z4_API void InitializeCompressionService();
+/// Gives them back.
 Z4_API void ShutdownCompressionService();
 
 } // namespace Z4

@@ -17,28 +17,27 @@
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/services/compression/compression.h>
 
 namespace Z4 {
 
 /// What both directions share. A block does not say how long it or its content is: the caller keeps both sizes.
-///
-/// After a Process() that returned DONE, feed both buffers anew before the next: the output does not move on behind
-/// what was produced. After any other result, both are as they were.
 class Z4_API Lzo : public CompressionInterface {
 public:
+    /// What the object knows of its buffers.
     struct LzoObj {
-        unsigned long outputDataSize = 0; ///< produced by the last Process()
+        unsigned long outputDataSize = 0; ///< bytes produced by the last Process()
         unsigned long inputSize = 0;
-        unsigned long outputSize = 0; ///< room left
+        unsigned long outputSize = 0; ///< bytes of room left
         const void* input = nullptr;
         void* output = nullptr;
     };
 
     ~Lzo() override;
 
-    /// The room that LzoDeflate needs for `size` bytes of input, whatever they are: size + size / 16 + 67. It is below
-    /// `size` where the sum passes 32 bits.
+    /// The room in bytes that LzoDeflate needs for `size` bytes of input, whatever they are: size + size / 16 + 67.
+    /// From 4,042,322,098 bytes on the sum passes 32 bits and is useless: it wraps around to less than `size`.
     static constexpr unsigned long GetSafeDeflateBufferSize(unsigned long size) { return size + (size >> 4) + 67; }
 
     void FeedInputBuffer(const void* data, unsigned long size) override;
@@ -47,8 +46,12 @@ public:
     unsigned long GetAvailableOutputSize() const override;
     unsigned long GetOutputDataSize() const override;
 
-    /// Returns DONE, with all input taken and the room reduced by what was produced; OUTPUT_FULL where a checked
-    /// expansion lacks room, to be repeated from the block's start in a larger buffer; or FAILED. Never NEED_INPUT.
+    /// Processes the whole input.
+    /// @return DONE, with all input taken and the room reduced by what was produced. The place in the output buffer
+    /// does not move on, so feed both buffers before the next call. OUTPUT_FULL when a checked expansion lacks room:
+    /// repeat it from the block's start in a larger buffer. FAILED when the block is corrupt or the host refused the
+    /// work memory. After these two the sizes are as before the call, and the output buffer can hold a part of the
+    /// content. Never NEED_INPUT.
     [[nodiscard]] int Process() override;
 
 protected:
@@ -57,6 +60,8 @@ protected:
     LzoObj m_obj;
 
 private:
+    friend struct Private::Layout<Lzo>;
+
     int CallProcess() override = 0;
 };
 
@@ -70,6 +75,8 @@ public:
     explicit LzoDeflate(cmp_level level);
 
 private:
+    friend struct Private::Layout<LzoDeflate>;
+
     int CallProcess() override;
 
     void* m_workMemory; ///< null when the host had none: every Process() is FAILED then
@@ -81,16 +88,19 @@ class Z4_API LzoInflate : public Lzo {
 public:
     ~LzoInflate() override;
 
-    /// @param safe true checks the block and the room, so that any input is safe: corrupt data is FAILED, or turns into
-    /// other data, since the format has no checksum. **False trusts both**: what LzoDeflate made, whole, with room for
-    /// all of its content; anything else reads and writes outside the buffers.
+    /// @param safe true checks the block and the room, so that any input is safe. A damaged block is then FAILED or
+    /// OUTPUT_FULL, or it expands to other data, since the format has no checksum. **False trusts both**: the block is
+    /// whole and as LzoDeflate made it, and there is room for all of its content. Anything else reads and writes
+    /// outside the buffers.
     explicit LzoInflate(bool safe);
 
-    /// Expands what was fed and not yet processed, if there are both input and room, and lets go of both buffers.
-    /// Whether it went well is not told: better call Process(). @return NO_RESULT.
+    /// Calls Process() if there are both input and room, drops its result, and lets go of both buffers. Better call
+    /// Process() itself, which tells whether it went well. @return NO_RESULT.
     int Flush() override;
 
 private:
+    friend struct Private::Layout<LzoInflate>;
+
     int CallProcess() override;
 
     bool m_safe;

@@ -2,9 +2,9 @@
 /// Packs short 8-bit texts (names, chat lines, labels) with fixed prefix codes: no dictionary, no state between texts,
 /// no memory from the host.
 ///
-/// It is for plain English texts, and it drops every character that it has no code for, without an error: always
-/// `: ; < > ? [ ] ^ { | } ~`, the back quote, bytes from 0x80 on and control characters but line ends; and with a
-/// content that is given, whatever that content lacks. Look at `droppedCount`:
+/// It is for plain English texts, and it drops every character that it has no code for, without an error. Those are
+/// always `: ; < > ? [ ] ^ { | } ~`, the back quote, bytes from 0x80 on and all control characters but line ends. Where
+/// the content is given, they are also the characters that this content lacks. So look at `droppedCount`:
 ///
 ///     char packed[StringCompressor::GetMaxCompressedSize(100)]; // for texts of up to 100 characters
 ///     const StringCompressor::Compressed result = compressor.Compress(text, packed);
@@ -17,8 +17,7 @@
 ///     char back[100];
 ///     const StringCompressor::Expanded expanded = compressor.Decompress({packed, result.size}, back);
 ///
-/// The raw form, with eight parameters, is for what exists: its size must be rounded up to 4 by the caller, or the last
-/// bits are lost and the text cannot be read again. Long texts and binary data are for the streams of this room.
+/// Long texts and binary data are for the streams of zlib.h.
 #pragma once
 
 #include <cstddef>
@@ -26,6 +25,7 @@
 #include <cstring>
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
@@ -39,7 +39,8 @@ struct StringTreeNode;
 
 } // namespace Private
 
-/// Compresses and expands texts; each object can do both, and all objects are alike.
+/// Compresses and expands texts; each object can do both, and all objects are alike. An object must not expand in two
+/// threads at once; otherwise any thread may use any object.
 ///
 /// A text is coded with one of 15 tables, chosen by its content: the sum of the classes of characters in it.
 ///
@@ -50,16 +51,7 @@ struct StringTreeNode;
 /// | UPPER_CASE (4) | A to Z, carriage return, line feed |
 /// | DIGITS (8) | 0 to 9, carriage return, line feed |
 ///
-/// The fewer classes, the shorter the codes; 3 to 13 bits for a character are usual, 1 the least. A byte of no class at
-/// all (`: ; < > ? [ ] ^ { | } ~`, the back quote, other control characters, 0x80 and above) is always dropped.
-///
-/// The output is a sequence of blocks of up to 8184 characters, each at a multiple of 4 bytes from the beginning, in
-/// this form:
-/// - a header of 32 bits, high byte first: bit 0 (the lowest) is 1 where another block follows, bit 1 is always 1, bits
-///   2 to 5 are the content, 6 to 18 the size of the block in bytes with its header, 19 to 31 the number of characters;
-/// - the codes in words of 32 bits, low byte first, filled from bit 31 downward; the bits left over are 0.
-///
-/// One object must not decode in two threads at once; otherwise any thread may use any object.
+/// The fewer classes, the shorter the codes; 3 to 13 bits for a character are usual, 1 the least.
 class StringCompressor {
 public:
     enum Content : std::uint32_t {
@@ -70,14 +62,15 @@ public:
         DETECT = 255, ///< the classes that the text has characters of, block by block
     };
 
-    /// What is done to a byte, in this order; without a flag it is only dropped if it has no code.
+    /// What is done to a byte, in this order. Without a flag a byte that has no code is dropped.
     enum Flags : std::uint32_t {
         /// Letters of Latin-1 (0xC0 to 0xFD) become the plain ones that look most like them, the signs of
-        /// multiplication and division * and /. The thorn and the small y with a diaeresis stay, and are dropped.
+        /// multiplication and division become * and /. The thorn and the small y with a diaeresis stay, and are
+        /// dropped.
         FOLD_ACCENTS = 1,
         /// Where the content has capitals or small letters, but not both, the letters are changed to what it has.
         FOLD_CASE = 2,
-        /// A byte that the table has no code for becomes a space. Bytes of no class are dropped all the same.
+        /// A byte that the table has no code for becomes a space. A byte of no class at all is dropped all the same.
         REPLACE_BY_SPACE = 4,
     };
 
@@ -85,15 +78,9 @@ public:
     static constexpr unsigned long MAX_BLOCK_SIZE = 8191;   ///< bytes
     static constexpr unsigned long MAX_CODE_LENGTH = 13;    ///< bits
 
-    /// Room that the output of `length` characters never exceeds, whatever they are: a multiple of 4 that covers the
-    /// bytes behind the reported size, too. Saturates at 0xFFFFFFFC.
-    static constexpr unsigned long GetMaxCompressedSize(unsigned long length) {
-        constexpr unsigned long FULL_BLOCK = (MAX_BLOCK_SIZE + 3) / 4 * 4;
-        const unsigned long blocks = length == 0 ? 0 : (length - 1) / MAX_BLOCK_LENGTH;
-        const unsigned long words = ((length - blocks * MAX_BLOCK_LENGTH) * MAX_CODE_LENGTH + 31) / 32;
-        const unsigned long last = 4 + 4 * words < FULL_BLOCK ? 4 + 4 * words : FULL_BLOCK;
-        return blocks <= (0xFFFFFFFC - last) / FULL_BLOCK ? blocks * FULL_BLOCK + last : 0xFFFFFFFC;
-    }
+    /// The room in bytes that `length` characters never exceed, whatever they are: a multiple of 4. Where 32 bits do
+    /// not hold it, 0xFFFFFFFC.
+    static constexpr unsigned long GetMaxCompressedSize(unsigned long length);
 
     Z4_API StringCompressor();
 
@@ -124,7 +111,7 @@ public:
         unsigned long size;
     };
 
-    /// Where output goes: an array or a container as long as it is, or `capacity` bytes.
+    /// Where output goes: all of an array or of a container, or `capacity` bytes.
     struct Room {
         template <std::size_t SIZE>
         constexpr Room(char (&array)[SIZE]) : data(array), size(SIZE) {}
@@ -154,52 +141,32 @@ public:
         unsigned long size; ///< characters written; there is no terminator behind them
     };
 
-    /// Compresses a text into `out`, which must not overlap it and never overflows; GetMaxCompressedSize() of the
-    /// text's size is always enough. Neither needs alignment.
-    /// @return with ERR_UNSUPPORTED for a content that is none; ERR_OVERFLOW if there is too little room, and for a
-    /// block of more than MAX_BLOCK_SIZE bytes, which takes at least 5000 characters that are rare for their table.
-    /// What `out` holds then means nothing.
+    /// Compresses a text into `out`, which must not overlap it and is never overrun; GetMaxCompressedSize() of the
+    /// text's size is always enough room. Neither needs alignment.
+    /// @return an error of ERR_UNSUPPORTED when `options.content` is neither DETECT nor 1 to 15; ERR_OVERFLOW when
+    /// there is too little room, and when a block would have more than MAX_BLOCK_SIZE bytes, which takes at least 5000
+    /// characters that are rare for their table. After an error, what `out` holds means nothing.
     [[nodiscard]] Compressed Compress(Text in, Room out) const { return Compress(in, out, Options()); }
-    [[nodiscard]] Compressed Compress(Text in, Room out, Options options) const {
-        Compressed result{ERR_OK, 0, 0, 0};
-        const unsigned long room = out.size / 4 * 4; // so that no word is cut short
-        unsigned long done = 0;
-        do {
-            const unsigned long rest = in.size - done;
-            const unsigned long run = rest < MAX_BLOCK_LENGTH ? rest : MAX_BLOCK_LENGTH;
-            unsigned long size = 0;
-            unsigned long encoded = 0;
-            const Error error = CompressSingleBlock(in.data + done, run, out.data + result.size, room - result.size,
-                                                    size, &encoded, options.content, options.flags, run < rest);
-            if (error != ERR_OK) {
-                // It is invalid to ask for a block without room for its header.
-                return {error == ERR_INVALID ? ERR_OVERFLOW : error, 0, 0, 0};
-            }
-            result.size += (size + 3) / 4 * 4;
-            result.encodedCount += encoded;
-            result.droppedCount += run - encoded;
-            done += run;
-        } while (done < in.size);
-        return result;
-    }
+    [[nodiscard]] Compressed Compress(Text in, Room out, Options options) const;
 
-    /// Expands what Compress() wrote; any input is safe, as with DecompressChecked().
-    /// @return with ERR_OVERFLOW for a text that does not fit, of which the beginning is written; ERR_CORRUPTED_DATA as
-    /// DecompressChecked(), with size 0.
-    [[nodiscard]] Expanded Decompress(Packed in, Room out) {
-        Expanded result{ERR_OK, 0};
-        result.error = DecompressChecked(in.data, in.size, out.data, out.size, result.size);
-        if (result.error == ERR_OK && result.size == out.size) {
-            unsigned long characters = 0;
-            unsigned long bytes = 0;
-            // The check before has found all headers within the input.
-            static_cast<void>(GetSize(in.data, characters, bytes));
-            result.error = characters > out.size ? ERR_OVERFLOW : ERR_OK;
-        }
-        return result;
-    }
+    /// Expands what Compress() wrote. Any input is safe, as with DecompressChecked().
+    /// @return an error of ERR_OVERFLOW when the text does not fit; its beginning is written then. ERR_CORRUPTED_DATA
+    /// as DecompressChecked(), with a size of 0.
+    [[nodiscard]] Expanded Decompress(Packed in, Room out);
 
-    /// The raw form of Compress(): compresses `length` bytes. `in` and `out` must not overlap and need no alignment.
+    /// @name The raw form
+    /// For data and callers that exist. Its size must be rounded up to a multiple of 4 by the caller, or the last bits
+    /// are lost and the text cannot be read again.
+    ///
+    /// The output is a sequence of blocks of up to 8184 characters, each at a multiple of 4 bytes from the beginning,
+    /// in this form:
+    /// - a header of 32 bits, high byte first: bit 0 (the lowest) is 1 where another block follows, bit 1 is always 1,
+    ///   bits 2 to 5 are the content, 6 to 18 the size of the block in bytes with its header, 19 to 31 the number of
+    ///   characters;
+    /// - the codes in words of 32 bits, low byte first, filled from bit 31 downward; the bits left over are 0.
+    /// @{
+
+    /// Compresses `length` bytes. `in` and `out` must not overlap and need no alignment.
     ///
     /// Give GetMaxCompressedSize() bytes of room. Less is accepted, with two dangers: a block whose last 4-byte word
     /// does not fit is cut short, and no decoder can read it; and a text of more than MAX_BLOCK_LENGTH characters may
@@ -211,26 +178,25 @@ public:
     /// @param content a sum of classes, or DETECT, which takes PUNCTUATION + UPPER_CASE for a text of no class. The
     /// detection sees the text as it is, before `flags` change it.
     /// @return ERR_UNSUPPORTED for any other content; ERR_INVALID if there is no room for a block's header;
-    /// ERR_OVERFLOW if there is too little, and for a block of more than MAX_BLOCK_SIZE bytes, which takes at least
-    /// 5000 characters that are rare for their table. What `out` holds then means nothing.
+    /// ERR_OVERFLOW if there is too little, and for a block of more than MAX_BLOCK_SIZE bytes. What `out` holds then
+    /// means nothing.
     [[nodiscard]] Z4_API Private::ErrorCodeWrapper Compress(const char* in, unsigned long length, char* out,
                                                             unsigned long outCapacity, unsigned long& outSize,
                                                             unsigned long* encodedCount, unsigned long content,
                                                             unsigned long flags) const;
 
-    /// The raw form, for trusted input: expands what Compress wrote. It trusts its input: nothing is ever written
-    /// beyond `outCapacity`, but headers that were tampered with can make it read whatever follows `in`.
-    /// DecompressChecked is for input from elsewhere.
+    /// Expands what Compress wrote, for trusted input only. Nothing is ever written beyond `outCapacity`, but headers
+    /// that were tampered with can make it read whatever follows `in`. DecompressChecked is for input from elsewhere.
     ///
-    /// A text that does not fit is cut off silently. So it is before a block without characters, which is what Compress
-    /// makes of 8184 characters in a row that are all dropped. No zero is put behind the text.
+    /// A text that does not fit is cut off silently. The text also ends before a block without characters, which is
+    /// what Compress makes of 8184 characters in a row that are all dropped. No zero is put behind the text.
     /// @param outSize receives the number of characters written
     /// @return ERR_UNSUPPORTED for a block of content 0, ERR_CORRUPTED_DATA for one that is smaller than its header
     [[nodiscard]] Z4_API Private::ErrorCodeWrapper Decompress(const char* in, char* out, unsigned long outCapacity,
                                                               unsigned long& outSize);
 
-    /// Decompress for input that is not to be trusted: the result is the same for all that Compress wrote into enough
-    /// room, except that blocks without characters are passed over. What follows the last block is ignored.
+    /// Decompress for input that is not to be trusted. For all that Compress wrote into enough room the result is the
+    /// same, except that blocks without characters are passed over. What follows the last block is ignored.
     /// @param inSize readable bytes at `in`, which include those behind the reported size
     /// @param outSize receives the number of characters written, 0 on an error
     /// @return ERR_CORRUPTED_DATA where a block is not whole, its header is impossible, or its codes are not as long as
@@ -243,6 +209,7 @@ public:
     /// @return ERR_CORRUPTED_DATA for a block that is smaller than its header; the sums then end before it.
     [[nodiscard]] Z4_API static Private::ErrorCodeWrapper GetSize(const char* in, unsigned long& characters,
                                                                   unsigned long& bytes);
+    /// @}
 
 protected:
     /// The content of a text as Compress detects it. A negative length counts as 0.
@@ -265,6 +232,8 @@ protected:
     DecompressManyBlock(const char* in, char* out, unsigned long outCapacity, unsigned long& outSize);
 
 private:
+    friend struct Private::Layout<StringCompressor>;
+
     struct TableSlot {
         const Private::StringCodeEntry* encode;
         const Private::StringTreeNode* tree;
@@ -280,5 +249,49 @@ private:
     TableSlot m_slots[16];       ///< indexed by content; the first is empty
     std::uint32_t m_excluded[8]; ///< a bit for each byte of no class
 };
+
+constexpr unsigned long StringCompressor::GetMaxCompressedSize(unsigned long length) {
+    constexpr unsigned long FULL_BLOCK = (MAX_BLOCK_SIZE + 3) / 4 * 4;
+    const unsigned long blocks = length == 0 ? 0 : (length - 1) / MAX_BLOCK_LENGTH;
+    const unsigned long words = ((length - blocks * MAX_BLOCK_LENGTH) * MAX_CODE_LENGTH + 31) / 32;
+    const unsigned long last = 4 + 4 * words < FULL_BLOCK ? 4 + 4 * words : FULL_BLOCK;
+    return blocks <= (0xFFFFFFFC - last) / FULL_BLOCK ? blocks * FULL_BLOCK + last : 0xFFFFFFFC;
+}
+
+inline StringCompressor::Compressed StringCompressor::Compress(Text in, Room out, Options options) const {
+    Compressed result{ERR_OK, 0, 0, 0};
+    const unsigned long room = out.size / 4 * 4; // so that no word is cut short
+    unsigned long done = 0;
+    do {
+        const unsigned long rest = in.size - done;
+        const unsigned long run = rest < MAX_BLOCK_LENGTH ? rest : MAX_BLOCK_LENGTH;
+        unsigned long size = 0;
+        unsigned long encoded = 0;
+        const Error error = CompressSingleBlock(in.data + done, run, out.data + result.size, room - result.size, size,
+                                                &encoded, options.content, options.flags, run < rest);
+        if (error != ERR_OK) {
+            // It is invalid to ask for a block without room for its header.
+            return {error == ERR_INVALID ? ERR_OVERFLOW : error, 0, 0, 0};
+        }
+        result.size += (size + 3) / 4 * 4;
+        result.encodedCount += encoded;
+        result.droppedCount += run - encoded;
+        done += run;
+    } while (done < in.size);
+    return result;
+}
+
+inline StringCompressor::Expanded StringCompressor::Decompress(Packed in, Room out) {
+    Expanded result{ERR_OK, 0};
+    result.error = DecompressChecked(in.data, in.size, out.data, out.size, result.size);
+    if (result.error == ERR_OK && result.size == out.size) {
+        unsigned long characters = 0;
+        unsigned long bytes = 0;
+        // The check before has found all headers within the input.
+        static_cast<void>(GetSize(in.data, characters, bytes));
+        result.error = characters > out.size ? ERR_OVERFLOW : ERR_OK;
+    }
+    return result;
+}
 
 } // namespace Z4

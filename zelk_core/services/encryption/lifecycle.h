@@ -6,7 +6,9 @@
 
 namespace Z4 {
 
+/// Takes two starts of the core. The ciphers themselves need no more than the host's memory table.
 Z4_API void InitializeEncryptionService();
+/// Gives them back.
 Z4_API void ShutdownEncryptionService();
 
 } // namespace Z4

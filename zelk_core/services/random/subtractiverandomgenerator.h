@@ -42,6 +42,8 @@ public:
     }
 
 private:
+    friend struct Layout<SubtractiveSequence>;
+
     static constexpr std::int32_t LENGTH = 55;
 
     static constexpr std::int32_t Following(std::int32_t index) { return index == LENGTH ? 1 : index + 1; }

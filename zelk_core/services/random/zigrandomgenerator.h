@@ -40,7 +40,8 @@ public:
     /// The next exponential deviate of rate 1, at least 0.
     Z4_API float REXP();
 
-    /// The normal density at `x`. A `sigma` of 0 gives what the division gives.
+    /// The density of the normal distribution at `x`. A negative `sigma` gives the negative of the density, one of 0
+    /// gives NaN.
     Z4_API double TNOR(double x, double mean, double sigma);
     /// exp(-x lambda) / lambda: at rate `lambda`, the chance to exceed `x`, divided by the rate; the density would be
     /// lambda times exp(-x lambda). A `lambda` of 0 gives infinity.

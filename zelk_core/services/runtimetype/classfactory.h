@@ -1,17 +1,19 @@
 /// @file
 /// The process's class factory: makes objects of classes that are known by identifier only.
 ///
-/// Beside a class, write one line of classregistration.h; the rest here is for engines that bring their own. The
-/// factory is there between InitializeRuntimeTypeService() and ShutdownRuntimeTypeService() (lifecycle.h).
+/// To register a class, write one line of classregistration.h beside it, and make objects with CreateInstance(); the
+/// rest is for engines that register in a way of their own. The factory is there between InitializeRuntimeTypeService()
+/// and ShutdownRuntimeTypeService() (lifecycle.h).
 ///
-/// Nothing here is locked: registering belongs to start-up, on one thread. From then on any number of threads may look
-/// up, as long as nobody registers, and create, as long as there are no sinks: notifications come from one thread at a
-/// time.
+/// Nothing here is locked. Register at start-up, on one thread. From then on, as long as nobody registers, any number
+/// of threads may call IsRegistered(), and they may create, too, as long as the factory has no sinks: sinks must be
+/// called by one thread at a time.
 #pragma once
 
 #include <cstdint>
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/hostnew.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/generics/dlist.h>
 #include <zelk_core/generics/map.h>
 #include <zelk_core/generics/notifier.h>
@@ -24,11 +26,11 @@ template <class T>
 class Singleton;
 }
 
-/// Constructs an object in `memory`, or, when that is null, in memory of its own. What it returns is what the factory's
-/// user gets, unchanged.
+/// Constructs an object in `memory`, or, when that is null, in memory that it takes itself. The factory hands on what
+/// it returns, unchanged; null says that there is no object.
 using CreatorFunction = void*(Z4_CDECL*)(void* memory);
 
-/// What the factory tells its sinks, with the payload's fields beside the type.
+/// What the factory tells its sinks. The payload has the type and the one field that is named here.
 enum ClassFactoryEvent : unsigned {
     CLASS_FACTORY_CREATED = 0,    ///< CreateInstance() made `object`
     CLASS_FACTORY_PLACED = 1,     ///< PlacementCreate() made `object`
@@ -43,7 +45,7 @@ struct ClassFactoryNotification {
 
 namespace Private {
 
-/// Where a registration waits for the factory. A global that is zeroed or constant-initialised.
+/// Where a registration waits for the factory. Make it a global: one is ready before any code runs.
 struct ClassFactoryNode {
     TypeID type;
     CreatorFunction creator = nullptr;
@@ -62,8 +64,8 @@ public:
     BaseClassFactory& operator=(const BaseClassFactory&) = default;
 };
 
-/// Identifier 0, no type, can be registered and found, but creates nothing. Where an operation needs memory and the
-/// host refuses it, the operation has no effect and answers as on failure.
+/// The identifier 0, which means no type, can be registered and is found then, but creates nothing. Where an operation
+/// needs memory and the host refuses it, the operation has no effect and returns what it returns on failure.
 class ClassFactory : public BaseClassFactory {
 public:
     using Sink = Notifier<ClassFactoryNotification>::Sink;
@@ -73,60 +75,71 @@ public:
     ClassFactory(const ClassFactory&) = delete;
     ClassFactory& operator=(const ClassFactory&) = delete;
 
-    /// Makes an object: calls the type's creator with null, then the sinks. The type must be known: ask IsRegistered()
-    /// where it comes from a file or another machine. A library that is built with its checks reports an unknown one;
-    /// any other says nothing.
-    /// @return what the creator returned; when that is null, no sink is called. Null for an unknown type.
+    /// Makes an object: calls the type's creator with null, then the sinks with CLASS_FACTORY_CREATED. The type must be
+    /// registered: where it comes from a file or another machine, ask IsRegistered() first. A library that is built
+    /// with its checks reports one that is not; any other says nothing.
+    /// @return what the creator returned; when that is null, no sink is called. Null for a type that is not registered.
     [[nodiscard]] Z4_API virtual void* CreateInstance(TypeID type);
-    /// The same in `memory`, which must suit the class. Null, without a call of the creator, when `memory` is null.
+    /// Makes an object in `memory`, which must have the size and the alignment that the class needs: as
+    /// CreateInstance(), but the creator gets `memory`, and the sinks are called with CLASS_FACTORY_PLACED.
+    /// @return as CreateInstance(); null, without a call of the creator, when `memory` is null.
     [[nodiscard]] Z4_API virtual void* PlacementCreate(TypeID type, void* memory);
-    /// Registers a class and calls the sinks. The first registration of an identifier wins, with a warning in the log
-    /// when another one has another creator. The creator, and the name in `type`, must stay until the registration
-    /// ends. A null creator is registered as one that makes nothing.
-    /// @return whether the class is registered by this call.
+    /// Registers a class and calls the sinks with CLASS_FACTORY_REGISTERED. The first registration of an identifier
+    /// stays; a later one is refused, and the log has a warning if its creator is another one. `creator`, and the name
+    /// in `type`, must stay valid until the registration ends. A null creator is registered as one that makes nothing.
+    /// @return whether this call registered the class.
     Z4_API virtual bool RegisterCreatorFunc(CreatorFunction creator, TypeID type);
+    /// Whether a class with this identifier is registered.
     Z4_API virtual bool IsRegistered(TypeID type);
 
-    /// The factory, made if there is none yet. The host's log and memory tables must be up.
+    /// The factory, which is made if there is none yet, with what is parked (see below). The host's log and memory
+    /// tables must be started. Any thread.
     Z4_API static ClassFactory& Instance();
-    /// For the service's start-up: makes the factory.
+    /// For the service's start-up: makes the factory if there is none. Any thread, any number of times.
     Z4_API static void SingletonInit();
-    /// For the service's shut-down: destroys the factory, if there is one, and forgets registrations and sinks.
+    /// For the service's shut-down: destroys the factory, if there is one, with its registrations and sinks. Nobody may
+    /// use it meanwhile.
     Z4_API static void SingletonShutdown();
 
-    /// Registers a class with the factory, or, before there is one, parks the registration in `node`. What is parked
-    /// moves into the next factory at its creation. All registrations end with their factory, and a restarted one is
-    /// empty: whoever restarts registers again. Works before the host has installed its tables, in static initialisers
-    /// of any module.
-    /// @param node must stay in its place until UnRegisterCreatorFuncPreMain(), for good without that. One that is
-    /// parked already is refused.
-    /// @return `type`, or no type when the identifier is registered or parked already, or memory is refused.
+    /// Registers a class, also before there is a factory: works in static initialisers of any module, when the host has
+    /// not yet installed its tables. With a factory it does what RegisterCreatorFunc() does. Without one it parks the
+    /// registration in `node`, and the next factory takes in all that is parked, in this order, when it is made.
+    ///
+    /// Registrations end with their factory. They are not parked again, so the factory of a restarted service is empty,
+    /// and whoever restarts it registers again.
+    /// @param node must stay in its place until UnRegisterCreatorFuncPreMain(), or for good where that is never called.
+    /// A node that is parked already is refused.
+    /// @return `type`; no type where the registration is refused: the identifier is registered or parked already, the
+    /// node is parked, or the host refuses memory.
     Z4_API static TypeID RegisterCreatorFuncPreMain(Private::ClassFactoryNode& node, CreatorFunction creator,
                                                     TypeID type);
-    /// Takes back what RegisterCreatorFuncPreMain() did with these arguments. A module that is unloaded does so first,
-    /// as its creators and nodes vanish with it. Does nothing to a registration with another creator.
+    /// Takes back what RegisterCreatorFuncPreMain() did with these arguments, parked or registered. A module must do so
+    /// before it is unloaded, because its creators and nodes vanish with it. A registration of `type` with another
+    /// creator stays.
     Z4_API static void UnRegisterCreatorFuncPreMain(Private::ClassFactoryNode& node, CreatorFunction creator,
                                                     TypeID type);
 
-    /// Sinks are called as notifier.h tells, and may register, create, and change the sinks.
+    /// From now on `sink` is called at each event, as notifier.h tells, until RemoveSink() or the factory's end; it
+    /// must live as long. While it is called it may register, create, and add and remove sinks.
     /// @return false when the sink is there already and when memory is refused.
     [[nodiscard]] Z4_API bool AddSink(Sink& sink);
-    /// @return false when there is no such sink.
+    /// @return false when the sink is not there.
     Z4_API bool RemoveSink(Sink& sink);
 
-    /// Logs what is registered, one line each, by ascending identifiers. In the form of a console command, whose
-    /// arguments are ignored.
+    /// Logs a heading and a line for each registered class, by ascending identifiers. It has the form of a console
+    /// command; the command's arguments are ignored and may be null.
     /// @param level one of EalLogLevel.
-    /// @return -1, always.
+    /// @return always -1.
     Z4_API int DumpToConsole(unsigned long level, int argc, char** argv);
 
 protected:
-    /// Ends a registration; that of identifier 0 stays. An error in the log when there is none.
+    /// Ends the registration of this identifier; that of the identifier 0 stays. Where there is none, the log has an
+    /// error, unless nothing at all is registered.
     Z4_API void UnRegisterCreator(TypeID type);
 
 private:
     friend class Private::Singleton<ClassFactory>;
-    friend struct ClassFactoryLayout;
+    friend struct Private::Layout<ClassFactory>;
 
     struct Registration {
         CreatorFunction creator;

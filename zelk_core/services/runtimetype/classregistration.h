@@ -4,7 +4,8 @@
 ///     Z4_REGISTER_CLASS(Circle, Shape)
 ///
 /// after which `static_cast<Shape*>(ClassFactory::Instance().CreateInstance(TYPE))` makes a Circle, where TYPE is
-/// `ClassType("Circle")` or an identifier that came from a file or another machine.
+/// `ClassType("Circle")` or an identifier that came from a file or another machine; of those, ask IsRegistered() first.
+/// `delete` of the Shape destroys it.
 #pragma once
 
 #include <new>
@@ -20,17 +21,18 @@ constexpr TypeID ClassType(const char* name) {
     return TypeID(name, TypeID::STANDARD_SEED);
 }
 
-/// Keeps a class registered from here to the end of the object's life; as a global that is, with a module that is
-/// unloaded, up to the unloading. What it makes is a `Base*` for the factory's user. Without memory to construct in it
-/// takes that from the class's `operator new`; `delete` of the Base, whose destructor must be virtual, gives it back.
+/// Keeps a class registered from its construction to its destruction; a global in a module that is unloaded is
+/// destroyed by the unloading. The factory's user gets the objects as `Base*`. CreateInstance() takes an object's
+/// memory from the class's `operator new`, and `delete` of the Base gives it back; PlacementCreate() constructs in the
+/// given memory, where only the destructor is called.
 /// @tparam Class has a default constructor.
-/// @tparam Base Class itself or a base of it.
+/// @tparam Base Class itself or a base of it; its destructor is virtual.
 template <class Class, class Base = Class>
 class ClassRegistration {
     static_assert(std::is_convertible_v<Class*, Base*>);
 
 public:
-    /// @param type its name must live as long as the registration.
+    /// @param type its name must live as long as this object.
     explicit ClassRegistration(TypeID type) : m_type(ClassFactory::RegisterCreatorFuncPreMain(m_node, Create, type)) {}
     ~ClassRegistration() {
         if (m_type != TypeID()) {
@@ -40,10 +42,10 @@ public:
     ClassRegistration(const ClassRegistration&) = delete;
     ClassRegistration& operator=(const ClassRegistration&) = delete;
 
-    /// No type when another class has the identifier.
+    /// The type under which the class is registered; no type when it was refused, as its identifier was taken already.
     TypeID GetType() const { return m_type; }
 
-    /// As a CreatorFunction. Null when `operator new` gives null.
+    /// The class's CreatorFunction. Null when `memory` is null and `operator new` gives null.
     static void* Z4_CDECL Create(void* memory) {
         Z4_ASSERT(Private::IsAligned(memory, alignof(Class)), "The memory for an object is aligned for its class.");
         Base* const object = memory != nullptr ? ::new (memory) Class : new Class;
@@ -64,6 +66,6 @@ private:
                                                                       LINE)(::Z4::ClassType(#CLASS)); \
     }
 
-/// Registers CLASS under its name, written as here, with objects that the factory's user gets as BASE. At namespace
-/// scope of a source file, where both names are known and the class is complete; once for each class.
+/// Registers CLASS under ClassType("CLASS"), the name as it is written here, with objects that the factory's user gets
+/// as BASE. It stands at namespace scope of a source file, once for each class, where CLASS and BASE are complete.
 #define Z4_REGISTER_CLASS(CLASS, BASE) Z4_REGISTER_CLASS_ON_LINE(CLASS, BASE, __LINE__)

@@ -7,20 +7,21 @@
 
 namespace Z4 {
 
-/// The base of classes that answer what they are. A derived class says so by Z4_DYNAMIC_TYPE; one that does not answers
-/// as the class it is derived from.
+/// The base of classes that answer what they are. Each derived class has the line Z4_DYNAMIC_TYPE; one without it
+/// answers as the class that it is derived from. Any thread may ask, as long as the object lives.
 class DynamicType {
 public:
     virtual ~DynamicType() = default;
 
-    /// The name of the object's class. Lives as long as the class's module.
+    /// The name of the object's class. It stays valid as long as the class's module is loaded.
     virtual const char* GetTypeNameExt() { return "DynamicType"; }
-    /// Whether the object's class or one that it is derived from has this identifier. No type is nobody's.
+    /// Whether `type` is the object's class or one that the class is derived from. Never for no type.
     virtual bool IsAKindOf(const TypeID& type) const { return type == StaticType(); }
 
-    /// The argument, as its class if it is one of that class or of a class derived from it; else null. Null stays null.
-    /// For this class that is the argument itself.
+    /// `Class::DynamicCast(object)` gives `object` as a `Class*` when it is of that class or of one derived from it,
+    /// else null; null stays null. Here, where `Class` is the base of all, that is the argument itself.
     static DynamicType* DynamicCast(DynamicType* object) { return object; }
+    /// The type of the class that it is called for, whatever the object.
     static constexpr TypeID StaticType() { return TypeID("DynamicType", TypeID::STANDARD_SEED); }
 
     DynamicType() = default;
@@ -30,9 +31,10 @@ public:
 
 } // namespace Z4
 
-/// In the class: overrides the queries of DynamicType and declares CLASS::DynamicCast() and CLASS::StaticType(), which
-/// is the type that Z4_REGISTER_CLASS gives to a class of this name. BASE is derived from DynamicType, but not
-/// virtually. What follows is public.
+/// Stands in the class, `class Dog : public Animal { Z4_DYNAMIC_TYPE(Dog, Animal) ... };`. It overrides the queries of
+/// DynamicType and declares CLASS::DynamicCast() and CLASS::StaticType(), which is also the type under which
+/// Z4_REGISTER_CLASS registers a class of this name. BASE is DynamicType or derived from it, but not virtually. What
+/// follows in the class is public.
 #define Z4_DYNAMIC_TYPE(CLASS, BASE)                                                                         \
 public:                                                                                                      \
     const char* GetTypeNameExt() override {                                                                  \

@@ -6,9 +6,10 @@
 
 namespace Z4 {
 
-/// The first call makes the factory, into which goes what was registered before (see classfactory.h).
+/// The first of nested calls takes three starts of the core and makes the class factory, which takes in what was
+/// registered before (see classfactory.h).
 Z4_API void InitializeRuntimeTypeService();
-/// The last call destroys the factory with all its registrations and sinks.
+/// The last of nested calls destroys the factory with all its registrations and sinks and gives back the starts.
 Z4_API void ShutdownRuntimeTypeService();
 
 } // namespace Z4

@@ -6,10 +6,11 @@
 #include <cstdint>
 #include <type_traits>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
-/// Numbers may be stored: they stay what they are.
+/// The tags' numbers never change, so they may be stored in files.
 enum VariableTag : unsigned int {
     VARIABLE_NONE = 0,
     VARIABLE_BOOL = 1,  ///< `bool`, one byte
@@ -30,9 +31,15 @@ enum VariableTag : unsigned int {
     VARIABLE_WSTRING = 16, ///< `const wchar_t*` likewise
 };
 
-/// A plain value. A tag that is not listed counts as VARIABLE_NONE: no size, every question answered by false.
+/// A tag and what it tells about the variables that have it. A plain value: any thread may use a copy of its own, and
+/// the operations touch nothing but the variable and the buffer that they are given.
 ///
-/// Where an operation takes a variable's address, the variable needs no alignment.
+///     float speed = 0.5F;
+///     char text[32];
+///     VariableType::Of<float>().Print(text, sizeof text, &speed); // "0.5"
+///
+/// A tag that is not listed above counts as VARIABLE_NONE, whose size is 0 and which answers every question by false.
+/// `value` is always the variable's address, for strings that of the pointer, and needs no alignment.
 class VariableType {
 public:
     constexpr explicit VariableType(unsigned int tag) : m_tag(tag <= VARIABLE_WSTRING ? tag : VARIABLE_NONE) {}
@@ -68,26 +75,27 @@ public:
     constexpr unsigned int GetTag() const { return m_tag; }
     friend constexpr bool operator==(const VariableType&, const VariableType&) = default;
 
-    /// Of the variable itself, in bytes; that of a pointer for strings.
+    /// The size of the variable itself in bytes; for strings that is the size of a pointer.
     constexpr unsigned int Size() const { return SIZES[m_tag]; }
-    /// Of all that the variable holds, in bytes: for strings the text with its terminator (0 for a null string), else
-    /// Size().
+    /// The size in bytes of what the variable holds: for a string that of its text with the terminator, and 0 where the
+    /// string is null; for everything else, and where `value` is null, Size().
     Z4_API unsigned int Size(void* value) const;
 
-    /// Strings are pointers, too.
+    /// True for pointers, strings among them.
     constexpr bool IsPointer() const { return m_tag >= VARIABLE_POINTER; }
-    /// Signed integers and floating-point numbers.
+    /// True for signed integers and for floating-point numbers.
     constexpr bool IsSigned() const { return IsFloat() || (IsInteger() && m_tag % 2 == 0); }
-    /// Neither `bool` nor characters.
+    /// True for the eight integers; `bool` and characters are none.
     constexpr bool IsInteger() const { return m_tag >= VARIABLE_INT8 && m_tag <= VARIABLE_UINT64; }
     constexpr bool IsFloat() const { return m_tag == VARIABLE_FLOAT || m_tag == VARIABLE_DOUBLE; }
     constexpr bool IsString() const { return m_tag >= VARIABLE_STRING; }
 
-    /// Turns a number or character to the other byte order, in its place. Pointers and strings stay as they are, for an
-    /// address means nothing to another machine, and so does null.
+    /// Reverses the bytes of a number or character, in its place. Pointers and strings stay as they are, since an
+    /// address means nothing to another machine. Does nothing when `value` is null.
     Z4_API void SwapByte(void* value) const;
 
-    /// Writes the variable as text for people, cut to `size` bytes and terminated as StrFormat::snprintf() does.
+    /// Writes the variable as text for people. The text is cut to fit `size` bytes with its terminator; with a `size`
+    /// of 0, or a null `buffer`, nothing is written.
     ///
     /// - `true` or `false`; a character as itself; integers in decimal
     /// - floating-point numbers as StrFormat's `%g`: without an exponent, with at most 6 fractional digits for a float
@@ -97,11 +105,13 @@ public:
     ///   that have no partner
     /// - VARIABLE_NONE, and any variable whose address is null, as the empty text
     ///
-    /// @return the length of the complete text without terminator, stored or not.
+    /// @return the length of the complete text without its terminator, whether it fitted or not.
     Z4_API int Print(char* buffer, unsigned int size, void* value) const;
 
 private:
     static constexpr unsigned char SIZES[] = {0, 1, 1, 2, 1, 1, 2, 2, 4, 4, 8, 8, 4, 8, 4, 4, 4};
+
+    friend struct Private::Layout<VariableType>;
 
     std::uint32_t m_tag;
 };

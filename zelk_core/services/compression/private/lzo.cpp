@@ -14,11 +14,37 @@ lzo1x_999_compress_internal(const lzo_bytep in, lzo_uint inSize, lzo_bytep out, 
 
 namespace Z4 {
 
+template <>
+struct Private::Layout<Lzo> {
+    static_assert(offsetof(Lzo::LzoObj, outputDataSize) == 0);
+    static_assert(offsetof(Lzo::LzoObj, inputSize) == 4);
+    static_assert(offsetof(Lzo::LzoObj, outputSize) == 8);
+    static_assert(offsetof(Lzo::LzoObj, input) == 12);
+    static_assert(offsetof(Lzo::LzoObj, output) == 16);
+    static_assert(sizeof(Lzo::LzoObj) == 20);
+    static_assert(offsetof(Lzo, m_obj) == 4);
+    static_assert(sizeof(Lzo) == 24);
+};
+
+template <>
+struct Private::Layout<LzoDeflate> {
+    static_assert(offsetof(LzoDeflate, m_workMemory) == 24);
+    static_assert(offsetof(LzoDeflate, m_level) == 28);
+    static_assert(sizeof(LzoDeflate) == 32);
+};
+
+template <>
+struct Private::Layout<LzoInflate> {
+    static_assert(offsetof(LzoInflate, m_safe) == 24);
+    static_assert(sizeof(LzoInflate) == 28);
+};
+
 namespace {
 
 constexpr std::size_t WORK_MEMORY_SIZE = 0x10000;
 constexpr std::size_t WORK_MEMORY_SIZE_BEST = 0x70000;
-static_assert(LZO1X_1_MEM_COMPRESS <= WORK_MEMORY_SIZE && LZO1X_999_MEM_COMPRESS <= WORK_MEMORY_SIZE_BEST);
+static_assert(LZO1X_1_MEM_COMPRESS <= WORK_MEMORY_SIZE);
+static_assert(LZO1X_999_MEM_COMPRESS <= WORK_MEMORY_SIZE_BEST);
 static_assert(sizeof(lzo_uint) == sizeof(unsigned long));
 
 /// LZO1X-999's strongest settings, those of its level 9.
@@ -34,16 +60,6 @@ int CompressBest(const lzo_bytep in, lzo_uint inSize, lzo_bytep out, lzo_uint* o
 }
 
 } // namespace
-
-static_assert(offsetof(Lzo::LzoObj, outputDataSize) == 0);
-static_assert(offsetof(Lzo::LzoObj, inputSize) == 4);
-static_assert(offsetof(Lzo::LzoObj, outputSize) == 8);
-static_assert(offsetof(Lzo::LzoObj, input) == 12);
-static_assert(offsetof(Lzo::LzoObj, output) == 16);
-static_assert(sizeof(Lzo::LzoObj) == 20);
-static_assert(sizeof(Lzo) == 24);
-static_assert(sizeof(LzoDeflate) == 32, "work memory at 24, level at 28");
-static_assert(sizeof(LzoInflate) == 28);
 
 Lzo::Lzo() {
     // What it would find out (byte order, sizes) is the same for every object, and asserted where it matters.

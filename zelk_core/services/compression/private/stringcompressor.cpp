@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <zelk_core/services/compression/private/stringblock.h>
 #include <zelk_core/services/compression/private/stringclasses.h>
@@ -8,9 +9,16 @@ namespace Z4 {
 
 using namespace Private;
 
-static_assert(sizeof(StringCodeEntry) == 8);
-static_assert(sizeof(StringTreeNode) == 8);
-static_assert(sizeof(void*) != 4 || sizeof(StringCompressor) == 16 * 12 + 32);
+template <>
+struct Private::Layout<StringCompressor> {
+    static_assert(sizeof(StringCodeEntry) == 8);
+    static_assert(sizeof(StringTreeNode) == 8);
+    static_assert(sizeof(StringCompressor::TableSlot) == 2 * sizeof(void*) + 4);
+    static_assert(offsetof(StringCompressor, m_slots) == 0);
+    static_assert(offsetof(StringCompressor, m_excluded) == 16 * sizeof(StringCompressor::TableSlot));
+    static_assert(sizeof(StringCompressor) == 16 * sizeof(StringCompressor::TableSlot) + 32);
+};
+
 static_assert(StringCompressor::MAX_CODE_LENGTH == LONGEST_STRING_CODE);
 
 StringCompressor::StringCompressor() : m_slots(), m_excluded() {

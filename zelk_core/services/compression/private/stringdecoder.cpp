@@ -29,13 +29,13 @@ ErrorCodeWrapper StringCompressor::DecompressManyBlock(const char* in, char* out
     outSize = 0;
     unsigned long characters;
     unsigned long remaining;
-    const ErrorCodeWrapper sums = GetSize(in, characters, remaining);
+    const Error sums = GetSize(in, characters, remaining);
     if (sums != ERR_OK) {
         return sums;
     }
     while (remaining != 0) {
         unsigned long written;
-        const ErrorCodeWrapper result = DecompressSingleBlock(in, out + outSize, outCapacity - outSize, written);
+        const Error result = DecompressSingleBlock(in, out + outSize, outCapacity - outSize, written);
         if (result != ERR_OK) {
             return result;
         }

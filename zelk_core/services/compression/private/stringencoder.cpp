@@ -79,8 +79,8 @@ ErrorCodeWrapper StringCompressor::CompressManyBlock(const char* in, unsigned lo
         unsigned long size = 0;
         unsigned long encoded = 0;
         // Data in use depends on it: the gap is not taken from the capacity.
-        const ErrorCodeWrapper result = CompressSingleBlock(in, run, out + start, outCapacity - offset, size, &encoded,
-                                                            content, flags, length > run);
+        const Error result = CompressSingleBlock(in, run, out + start, outCapacity - offset, size, &encoded, content,
+                                                 flags, length > run);
         if (result != ERR_OK) {
             return result;
         }

@@ -1,10 +1,28 @@
 #include <zelk_core/services/compression/zlib.h>
 
+#include <cstddef>
 #include <zelk_core/base/assert.h>
 #include <zelk_core/generics/ealallocator.h>
 #include <zlib.h>
 
 namespace Z4 {
+
+static_assert(sizeof(CompressionInterface) == 4);
+
+template <>
+struct Private::Layout<ZLib> {
+    static_assert(offsetof(ZLib, m_stream) == 4);
+    static_assert(offsetof(ZLib, m_outputSize) == 8);
+    static_assert(sizeof(ZLib) == 12);
+};
+
+template <>
+struct Private::Layout<ZLibDeflate> {
+    static_assert(offsetof(ZLibDeflate, m_flushMode) == 12);
+    static_assert(sizeof(ZLibDeflate) == 16);
+};
+
+static_assert(sizeof(ZLibInflate) == sizeof(ZLib));
 
 namespace {
 
@@ -12,7 +30,8 @@ namespace {
 // compares the first digit, and the size of its record.
 constexpr char INTERFACE_VERSION[] = "1.2.1";
 constexpr int STREAM_SIZE = 56;
-static_assert(sizeof(z_stream) == STREAM_SIZE && sizeof(uInt) == sizeof(unsigned long));
+static_assert(sizeof(z_stream) == STREAM_SIZE);
+static_assert(sizeof(uInt) == sizeof(unsigned long));
 
 constexpr int WINDOW_BITS = 15; // 32 KiB, with the zlib header
 constexpr int MEMORY_LEVEL = 8;
@@ -29,11 +48,6 @@ int ZLibLevel(CompressionInterface::cmp_level level) {
 }
 
 } // namespace
-
-static_assert(sizeof(CompressionInterface) == 4);
-static_assert(sizeof(ZLib) == 12, "stream at 4, output size at 8");
-static_assert(sizeof(ZLibDeflate) == 16, "flush mode at 12");
-static_assert(sizeof(ZLibInflate) == 12);
 
 ZLib::ZLib() : m_stream(ZelkAllocator::Allocate<z_stream>(1)) {
     if (m_stream != nullptr) {

@@ -6,12 +6,26 @@
 
 namespace Z4 {
 
-struct CipherLayout {
-    static_assert(offsetof(Cipher, m_name) == sizeof(void*));
-    static_assert(sizeof(Cipher::m_name) == sizeof(void*));
-    static_assert(offsetof(Cipher, m_type) == 2 * sizeof(void*) && sizeof(Cipher) == 12);
-    static_assert(offsetof(Tea, m_key) == 12 && offsetof(Tea, m_scratch) == 28 && sizeof(Tea) == 36);
-    static_assert(offsetof(XTea, m_key) == 12 && offsetof(XTea, m_scratch) == 28 && sizeof(XTea) == 36);
+template <>
+struct Private::Layout<Cipher> {
+    static_assert(offsetof(Cipher, m_name) == 4);
+    static_assert(sizeof(Cipher::m_name) == 4);
+    static_assert(offsetof(Cipher, m_type) == 8);
+    static_assert(sizeof(Cipher) == 12);
+};
+
+template <>
+struct Private::Layout<Tea> {
+    static_assert(offsetof(Tea, m_key) == 12);
+    static_assert(offsetof(Tea, m_scratch) == 28);
+    static_assert(sizeof(Tea) == 36);
+};
+
+template <>
+struct Private::Layout<XTea> {
+    static_assert(offsetof(XTea, m_key) == 12);
+    static_assert(offsetof(XTea, m_scratch) == 28);
+    static_assert(sizeof(XTea) == 36);
 };
 
 namespace {

@@ -12,6 +12,7 @@ template <>
 struct Private::Layout<SubtractiveRandomGenerator> {
     static_assert(offsetof(SubtractiveRandomGenerator, m_lock) == 0);
     static_assert(offsetof(SubtractiveRandomGenerator, m_sequence) == sizeof(AdaptiveLock));
+    static_assert(sizeof(SubtractiveRandomGenerator) == sizeof(AdaptiveLock) + sizeof(SubtractiveSequence));
 };
 
 template <>
@@ -19,6 +20,7 @@ struct Private::Layout<Random> {
     static_assert(offsetof(Random, m_flag) == 0);
     static_assert(offsetof(Random, m_subtractive) == 4);
     static_assert(offsetof(Random, m_ziggurat) == 4 + sizeof(SubtractiveRandomGenerator));
+    static_assert(sizeof(Random) == 4 + sizeof(SubtractiveRandomGenerator) + sizeof(ZigRandomGenerator));
 };
 
 namespace {

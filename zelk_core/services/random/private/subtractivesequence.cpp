@@ -3,6 +3,15 @@
 
 namespace Z4::Private {
 
+template <>
+struct Layout<SubtractiveSequence> {
+    static_assert(offsetof(SubtractiveSequence, m_next) == 0);
+    static_assert(offsetof(SubtractiveSequence, m_partner) == 4);
+    static_assert(offsetof(SubtractiveSequence, m_table) == 8);
+    static_assert(offsetof(SubtractiveSequence, m_seed) == 232);
+    static_assert(sizeof(SubtractiveSequence) == 236);
+};
+
 namespace {
 
 constexpr std::int32_t FIRST_PARTNER = 31;
@@ -16,9 +25,6 @@ constexpr std::uint32_t Magnitude(std::uint32_t value) {
 } // namespace
 
 void SubtractiveSequence::Seed(std::int32_t seed) {
-    static_assert(offsetof(SubtractiveSequence, m_next) == 0 && offsetof(SubtractiveSequence, m_partner) == 4 &&
-                  offsetof(SubtractiveSequence, m_table) == 8 && offsetof(SubtractiveSequence, m_seed) == 232 &&
-                  sizeof(SubtractiveSequence) == 236);
     m_seed = seed > 0 ? -seed : seed;
     const std::uint32_t distance = GOLDEN_RATIO_DIGITS - Magnitude(static_cast<std::uint32_t>(m_seed));
     auto previous = static_cast<std::int32_t>(Magnitude(distance) % MODULUS);

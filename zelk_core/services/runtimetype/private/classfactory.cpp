@@ -8,17 +8,23 @@
 
 namespace Z4 {
 
-struct TypeIDLayout {
+template <>
+struct Private::Layout<TypeID> {
     static_assert(offsetof(TypeID, m_identifier) == 0);
     static_assert(offsetof(TypeID, m_name) == 4);
     static_assert(sizeof(TypeID) == 8);
 };
 
-struct ClassFactoryLayout {
-    static_assert(offsetof(Private::ClassFactoryNode, type) == 0);
-    static_assert(offsetof(Private::ClassFactoryNode, creator) == 8);
-    static_assert(offsetof(Private::ClassFactoryNode, links) == 12, "next at 12, previous at 16");
-    static_assert(sizeof(Private::ClassFactoryNode) == 20);
+template <>
+struct Private::Layout<Private::ClassFactoryNode> {
+    static_assert(offsetof(ClassFactoryNode, type) == 0);
+    static_assert(offsetof(ClassFactoryNode, creator) == 8);
+    static_assert(offsetof(ClassFactoryNode, links) == 12);
+    static_assert(sizeof(ClassFactoryNode) == 20);
+};
+
+template <>
+struct Private::Layout<ClassFactory> {
     static_assert(offsetof(ClassFactory::Registration, creator) == 0);
     static_assert(offsetof(ClassFactory::Registration, type) == 4);
     static_assert(offsetof(ClassFactory, m_notifier) == 4);
@@ -29,7 +35,27 @@ struct ClassFactoryLayout {
 
 namespace {
 
-constexpr char LOG_FILE[] = "services/runtimetype/private/classfactory";
+using Private::Message;
+
+constexpr char SOURCE[] = "services/runtimetype/private/classfactory";
+constexpr Message<unsigned, const char*, unsigned> REGISTERING{
+    EAL_LOG_INFO, SOURCE, 133, "[Z4::ClassFactory] EAL_LOG_INFO: Registering class creator %X [%s] id=%x\n"};
+constexpr Message<const char*, unsigned, unsigned> ALREADY_REGISTERED{
+    EAL_LOG_WARNING, SOURCE, 141,
+    "[Z4::ClassFactory] EAL_LOG_WARNING: Class [%s, creator=%X] is already registered with creator=%X\n. If you are "
+    "restarting Zelk ignore this message."};
+constexpr Message<unsigned, const char*> UNREGISTERING{
+    EAL_LOG_INFO, SOURCE, 173, "[Z4::ClassFactory] EAL_LOG_INFO: Unregistering class creator %X [%s]\n"};
+constexpr Message<unsigned, const char*> CANNOT_UNREGISTER{
+    EAL_LOG_ERROR, SOURCE, 178, "[Z4::ClassFactory] EAL_LOG_ERROR: Cannot unregister class creator %X [%s]\n"};
+
+/// What a dump says has the level that its caller asks for.
+constexpr Message<> DumpHeading(EalLogLevel level) {
+    return {level, SOURCE, 193, "ClassFactory :   Dumping registered classes in the class factory\n"};
+}
+constexpr Message<unsigned, const char*> DumpEntry(EalLogLevel level) {
+    return {level, SOURCE, 201, "%-12u '%s'\n"};
+}
 
 constinit Private::Singleton<ClassFactory> g_factory;
 constinit DList::DRoot g_parked;
@@ -108,16 +134,11 @@ bool ClassFactory::RegisterCreatorFunc(CreatorFunction creator, TypeID type) {
     const std::uint32_t identifier = IdentifierOf(type);
     if (const Registration* const registered = m_registrations.FindValue(identifier); registered != nullptr) {
         if (registered->creator != creator) {
-            Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, 141,
-                              "[Z4::ClassFactory] EAL_LOG_WARNING: Class [%s, creator=%X] is already registered with "
-                              "creator=%X\n. If you are restarting Zelk ignore this message.",
-                              NameOf(type), AddressOf(creator), AddressOf(registered->creator));
+            Private::Log(ALREADY_REGISTERED, NameOf(type), AddressOf(creator), AddressOf(registered->creator));
         }
         return false;
     }
-    Private::LogPrint(EAL_LOG_INFO, LOG_FILE, 133,
-                      "[Z4::ClassFactory] EAL_LOG_INFO: Registering class creator %X [%s] id=%x\n", AddressOf(creator),
-                      NameOf(type), identifier);
+    Private::Log(REGISTERING, AddressOf(creator), NameOf(type), identifier);
     if (!g_index.Reserve() || !m_registrations.Insert(identifier, {creator, type}).inserted) {
         return false;
     }
@@ -189,9 +210,9 @@ bool ClassFactory::RemoveSink(Sink& sink) {
 
 int ClassFactory::DumpToConsole(unsigned long level, int, char**) {
     const auto logLevel = static_cast<EalLogLevel>(level);
-    Private::LogPrint(logLevel, LOG_FILE, 193, "ClassFactory :   Dumping registered classes in the class factory\n");
+    Private::Log(DumpHeading(logLevel));
     for (const auto& entry : std::as_const(m_registrations)) {
-        Private::LogPrint(logLevel, LOG_FILE, 201, "%-12u '%s'\n", entry.key, NameOf(entry.value.type));
+        Private::Log(DumpEntry(logLevel), entry.key, NameOf(entry.value.type));
     }
     return -1;
 }
@@ -203,15 +224,11 @@ void ClassFactory::UnRegisterCreator(TypeID type) {
     }
     const auto found = m_registrations.Find(identifier);
     if (found == m_registrations.end()) {
-        Private::LogPrint(EAL_LOG_ERROR, LOG_FILE, 178,
-                          "[Z4::ClassFactory] EAL_LOG_ERROR: Cannot unregister class creator %X [%s]\n", 0U,
-                          NameOf(type));
+        Private::Log(CANNOT_UNREGISTER, 0U, NameOf(type));
         return;
     }
     const Registration& registered = found->value;
-    Private::LogPrint(EAL_LOG_INFO, LOG_FILE, 173,
-                      "[Z4::ClassFactory] EAL_LOG_INFO: Unregistering class creator %X [%s]\n",
-                      AddressOf(registered.creator), NameOf(registered.type));
+    Private::Log(UNREGISTERING, AddressOf(registered.creator), NameOf(registered.type));
     g_index.Erase(identifier);
     m_registrations.Erase(found);
 }

@@ -1,10 +1,15 @@
+#include <cstddef>
 #include <cstring>
 #include <zelk_core/base/strformat.h>
 #include <zelk_core/services/runtimetype/variabletype.h>
 
 namespace Z4 {
 
-static_assert(sizeof(VariableType) == 4);
+template <>
+struct Private::Layout<VariableType> {
+    static_assert(offsetof(VariableType, m_tag) == 0);
+    static_assert(sizeof(VariableType) == 4);
+};
 
 namespace {
 
