@@ -13,6 +13,7 @@
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/dllwrapper.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/os/blockinglock.h>
 #include <zelk_core/services/dbghelp/observertable.h>
 
@@ -30,6 +31,8 @@ struct _tagSTACKFRAME64;
 namespace Z4 {
 
 namespace Private {
+template <class Function>
+struct EntryPoint;
 template <class T>
 class Singleton;
 } // namespace Private
@@ -165,6 +168,7 @@ public:
 
 private:
     friend class Private::Singleton<WinDbgHelp>;
+    friend struct Private::Layout<WinDbgHelp>;
 
     static constexpr int ENTRY_POINTS = 17;
 
@@ -181,9 +185,9 @@ private:
     void WaitUntilReady();
     void PrepareCall();
     template <class Function, class... Arguments>
-    auto Call(int slot, Arguments... arguments);
+    auto Call(const Private::EntryPoint<Function>& entry, Arguments... arguments);
     template <class Function, class... Arguments>
-    auto Forward(int slot, Arguments... arguments);
+    auto Forward(const Private::EntryPoint<Function>& entry, Arguments... arguments);
 
     BlockingLock m_lock;
     DllWrapper m_library;
