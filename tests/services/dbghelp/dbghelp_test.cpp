@@ -1,6 +1,9 @@
-// The debug services over the system's own debug-help library.
+// The debug services over the system's own debug-help library. Hunted are: loads and unloads that nobody is told of,
+// observers that are called when they are gone, names and versions that are wrong, and a service that does not start
+// again.
 #include <tests/os/crowd.h>
 #include <tests/support/contract.h>
+#include <tests/support/importhook.h>
 #include <tests/support/testhost.h>
 
 #include <gmock/gmock.h>
@@ -172,10 +175,20 @@ TEST_F(DbgHelpTest, ObserversAreLimited) {
     EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(nullptr, nullptr), ERR_INVALID);
 }
 
-TEST(DbgHelpSymbolsTest, NamesFunctionFileAndLine) {
-    InitializeDbgHelpService();
-    SymbolInfo info;
+TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     const char* const address = reinterpret_cast<const char*>(&ZelkTestLandmark);
+    ProgramModuleDB::Module module;
+    ASSERT_TRUE(ProgramModuleDB::Instance().FindModule(address, module));
+    SymbolInfo info;
+    EXPECT_TRUE(SymbolHandler::Instance().Resolve(address + 1, info));
+    EXPECT_STREQ(info.module, module.name);
+    EXPECT_STREQ(info.function, "") << "no symbols are read yet";
+    // Those of this module only; all together take seconds.
+    char path[MAX_PATH];
+    GetModuleFileNameA(static_cast<HMODULE>(module.baseAddress), path, MAX_PATH);
+    ASSERT_NE(WinDbgHelp::Instance().SymLoadModule64(GetCurrentProcess(), nullptr, path, nullptr,
+                                                     reinterpret_cast<ULONG_PTR>(module.baseAddress), module.size),
+              0u);
     ASSERT_TRUE(SymbolHandler::Instance().Resolve(address + 1, info));
     EXPECT_THAT(info.module, testing::HasSubstr("dbghelp_landmark"));
     EXPECT_THAT(info.function, testing::HasSubstr("ZelkTestLandmark"));
@@ -185,7 +198,7 @@ TEST(DbgHelpSymbolsTest, NamesFunctionFileAndLine) {
     const int local = ZelkTestLandmark(0);
     EXPECT_FALSE(SymbolHandler::Instance().Resolve(&local, info)) << "no module";
     EXPECT_STREQ(info.module, "");
-    ShutdownDbgHelpService();
+    EXPECT_STREQ(info.function, "");
 }
 
 TEST_F(DbgHelpTest, ServicesStartAgain) {
@@ -233,16 +246,42 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
     EXPECT_FALSE(monitor.FindThread(id, entry));
 }
 
-TEST_F(DbgHelpTest, VersionOfAFile) {
-    const ZelkTest::LogCapture log;
+DWORD g_versionSize;
+
+DWORD WINAPI AnswerVersionSize(HMODULE, HRSRC) {
+    return g_versionSize;
+}
+
+TEST(FileVersion, IsReadUpTo64KiB) {
     unsigned short version[4] = {};
     ASSERT_TRUE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version));
     EXPECT_THAT(version, testing::ElementsAre(4, 3, 2, 0));
-    EXPECT_FALSE(WinDbgHelp::GetVersionInfo("no such file.dll", version));
-    ASSERT_EQ(log.Lines().size(), 1u);
-    EXPECT_EQ(log.Lines()[0].text,
-              "[Z4::WinDbgHelp] EAL_LOG_WARNING: Cannot read the version info of no such file.dll\n");
-    EXPECT_EQ(log.Lines()[0].level, static_cast<unsigned>(EAL_LOG_WARNING));
+    const ZelkTest::ImportHook hook("SizeofResource", AnswerVersionSize);
+    const std::string cannot = "655 [Z4::WinDbgHelp] EAL_LOG_WARNING: Cannot read the version info of ";
+    const struct {
+        const char* file;
+        DWORD size;
+        std::string logged;
+    } rows[] = {
+        {ZELK_DLL_FILE, 65536, ""},
+        {ZELK_DLL_FILE, 65537,
+         "662 [Z4::WinDbgHelp] EAL_LOG_WARNING: Reading the version info of " ZELK_DLL_FILE
+         " would require a size of 65537 bytes\n"},
+        {ZELK_DLL_FILE, 40 + sizeof(VS_FIXEDFILEINFO), ""},
+        {ZELK_DLL_FILE, 40 + sizeof(VS_FIXEDFILEINFO) - 1, cannot + ZELK_DLL_FILE "\n"},
+        {"no such file.dll", 0, cannot + "no such file.dll\n"},
+    };
+    for (const auto& row : rows) {
+        const ZelkTest::LogCapture log;
+        g_versionSize = row.size;
+        EXPECT_EQ(WinDbgHelp::GetVersionInfo(row.file, version), row.logged.empty());
+        std::string logged;
+        for (const ZelkTest::LogLine& line : log.Lines()) {
+            EXPECT_EQ(line.level, static_cast<unsigned>(EAL_LOG_WARNING));
+            logged += std::to_string(line.line) + " " + line.text;
+        }
+        EXPECT_EQ(logged, row.logged);
+    }
 }
 
 } // namespace

@@ -48,15 +48,15 @@ class Singleton;
 /// search to the system's folder.
 class WinDbgHelp {
 public:
-    /// What an observer learns of a module that was loaded or is about to be unloaded.
+    /// What an observer learns of a module that was loaded or is about to be unloaded. The names are valid until the
+    /// observer returns.
     struct DllNotificationData {
         long long timeStamp; ///< the system's performance counter when the notification came
         void* baseAddress;
         unsigned long size;      ///< in bytes
-        const wchar_t* baseName; ///< the file, cut after 259 characters; valid until the observer returns
-        const wchar_t*
-            fullName;  ///< the file with its path, cut after 1023 characters; valid until the observer returns
-        bool unloaded; ///< true when it is about to be unloaded, false when it was loaded
+        const wchar_t* baseName; ///< the file, cut after 259 characters
+        const wchar_t* fullName; ///< the file with its path, cut after 1023 characters
+        bool unloaded;           ///< true when it is about to be unloaded, false when it was loaded
     };
 
     /// An observer of modules. It is called on the thread that loads or unloads one, inside the system's loader, which
