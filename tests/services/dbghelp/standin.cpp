@@ -38,30 +38,29 @@ FARPROC RecordAs(Result(WINAPI*)(Arguments...)) {
     return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(Record<NAME, Result, Arguments...>));
 }
 
-#define STAND_IN(name) \
-    { #name, RecordAs < #name>(static_cast <decltype(&::name)>(nullptr)) }
+LONG NTAPI Register(ULONG, decltype(StandIn::notify) notify, void* context, void** cookie) {
+    g_standIn->notify = notify;
+    g_standIn->context = context;
+    *cookie = g_standIn;
+    return 0;
+}
+
+LONG NTAPI Unregister(void* cookie) {
+    if (cookie == g_standIn) {
+        g_standIn->notify = nullptr;
+    }
+    return 0;
+}
+
+// clang-format off
+#define STAND_IN(name) {#name, RecordAs<#name>(static_cast<decltype(&::name)>(nullptr))},
+// clang-format on
 const struct {
     std::string name;
     FARPROC function;
-} FUNCTIONS[] = {
-    STAND_IN(SymInitialize),
-    STAND_IN(SymCleanup),
-    STAND_IN(SymRefreshModuleList),
-    STAND_IN(SymGetOptions),
-    STAND_IN(SymSetOptions),
-    STAND_IN(SymGetModuleInfo64),
-    STAND_IN(StackWalk64),
-    STAND_IN(SymFunctionTableAccess64),
-    STAND_IN(EnumerateLoadedModules64),
-    STAND_IN(SymSetSearchPath),
-    STAND_IN(SymGetSymFromAddr64),
-    STAND_IN(SymGetLineFromAddr64),
-    STAND_IN(SymLoadModule64),
-    STAND_IN(SymUnloadModule64),
-    STAND_IN(SymFindFileInPath),
-    STAND_IN(MiniDumpWriteDump),
-    STAND_IN(ImageNtHeader),
-};
+} FUNCTIONS[] = {ZELK_FOR_EACH_STAND_IN(STAND_IN) //
+                 {"LdrRegisterDllNotification", reinterpret_cast<FARPROC>(reinterpret_cast<void*>(Register))},
+                 {"LdrUnregisterDllNotification", reinterpret_cast<FARPROC>(reinterpret_cast<void*>(Unregister))}};
 
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
     g_standIn->lookedUp.push_back(name);

@@ -12,6 +12,14 @@
 
 namespace ZelkTest {
 
+/// The functions that the gateway looks up.
+#define ZELK_FOR_EACH_STAND_IN(DO)                                                                                     \
+    DO(SymInitialize)                                                                                                  \
+    DO(SymCleanup) DO(SymRefreshModuleList) DO(SymGetOptions) DO(SymSetOptions) DO(SymGetModuleInfo64) DO(StackWalk64) \
+        DO(SymFunctionTableAccess64) DO(EnumerateLoadedModules64) DO(SymSetSearchPath) DO(SymGetSymFromAddr64)         \
+            DO(SymGetLineFromAddr64) DO(SymLoadModule64) DO(SymUnloadModule64) DO(SymFindFileInPath)                   \
+                DO(MiniDumpWriteDump) DO(ImageNtHeader)
+
 /// An argument or result of the library's functions as a number, and back.
 template <class T>
 unsigned long long ToNumber(T value) {
@@ -50,6 +58,11 @@ public:
     std::vector<std::string> lookedUp;     ///< all names that the gateway looked up, those of other libraries, too
     std::vector<Call> calls;
     unsigned overlaps = 0; ///< calls that began while another ran
+
+    /// What the gateway registered for the loader's notifications and did not take back, called by no one else; and its
+    /// context.
+    void(NTAPI* notify)(ULONG reason, const void* data, void* context) = nullptr;
+    void* context = nullptr;
 
     unsigned Count(const std::string& name) const;
 

@@ -7,6 +7,8 @@
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
 
+#include <winternl.h>
+
 #include <gmock/gmock.h>
 #include <host/zelkhost.h>
 #include <zelk_core/os/lifecycle.h>
@@ -195,24 +197,8 @@ void ExpectForwarded(StandIn& library, const char* name, Result (WinDbgHelp::*fo
 
 TEST_F(StandInTest, ForwardsEveryArgument) {
     Start();
-#define EXPECT_FORWARDED(name) ExpectForwarded(m_library, #name, &WinDbgHelp::name)
-    EXPECT_FORWARDED(SymInitialize);
-    EXPECT_FORWARDED(SymCleanup);
-    EXPECT_FORWARDED(SymRefreshModuleList);
-    EXPECT_FORWARDED(SymGetOptions);
-    EXPECT_FORWARDED(SymSetOptions);
-    EXPECT_FORWARDED(SymGetModuleInfo64);
-    EXPECT_FORWARDED(StackWalk64);
-    EXPECT_FORWARDED(SymFunctionTableAccess64);
-    EXPECT_FORWARDED(EnumerateLoadedModules64);
-    EXPECT_FORWARDED(SymSetSearchPath);
-    EXPECT_FORWARDED(SymGetSymFromAddr64);
-    EXPECT_FORWARDED(SymGetLineFromAddr64);
-    EXPECT_FORWARDED(SymLoadModule64);
-    EXPECT_FORWARDED(SymUnloadModule64);
-    EXPECT_FORWARDED(SymFindFileInPath);
-    EXPECT_FORWARDED(MiniDumpWriteDump);
-    EXPECT_FORWARDED(ImageNtHeader);
+#define EXPECT_FORWARDED(name) ExpectForwarded(m_library, #name, &WinDbgHelp::name);
+    ZELK_FOR_EACH_STAND_IN(EXPECT_FORWARDED)
     m_library.calls.clear();
     const auto direct = reinterpret_cast<WinDbgHelp::FunctionTableAccessCallback>(
         WinDbgHelp::Instance().GetAddressOfSymFunctionTableAccess64());
@@ -278,36 +264,61 @@ TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
         end.Arm();
         return TRUE;
     };
-    enum Stage {
-        NOTHING,
-        PARTNER_RUNS,
-        READY,
-        DOWN
-    };
-    std::atomic<Stage> stage = NOTHING;
-    const auto waitFor = [&](Stage awaited) {
-        while (stage < awaited) {
+    std::atomic<bool> ready = false;
+    std::atomic<bool> down = false;
+    const auto await = [](auto condition) {
+        while (!condition()) {
             Sleep(1);
         }
     };
+    // The partner runs before the object is made: a thread that ends does so under the lock that starting one takes.
+    std::atomic<bool> partnerRuns = false;
     RunPair(
         [&] {
-            // A thread that ends does so under the lock that starting another takes.
-            waitFor(PARTNER_RUNS);
-            while (!WinDbgHelp::Instance().IsReady()) {
-                Sleep(1);
-            }
-            stage = READY;
+            await([&] { return partnerRuns.load(); });
+            await([] { return WinDbgHelp::Instance().IsReady(); });
+            ready = true;
             WinDbgHelp::SingletonShutdown();
-            stage = DOWN;
+            down = true;
         },
         [&] {
-            stage = PARTNER_RUNS;
-            waitFor(READY);
+            partnerRuns = true;
+            await([&] { return ready.load(); });
             Sleep(50);
-            EXPECT_EQ(stage, READY);
+            EXPECT_FALSE(down);
             gate.Open();
         });
+}
+
+TEST_F(StandInTest, NotificationsAreCutToTheirRoomAndEndWithTheObject) {
+    static std::wstring told;
+    const auto observe = [](const WinDbgHelp::DllNotificationData& data, void*) {
+        told += std::to_wstring(std::wcslen(data.baseName)) + L" " + std::to_wstring(std::wcslen(data.fullName)) +
+                (data.unloaded ? L" unloaded " : L" loaded ");
+    };
+    EXPECT_EQ(Start().RegisterDllNotificationCallback(observe, nullptr), ERR_OK);
+    std::wstring name(2000, L'n');
+    const auto tell = [&](ULONG reason, unsigned baseLength, unsigned fullLength) {
+        const auto cut = [&](unsigned length) {
+            return UNICODE_STRING{static_cast<USHORT>(2 * length), static_cast<USHORT>(2 * length), name.data()};
+        };
+        const UNICODE_STRING base = cut(baseLength);
+        const UNICODE_STRING full = cut(fullLength);
+        const struct {
+            ULONG flags;
+            const UNICODE_STRING* fullName;
+            const UNICODE_STRING* baseName;
+            void* address;
+            ULONG size;
+        } data{0, &full, &base, nullptr, 0};
+        m_library.notify(reason, &data, m_library.context);
+    };
+    tell(1, 259, 1023);
+    tell(2, 260, 1024);
+    tell(2, 0, 2000);
+    EXPECT_EQ(told, L"259 1023 loaded 259 1023 unloaded 0 1023 unloaded ");
+    WinDbgHelp::SingletonShutdown();
+    EXPECT_EQ(m_library.notify, nullptr);
 }
 
 /// The list of modules, which the stand-in tells it: 16 bytes at each base.
