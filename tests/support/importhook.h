@@ -22,6 +22,8 @@ public:
             Store(replacement);
         }
     }
+    template <class Function>
+    ImportHook(const char* name, Function* replacement) : ImportHook(name, reinterpret_cast<void*>(replacement)) {}
     ~ImportHook() {
         if (m_slot != nullptr) {
             Store(m_original);

@@ -1,4 +1,5 @@
-// Runs twice: without any debug-help library, and with one that has none of the functions.
+// Runs twice: without any debug-help library, and with one beside the program that has none of the functions. Hunted
+// are calls that crash or wait for ever then, and a strict search that takes the library beside the program.
 #include <tests/support/testhost.h>
 
 #include <windows.h>
@@ -30,6 +31,20 @@ TEST(MissingLibraryTest, EveryCallFailsAndNoneBlocks) {
         const bool loads = GetModuleHandleA("dbghelp.dll") != nullptr || LoadLibraryA("dbghelp.dll") != nullptr;
         EXPECT_EQ(log.Lines().size(), loads ? 0u : 1u) << "the module wrapper's";
     }
+    ShutdownOS();
+}
+
+TEST(MissingLibraryTest, StrictSearchPassesOverALibraryBesideTheProgram) {
+    char path[MAX_PATH];
+    GetModuleFileNameA(nullptr, path, MAX_PATH);
+    const std::string folder = std::string(path).substr(0, std::string(path).rfind('\\') + 1);
+    const bool isBeside = GetFileAttributesA((folder + "dbghelp.dll").c_str()) != INVALID_FILE_ATTRIBUTES;
+    InitializeOS();
+    const ZelkTest::LogCapture log;
+    WinDbgHelp::SetSystemLibraryOnly(true);
+    EXPECT_EQ(WinDbgHelp::Instance().IsLoaded(), isBeside) << "else the test lets the system find none at all";
+    WinDbgHelp::SetSystemLibraryOnly(false);
+    WinDbgHelp::SingletonShutdown();
     ShutdownOS();
 }
 

@@ -1,44 +1,76 @@
-// What the stand-in for the debug-help library does, and what it saw.
+// Functions that stand in for those of the debug-help library: they note what they are asked and answer as told.
 #pragma once
 
 #include <windows.h>
 
 #include <functional>
+#include <map>
 #include <string>
+#include <tests/support/importhook.h>
+#include <type_traits>
 #include <vector>
 
-namespace StandIn {
+namespace ZelkTest {
 
-struct Call {
-    std::string name;
-    std::vector<unsigned long long> arguments;
-    DWORD thread;
-};
+/// The functions that the gateway looks up.
+#define ZELK_FOR_EACH_STAND_IN(DO)                                                                                     \
+    DO(SymInitialize)                                                                                                  \
+    DO(SymCleanup) DO(SymRefreshModuleList) DO(SymGetOptions) DO(SymSetOptions) DO(SymGetModuleInfo64) DO(StackWalk64) \
+        DO(SymFunctionTableAccess64) DO(EnumerateLoadedModules64) DO(SymSetSearchPath) DO(SymGetSymFromAddr64)         \
+            DO(SymGetLineFromAddr64) DO(SymLoadModule64) DO(SymUnloadModule64) DO(SymFindFileInPath)                   \
+                DO(MiniDumpWriteDump) DO(ImageNtHeader)
 
-/// Reached through the stand-in's export `Script`.
-struct Script {
-    int initializeFailures = 0; ///< how many calls of SymInitialize fail, from the next on
-    DWORD error = 0;            ///< the last error of every failure
-    bool refreshFails = false;
-    int enumerateFailures = 0;
-    DWORD options = 0;                       ///< the current ones
-    HANDLE hold = nullptr;                   ///< SymInitialize waits for this event first
-    HANDLE holdEnd = nullptr;                ///< its thread waits for this event when it ends
-    std::vector<unsigned long long> modules; ///< the bases that EnumerateLoadedModules64 tells of, 16 bytes each
-    std::function<void()> meanwhile;         ///< called by it before each of them
-    std::string searchPath;                  ///< of the last SymInitialize
-    unsigned overlaps = 0;                   ///< calls that began while another ran
-    std::vector<Call> calls;
-
-    unsigned Count(const std::string& name) const {
-        unsigned count = 0;
-        for (const Call& call : calls) {
-            count += call.name == name ? 1u : 0u;
-        }
-        return count;
+/// An argument or result of the library's functions as a number, and back.
+template <class T>
+unsigned long long ToNumber(T value) {
+    if constexpr (std::is_pointer_v<T>) {
+        return reinterpret_cast<ULONG_PTR>(value);
+    } else {
+        return static_cast<unsigned long long>(value);
     }
+}
+template <class T>
+T FromNumber(unsigned long long number) {
+    if constexpr (std::is_pointer_v<T>) {
+        return reinterpret_cast<T>(static_cast<ULONG_PTR>(number));
+    } else {
+        return static_cast<T>(number);
+    }
+}
+
+/// While it lives, the gateway finds these functions when it looks up the library's. One at a time.
+class StandIn {
+public:
+    struct Call {
+        std::string name;
+        std::vector<unsigned long long> arguments;
+        DWORD thread;
+    };
+    using Answer = std::function<unsigned long long(const Call&)>;
+
+    static constexpr unsigned long long USUAL_ANSWER =
+        0x200000002; ///< of functions that were told none; true as a BOOL
+
+    StandIn();
+    ~StandIn();
+
+    std::map<std::string, Answer> answers; ///< by the function's name
+    std::vector<std::string> lookedUp;     ///< all names that the gateway looked up, those of other libraries, too
+    std::vector<Call> calls;
+    unsigned overlaps = 0; ///< calls that began while another ran
+
+    /// What the gateway registered for the loader's notifications and did not take back, called by no one else; and its
+    /// context.
+    void(NTAPI* notify)(ULONG reason, const void* data, void* context) = nullptr;
+    void* context = nullptr;
+
+    unsigned Count(const std::string& name) const;
+
+    /// The first `failures` calls give false and the last error `error`, all others true.
+    static Answer Fails(int failures, DWORD error);
+
+private:
+    ImportHook m_lookUp;
 };
 
-using GetScript = Script*(__cdecl*)();
-
-} // namespace StandIn
+} // namespace ZelkTest

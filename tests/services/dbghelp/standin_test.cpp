@@ -1,12 +1,16 @@
-// The gateway over a stand-in of the debug-help library that does as it is told; it lies beside this program.
+// The gateway and the list of modules over functions that do as they are told. Hunted are: arguments and results that
+// are lost on the way, a wrong order of start-up or shut-down, retries too many or too few, calls that overlap, waits
+// that never end, and modules that are lost or kept while the list is read.
 #include "standin.h"
 
 #include <tests/os/crowd.h>
 #include <tests/support/testhost.h>
+#include <tests/support/winsystem.h>
+
+#include <winternl.h>
 
 #include <gmock/gmock.h>
 #include <host/zelkhost.h>
-#include <optional>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
@@ -16,87 +20,80 @@ namespace {
 
 using namespace Z4;
 using namespace ZelkTest;
-using StandIn::Script;
+using testing::ElementsAre;
 
 constexpr DWORD LENGTH_MISMATCH = 0xC0000004;
-constexpr char LOG_FILE[] = "services/dbghelp/private/windbghelp_ms_pc";
 
 class StandInTest : public testing::Test {
 protected:
-    StandInTest() : m_library(LoadLibraryA("dbghelp.dll")) {
-        const auto getScript =
-            reinterpret_cast<StandIn::GetScript>(reinterpret_cast<void (*)()>(GetProcAddress(m_library, "Script")));
-        if (getScript == nullptr) {
-            std::fputs("The stand-in is not the library that the system finds.\n", stderr);
-            std::abort();
-        }
-        m_script = getScript();
-        *m_script = Script();
-        InitializeOS();
-    }
+    StandInTest() { InitializeOS(); }
     ~StandInTest() override {
         WinDbgHelp::SingletonShutdown();
         ShutdownOS();
-        FreeLibrary(m_library);
     }
 
-    Script& GetScript() const { return *m_script; }
-
     /// Makes the object and waits for its loader thread.
-    WinDbgHelp& Start() {
+    static WinDbgHelp& Start() {
         WinDbgHelp& debugHelp = WinDbgHelp::Instance();
         debugHelp.IsLoaded();
         return debugHelp;
     }
 
-private:
-    HMODULE m_library;
-    Script* m_script;
+    StandIn m_library;
 };
 
-std::vector<unsigned long> LinesAt(const LogCapture& log, unsigned long line, unsigned level) {
-    std::vector<unsigned long> found;
-    for (const LogLine& entry : log.Lines()) {
-        if (entry.line == line && entry.level == level && entry.file == LOG_FILE) {
-            found.push_back(entry.line);
-        }
+/// What the gateway logged: level, line and text.
+std::vector<std::string> Logged(const LogCapture& log) {
+    std::vector<std::string> lines;
+    for (const LogLine& line : log.Lines()) {
+        EXPECT_EQ(line.file, "services/dbghelp/private/windbghelp_ms_pc");
+        lines.push_back(std::to_string(line.level) + " " + std::to_string(line.line) + " " + line.text);
     }
-    return found;
+    return lines;
 }
 
 TEST_F(StandInTest, StartsTheHandlerOnItsOwnThread) {
     for (const DWORD before : {0ul, 0xFFFFFFFFul, 2ul | 4ul | 0x100ul}) {
-        Script& script = GetScript();
-        script.calls.clear();
-        script.options = before;
+        m_library.calls.clear();
+        std::string searchPath;
+        m_library.answers["SymGetOptions"] = [=](const auto&) { return before; };
+        m_library.answers["SymInitialize"] = [&](const StandIn::Call& call) {
+            searchPath = FromNumber<const char*>(call.arguments[1]);
+            return TRUE;
+        };
         WinDbgHelp::SetLoadSymbols(before != 0);
         WinDbgHelp& debugHelp = Start();
         EXPECT_TRUE(debugHelp.IsLoaded());
-        EXPECT_EQ(script.options, (before & ~6ul) | 16ul);
-        ASSERT_EQ(script.calls.size(), 3u);
-        EXPECT_EQ(script.calls[2].name, "SymInitialize");
-        EXPECT_EQ(script.calls[2].arguments,
-                  (std::vector<unsigned long long>{reinterpret_cast<ULONG_PTR>(GetCurrentProcess()), before != 0}));
-        EXPECT_NE(script.calls[2].thread, GetCurrentThreadId());
-        EXPECT_EQ(script.searchPath, debugHelp.GetSymbolPath());
+        EXPECT_EQ(searchPath, debugHelp.GetSymbolPath());
         WinDbgHelp::SingletonShutdown();
-        EXPECT_EQ(script.calls.back().name, "SymCleanup");
+        ASSERT_EQ(m_library.calls.size(), 4u);
+        EXPECT_EQ(m_library.calls[1].name, "SymSetOptions");
+        EXPECT_THAT(m_library.calls[1].arguments, ElementsAre((before & ~6ul) | 16ul));
+        EXPECT_EQ(m_library.calls[2].name, "SymInitialize");
+        EXPECT_THAT(m_library.calls[2].arguments,
+                    ElementsAre(ToNumber(GetCurrentProcess()), testing::_, before != 0 ? 1u : 0u));
+        EXPECT_NE(m_library.calls[2].thread, GetCurrentThreadId());
+        EXPECT_EQ(m_library.calls[3].name, "SymCleanup");
     }
     WinDbgHelp::SetLoadSymbols(true);
 }
 
-TEST_F(StandInTest, StrictSearchPassesOverALibraryBesideTheProgram) {
-    WinDbgHelp::SetSystemLibraryOnly(true);
+TEST_F(StandInTest, OrderOfResolution) {
     Start();
-    WinDbgHelp::SetSystemLibraryOnly(false);
-    EXPECT_TRUE(GetScript().calls.empty());
+    EXPECT_THAT(m_library.lookedUp,
+                ElementsAre("SymInitialize", "SymRefreshModuleList", "SymGetOptions", "SymSetOptions", "SymCleanup",
+                            "SymGetModuleInfo64", "StackWalk64", "SymFunctionTableAccess64", "EnumerateLoadedModules64",
+                            "SymSetSearchPath", "SymGetSymFromAddr64", "SymGetLineFromAddr64", "SymLoadModule64",
+                            "SymUnloadModule64", "SymFindFileInPath", "MiniDumpWriteDump", "ImageNtHeader",
+                            "LdrRegisterDllNotification"));
 }
 
-TEST_F(StandInTest, SearchPath) {
+TEST_F(StandInTest, PathOfSymbols) {
     char current[MAX_PATH];
     GetCurrentDirectoryA(MAX_PATH, current);
     const std::string here = current;
-    const std::string longPart(4000, 'p');
+    const std::string rest(4095 - here.size() - 1, 'p');
+    const std::string tooLong = rest + "p";
     const struct {
         const char* path;
         const char* alternate;
@@ -105,7 +102,8 @@ TEST_F(StandInTest, SearchPath) {
         {nullptr, nullptr, here},
         {"x:\\one", nullptr, here + ";x:\\one"},
         {"x:\\one", "y:\\two;z:", here + ";x:\\one;y:\\two;z:"},
-        {longPart.c_str(), longPart.c_str(), here + ";" + longPart},
+        {rest.c_str(), "y:\\two", here + ";" + rest},
+        {tooLong.c_str(), "y:\\two", here + ";y:\\two"},
     };
     for (const auto& row : rows) {
         SetEnvironmentVariableA("_NT_SYMBOL_PATH", row.path);
@@ -118,133 +116,94 @@ TEST_F(StandInTest, SearchPath) {
 }
 
 TEST_F(StandInTest, FailuresOfTheSymbolHandler) {
+    const std::string retry = "1 419 [Z4::W32DebugSymbolDataBase] EAL_LOG_INFO: SymInitialize failed with error "
+                              "STATUS_INFO_LENGTH_MISMATCH(0xC0000004). Retrying...\n";
+    const std::string noTable = "4 412 [Z4::WinDbgHelp] EAL_LOG_ERROR: Could not load the symbols table. "
+                                "SymRefreshModuleList returns:0xc0000004.\n";
     const struct {
         int failures;
         DWORD error;
-        bool refreshFails;
+        int refreshFailures;
         unsigned calls;
         unsigned refreshes;
-        std::size_t retryLines;
-        std::size_t refreshLines;
+        std::vector<std::string> logged;
         bool loaded;
     } rows[] = {
-        {3, LENGTH_MISMATCH, false, 4, 0, 3, 0, true},          {9, LENGTH_MISMATCH, false, 4, 0, 4, 0, false},
-        {9, ERROR_INVALID_PARAMETER, false, 1, 1, 0, 0, false}, {9, ERROR_INVALID_PARAMETER, true, 1, 1, 0, 1, false},
-        {9, ERROR_ACCESS_DENIED, false, 1, 0, 0, 0, false},
+        {3, LENGTH_MISMATCH, 0, 4, 0, {3, retry}, true},  {9, LENGTH_MISMATCH, 0, 4, 0, {4, retry}, false},
+        {9, ERROR_INVALID_PARAMETER, 0, 1, 1, {}, false}, {9, ERROR_INVALID_PARAMETER, 9, 1, 1, {noTable}, false},
+        {9, ERROR_ACCESS_DENIED, 0, 1, 0, {}, false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.failures << " times " << row.error);
         const LogCapture log;
-        Script& script = GetScript();
-        script = Script();
-        script.initializeFailures = row.failures;
-        script.error = row.error;
-        script.refreshFails = row.refreshFails;
-        WinDbgHelp& debugHelp = Start();
-        EXPECT_EQ(script.Count("SymInitialize"), row.calls);
-        EXPECT_EQ(script.Count("SymRefreshModuleList"), row.refreshes);
-        EXPECT_EQ(LinesAt(log, 419, EAL_LOG_INFO).size(), row.retryLines);
-        EXPECT_EQ(LinesAt(log, 412, EAL_LOG_ERROR).size(), row.refreshLines);
-        EXPECT_EQ(debugHelp.IsLoaded(), row.loaded);
-        for (const LogLine& line : log.Lines()) {
-            EXPECT_STREQ(line.text.c_str(),
-                         line.line == 412
-                             ? "[Z4::WinDbgHelp] EAL_LOG_ERROR: Could not load the symbols table. "
-                               "SymRefreshModuleList returns:0x1234.\n"
-                             : "[Z4::W32DebugSymbolDataBase] EAL_LOG_INFO: SymInitialize failed with error "
-                               "STATUS_INFO_LENGTH_MISMATCH(0xC0000004). Retrying...\n");
-        }
+        m_library.calls.clear();
+        m_library.answers["SymInitialize"] = StandIn::Fails(row.failures, row.error);
+        // With the one error that is worth another attempt elsewhere.
+        m_library.answers["SymRefreshModuleList"] = StandIn::Fails(row.refreshFailures, LENGTH_MISMATCH);
+        EXPECT_EQ(Start().IsLoaded(), row.loaded);
+        EXPECT_EQ(m_library.Count("SymInitialize"), row.calls);
+        EXPECT_EQ(m_library.Count("SymRefreshModuleList"), row.refreshes);
+        EXPECT_EQ(Logged(log), row.logged);
+        EXPECT_EQ(m_library.lookedUp.back(), "LdrRegisterDllNotification");
         WinDbgHelp::SingletonShutdown();
-        EXPECT_EQ(script.Count("SymCleanup"), row.loaded ? 1u : 0u);
+        EXPECT_EQ(m_library.Count("SymCleanup"), row.loaded ? 1u : 0u);
     }
 }
 
 TEST_F(StandInTest, EnumerationIsRepeatedWhenTheListChanges) {
     WinDbgHelp& debugHelp = Start();
-    Script& script = GetScript();
+    const std::string retry = "1 614 [Z4::WinDbgHelp] EAL_LOG_INFO: EnumerateLoadedModules64 failed with error "
+                              "STATUS_INFO_LENGTH_MISMATCH(0xC0000004). Retrying...\n";
     const struct {
         int failures;
         DWORD error;
         unsigned calls;
-        std::size_t lines;
+        unsigned lines;
         bool result;
     } rows[] = {
-        {0, 0, 1, 0, true},
         {3, LENGTH_MISMATCH, 4, 3, true},
         {9, LENGTH_MISMATCH, 4, 4, false},
         {9, ERROR_INVALID_PARAMETER, 1, 0, false},
     };
     for (const auto& row : rows) {
         const LogCapture log;
-        script.calls.clear();
-        script.enumerateFailures = row.failures;
-        script.error = row.error;
+        m_library.calls.clear();
+        m_library.answers["EnumerateLoadedModules64"] = StandIn::Fails(row.failures, row.error);
         EXPECT_EQ(debugHelp.EnumerateLoadedModules64(GetCurrentProcess(), nullptr, nullptr), row.result);
-        EXPECT_EQ(script.Count("EnumerateLoadedModules64"), row.calls);
-        EXPECT_EQ(LinesAt(log, 614, EAL_LOG_INFO).size(), row.lines);
+        EXPECT_EQ(m_library.calls.size(), row.calls);
+        EXPECT_EQ(Logged(log), std::vector<std::string>(row.lines, retry));
+    }
+}
+
+/// Calls `forward` with the numbers 1, 2, ... as its arguments, in both halves of those of 64 bits, and with true.
+template <class Result, class... Arguments>
+void ExpectForwarded(StandIn& library, const char* name, Result (WinDbgHelp::*forward)(Arguments...)) {
+    for (const unsigned long long answer : {0ull, StandIn::USUAL_ANSWER}) {
+        library.answers[name] = [=](const auto&) { return answer; };
+        library.calls.clear();
+        [[maybe_unused]] auto next = [number = 0ull]() mutable { return number += 0x100000001; };
+        const std::tuple arguments{FromNumber<Arguments>(next())...};
+        const Result result =
+            std::apply([=](auto... each) { return (WinDbgHelp::Instance().*forward)(each...); }, arguments);
+        EXPECT_EQ(result, FromNumber<Result>(answer)) << name;
+        ASSERT_EQ(library.calls.size(), 1u) << name;
+        EXPECT_EQ(library.calls[0].name, name);
+        EXPECT_EQ(
+            library.calls[0].arguments,
+            std::apply([](auto... each) { return std::vector<unsigned long long>{ToNumber(each)...}; }, arguments))
+            << name;
     }
 }
 
 TEST_F(StandInTest, ForwardsEveryArgument) {
-    WinDbgHelp& debugHelp = Start();
-    Script& script = GetScript();
-    script.calls.clear();
-    const auto pointer = [](unsigned number) { return reinterpret_cast<void*>(static_cast<ULONG_PTR>(number)); };
-    const auto as = [&]<class T>(T*, unsigned number) { return static_cast<T*>(pointer(number)); };
-    const unsigned long long address = 0x1122334455667788ull;
-    EXPECT_TRUE(debugHelp.SymInitialize(pointer(1), "path", true));
-    EXPECT_TRUE(debugHelp.SymCleanup(pointer(1)));
-    EXPECT_TRUE(debugHelp.SymRefreshModuleList(pointer(1)));
-    EXPECT_EQ(debugHelp.SymSetOptions(77), 77u);
-    EXPECT_EQ(debugHelp.SymGetOptions(), 77u);
-    EXPECT_TRUE(debugHelp.SymGetModuleInfo64(pointer(1), address, as(static_cast<_IMAGEHLP_MODULE64*>(nullptr), 2)));
-    EXPECT_TRUE(debugHelp.StackWalk64(1, pointer(2), pointer(3), as(static_cast<_tagSTACKFRAME64*>(nullptr), 4),
-                                      pointer(5), reinterpret_cast<WinDbgHelp::ReadMemoryCallback>(6),
-                                      reinterpret_cast<WinDbgHelp::FunctionTableAccessCallback>(7),
-                                      reinterpret_cast<WinDbgHelp::GetModuleBaseCallback>(8),
-                                      reinterpret_cast<WinDbgHelp::TranslateAddressCallback>(9)));
-    EXPECT_EQ(debugHelp.SymFunctionTableAccess64(pointer(1), address), &script);
-    EXPECT_TRUE(debugHelp.EnumerateLoadedModules64(
-        pointer(1), reinterpret_cast<WinDbgHelp::EnumerateModulesCallback>(2), pointer(3)));
-    EXPECT_TRUE(debugHelp.SymSetSearchPath(pointer(1), static_cast<const char*>(pointer(2))));
-    EXPECT_TRUE(debugHelp.SymGetSymFromAddr64(pointer(1), address, static_cast<unsigned long long*>(pointer(2)),
-                                              as(static_cast<_IMAGEHLP_SYMBOL64*>(nullptr), 3)));
-    EXPECT_TRUE(debugHelp.SymGetLineFromAddr64(pointer(1), address, static_cast<unsigned long*>(pointer(2)),
-                                               as(static_cast<_IMAGEHLP_LINE64*>(nullptr), 3)));
-    EXPECT_EQ(debugHelp.SymLoadModule64(pointer(1), pointer(2), static_cast<const char*>(pointer(3)),
-                                        static_cast<const char*>(pointer(4)), address, 5),
-              0x123456789ull);
-    EXPECT_TRUE(debugHelp.SymUnloadModule64(pointer(1), address));
-    EXPECT_TRUE(debugHelp.SymFindFileInPath(
-        pointer(1), static_cast<const char*>(pointer(2)), static_cast<const char*>(pointer(3)), pointer(4), 5, 6, 7,
-        static_cast<char*>(pointer(8)), reinterpret_cast<WinDbgHelp::FindFileCallback>(9), pointer(10)));
-    EXPECT_TRUE(debugHelp.MiniDumpWriteDump(pointer(1), 2, pointer(3), 4,
-                                            as(static_cast<_MINIDUMP_EXCEPTION_INFORMATION*>(nullptr), 5),
-                                            as(static_cast<_MINIDUMP_USER_STREAM_INFORMATION*>(nullptr), 6),
-                                            as(static_cast<_MINIDUMP_CALLBACK_INFORMATION*>(nullptr), 7)));
-    EXPECT_EQ(static_cast<void*>(debugHelp.ImageNtHeader(pointer(1))), pointer(1));
-
-    const std::vector<std::vector<unsigned long long>> expected = {{1, 1},
-                                                                   {1},
-                                                                   {1},
-                                                                   {77},
-                                                                   {},
-                                                                   {1, address, 2},
-                                                                   {1, 2, 3, 4, 5, 6, 7, 8, 9},
-                                                                   {1, address},
-                                                                   {1, 2, 3},
-                                                                   {1, 2},
-                                                                   {1, address, 2, 3},
-                                                                   {1, address, 2, 3},
-                                                                   {1, 2, 3, 4, address, 5},
-                                                                   {1, address},
-                                                                   {1, 2, 3, 4, 5, 6, 7, 8, 9, 10},
-                                                                   {1, 2, 3, 4, 5, 6, 7},
-                                                                   {1}};
-    ASSERT_EQ(script.calls.size(), expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        EXPECT_EQ(script.calls[i].arguments, expected[i]) << script.calls[i].name;
-    }
+    Start();
+#define EXPECT_FORWARDED(name) ExpectForwarded(m_library, #name, &WinDbgHelp::name);
+    ZELK_FOR_EACH_STAND_IN(EXPECT_FORWARDED)
+    m_library.calls.clear();
+    const auto direct = reinterpret_cast<WinDbgHelp::FunctionTableAccessCallback>(
+        WinDbgHelp::Instance().GetAddressOfSymFunctionTableAccess64());
+    direct(nullptr, 5);
+    EXPECT_EQ(m_library.Count("SymFunctionTableAccess64"), 1u);
 }
 
 TEST_F(StandInTest, NoTwoCallsAtOnce) {
@@ -254,77 +213,133 @@ TEST_F(StandInTest, NoTwoCallsAtOnce) {
             debugHelp.SymGetOptions();
         }
     });
-    EXPECT_EQ(GetScript().overlaps, 0u);
-    EXPECT_EQ(GetScript().Count("SymGetOptions"), 8001u);
+    EXPECT_EQ(m_library.overlaps, 0u);
+    EXPECT_EQ(m_library.Count("SymGetOptions"), 8001u);
 }
 
 TEST_F(StandInTest, StartUpDoesNotWaitButTheFirstCallDoes) {
-    Script& script = GetScript();
-    script.hold = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    Gate gate;
+    m_library.answers["SymInitialize"] = [&](const auto&) {
+        gate.Wait();
+        return TRUE;
+    };
     InitializeDbgHelpService(false);
     EXPECT_FALSE(WinDbgHelp::Instance().IsReady());
-    EXPECT_STRNE(WinDbgHelp::Instance().GetSymbolPath(), "");
-    RunPair([&] { EXPECT_EQ(WinDbgHelp::Instance().SymSetOptions(5), 5u); },
+    RunPair([&] { EXPECT_EQ(WinDbgHelp::Instance().SymSetOptions(5), 2u); },
             [&] {
                 Sleep(50);
-                EXPECT_EQ(script.Count("SymSetOptions"), 1u) << "the loader's own; ours waits";
-                SetEvent(script.hold);
+                EXPECT_EQ(m_library.Count("SymSetOptions"), 1u) << "the loader's own; ours waits";
+                gate.Open();
             });
     EXPECT_TRUE(WinDbgHelp::Instance().IsReady());
     EXPECT_FALSE(WinDbgHelp::GetLoadSymbols());
     ShutdownDbgHelpService();
-    CloseHandle(script.hold);
     WinDbgHelp::SetLoadSymbols(true);
 }
 
-TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
-    Script& script = GetScript();
-    script.holdEnd = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    enum Stage {
-        NOTHING,
-        PARTNER_RUNS,
-        READY,
-        DOWN
+TEST_F(StandInTest, AHostThatAsksForSymbolsWhileTheLoaderLogsIsAnswered) {
+    m_library.answers["SymInitialize"] = StandIn::Fails(1, LENGTH_MISMATCH);
+    eal_log_dll_interface log = LogTable();
+    log.vprint = [](int, unsigned, const char*, unsigned long, const char*, va_list) {
+        WinDbgHelp::Instance().SymGetOptions();
     };
-    std::atomic<Stage> stage = NOTHING;
-    const auto waitFor = [&](Stage awaited) {
-        while (stage < awaited) {
+    SetEalInterface(log);
+    const WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    for (unsigned i = 0; !debugHelp.IsReady(); ++i) {
+        Sleep(1);
+        if (i == 10'000) {
+            std::puts("The loader thread waits for itself.");
+            std::fflush(stdout);
+            TerminateProcess(GetCurrentProcess(), 1);
+        }
+    }
+    ReinstallHost();
+    EXPECT_EQ(m_library.Count("SymGetOptions"), 2u);
+}
+
+TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
+    Gate gate;
+    AtThreadExit end([&] { gate.Wait(); });
+    m_library.answers["SymInitialize"] = [&](const auto&) {
+        end.Arm();
+        return TRUE;
+    };
+    std::atomic<bool> ready = false;
+    std::atomic<bool> down = false;
+    const auto await = [](auto condition) {
+        while (!condition()) {
             Sleep(1);
         }
     };
+    // The partner runs before the object is made: a thread that ends does so under the lock that starting one takes.
+    std::atomic<bool> partnerRuns = false;
     RunPair(
         [&] {
-            // A thread that ends does so under the lock that starting another takes.
-            waitFor(PARTNER_RUNS);
-            while (!WinDbgHelp::Instance().IsReady()) {
-                Sleep(1);
-            }
-            stage = READY;
+            await([&] { return partnerRuns.load(); });
+            await([] { return WinDbgHelp::Instance().IsReady(); });
+            ready = true;
             WinDbgHelp::SingletonShutdown();
-            stage = DOWN;
+            down = true;
         },
         [&] {
-            stage = PARTNER_RUNS;
-            waitFor(READY);
+            partnerRuns = true;
+            await([&] { return ready.load(); });
             Sleep(50);
-            EXPECT_EQ(stage, READY);
-            SetEvent(script.holdEnd);
+            EXPECT_FALSE(down);
+            gate.Open();
         });
-    CloseHandle(script.holdEnd);
 }
 
-/// The list of modules, which the stand-in tells it.
+TEST_F(StandInTest, NotificationsAreCutToTheirRoomAndEndWithTheObject) {
+    static std::wstring told;
+    const auto observe = [](const WinDbgHelp::DllNotificationData& data, void*) {
+        told += std::to_wstring(std::wcslen(data.baseName)) + L" " + std::to_wstring(std::wcslen(data.fullName)) +
+                (data.unloaded ? L" unloaded " : L" loaded ");
+    };
+    EXPECT_EQ(Start().RegisterDllNotificationCallback(observe, nullptr), ERR_OK);
+    std::wstring name(2000, L'n');
+    const auto tell = [&](ULONG reason, unsigned baseLength, unsigned fullLength) {
+        const auto cut = [&](unsigned length) {
+            return UNICODE_STRING{static_cast<USHORT>(2 * length), static_cast<USHORT>(2 * length), name.data()};
+        };
+        const UNICODE_STRING base = cut(baseLength);
+        const UNICODE_STRING full = cut(fullLength);
+        const struct {
+            ULONG flags;
+            const UNICODE_STRING* fullName;
+            const UNICODE_STRING* baseName;
+            void* address;
+            ULONG size;
+        } data{0, &full, &base, nullptr, 0};
+        m_library.notify(reason, &data, m_library.context);
+    };
+    tell(1, 259, 1023);
+    tell(2, 260, 1024);
+    tell(2, 0, 2000);
+    EXPECT_EQ(told, L"259 1023 loaded 259 1023 unloaded 0 1023 unloaded ");
+    WinDbgHelp::SingletonShutdown();
+    EXPECT_EQ(m_library.notify, nullptr);
+}
+
+/// The list of modules, which the stand-in tells it: 16 bytes at each base.
 class ModulesTest : public StandInTest {
 protected:
     ModulesTest() {
         Start();
-        GetScript().modules = {0x10, 0x20, 0x30};
+        m_library.answers["EnumerateLoadedModules64"] = [this](const StandIn::Call& call) -> unsigned long long {
+            const auto tell = FromNumber<WinDbgHelp::EnumerateModulesCallback>(call.arguments[1]);
+            for (const unsigned base : m_bases) {
+                m_meanwhile();
+                tell("module", base, 16, FromNumber<void*>(call.arguments[2]));
+            }
+            return m_readable(call);
+        };
         EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
     }
     ~ModulesTest() override { ProgramModuleDB::SingletonShutdown(); }
 
     static void Tell(unsigned base, bool unloaded) {
-        ProgramModuleDB::UpdateModulesList({1, Address(base), 16, L"module", L"module", unloaded},
+        ProgramModuleDB::UpdateModulesList({1, FromNumber<void*>(base), 16, L"module", L"module", unloaded},
                                            &ProgramModuleDB::Instance());
     }
     /// The bases that are known, in hexadecimal digits.
@@ -332,18 +347,21 @@ protected:
         std::string bases;
         for (unsigned base = 0x10; base < 0x60; base += 0x10) {
             ProgramModuleDB::Module module;
-            bases += ProgramModuleDB::Instance().FindModule(Address(base), module) ? std::to_string(base / 16) : "";
+            bases += ProgramModuleDB::Instance().FindModule(FromNumber<void*>(base), module) ? std::to_string(base / 16)
+                                                                                             : "";
         }
         return bases;
     }
+    unsigned Readings() const { return m_library.Count("EnumerateLoadedModules64"); }
 
-private:
-    static void* Address(unsigned base) { return reinterpret_cast<void*>(static_cast<ULONG_PTR>(base)); }
+    std::vector<unsigned> m_bases{0x10, 0x20, 0x30};
+    std::function<void()> m_meanwhile = [] {};
+    StandIn::Answer m_readable = StandIn::Fails(0, 0);
 };
 
 TEST_F(ModulesTest, OneReadingSeesWhatComesAndGoes) {
-    GetScript().meanwhile = [&] {
-        if (GetScript().Count("EnumerateLoadedModules64") < 5) {
+    m_meanwhile = [&] {
+        if (Readings() < 5) {
             Tell(0x10, true);
             Tell(0x20, true);
             Tell(0x40, false);
@@ -353,12 +371,29 @@ TEST_F(ModulesTest, OneReadingSeesWhatComesAndGoes) {
         }
     };
     EXPECT_EQ(Known(), "234");
-    EXPECT_EQ(GetScript().Count("EnumerateLoadedModules64"), 1u);
+    EXPECT_EQ(Readings(), 1u);
+    m_meanwhile = [] {};
+    Tell(0x30, true);
+    EXPECT_EQ(Known(), "24");
+    EXPECT_EQ(Readings(), 1u) << "what one reading noted of the unloaded is not kept for the next";
+}
+
+TEST_F(ModulesTest, EdgesOfAModule) {
+    ProgramModuleDB::Module module;
+    const auto find = [&](unsigned address) {
+        return ProgramModuleDB::Instance().FindModule(FromNumber<void*>(address), module);
+    };
+    EXPECT_TRUE(find(0x3F));
+    EXPECT_EQ(module.baseAddress, FromNumber<void*>(0x30));
+    EXPECT_FALSE(find(0x40));
+    EXPECT_FALSE(find(0x0F));
+    EXPECT_TRUE(ProgramModuleDB::Instance().GetModule(2, module));
+    EXPECT_FALSE(ProgramModuleDB::Instance().GetModule(3, module));
 }
 
 TEST_F(ModulesTest, WhoAsksDuringAReadingGetsTheWholeList) {
     std::atomic<int> told = -1;
-    GetScript().meanwhile = [&] {
+    m_meanwhile = [&] {
         ++told;
         Sleep(20);
     };
@@ -372,7 +407,7 @@ TEST_F(ModulesTest, WhoAsksDuringAReadingGetsTheWholeList) {
 }
 
 TEST_F(ModulesTest, WhatWasRefusedIsReadAgain) {
-    GetScript().meanwhile = [] {
+    m_meanwhile = [] {
         Tell(0x30, true);
         Tell(0x40, false);
     };
@@ -387,63 +422,14 @@ TEST_F(ModulesTest, WhatWasRefusedIsReadAgain) {
     } while (ZelkHost::FailAllocations(0) != 0);
     EXPECT_GE(allocation, 6u) << "two lists and the one that went";
 
-    GetScript().calls.clear();
-    GetScript().error = ERROR_ACCESS_DENIED;
-    GetScript().enumerateFailures = 1;
+    m_library.calls.clear();
+    m_readable = StandIn::Fails(1, ERROR_ACCESS_DENIED);
     ProgramModuleDB::SingletonShutdown();
     EXPECT_EQ(Known(), "124");
-    EXPECT_EQ(GetScript().Count("EnumerateLoadedModules64"), 2u);
-    GetScript().modules = {0x20};
+    EXPECT_EQ(Readings(), 2u);
+    m_bases = {0x20};
     EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
     EXPECT_EQ(Known(), "24") << "nobody told of what had gone before";
-}
-
-std::vector<std::string>* g_resolved;
-
-FARPROC WINAPI RecordGetProcAddress(HMODULE module, LPCSTR name) {
-    g_resolved->push_back(name);
-    return GetProcAddress(module, name);
-}
-
-/// Puts `replacement` where the library's DLL has imported `name`.
-/// @return what was there; null when it imports no such function.
-void* ReplaceImport(const char* name, void* replacement) {
-    char* const base = reinterpret_cast<char*>(GetModuleHandleA(ZELK_DLL_FILE));
-    const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-    const IMAGE_DATA_DIRECTORY& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    for (auto* import = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + directory.VirtualAddress);
-         import->Name != 0; ++import) {
-        auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + import->OriginalFirstThunk);
-        auto* addresses = reinterpret_cast<IMAGE_THUNK_DATA*>(base + import->FirstThunk);
-        for (; names->u1.AddressOfData != 0; ++names, ++addresses) {
-            const char* const imported = base + names->u1.AddressOfData + 2;
-            if ((names->u1.Ordinal & IMAGE_ORDINAL_FLAG) == 0 && std::string(imported) == name) {
-                DWORD protection = 0;
-                VirtualProtect(addresses, sizeof *addresses, PAGE_READWRITE, &protection);
-                void* const before = reinterpret_cast<void*>(static_cast<ULONG_PTR>(addresses->u1.Function));
-                addresses->u1.Function = static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(replacement));
-                VirtualProtect(addresses, sizeof *addresses, protection, &protection);
-                return before;
-            }
-        }
-    }
-    return nullptr;
-}
-
-TEST_F(StandInTest, OrderOfResolution) {
-    std::vector<std::string> resolved;
-    g_resolved = &resolved;
-    void* const before = ReplaceImport("GetProcAddress", reinterpret_cast<void*>(RecordGetProcAddress));
-    ASSERT_NE(before, nullptr);
-    Start();
-    ReplaceImport("GetProcAddress", before);
-    EXPECT_THAT(resolved, testing::ElementsAre("SymInitialize", "SymRefreshModuleList", "SymGetOptions",
-                                               "SymSetOptions", "SymCleanup", "SymGetModuleInfo64", "StackWalk64",
-                                               "SymFunctionTableAccess64", "EnumerateLoadedModules64",
-                                               "SymSetSearchPath", "SymGetSymFromAddr64", "SymGetLineFromAddr64",
-                                               "SymLoadModule64", "SymUnloadModule64", "SymFindFileInPath",
-                                               "MiniDumpWriteDump", "ImageNtHeader", "LdrRegisterDllNotification"));
 }
 
 } // namespace

@@ -1,20 +1,28 @@
 /// @file
-/// Start-up and shut-down of the debug services; base/lifecycle.h tells how all pairs work.
+/// Start-up and shut-down of the debug services: the debug-help library, modules, symbols and stack sizes.
+/// base/lifecycle.h tells how all pairs work.
 ///
-/// The start-up waits for nothing: it may be called inside the system's loader, in `DllMain` for one, as far as the
-/// host's tables may. The last shut-down waits for the end of a thread and so must not be: there it would never return.
-/// It must also come before the process ends, while no other thread uses a debug service and the caller holds no lock
-/// that an observer of modules takes.
+/// The start-up waits for nothing. So it may be called even inside the system's loader, for example in `DllMain`,
+/// provided that the host's tables may be called there.
+///
+/// The last shut-down waits for the end of a thread that needs the loader. So it must not be called inside the loader:
+/// it would never return. Call it before the process ends, when no other thread uses a debug service any more, and
+/// without holding a lock that an observer of modules takes.
 #pragma once
 
 #include <zelk_core/base/api.h>
 
 namespace Z4 {
 
-/// @param loadSymbols whether the symbols of all modules are read, on the loader thread of WinDbgHelp.
+/// The first call starts the OS and EAL services, too, and makes WinDbgHelp, ProgramModuleDB, SymbolHandler and
+/// StackSizeMonitorDb. Nested calls only count; their argument is ignored.
+/// @param loadSymbols true to have the symbols of all modules read in the background. With false, SymbolHandler still
+/// tells the module of an address, but finds functions only in modules that are loaded by
+/// WinDbgHelp::SymLoadModule64().
 Z4_API void InitializeDbgHelpService(bool loadSymbols);
-/// With symbols.
+/// InitializeDbgHelpService(true).
 Z4_API void InitializeDbgHelpService();
+/// The last call takes down what the first InitializeDbgHelpService() started; see above for where it may be called.
 Z4_API void ShutdownDbgHelpService();
 
 } // namespace Z4

@@ -1,5 +1,5 @@
 /// @file
-/// What WinDbgHelp keeps its observers in; no use to anybody else.
+/// What WinDbgHelp keeps its observers in. It is public only because that class has one as a member.
 #pragma once
 
 #include <zelk_core/base/error.h>
@@ -8,13 +8,14 @@
 
 namespace Z4::Private {
 
-/// Up to `CAPACITY` pairs of a function and its context, which Notify() calls in the order in which they were added.
-/// Any thread may call anything. Nothing is locked while an observer runs: it may add and remove others and itself.
+/// Up to `CAPACITY` observers, each a pair of a function and its context, which Notify() calls in the order in which
+/// they were added. Any thread may call any function at any time. No lock is held while an observer runs, so it may add
+/// and remove observers, itself included.
 ///
-/// Threads are told apart by the system's id of the calling thread, which whoever calls hands in.
+/// Where a function takes `callingThread`, the caller hands in the system's id of its own thread.
 ///
-/// Two observers that run at once, on two threads, must not remove each other, as each would wait for the other's end.
-/// Where notifications come one after another this cannot happen.
+/// When two observers run at the same time on two threads, they must not remove each other, as each would wait for the
+/// other's end. Where notifications come one after another, as from the system's loader, this cannot happen.
 template <class Callback, unsigned long CAPACITY>
 class ObserverTable {
 public:
@@ -22,8 +23,8 @@ public:
     ObserverTable(const ObserverTable&) = delete;
     ObserverTable& operator=(const ObserverTable&) = delete;
 
-    /// Puts an observer behind the others. A notification that is under way calls it, too.
-    /// @return ERR_ALREADY_EXISTS for a pair that is there, ERR_OUT_OF_RESOURCES when the table is full.
+    /// Adds an observer behind the others. A notification that is under way calls it, too.
+    /// @return ERR_ALREADY_EXISTS when the pair is in the table, ERR_OUT_OF_RESOURCES when the table is full.
     Error Add(Callback callback, void* context) {
         const Guard guard(m_monitor);
         if (Find(callback, context) != m_count) {
@@ -36,10 +37,10 @@ public:
         return ERR_OK;
     }
 
-    /// Takes an observer out, so that no later call reaches it, and waits until no thread but the caller's is inside
-    /// it. The caller may be inside it: that call goes on after the return. So the caller must hold no lock that the
-    /// observer takes, and the observer must not wait for the caller.
-    /// @return ERR_NOT_FOUND when the pair is not there. Then nothing is waited for.
+    /// Takes an observer out, so that nobody calls it any more, and then waits until no other thread is inside it. The
+    /// caller must hold no lock that the observer takes, and the observer must not wait for the caller. The caller may
+    /// itself be inside the observer; that call goes on after the return.
+    /// @return ERR_NOT_FOUND, without any wait, when the pair is not in the table.
     Error Remove(Callback callback, void* context, unsigned long callingThread) {
         const Guard guard(m_monitor);
         const unsigned long index = Find(callback, context);
@@ -60,7 +61,8 @@ public:
         return ERR_OK;
     }
 
-    /// Calls each observer with `data` and its context.
+    /// Calls each observer as `callback(data, context)`, on this thread. Those that are removed before their turn are
+    /// not called. Several threads may notify at the same time.
     template <class Data>
     void Notify(const Data& data, unsigned long callingThread) {
         const Guard guard(m_monitor);
@@ -88,7 +90,7 @@ public:
         return m_count == 0;
     }
 
-    /// Whether the calling thread is inside an observer.
+    /// Whether the calling thread is inside a notification: in an observer, or between two.
     bool IsInside(unsigned long callingThread) {
         const Guard guard(m_monitor);
         const Cursor* cursor = m_cursors;

@@ -1,5 +1,5 @@
 /// @file
-/// How deep the stacks of threads have been seen.
+/// How much of their stacks the threads have used, as far as they measured it.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -14,36 +14,46 @@ template <class T>
 class Singleton;
 } // namespace Private
 
-/// Threads measure themselves, where they are deep: Sample() costs a lock and a search. Any thread may call anything,
-/// also inside the system's loader as far as the host's memory table allows; but for SingletonShutdown().
+/// Nothing is measured by itself: a thread calls Sample() where its stack is deep, at the cost of a lock, which all
+/// threads share, and a search among the threads seen so far. InitializeDbgHelpService() makes the object.
+///
+/// Every function may be called by any thread at any time, except SingletonShutdown(). This holds inside the system's
+/// loader, too, provided that the host's memory table may be called there.
 class StackSizeMonitorDb {
 public:
     struct Entry {
-        unsigned long threadId;
-        unsigned long largestUse; ///< bytes from the stack's beginning, the largest of all samples
-        unsigned long size;       ///< bytes reserved for the stack
+        unsigned long threadId;   ///< the system's
+        unsigned long largestUse; ///< in bytes, the largest of the thread's samples
+        unsigned long size;       ///< bytes reserved for the stack; 0 when the system did not tell
     };
 
+    /// Makes the object, if there is none.
     Z4_API static void SingletonInit();
-    /// Forgets all. No other thread may be in a call or make one meanwhile.
+    /// Destroys the object, if there is one, and with it all entries. No other thread may be in a call of this class or
+    /// make one meanwhile.
     Z4_API static void SingletonShutdown();
+    /// The object, made if there is none.
     Z4_API static StackSizeMonitorDb& Instance();
 
     StackSizeMonitorDb(const StackSizeMonitorDb&) = delete;
     StackSizeMonitorDb& operator=(const StackSizeMonitorDb&) = delete;
 
-    /// Notes how much of its stack the calling thread uses at this moment. A thread that is new is not noted when the
-    /// host refuses memory; what is known of the others stays, and the next sample tries again.
-    /// @return the bytes in use.
+    /// Measures how much of its stack the calling thread uses at this moment, and notes it in the thread's entry if it
+    /// is the largest so far. The first sample of a thread makes the entry. If the host refuses memory for it, nothing
+    /// is noted, the other entries stay, and the thread's next sample tries again.
+    /// @return the bytes from the stack's beginning to this call.
     Z4_API unsigned long Sample();
 
-    /// Threads that have been seen, also those that have ended since.
+    /// How many entries there are: one for each thread that sampled and was not forgotten, also when it has ended.
     Z4_API unsigned long GetCount();
-    /// @return false beyond the last.
+    /// Copies the entry of number `index`, from 0. Forget() changes the numbers.
+    /// @return false, with `entry` as it was, when `index` is GetCount() or more.
     [[nodiscard]] Z4_API bool GetEntry(unsigned long index, Entry& entry);
-    /// @return false for a thread that never sampled.
+    /// Copies the entry of a thread.
+    /// @return false, with `entry` as it was, when the thread has none.
     [[nodiscard]] Z4_API bool FindThread(unsigned long threadId, Entry& entry);
-    /// Forgets a thread that has ended, whose id the system may give to another.
+    /// Removes the entry of a thread; does nothing when it has none. Call it when the thread has ended: the system may
+    /// give its id to a new thread, whose samples would go into the same entry.
     Z4_API void Forget(unsigned long threadId);
 
 private:

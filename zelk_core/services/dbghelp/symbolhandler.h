@@ -1,5 +1,5 @@
 /// @file
-/// From an address of code to the names that a programmer gave it.
+/// From the address of some code to the names that its programmer gave it: module, function, source file and line.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -12,48 +12,58 @@ template <class T>
 class Singleton;
 } // namespace Private
 
-/// What is known of an address. Texts are empty, numbers 0, where nothing is; longer texts are cut.
+/// What is known of an address. What is unknown is an empty text or 0. A text that is too long for its field is cut; it
+/// ends with a zero in any case.
 struct SymbolInfo {
-    char module[260];           ///< its file, with or without a path
-    char function[256];         ///< undecorated only if the symbol's source has it so
-    unsigned long displacement; ///< bytes from the function's beginning
-    char file[260];             ///< source file
-    unsigned long line;         ///< in it
+    char module[260];           ///< the module's file, with its path or without
+    char function[256];         ///< as the module's symbols have it, so it can be decorated
+    unsigned long displacement; ///< bytes from the function's beginning to the address
+    char file[260];             ///< the source file
+    unsigned long line;         ///< its line, from 1
 };
 
-/// Where symbols come from.
+/// A source of symbols for SymbolHandler. A program can derive its own, and make it by `new` in the host's memory.
 class Z4_API SymbolDataBase : public HostNew<SymbolDataBase> {
 public:
     virtual ~SymbolDataBase();
 
-    /// Fills function and displacement, and file and line, as far as they are known.
-    /// @return true when the function is.
+    /// Fills `function` and `displacement` of `info`, and `file` and `line`, as far as they are known, and leaves the
+    /// rest alone. SymbolHandler calls it on whatever thread asks, on several at the same time.
+    /// @return true when the function is known.
     virtual bool FindSymbol(const void* address, SymbolInfo& info) = 0;
-    /// Gives the object up; it destroys itself.
+    /// Gives the object up: whoever calls this must not use it afterwards, as it destroys itself.
     virtual void Release() = 0;
 
 protected:
     SymbolDataBase() = default;
 };
 
-/// Answers from the modules of ProgramModuleDB and the symbols that WinDbgHelp finds. Any thread; the first question
-/// waits until WinDbgHelp is ready. Ask nothing inside the system's loader, where WinDbgHelp must not be called, and
-/// nothing while the service is being shut down. Between its shut-down and its next start everything is unknown.
+/// Answers from the modules of ProgramModuleDB and from a SymbolDataBase. InitializeDbgHelpService() makes the object
+/// and gives it a data base that asks WinDbgHelp.
+///
+/// Every function may be called by any thread. Do not call Resolve() inside the system's loader, where WinDbgHelp must
+/// not be called, nor while the debug services are being shut down. After their shut-down, until the next start, every
+/// address is unknown.
 class SymbolHandler {
 public:
+    /// Makes the object, if there is none. It lives until the process ends.
     Z4_API static void SingletonInit();
+    /// The object, made if there is none.
     Z4_API static SymbolHandler& Instance();
 
     SymbolHandler(const SymbolHandler&) = delete;
     SymbolHandler& operator=(const SymbolHandler&) = delete;
 
-    /// @return true when at least the module is known; `info` is filled in any case.
+    /// Tells what is known of `address`, which may be any address. All of `info` is written in any case. The first call
+    /// waits until WinDbgHelp is ready.
+    /// @return true when `address` lies in a module; the function may still be unknown.
     Z4_API bool Resolve(const void* address, SymbolInfo& info);
 
-    /// The symbols to use, null for none. The handler does not own them: what was set before must last until the calls
-    /// of Resolve() that have begun are over.
+    /// Sets where symbols come from; null for nowhere, then only modules are told. The handler does not own the data
+    /// base: the one that was set before must not be released until all calls of Resolve() that have begun are over.
     Z4_API void SetDataBase(SymbolDataBase* dataBase);
-    /// From now on, or no longer, nothing is resolved: what it rests on is going.
+    /// With true, Resolve() knows nothing from now on, because what it rests on is about to go; with false it works
+    /// again. The start-up and shut-down of the debug services call this.
     Z4_API void SetShuttingDown(bool shuttingDown);
 
 private:

@@ -1,18 +1,21 @@
 /// @file
-/// The one way to the system's debug-help library, `dbghelp.dll`, which no two threads may call at once.
+/// The one way to the system's debug-help library, `dbghelp.dll`. That library may be called by one thread at a time
+/// only; whoever calls it through WinDbgHelp need not care. InitializeDbgHelpService() makes the object.
 ///
-/// The library is loaded and its symbol handler started on a thread of its own, so that start-up does not wait for it;
-/// the first call that comes earlier waits for the end of that thread. InitializeDbgHelpService() makes the object.
+/// The library is loaded, and its symbol handler started, on a thread of its own, the loader thread, so that the
+/// start-up does not wait for it. A call that needs the library before that is done waits for the end of that thread.
 ///
-/// That thread, and the library itself, need the lock of the system's loader. Code that the loader calls (`DllMain`,
-/// constructors and destructors of a DLL's globals, thread-local call-backs, observers of modules) must therefore wait
-/// for neither: there, call nothing of this class but SingletonInit() and Instance(), which only start the thread,
-/// IsReady(), GetSymbolPath() and the two functions that add and remove observers.
+/// The loader thread and the library take the lock of the system's loader. Some code runs while that lock is held:
+/// `DllMain`, constructors and destructors of a DLL's globals, thread-local call-backs, and the observers of modules
+/// below. If such code waited for the loader thread, neither would ever go on. So there, call nothing of this class but
+/// SingletonInit(), Instance(), IsReady(), GetSymbolPath(), RegisterDllNotificationCallback() and
+/// UnregisterDllNotificationCallback(), none of which waits for that thread.
 #pragma once
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/dllwrapper.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/os/blockinglock.h>
 #include <zelk_core/services/dbghelp/observertable.h>
 
@@ -30,90 +33,111 @@ struct _tagSTACKFRAME64;
 namespace Z4 {
 
 namespace Private {
+template <class Function>
+struct EntryPoint;
 template <class T>
 class Singleton;
 } // namespace Private
 
-/// Any thread may call anything, but for SingletonShutdown(). Without `dbghelp.dll`, or without one of its functions,
-/// the calls that would need it return false, null or 0, and the thread's last system error is 127 (procedure not
-/// found).
+/// Every function may be called by any thread at any time, except SingletonShutdown(). Where `dbghelp.dll` or one of
+/// its functions is missing, a call that needs it returns false, null or 0 and sets the thread's last system error to
+/// 127 (procedure not found).
 ///
-/// The library is asked for by its bare name, and the system looks beside the program before it looks in its own
-/// folders: whoever can write there can plant another one. SetSystemLibraryOnly() looks in the system's folder alone.
+/// The library is loaded by its bare name, and the system looks beside the program before it looks in its own folders.
+/// So whoever can write to the program's folder can plant another library there. SetSystemLibraryOnly() restricts the
+/// search to the system's folder.
 class WinDbgHelp {
 public:
-    /// What an observer learns of a module that was loaded or is about to be unloaded. The names end with a zero and
-    /// live until the observer returns; longer ones than 259 and 1023 characters are cut.
+    /// What an observer learns of a module that was loaded or is about to be unloaded. The names are valid until the
+    /// observer returns.
     struct DllNotificationData {
-        long long timeStamp; ///< the performance counter when the notification came
+        long long timeStamp; ///< the system's performance counter when the notification came
         void* baseAddress;
-        unsigned long size; ///< in bytes
-        const wchar_t* baseName;
-        const wchar_t* fullName;
-        bool unloaded; ///< false when it was loaded
+        unsigned long size;      ///< in bytes
+        const wchar_t* baseName; ///< the file, cut after 259 characters
+        const wchar_t* fullName; ///< the file with its path, cut after 1023 characters
+        bool unloaded;           ///< true when it is about to be unloaded, false when it was loaded
     };
 
-    /// Called on the thread that loads or unloads, inside the system's loader, which notifies one thread at a time. It
-    /// must return soon, and must neither load or free modules, nor call the forwarding operations below, nor wait for
-    /// another thread. A lock that it takes must not be held by anyone who then waits for the loader.
+    /// An observer of modules. It is called on the thread that loads or unloads one, inside the system's loader, which
+    /// notifies one thread at a time. It must return soon. It must not load or free modules, call the forwarding
+    /// operations below, or wait for another thread. A lock that it takes must never be held by a thread that waits for
+    /// the loader, as every load of a module does.
     using DllNotificationCallback = void(Z4_CDECL*)(const DllNotificationData& data, void* context);
 
-    static constexpr unsigned long MAX_OBSERVERS = 32;
+    static constexpr unsigned long MAX_OBSERVERS = 32; ///< that can be registered at a time
 
+    /// Makes the object, if there is none, and starts its loader thread. Waits for nothing.
     Z4_API static void SingletonInit();
-    /// Waits for the end of the loader thread, ends the notifications, closes the symbol handler and frees the library.
-    /// When it returns, no observer runs, and those that were not removed are forgotten.
+    /// Waits for the end of the loader thread, ends the notifications, closes the symbol handler, frees the library and
+    /// destroys the object, if there is one. When it returns, no observer runs, and those that were not removed are
+    /// forgotten.
     ///
-    /// No other thread may be in a call or make one meanwhile. The caller must not be inside the loader, or the thread
-    /// would never end; it must not be an observer or on the loader thread; and it must hold no lock that an observer
-    /// takes. Once the process is ending it is too late to call this: the system has killed the other threads where
-    /// they stood, with their locks.
+    /// No other thread may be in a call of this class or make one meanwhile. The caller must not be inside the system's
+    /// loader, where this would never return, nor be an observer, nor hold a lock that an observer takes. Call it
+    /// before the process ends: at its end the system kills all other threads where they stand, and the locks that they
+    /// held stay locked.
     Z4_API static void SingletonShutdown();
+    /// The object, made as by SingletonInit() if there is none.
     Z4_API static WinDbgHelp& Instance();
 
-    /// Whether the symbol handler reads the symbols of all modules when it starts; true at first. Set it before the
-    /// object is made: InitializeDbgHelpService() does.
+    /// Whether the symbol handler will read the symbols of all modules when it starts; true by default. The object
+    /// reads this when it is made, so set it before; InitializeDbgHelpService() does.
     Z4_API static void SetLoadSymbols(bool load);
     Z4_API static bool GetLoadSymbols();
 
-    /// Whether only the system's own folder is searched for `dbghelp.dll`; false at first. Set it before the object is
-    /// made.
+    /// Whether `dbghelp.dll` is taken from the system's own folder only; false by default. The loader thread reads
+    /// this, so set it before the object is made.
     Z4_API static void SetSystemLibraryOnly(bool only);
 
-    /// The version of the file `name`, as its version resource has it, most significant number first.
-    /// @return false, with a warning in the log, when there is none, or when it is beyond 64 KiB.
+    /// Reads the version of a file from its version resource. Needs no object and no `dbghelp.dll`, but takes the lock
+    /// of the system's loader.
+    /// @param name as the system's LoadLibraryEx takes it; not null.
+    /// @param version gets the four numbers, the most significant first; is left alone when the result is false.
+    /// @return false, with a warning in the log, when there is no such file, when it has no version resource, or when
+    /// that is larger than 64 KiB.
     [[nodiscard]] Z4_API static bool GetVersionInfo(const char* name, unsigned short (&version)[4]);
 
     WinDbgHelp(const WinDbgHelp&) = delete;
     WinDbgHelp& operator=(const WinDbgHelp&) = delete;
 
-    /// Where symbols are searched: the current directory at construction, then `_NT_SYMBOL_PATH`, then
-    /// `_NT_ALTERNATE_SYMBOL_PATH`, those that exist, joined by semicolons. A part that does not fit into 4095
-    /// characters is left out.
+    /// Where the symbol handler searches when it starts: the current directory and the values of the environment
+    /// variables `_NT_SYMBOL_PATH` and `_NT_ALTERNATE_SYMBOL_PATH`, as they were when the object was made. They come in
+    /// this order and are joined by semicolons. One that is empty or missing, or that would make the whole longer than
+    /// 4095 characters, is left out. SymSetSearchPath() does not change this text. It lives as long as the object.
     const char* GetSymbolPath() const { return m_symbolPath; }
 
-    /// True once the loader thread is done; from then on no call waits for it. Never waits.
+    /// Whether the loader thread is done; from then on no call waits for it. Never waits itself.
     Z4_API bool IsReady() const;
-    /// True when the symbol handler is up. Waits for the loader thread.
+    /// Waits for the loader thread.
+    /// @return whether it has started the symbol handler of this process. It has not where there is no `dbghelp.dll`,
+    /// for example, or where somebody else had started the handler before.
     Z4_API bool IsLoaded();
 
-    /// Adds an observer behind those registered. ERR_INVALID without a callback, ERR_ALREADY_EXISTS for the same pair
-    /// once more, ERR_OUT_OF_RESOURCES beyond MAX_OBSERVERS. One added during a notification is called in it.
+    /// Adds an observer, which is called after those that are registered already. During a notification this may be
+    /// called, too; that notification then reaches the new observer.
+    ///
+    /// An observer is told from others by the pair of its function and its context.
+    /// @param context handed to `callback`; may be null.
+    /// @return ERR_INVALID when `callback` is null, ERR_ALREADY_EXISTS when the pair is registered already,
+    /// ERR_OUT_OF_RESOURCES when MAX_OBSERVERS are registered; the observer is then not added.
     [[nodiscard]] Z4_API Error RegisterDllNotificationCallback(DllNotificationCallback callback, void* context);
-    /// Removes an observer. When this returns, no other thread is inside it and none will be, so that what it uses can
-    /// be destroyed. ERR_NOT_FOUND when the pair is not registered.
+    /// Removes an observer. If another thread is inside it, this waits until the observer has returned. So when this
+    /// returns, no other thread is inside the observer and none will be, and what it uses can be destroyed.
     ///
-    /// If another thread is inside the observer, this waits for its return. So the caller must hold no lock that the
-    /// observer takes. Holding the loader's lock is no danger: the observer is in the loader already, and does not wait
-    /// for it.
+    /// The caller must hold no lock that the observer takes. It may be inside the system's loader, as the observer is
+    /// there already and does not wait for it.
     ///
-    /// An observer may remove itself or others while it is called. Its own call is not waited for: what it uses must
+    /// An observer may remove itself or others. Its own call then goes on after this has returned, so what it uses must
     /// last until it returns.
+    /// @return ERR_NOT_FOUND when the pair is not registered.
     Z4_API Error UnregisterDllNotificationCallback(DllNotificationCallback callback, void* context);
 
     /// @name Forwarding operations
-    /// The system's functions of the same names, with their arguments and results, one at a time. A callback of theirs
-    /// may call them again; it must not wait for another thread that calls one, as that waits for the callback's end.
+    /// Each calls the system's function of the same name, with the arguments as they are, and returns its result; the
+    /// system's documentation tells their meaning. One thread at a time is in any of them, the others wait. A callback
+    /// that the system calls back during one may call them again. It must not wait for another thread that calls one,
+    /// because that thread waits for the callback's end.
     /// @{
     using EnumerateModulesCallback = int(Z4_STDCALL*)(const char* name, unsigned long long base, unsigned long size,
                                                       void* context);
@@ -137,11 +161,11 @@ public:
                                           GetModuleBaseCallback getModuleBase,
                                           TranslateAddressCallback translateAddress);
     Z4_API void* SymFunctionTableAccess64(void* process, unsigned long long address);
-    /// The function itself, for walking stacks, where it is called without the lock of this class from inside
-    /// StackWalk64(); null when there is none.
+    /// The address of the system's SymFunctionTableAccess64(), to hand to StackWalk64(), which calls it while this
+    /// thread holds the lock; null when there is none. Waits for the loader thread.
     Z4_API void* GetAddressOfSymFunctionTableAccess64();
-    /// Begins anew, up to four times in all, when the list of modules changed while it was read; the callback then
-    /// sees modules again.
+    /// When the list of modules changes while the system reads it, this tries again, four times in all. So `callback`
+    /// can be told of the same module several times.
     [[nodiscard]] Z4_API bool EnumerateLoadedModules64(void* process, EnumerateModulesCallback callback, void* context);
     Z4_API bool SymSetSearchPath(void* process, const char* path);
     [[nodiscard]] Z4_API bool SymGetSymFromAddr64(void* process, unsigned long long address,
@@ -165,6 +189,7 @@ public:
 
 private:
     friend class Private::Singleton<WinDbgHelp>;
+    friend struct Private::Layout<WinDbgHelp>;
 
     static constexpr int ENTRY_POINTS = 17;
 
@@ -181,9 +206,9 @@ private:
     void WaitUntilReady();
     void PrepareCall();
     template <class Function, class... Arguments>
-    auto Call(int slot, Arguments... arguments);
+    auto Call(const Private::EntryPoint<Function>& entry, Arguments... arguments);
     template <class Function, class... Arguments>
-    auto Forward(int slot, Arguments... arguments);
+    auto Forward(const Private::EntryPoint<Function>& entry, Arguments... arguments);
 
     BlockingLock m_lock;
     DllWrapper m_library;

@@ -1,13 +1,23 @@
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <zelk_core/base/layout.h>
+#include <zelk_core/base/private/copytext.h>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/services/dbghelp/private/pushbackorkeep.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 
 namespace Z4 {
+
+template <>
+struct Private::Layout<ProgramModuleDB::Module> {
+    static_assert(offsetof(ProgramModuleDB::Module, baseAddress) == 0);
+    static_assert(offsetof(ProgramModuleDB::Module, size) == 4);
+    static_assert(offsetof(ProgramModuleDB::Module, name) == 8);
+    static_assert(sizeof(ProgramModuleDB::Module) == 268);
+};
 
 namespace {
 
@@ -57,7 +67,7 @@ struct Reading {
 int Z4_STDCALL AddEnumerated(const char* name, unsigned long long base, unsigned long size, void* context) {
     Reading& reading = *static_cast<Reading*>(context);
     ProgramModuleDB::Module module{reinterpret_cast<void*>(static_cast<std::uintptr_t>(base)), size, {}};
-    std::memcpy(module.name, name, strnlen(name, sizeof module.name - 1));
+    Private::CopyTruncated(module.name, name);
     // A list that changed while the system read it begins anew.
     EraseBase(reading.modules, module.baseAddress);
     reading.refused = !PushBackOrKeep(reading.modules, module) || reading.refused;

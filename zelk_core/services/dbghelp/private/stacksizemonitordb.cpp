@@ -1,12 +1,21 @@
 #include <windows.h>
 
-#include <cstdint>
+#include <cstddef>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/services/dbghelp/private/pushbackorkeep.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 
 namespace Z4 {
+
+template <>
+struct Private::Layout<StackSizeMonitorDb::Entry> {
+    static_assert(offsetof(StackSizeMonitorDb::Entry, threadId) == 0);
+    static_assert(offsetof(StackSizeMonitorDb::Entry, largestUse) == 4);
+    static_assert(offsetof(StackSizeMonitorDb::Entry, size) == 8);
+    static_assert(sizeof(StackSizeMonitorDb::Entry) == 12);
+};
 
 namespace {
 

@@ -3,7 +3,10 @@
 #include <dbghelp.h>
 
 #include <atomic>
-#include <cstring>
+#include <cstddef>
+#include <cstdint>
+#include <zelk_core/base/layout.h>
+#include <zelk_core/base/private/copytext.h>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/atomic.h>
 #include <zelk_core/services/dbghelp/private/symboldatabase.h>
@@ -13,16 +16,19 @@
 
 namespace Z4 {
 
+template <>
+struct Private::Layout<SymbolInfo> {
+    static_assert(offsetof(SymbolInfo, module) == 0);
+    static_assert(offsetof(SymbolInfo, function) == 260);
+    static_assert(offsetof(SymbolInfo, displacement) == 516);
+    static_assert(offsetof(SymbolInfo, file) == 520);
+    static_assert(offsetof(SymbolInfo, line) == 780);
+    static_assert(sizeof(SymbolInfo) == 784);
+};
+
 namespace {
 
 constinit Private::Singleton<SymbolHandler> g_instance;
-
-template <std::size_t SIZE>
-void CopyText(char (&to)[SIZE], const char* from) {
-    const std::size_t length = strnlen(from, SIZE - 1);
-    std::memcpy(to, from, length);
-    to[length] = '\0';
-}
 
 /// Symbols as the debug-help library reads them. One lives as long as the service.
 class W32DebugSymbolDataBase : public SymbolDataBase {
@@ -41,14 +47,14 @@ public:
         DWORD64 displacement = 0;
         const bool found = debugHelp.SymGetSymFromAddr64(process, place, &displacement, &record.symbol);
         if (found) {
-            CopyText(info.function, record.symbol.Name);
+            Private::CopyTruncated(info.function, record.symbol.Name);
             info.displacement = static_cast<unsigned long>(displacement);
         }
         IMAGEHLP_LINE64 line{};
         line.SizeOfStruct = sizeof line;
         DWORD lineDisplacement = 0;
         if (debugHelp.SymGetLineFromAddr64(process, place, &lineDisplacement, &line)) {
-            CopyText(info.file, line.FileName);
+            Private::CopyTruncated(info.file, line.FileName);
             info.line = line.LineNumber;
         }
         return found;
@@ -82,7 +88,7 @@ bool SymbolHandler::Resolve(const void* address, SymbolInfo& info) {
     if (!ProgramModuleDB::Instance().FindModule(address, module)) {
         return false;
     }
-    CopyText(info.module, module.name);
+    Private::CopyTruncated(info.module, module.name);
     SymbolDataBase* const dataBase = std::atomic_ref(m_dataBase).load();
     if (dataBase != nullptr) {
         dataBase->FindSymbol(address, info);

@@ -3,11 +3,22 @@
 #include <winternl.h>
 
 #include <cstddef>
-#include <cstring>
 #include <zelk_core/base/assert.h>
+#include <zelk_core/base/private/copytext.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
 
 namespace Z4 {
+
+template <>
+struct Private::Layout<WinDbgHelp::DllNotificationData> {
+    static_assert(offsetof(WinDbgHelp::DllNotificationData, timeStamp) == 0);
+    static_assert(offsetof(WinDbgHelp::DllNotificationData, baseAddress) == 8);
+    static_assert(offsetof(WinDbgHelp::DllNotificationData, size) == 12);
+    static_assert(offsetof(WinDbgHelp::DllNotificationData, baseName) == 16);
+    static_assert(offsetof(WinDbgHelp::DllNotificationData, fullName) == 20);
+    static_assert(offsetof(WinDbgHelp::DllNotificationData, unloaded) == 24);
+    static_assert(sizeof(WinDbgHelp::DllNotificationData) == 32);
+};
 
 namespace {
 
@@ -20,12 +31,10 @@ struct LoaderNotification {
     void* base;
     ULONG size;
 };
+
 template <std::size_t SIZE>
-void CopyName(wchar_t (&to)[SIZE], const UNICODE_STRING* from) {
-    std::size_t length = from->Length / sizeof(wchar_t);
-    length = length < SIZE ? length : SIZE - 1;
-    std::memcpy(to, from->Buffer, length * sizeof(wchar_t));
-    to[length] = L'\0';
+void CopyName(wchar_t (&to)[SIZE], const UNICODE_STRING& from) {
+    Private::CopyTruncated(to, static_cast<const wchar_t*>(from.Buffer), from.Length / sizeof(wchar_t));
 }
 
 } // namespace
@@ -50,8 +59,8 @@ void Z4_STDCALL WinDbgHelp::OnNotification(unsigned long reason, const void* dat
     QueryPerformanceCounter(&now);
     wchar_t baseName[260];
     wchar_t fullName[1024];
-    CopyName(baseName, module.baseName);
-    CopyName(fullName, module.fullName);
+    CopyName(baseName, *module.baseName);
+    CopyName(fullName, *module.fullName);
     self.m_observers.Notify(
         DllNotificationData{now.QuadPart, module.base, module.size, baseName, fullName, reason != MODULE_LOADED},
         thread);

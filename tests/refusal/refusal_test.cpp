@@ -1,0 +1,315 @@
+// What the library does on a host that refuses: one scenario for each room that takes anything from it, run once for
+// each thing that it takes, with that one refused, and with that one and all after it. Hunted are crashes, blocks that
+// are left behind, results that do not tell of the refusal, and what was there before and is lost.
+#include <tests/services/dbghelp/standin.h>
+#include <tests/support/testhost.h>
+
+#include <gmock/gmock.h>
+#include <host/zelkhost.h>
+#include <zelk_core/zelk_core.h>
+
+namespace {
+
+using namespace Z4;
+using ZelkTest::LogCapture;
+
+constexpr char TEXT[] = "a text that is told again and again, again and again, until there is no more room for it";
+
+void LoadAModule() {
+    const std::unique_ptr<DllWrapper> module(new DllWrapper("no such.dll"));
+    EXPECT_TRUE(module == nullptr || !module->IsDLLLoaded());
+}
+
+void FillAVector() {
+    Vector<int> numbers;
+    for (int i = 0; i < 100; ++i) {
+        const bool wasRefused = numbers.WasRefused();
+        const bool pushed = numbers.PushBack(i);
+        EXPECT_EQ(pushed, !numbers.WasRefused());
+        EXPECT_EQ(numbers.Size(), numbers.WasRefused() ? 0u : static_cast<unsigned>(i) + 1);
+        EXPECT_TRUE(numbers.WasRefused() || !wasRefused) << "nothing is taken any more";
+    }
+    const Vector<int> copy = numbers;
+    EXPECT_TRUE(copy.IsEmpty() || copy.Size() == numbers.Size());
+}
+
+void WriteAString() {
+    const ZelkString constant = TEXT;
+    EXPECT_TRUE(constant.IsEmpty() || constant == TEXT);
+    ZelkString text;
+    for (unsigned i = 0; i < 5; ++i) {
+        const unsigned before = text.Size();
+        const bool done = i % 2 == 0 ? text.Append(TEXT) : text.Format("%s%s", TEXT, TEXT);
+        EXPECT_TRUE(done || text.Size() == before);
+    }
+    ZelkString shared = text;
+    EXPECT_TRUE(shared.Append("!") ? shared != text : shared == text);
+}
+
+void FillAMap() {
+    Map<int, ZelkString> map;
+    unsigned size = 0;
+    for (int i = 0; i < 10; ++i) {
+        const auto result = map.Insert(i * 7 % 10, TEXT);
+        EXPECT_EQ(result.inserted, result.position != map.end());
+        size += result.inserted ? 1u : 0u;
+        EXPECT_EQ(map.Size(), size);
+    }
+    const Map<int, ZelkString> copy = map;
+    EXPECT_TRUE(copy.IsEmpty() || copy.Size() == size);
+}
+
+void NotifySinks() {
+    struct Sink : Notifier<int>::Sink {
+        void OnEvent(unsigned, const int& payload) override { told += payload; }
+        int told = 0;
+    } sinks[20];
+    Notifier<int> notifier;
+    int expected = 0;
+    for (Sink& sink : sinks) {
+        expected += notifier.AddSink(sink) ? 1 : 0;
+    }
+    notifier.Notify(1, 1);
+    int told = 0;
+    for (const Sink& sink : sinks) {
+        told += sink.told;
+    }
+    EXPECT_EQ(told, expected);
+}
+
+void Encrypt() {
+    const std::unique_ptr<Cipher> ciphers[] = {std::unique_ptr<Cipher>(new XTea), std::unique_ptr<Cipher>(new Tea)};
+    for (const auto& cipher : ciphers) {
+        char secret[16];
+        char back[16];
+        if (cipher != nullptr) {
+            EXPECT_TRUE(cipher->SetKey("sixteen letters!"));
+            EXPECT_EQ(cipher->Encode(TEXT, secret, 16), 16u);
+            EXPECT_EQ(cipher->Decode(secret, back, 16), 16u);
+            EXPECT_EQ(std::memcmp(back, TEXT, 16), 0) << "whatever was refused";
+        }
+    }
+}
+
+template <class Compressor, class Expander>
+void CompressWith(Compressor* newCompressor, Expander* newExpander, unsigned long firstRoom) {
+    const std::unique_ptr<Compressor> compressor(newCompressor);
+    const std::unique_ptr<Expander> expander(newExpander);
+    if (compressor == nullptr || expander == nullptr) {
+        return;
+    }
+    char packed[256];
+    compressor->FeedInputBuffer(TEXT, sizeof TEXT);
+    compressor->FeedOutputBuffer(packed, sizeof packed);
+    int result = compressor->Process();
+    result = result == CompressionInterface::NEED_INPUT ? compressor->Flush() : result;
+    if (result != CompressionInterface::DONE) {
+        EXPECT_EQ(result, CompressionInterface::FAILED);
+        return;
+    }
+    char back[sizeof TEXT] = {};
+    expander->FeedInputBuffer(packed, compressor->GetOutputDataSize());
+    expander->FeedOutputBuffer(back, firstRoom);
+    result = expander->Process();
+    if (result == CompressionInterface::OUTPUT_FULL) {
+        expander->FeedOutputBuffer(back + firstRoom, sizeof TEXT - firstRoom);
+        result = expander->Process();
+    }
+    EXPECT_TRUE(result == CompressionInterface::FAILED || std::strcmp(back, TEXT) == 0) << result;
+}
+
+void Deflate() {
+    CompressWith(new ZLibDeflate(CompressionInterface::CMP_BEST), new ZLibInflate,
+                 sizeof TEXT / 2); // then it takes memory for what it gave;
+}
+
+void CompressByLzo() {
+    CompressWith(new LzoDeflate(CompressionInterface::CMP_BEST), new LzoInflate(true), sizeof TEXT);
+}
+
+void DrawNumbers() {
+    InitializeRandomService();
+    Random::SetSeed(1);
+    const long drawn = Random::InRangeS32(5, 1'000'000);
+    EXPECT_GE(drawn, 5);
+    EXPECT_EQ(Random::Normal(7, 0), 7) << "with an object and without";
+    ShutdownRandomService();
+}
+
+void RegisterClasses() {
+    static const char* const names[] = {"one", "two", "three", "four", "five", "six", "seven", "eight", "nine", "ten"};
+    const auto create = [](void*) -> void* { return const_cast<char*>(TEXT); };
+    InitializeRuntimeTypeService();
+    ClassFactory& factory = ClassFactory::Instance();
+    for (const char* const name : names) {
+        const TypeID type = ClassType(name);
+        const bool registered = factory.RegisterCreatorFunc(create, type);
+        EXPECT_EQ(factory.IsRegistered(type), registered);
+        EXPECT_TRUE(!registered || factory.CreateInstance(type) == TEXT);
+    }
+    factory.RegisterCreatorFunc([](void*) -> void* { return nullptr; }, ClassType("one"));
+    ShutdownRuntimeTypeService();
+}
+
+void RunAThread() {
+    class Worker : public Thread {
+        void Run() override { ran = true; }
+
+    public:
+        bool ran = false;
+    } worker;
+    const Error created = worker.CreateThread();
+    EXPECT_TRUE(created == ERR_OK || created == ERR_OUT_OF_RESOURCES);
+    EXPECT_EQ(worker.JoinThread(), created == ERR_OK ? ERR_OK : ERR_NOT_READY);
+    EXPECT_EQ(worker.ran, created == ERR_OK);
+}
+
+void RunAHostThread() {
+    class Worker : public EalThread {
+        void Run() override { ran = true; }
+
+    public:
+        Worker() : EalThread(EALId(EAL_ID_ZELK_CORE)) {}
+        bool ran = false;
+    } worker;
+    InitializeEalUtils();
+    for (int i = 0; i < 2; ++i) {
+        worker.ran = false;
+        EXPECT_EQ(worker.CreateThread(), ERR_OK);
+        const Error joined = worker.JoinThread();
+        EXPECT_EQ(joined, worker.ran ? ERR_OK : ERR_NOT_READY);
+        EXPECT_EQ(worker.GetThreadState(), worker.ran ? EalThread::THREAD_JOINED : EalThread::THREAD_IDLE);
+    }
+    ShutdownEalUtils();
+}
+
+void AskForAdapters() {
+    InitializeOS();
+    {
+        const NICInfo adapters;
+        for (const NICEntry& adapter : adapters) {
+            EXPECT_TRUE(adapter.GetName() == nullptr || adapter.GetName()[0] != '\0');
+        }
+        const std::unique_ptr<TcpSocket> socket(new TcpSocket);
+        EXPECT_TRUE(socket == nullptr || socket->Bind("127.0.0.1", 0));
+    }
+    ShutdownOS();
+}
+
+void ExplainAnAddress() {
+    ZelkTest::StandIn library;
+    library.answers["EnumerateLoadedModules64"] = [](const ZelkTest::StandIn::Call& call) {
+        const auto tell = ZelkTest::FromNumber<WinDbgHelp::EnumerateModulesCallback>(call.arguments[1]);
+        for (unsigned base = 0x1000; base < 0xA000; base += 0x1000) {
+            tell("module", base, 0x1000, ZelkTest::FromNumber<void*>(call.arguments[2]));
+        }
+        return TRUE;
+    };
+    library.answers["SymGetLineFromAddr64"] = ZelkTest::StandIn::Fails(1, 0);
+    InitializeDbgHelpService(false);
+    EXPECT_LE(ProgramModuleDB::Instance().GetCount(), 9u);
+    SymbolInfo info;
+    const bool known = SymbolHandler::Instance().Resolve(ZelkTest::FromNumber<void*>(0x9FFF), info);
+    EXPECT_STREQ(info.module, known ? "module" : "");
+    EXPECT_GT(StackSizeMonitorDb::Instance().Sample(), 0u);
+    EXPECT_LE(StackSizeMonitorDb::Instance().GetCount(), 1u);
+    unsigned short version[4];
+    EXPECT_FALSE(WinDbgHelp::GetVersionInfo("no such.dll", version));
+    ShutdownDbgHelpService();
+}
+
+struct Scenario {
+    const char* name;
+    void (*run)();
+    std::size_t allocations; ///< at least so many are made, or the scenario does not see what it is for
+    std::size_t threads;
+};
+
+constexpr Scenario SCENARIOS[] = {
+    {"Base", LoadAModule, 1, 0},     {"Vector", FillAVector, 3, 0},
+    {"String", WriteAString, 4, 0},  {"Map", FillAMap, 10, 0},
+    {"Notifier", NotifySinks, 2, 0}, {"Cipher", Encrypt, 4, 0},
+    {"ZLib", Deflate, 9, 0},         {"Lzo", CompressByLzo, 3, 0},
+    {"Random", DrawNumbers, 1, 0},   {"Factory", RegisterClasses, 1, 0},
+    {"Thread", RunAThread, 1, 0},    {"EalThread", RunAHostThread, 0, 2},
+    {"Net", AskForAdapters, 3, 0},   {"DebugHelp", ExplainAnAddress, 4, 0},
+};
+
+/// The host's threads, of which some are refused.
+struct RefusingThreads {
+    static inline std::size_t s_untilFirst;
+    static inline std::size_t s_count;
+    static inline std::size_t s_refused;
+
+    static void Refuse(std::size_t first, std::size_t count) {
+        s_untilFirst = first;
+        s_count = count;
+        s_refused = 0;
+        eal_thread_dll_interface table = ZelkHost::ThreadTable();
+        table.create = Create;
+        SetEalInterface(table);
+    }
+    static std::size_t Grant() {
+        SetEalInterface(ZelkHost::ThreadTable());
+        return s_refused;
+    }
+
+private:
+    static eal_thread_handle Z4_CDECL Create(int id, std::size_t stackSize, eal_thread_priority priority,
+                                             eal_thread_entry entry, void* argument) {
+        if (s_untilFirst > 1) {
+            --s_untilFirst;
+        } else if (s_refused < s_count) {
+            ++s_refused;
+            return nullptr;
+        }
+        return ZelkHost::ThreadTable().create(id, stackSize, priority, entry, argument);
+    }
+};
+
+void RefuseAllocations(std::size_t first, std::size_t count) {
+    ZelkHost::FailAllocations(first, count);
+}
+
+std::size_t GrantAllocations() {
+    return ZelkHost::FailAllocations(0);
+}
+
+class Refusals : public testing::TestWithParam<Scenario> {
+protected:
+    /// Runs the scenario with each thing refused in its turn.
+    /// @return how many there are.
+    static std::size_t RefuseEach(void (*refuse)(std::size_t first, std::size_t count), std::size_t (*grant)(),
+                                  std::size_t count) {
+        const std::size_t before = ZelkTest::OutstandingMemory().blocks;
+        std::size_t first = 0;
+        std::size_t refused = 0;
+        do {
+            SCOPED_TRACE(testing::Message() << ++first << "-th refused, " << count << " in all");
+            const LogCapture log;
+            refuse(first, count);
+            GetParam().run();
+            refused = grant();
+            EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, before) << "blocks left behind";
+        } while (refused != 0 && !HasFailure());
+        return first - 1;
+    }
+};
+
+TEST_P(Refusals, HaveADefinedResult) {
+    EXPECT_GE(RefuseEach(RefuseAllocations, GrantAllocations, 1), GetParam().allocations);
+    EXPECT_GE(RefuseEach(RefusingThreads::Refuse, RefusingThreads::Grant, 1), GetParam().threads);
+    RefuseEach(RefuseAllocations, GrantAllocations, SIZE_MAX);
+    RefuseEach(RefusingThreads::Refuse, RefusingThreads::Grant, SIZE_MAX);
+}
+
+TEST_P(Refusals, AHostThatHearsNothingIsToldNothing) {
+    const LogCapture log(0);
+    GetParam().run();
+    EXPECT_TRUE(log.Lines().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Rooms, Refusals, testing::ValuesIn(SCENARIOS),
+                         [](const auto& scenario) { return std::string(scenario.param.name); });
+
+} // namespace
