@@ -6,18 +6,28 @@
 #include <cstring>
 #include <zelk_core/base/private/eal.h>
 #include <zelk_core/base/strformat.h>
+#include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/net/nicinfo.h>
 
 namespace Z4 {
 
-struct NICInfoLayout {
+template <>
+struct Private::Layout<NICEntry> {
+    static_assert(offsetof(NICEntry, m_macAddress) == 0);
     static_assert(offsetof(NICEntry, m_addresses) == 24);
     static_assert(offsetof(NICEntry, m_name) == 28);
     static_assert(offsetof(NICEntry, m_index) == 32);
     static_assert(offsetof(NICEntry, m_addressCount) == 36);
     static_assert(offsetof(NICEntry, m_self) == 40);
-    static_assert(sizeof(NICEntry) == 44 && alignof(NICEntry) == 4);
-    static_assert(offsetof(NICInfo, m_count) == 0 && offsetof(NICInfo, m_entries) == 4 && sizeof(NICInfo) == 8);
+    static_assert(sizeof(NICEntry) == 44);
+    static_assert(alignof(NICEntry) == 4);
+};
+
+template <>
+struct Private::Layout<NICInfo> {
+    static_assert(offsetof(NICInfo, m_count) == 0);
+    static_assert(offsetof(NICInfo, m_entries) == 4);
+    static_assert(sizeof(NICInfo) == 8);
 };
 
 namespace {
@@ -30,7 +40,7 @@ ULONG Read(void* buffer, ULONG& size) {
 /// The system's list of adapters, null when it cannot be had.
 IP_ADAPTER_ADDRESSES* ReadAdapters() {
     ULONG size = 15360;
-    void* buffer = Private::MemAlloc(size, 1);
+    void* buffer = Private::AllocateFromHost(size, 1, EAL_ID_ZELK_CORE);
     if (buffer == nullptr) {
         return nullptr;
     }
@@ -43,27 +53,15 @@ IP_ADAPTER_ADDRESSES* ReadAdapters() {
         }
     }
     if (result != NO_ERROR) {
-        Private::MemFree(buffer);
+        Private::FreeToHost(buffer);
         return nullptr;
     }
     return static_cast<IP_ADAPTER_ADDRESSES*>(buffer);
 }
 
-template <class T>
-T* Allocate(std::size_t count) {
-    return static_cast<T*>(Private::MemAlloc(count * sizeof(T), alignof(T)));
-}
-
-/// What Allocate() returned, null included.
-void Release(void* block) {
-    if (block != nullptr) {
-        Private::MemFree(block);
-    }
-}
-
-char* CopyName(const char* name) {
+char* DuplicateName(const char* name) {
     const std::size_t size = std::strlen(name) + 1;
-    char* const copy = Allocate<char>(size);
+    char* const copy = ZelkAllocator::Allocate<char>(size);
     if (copy != nullptr) {
         std::memcpy(copy, name, size);
     }
@@ -91,7 +89,7 @@ void NICEntry::Fill(const IP_ADAPTER_ADDRESSES& adapter) {
     m_addresses = nullptr;
     m_addressCount = 0;
     m_index = adapter.IfIndex;
-    m_name = CopyName(adapter.AdapterName);
+    m_name = DuplicateName(adapter.AdapterName);
     constexpr ULONG LONGEST = sizeof m_macAddress / 3;
     if (adapter.PhysicalAddressLength <= LONGEST) {
         WriteMacAddress(m_macAddress, sizeof m_macAddress, adapter.PhysicalAddress, adapter.PhysicalAddressLength);
@@ -101,7 +99,7 @@ void NICEntry::Fill(const IP_ADAPTER_ADDRESSES& adapter) {
     for (auto* address = first; address != nullptr; address = FirstIPv4(address->Next)) {
         ++count;
     }
-    m_addresses = count != 0 ? Allocate<AddressText>(count) : nullptr;
+    m_addresses = ZelkAllocator::Allocate<AddressText>(count);
     if (m_addresses == nullptr) {
         return;
     }
@@ -124,21 +122,21 @@ NICInfo::NICInfo() : m_count(0), m_entries(nullptr) {
     for (auto* adapter = adapters; adapter != nullptr; adapter = adapter->Next) {
         ++count;
     }
-    m_entries = Allocate<NICEntry>(count);
+    m_entries = ZelkAllocator::Allocate<NICEntry>(count);
     if (m_entries != nullptr) {
         for (auto* adapter = adapters; adapter != nullptr; adapter = adapter->Next) {
             m_entries[m_count++].Fill(*adapter);
         }
     }
-    Private::MemFree(adapters);
+    Private::FreeToHost(adapters);
 }
 
 NICInfo::~NICInfo() {
     for (std::uint32_t i = 0; i < m_count; ++i) {
-        Release(m_entries[i].m_addresses);
-        Release(m_entries[i].m_name);
+        ZelkAllocator::Free(m_entries[i].m_addresses);
+        ZelkAllocator::Free(m_entries[i].m_name);
     }
-    Release(m_entries);
+    ZelkAllocator::Free(m_entries);
 }
 
 } // namespace Z4
