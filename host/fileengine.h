@@ -27,8 +27,7 @@ public:
     /// last error set, when that fails.
     bool Attach(HANDLE file);
 
-    /// Counts an operation that is about to start, allocated by new. False when
-    /// there can be no thread to complete it.
+    /// Counts an operation, allocated by new, that is about to start. False when there can be no thread to complete it.
     bool Begin(unsigned& pending);
     /// Takes back Begin() for an operation that did not start.
     void End(unsigned& pending);

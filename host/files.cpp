@@ -1,29 +1,11 @@
+#include <host/file.h>
 #include <host/fileengine.h>
-#include <memory>
 #include <new>
 #include <stdexcept>
 
 namespace ZelkHost {
 
 namespace {
-
-struct File {
-    ~File() {
-        if (handle != INVALID_HANDLE_VALUE) {
-            CloseHandle(handle);
-        }
-        if (blockingEnd != nullptr) {
-            CloseHandle(blockingEnd);
-        }
-    }
-
-    HANDLE handle = INVALID_HANDLE_VALUE;
-    bool writable = false;
-    std::uint32_t alignment = 1;  ///< of buffers, offsets and sizes
-    HANDLE blockingEnd = nullptr; ///< signalled when a blocking operation has ended
-    SlimLock blocking;            ///< one such operation at a time, as there is one event
-    unsigned pending = 0;         ///< asynchronous operations; the engine's
-};
 
 OVERLAPPED At(std::uint64_t offset) {
     OVERLAPPED position{};
@@ -41,8 +23,6 @@ constinit InitCount g_uses;
 
 // The system takes offsets above for commands, such as "at the end".
 constexpr std::uint64_t LARGEST_OFFSET = INT64_MAX;
-
-constexpr std::size_t LONGEST_PATH = 32766; // without its terminator
 
 Z4::eal_file_status CheckTransfer(const File* file, const void* buffer, std::uint32_t size, std::uint64_t offset) {
     if (file == nullptr) {
@@ -111,50 +91,6 @@ Z4::eal_file_status TransferAsync(Z4::eal_file_handle handle, const void* buffer
     return ended ? Z4::EAL_FILE_HOST_SPECIFIC : StatusOf(error);
 }
 
-bool IsValidMode(unsigned mode) {
-    constexpr unsigned ALL = Z4::EAL_FILE_READ | Z4::EAL_FILE_WRITE | Z4::EAL_FILE_CREATE | Z4::EAL_FILE_TRUNCATE |
-                             Z4::EAL_FILE_EXCLUSIVE | Z4::EAL_FILE_UNBUFFERED;
-    const bool accesses = (mode & (Z4::EAL_FILE_READ | Z4::EAL_FILE_WRITE)) != 0;
-    const bool truncatesUnwritable = (mode & Z4::EAL_FILE_TRUNCATE) != 0 && (mode & Z4::EAL_FILE_WRITE) == 0;
-    const bool exclusiveUncreated = (mode & Z4::EAL_FILE_EXCLUSIVE) != 0 && (mode & Z4::EAL_FILE_CREATE) == 0;
-    return (mode & ~ALL) == 0 && accesses && !truncatesUnwritable && !exclusiveUncreated;
-}
-
-DWORD Disposition(unsigned mode) {
-    if ((mode & Z4::EAL_FILE_EXCLUSIVE) != 0) {
-        return CREATE_NEW;
-    }
-    if ((mode & Z4::EAL_FILE_CREATE) != 0) {
-        return (mode & Z4::EAL_FILE_TRUNCATE) != 0 ? CREATE_ALWAYS : OPEN_ALWAYS;
-    }
-    return (mode & Z4::EAL_FILE_TRUNCATE) != 0 ? TRUNCATE_EXISTING : OPEN_EXISTING;
-}
-
-std::uint32_t SectorSizeOf(const std::wstring& path) {
-    constexpr std::uint32_t FALLBACK = 4096; // a multiple of every sector size in use
-    wchar_t volume[MAX_PATH];
-    DWORD sectorsPerCluster = 0;
-    DWORD bytesPerSector = 0;
-    DWORD freeClusters = 0;
-    DWORD clusters = 0;
-    return GetVolumePathNameW(path.c_str(), volume, MAX_PATH) &&
-                   GetDiskFreeSpaceW(volume, &sectorsPerCluster, &bytesPerSector, &freeClusters, &clusters)
-               ? bytesPerSector
-               : FALLBACK;
-}
-
-// The system only says that access to a directory is denied.
-Z4::eal_file_status OpenFailure(const std::wstring& path) {
-    const DWORD error = GetLastError();
-    if (error == ERROR_ACCESS_DENIED) {
-        const DWORD attributes = GetFileAttributesW(path.c_str());
-        if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-            return Z4::EAL_FILE_IS_DIRECTORY;
-        }
-    }
-    return StatusOf(error);
-}
-
 int Z4_CDECL Init(unsigned version) {
     g_uses.Enter([] {});
     return CheckVersion("file", version, Z4::EAL_FILE_VERSION);
@@ -169,43 +105,24 @@ int Z4_CDECL Shutdown() {
     return 0;
 }
 
-// A file has any number of readers or one writer at a time.
 Z4::eal_file_status Z4_CDECL Open(const char* path, unsigned mode, Z4::eal_file_handle* handle) try {
     if (handle == nullptr) {
         return Z4::EAL_FILE_INVALID_ARGUMENT;
     }
     *handle = nullptr;
-    if (path == nullptr || !IsValidMode(mode)) {
+    if (path == nullptr) {
         return Z4::EAL_FILE_INVALID_ARGUMENT;
     }
-    std::wstring wide;
-    if (!Widen(path, wide)) {
-        return LastStatus();
+    std::unique_ptr<File> file;
+    if (const Z4::eal_file_status status = File::Open(path, mode, file); status != Z4::EAL_FILE_OK) {
+        return status;
     }
-    if (wide.size() > LONGEST_PATH) {
-        return Z4::EAL_FILE_PATH_TOO_LONG; // the system would say that it finds none
-    }
-    const bool unbuffered = (mode & Z4::EAL_FILE_UNBUFFERED) != 0;
-    auto file = std::make_unique<File>();
-    file->writable = (mode & Z4::EAL_FILE_WRITE) != 0;
-    file->alignment = unbuffered ? SectorSizeOf(wide) : 1;
-    file->handle = CreateFileW(
-        wide.c_str(), ((mode & Z4::EAL_FILE_READ) != 0 ? GENERIC_READ : 0) | (file->writable ? GENERIC_WRITE : 0),
-        file->writable ? 0 : FILE_SHARE_READ, nullptr, Disposition(mode),
-        FILE_FLAG_OVERLAPPED | (unbuffered ? FILE_FLAG_NO_BUFFERING : 0), nullptr);
-    if (file->handle == INVALID_HANDLE_VALUE) {
-        return OpenFailure(wide);
-    }
-    if (GetFileType(file->handle) != FILE_TYPE_DISK) {
-        return Z4::EAL_FILE_NOT_SEEKABLE;
-    }
-    file->blockingEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    if (file->blockingEnd == nullptr || !g_engine.Attach(file->handle)) {
+    if (!g_engine.Attach(file->handle)) {
         return LastStatus();
     }
     *handle = file.release();
     return Z4::EAL_FILE_OK;
-} catch (const std::exception&) { // no memory, or a path that is longer than any string
+} catch (const std::exception&) {
     return Z4::EAL_FILE_HOST_SPECIFIC;
 }
 

@@ -2,99 +2,13 @@
 #include <bit>
 #include <cstring>
 #include <host/heap.h>
-#include <map>
+#include <host/ledger.h>
 #include <new>
-#include <utility>
 #include <zelk_core/base/ealid.h>
 
 namespace ZelkHost {
 
 namespace {
-
-/// Who holds how much, and which allocations are to be refused.
-class Ledger {
-public:
-    /// Opens the context and answers whether an allocation may go on.
-    bool Permit(int id) {
-        const std::lock_guard guard(m_lock);
-        Open(id);
-        if (m_untilRefusal > 1) {
-            --m_untilRefusal;
-        } else if (m_refusalsLeft != 0) {
-            --m_refusalsLeft;
-            ++m_refused;
-            return false;
-        }
-        return true;
-    }
-
-    void Add(const Block& block) {
-        const std::lock_guard guard(m_lock);
-        MemoryStatistics& statistics = m_contexts.find(block.id)->second.statistics;
-        ++statistics.blocks;
-        ++statistics.allocations;
-        statistics.bytes += block.size;
-        statistics.peakBytes = std::max(statistics.peakBytes, statistics.bytes);
-    }
-
-    void Remove(const Block& block) {
-        const std::lock_guard guard(m_lock);
-        MemoryStatistics& statistics = m_contexts.find(block.id)->second.statistics;
-        --statistics.blocks;
-        statistics.bytes -= block.size;
-    }
-
-    void Name(int id, const char* name) {
-        const std::lock_guard guard(m_lock);
-        Open(id).name = name;
-    }
-
-    /// Writes a line for each context that holds blocks; returns their number. Takes no memory.
-    std::size_t ReportBlocks() {
-        const std::lock_guard guard(m_lock);
-        std::size_t blocks = 0;
-        for (const auto& [id, context] : m_contexts) {
-            if (context.statistics.blocks != 0) {
-                Report("zelk_host: context 0x%08X (%s) holds %u blocks, %u bytes\n", static_cast<unsigned>(id),
-                       context.name.c_str(), static_cast<unsigned>(context.statistics.blocks),
-                       static_cast<unsigned>(context.statistics.bytes));
-                blocks += context.statistics.blocks;
-            }
-        }
-        return blocks;
-    }
-
-    MemoryStatistics Statistics(int id) {
-        const std::lock_guard guard(m_lock);
-        const auto context = m_contexts.find(id);
-        return context != m_contexts.end() ? context->second.statistics : MemoryStatistics{};
-    }
-
-    std::vector<MemoryContext> Contexts() {
-        const std::lock_guard guard(m_lock);
-        std::vector<MemoryContext> contexts;
-        for (const auto& [id, context] : m_contexts) {
-            contexts.push_back(context);
-        }
-        return contexts;
-    }
-
-    std::size_t Refuse(std::size_t first, std::size_t count) {
-        const std::lock_guard guard(m_lock);
-        m_untilRefusal = first;
-        m_refusalsLeft = first != 0 ? count : 0;
-        return std::exchange(m_refused, 0);
-    }
-
-private:
-    MemoryContext& Open(int id) { return m_contexts.try_emplace(id, MemoryContext{id, {}, {}}).first->second; }
-
-    SlimLock m_lock;
-    std::map<int, MemoryContext> m_contexts;
-    std::size_t m_untilRefusal = 0;
-    std::size_t m_refusalsLeft = 0;
-    std::size_t m_refused = 0;
-};
 
 // Ledger and heaps are never destroyed: blocks may be freed after the end of main.
 Ledger& GetLedger() {
@@ -136,10 +50,9 @@ void* Z4_CDECL Allocate(std::size_t size, std::size_t alignment, unsigned, int i
     if (!std::has_single_bit(alignment) || !GetLedger().Permit(id)) {
         return nullptr;
     }
-    const Block block{size, id};
-    void* const pointer = HeapOf(g_mode).Allocate(block, alignment);
+    void* const pointer = HeapOf(g_mode).Allocate({size, id}, alignment);
     if (pointer != nullptr) {
-        GetLedger().Add(block);
+        GetLedger().Add(id, size);
     }
     return pointer;
 } catch (const std::bad_alloc&) {
@@ -148,7 +61,8 @@ void* Z4_CDECL Allocate(std::size_t size, std::size_t alignment, unsigned, int i
 
 void Z4_CDECL Free(void* pointer) {
     if (pointer != nullptr) {
-        GetLedger().Remove(HeapOf(g_mode).Free(pointer));
+        const Block block = HeapOf(g_mode).Free(pointer);
+        GetLedger().Remove(block.id, block.size);
     }
 }
 

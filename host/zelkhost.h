@@ -3,9 +3,10 @@
 /// Programs that have no engine around them (tests, tools, examples) call Install() first; a newcomer copies this
 /// folder as the start of a host of his own.
 ///
-/// Everything here and in the tables may be called from any thread, Install() excepted. A table's `init` and
-/// `shutdown` may be nested; the last `shutdown` counts, and one too many does nothing. `init` answers -1 and writes
-/// a line to standard error when the library was built for another version of the table.
+/// Any thread may call everything here and in the tables, but for Install(). A table's `init` and `shutdown` may be
+/// called again and again: what `init` starts lasts until `shutdown` was called as often as `init`, and one `shutdown`
+/// too many does nothing. Where the library was built for another version of a table, its `init` answers -1 and writes
+/// a line to standard error.
 #pragma once
 
 #include <cstddef>
@@ -16,30 +17,33 @@
 
 namespace ZelkHost {
 
-/// In the guarded modes a block that is given back stays inaccessible, until the newest 256 MiB of freed addresses
-/// have come after it. The bytes that alignment leaves between a block and its pages' ends are checked when it is
-/// freed. A block of size 0 has no accessible byte. Each block takes at least two pages of 4 KiB of address space.
+/// Where blocks of memory lie. In the two guarded modes whoever strays over one end of a block, or touches a block that
+/// was freed, faults at once: a freed block stays inaccessible until 256 MiB of addresses have been freed after it.
+/// Between a block and the ends of its pages alignment can leave some bytes; they are checked when the block is freed,
+/// and one that was written to ends the program with a message. A block of size 0 has no accessible byte. Each block
+/// takes at least two pages of 4 KiB of address space.
 enum class MemoryMode {
     PLAIN,       ///< the process heap
-    GUARD_END,   ///< each block ends at an inaccessible page (as its alignment allows): an overrun faults
+    GUARD_END,   ///< each block ends at an inaccessible page, as nearly as its alignment allows: an overrun faults
     GUARD_START, ///< each block starts behind an inaccessible page: an underrun faults
 };
 
 struct Options {
     MemoryMode memoryMode = MemoryMode::PLAIN;
-    /// Levels that are printed, or-ed from Z4::EalLogLevel. Failed assertions are printed always.
+    /// Which messages are printed: levels of Z4::EalLogLevel, combined by or. Failed assertions are always printed.
     unsigned logLevels = 7;
-    /// UTF-8 path of a file that messages are appended to; null for standard error, which also serves while the file
-    /// cannot be opened. The file is opened by the first message and closed by the log's last `shutdown`.
+    /// Path, in UTF-8, of a file to which messages are appended. Null prints them to standard error, and so does a file
+    /// that cannot be opened, for as long as it cannot. The first message opens the file, and the log's last `shutdown`
+    /// closes it.
     const char* logFile = nullptr;
 };
 
-/// Installs all six tables. Call it before the first service starts, from one thread. It may be called again, with
-/// other options, while no service runs and no block is outstanding.
+/// Installs all six tables. Call it from one thread, before the first service starts. While no service runs and no
+/// block is outstanding, it may be called again with other options.
 void Install(const Options& options = {});
 
 /// @name The tables
-/// As Install() hands them to the library, for hosts that replace or wrap single slots.
+/// What Install() hands to the library: for hosts that copy a table, replace some of its slots, and install it.
 /// @{
 const Z4::eal_mem_dll_interface& MemoryTable();
 const Z4::eal_log_dll_interface& LogTable();
@@ -59,25 +63,25 @@ struct MemoryStatistics {
 
 struct MemoryContext {
     int id;
-    std::string name; ///< as given to `name_id`; empty when none was, or no memory for it
+    std::string name; ///< as given to `name_id`; empty when none was given, or when there was no memory for it
     MemoryStatistics statistics;
 };
 
-/// All zero for a context that never allocated.
+/// What the context `id` holds and held; all zero for one that never allocated.
 MemoryStatistics GetMemoryStatistics(int id);
 
 /// Every context that was named or has allocated, by ascending identifier.
 std::vector<MemoryContext> GetMemoryContexts();
 
-/// Writes a line to standard error for each context that holds blocks. The memory table's last `shutdown` does this.
-/// @return the blocks outstanding in all contexts.
+/// Writes a line to standard error for each context that holds blocks. The memory table's last `shutdown` calls it.
+/// @return how many blocks all contexts hold.
 std::size_t ReportLeaks();
 
-/// Lets the memory table refuse `count` allocations, beginning with the `first`-th from now (1 is the next), in place
-/// of what was set before; `first` 0 refuses none. A reallocation counts as an allocation, one whose alignment is
-/// invalid does not count. A `count` of SIZE_MAX has no end.
-/// @return how many allocations the setting before this one refused: a test that fails the 1st, 2nd, 3rd allocation
-/// of an operation in turn is through when it gets 0.
+/// Makes the memory table refuse allocations, to test what callers make of it: `count` of them, SIZE_MAX for all that
+/// come, beginning with the `first`-th from now; 1 is the next, and 0 refuses none. It replaces what was set before.
+/// Reallocations count as allocations; calls with an invalid alignment do not count.
+/// @return how many allocations the setting before this one refused. A test that runs an operation with its 1st, 2nd,
+/// 3rd allocation refused has tried all of them when this is 0.
 std::size_t FailAllocations(std::size_t first, std::size_t count = 1);
 
 } // namespace ZelkHost

@@ -1,3 +1,5 @@
+// Hunted here: messages that are cut, mixed with another thread's, printed at a level that is off or lost with a file
+// that is not there; assertions that speak twice.
 #include "capture.h"
 
 #include <gmock/gmock.h>
@@ -9,7 +11,6 @@
 
 namespace {
 
-using testing::HasSubstr;
 using ZelkTest::CapturedError;
 using ZelkTest::TemporaryFile;
 
@@ -22,26 +23,25 @@ void Print(unsigned level, const char* format, ...) {
     va_end(arguments);
 }
 
-unsigned char FailAssertion(unsigned long* ignoreFlag) {
-    return g_table.assert_message(0x40100001, "count > 0", "nothing left", "os/private/event", 77, 0, ignoreFlag);
-}
-
 TEST(HostLog, OnlyEnabledLevelsArePrinted) {
-    const CapturedError error;
-    ZelkHost::Install({.logLevels = Z4::EAL_LOG_WARNING | Z4::EAL_LOG_ERROR});
-    EXPECT_EQ(g_table.is_enabled(1, Z4::EAL_LOG_INFO), 0);
-    EXPECT_NE(g_table.is_enabled(1, Z4::EAL_LOG_WARNING), 0);
-    EXPECT_NE(g_table.is_enabled(1, Z4::EAL_LOG_ERROR), 0);
-    Print(Z4::EAL_LOG_INFO, "not this\n");
-    Print(Z4::EAL_LOG_WARNING, "%s %05d %.2f %ls\n", "this", -42, 0.125, L"wide");
-    EXPECT_EQ(error.Text(), "this -0042 0.12 wide\n");
+    for (unsigned levels = 0; levels < 8; ++levels) {
+        const CapturedError error;
+        ZelkHost::Install({.logLevels = levels});
+        std::string expected;
+        for (const unsigned level : {Z4::EAL_LOG_INFO, Z4::EAL_LOG_WARNING, Z4::EAL_LOG_ERROR}) {
+            EXPECT_EQ(g_table.is_enabled(1, level) != 0, (levels & level) != 0);
+            Print(level, "%u %05d %.2f %ls\n", level, -42, 0.125, L"wide");
+            expected += (levels & level) != 0 ? std::to_string(level) + " -0042 0.12 wide\n" : "";
+        }
+        EXPECT_EQ(error.Text(), expected);
+    }
+    ZelkHost::Install();
 }
 
 TEST(HostLog, AFileIsAppendedToWhateverTheStateOfTheTable) {
     const TemporaryFile file;
-    const std::string path = file.Utf8();
     std::ofstream(file.Path(), std::ios::binary) << "kept\n";
-    ZelkHost::Install({.logFile = path.c_str()});
+    ZelkHost::Install({.logFile = file.Utf8().c_str()});
     Print(Z4::EAL_LOG_ERROR, "before\n");
     g_table.init(Z4::EAL_LOG_VERSION);
     g_table.init(Z4::EAL_LOG_VERSION);
@@ -66,7 +66,6 @@ TEST(HostLog, AFileThatCannotBeOpenedLeavesStandardError) {
 
 TEST(HostLog, MessagesMayHaveAnyLength) {
     const CapturedError error;
-    ZelkHost::Install();
     std::string expected;
     for (const std::size_t length : {0u, 1020u, 1021u, 1022u, 200000u}) {
         const std::string text(length, static_cast<char>('a' + length % 26));
@@ -78,16 +77,18 @@ TEST(HostLog, MessagesMayHaveAnyLength) {
 
 TEST(HostLog, MessagesOfManyThreadsStayWhole) {
     constexpr int THREADS = 8;
-    constexpr int MESSAGES = 300;
+    constexpr int MESSAGES = 100;
+    const auto line = [](int thread, int i) {
+        const std::string filling(static_cast<std::size_t>(i * 30), static_cast<char>('a' + thread));
+        return std::to_string(thread) + " " + std::to_string(i) + " " + filling + ".";
+    };
     const TemporaryFile file;
-    const std::string path = file.Utf8();
-    ZelkHost::Install({.logFile = path.c_str()});
+    ZelkHost::Install({.logFile = file.Utf8().c_str()});
     std::vector<std::jthread> threads;
     for (int thread = 0; thread < THREADS; ++thread) {
-        threads.emplace_back([thread] {
+        threads.emplace_back([=] {
             for (int i = 0; i < MESSAGES; ++i) {
-                const std::string filling(static_cast<std::size_t>(i * 10), static_cast<char>('a' + thread));
-                Print(Z4::EAL_LOG_INFO, "%d %d %s.\n", thread, i, filling.c_str());
+                Print(Z4::EAL_LOG_INFO, "%s\n", line(thread, i).c_str());
             }
         });
     }
@@ -95,13 +96,11 @@ TEST(HostLog, MessagesOfManyThreadsStayWhole) {
     ZelkHost::Install();
 
     int next[THREADS] = {};
-    std::istringstream lines(file.Content());
-    for (std::string line; std::getline(lines, line);) {
-        const int thread = line[0] - '0';
-        ASSERT_TRUE(thread >= 0 && thread < THREADS) << line;
-        const int i = next[thread]++;
-        const std::string filling(static_cast<std::size_t>(i * 10), static_cast<char>('a' + thread));
-        ASSERT_EQ(line, std::to_string(thread) + " " + std::to_string(i) + " " + filling + ".");
+    std::istringstream content(file.Content());
+    for (std::string text; std::getline(content, text);) {
+        const int thread = text[0] - '0';
+        ASSERT_TRUE(thread >= 0 && thread < THREADS) << text;
+        ASSERT_EQ(text, line(thread, next[thread]++));
     }
     EXPECT_THAT(next, testing::Each(MESSAGES));
 }
@@ -109,25 +108,20 @@ TEST(HostLog, MessagesOfManyThreadsStayWhole) {
 TEST(HostLog, AnAssertionSpeaksOnceUnlessItHasNoFlag) {
     constexpr const char* LINE =
         "os/private/event(77): assertion failed in context 0x40100001: count > 0: nothing left\n";
+    const auto fail = [](unsigned long* flag) {
+        return g_table.assert_message(0x40100001, "count > 0", "nothing left", "os/private/event", 77, 0, flag);
+    };
     const CapturedError error;
     ZelkHost::Install({.logLevels = 0});
     unsigned long flag = 0;
-    EXPECT_EQ(FailAssertion(&flag), IsDebuggerPresent() != 0);
+    EXPECT_EQ(fail(&flag), IsDebuggerPresent() != 0);
     EXPECT_NE(flag, 0u);
-    EXPECT_EQ(FailAssertion(&flag), 0);
+    EXPECT_EQ(fail(&flag), 0);
     EXPECT_EQ(error.Text(), LINE);
-    FailAssertion(nullptr);
-    FailAssertion(nullptr);
+    fail(nullptr);
+    fail(nullptr);
     EXPECT_EQ(error.Text(), std::string(LINE) + LINE + LINE);
     ZelkHost::Install();
-}
-
-TEST(HostLog, TheLibrarysMessagesArrive) {
-    const CapturedError error;
-    ZelkHost::Install();
-    unsigned long flag = 0;
-    EXPECT_EQ(Z4::EalAssertWithMessage(5, "a == b", "some/file", 9, &flag, "differ"), IsDebuggerPresent() != 0);
-    EXPECT_THAT(error.Text(), HasSubstr("some/file(9): assertion failed in context 0x00000005: a == b: "));
 }
 
 } // namespace

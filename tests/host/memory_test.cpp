@@ -1,3 +1,5 @@
+// Hunted here, in all three modes: blocks that overlap, are misaligned or lie where a stray access goes unseen; counts
+// that drift from what is held; exceptions of the language's heap that leave the host.
 #include "capture.h"
 
 #include <algorithm>
@@ -34,11 +36,7 @@ using ZelkHost::MemoryStatistics;
 constexpr int ID = 0x7E570001;
 constexpr std::size_t PAGE = 4096;
 
-// Both probe by touching the byte.
-bool IsAccessible(void* byte) {
-    return IsBadReadPtr(byte, 1) == 0 && IsBadWritePtr(byte, 1) == 0;
-}
-
+// Probes by touching the byte.
 bool IsInaccessible(void* byte) {
     return IsBadReadPtr(byte, 1) != 0 && IsBadWritePtr(byte, 1) != 0;
 }
@@ -53,22 +51,23 @@ protected:
 
     void TearDown() override {
         ZelkHost::FailAllocations(0);
-        const MemoryStatistics left = ZelkHost::GetMemoryStatistics(ID);
-        EXPECT_EQ(left.blocks, 0u);
-        EXPECT_EQ(left.bytes, 0u);
+        EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).blocks, 0u);
+        EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).bytes, 0u);
     }
 
-    bool IsGuarded() const { return GetParam() != MemoryMode::PLAIN; }
+    static bool IsGuarded() { return GetParam() != MemoryMode::PLAIN; }
 
     static char* Allocate(std::size_t size, std::size_t alignment, int id = ID) {
         return static_cast<char*>(m_table.alloc(size, alignment, 0, id));
     }
 
+    /// A context that no other test uses, in no mode: a peak never falls.
+    static int FreshContext(int test) { return ID + 16 * (1 + test) + static_cast<int>(GetParam()); }
+
     static inline const Z4::eal_mem_dll_interface& m_table = ZelkHost::MemoryTable();
 };
 
 using GuardedMemory = Memory;
-using EndGuardedMemory = Memory;
 using MemoryDeathTest = Memory;
 using GuardedMemoryDeathTest = Memory;
 
@@ -83,53 +82,51 @@ TEST_P(Memory, EveryAlignmentAndSizeIsServedExactly) {
             EXPECT_EQ(Address(block) % alignment, 0u);
             std::memset(block, 0x11, size);
             if (GetParam() == MemoryMode::GUARD_END) {
+                // No better aligned than asked: only so far from the page's end.
                 const std::size_t step = std::min(alignment, PAGE);
-                const std::size_t padding = (step - size % step) % step;
-                EXPECT_TRUE(IsInaccessible(block + size + padding));
+                EXPECT_TRUE(IsInaccessible(block + (size + step - 1) / step * step));
             }
             if (GetParam() == MemoryMode::GUARD_START) {
                 EXPECT_TRUE(IsInaccessible(block - 1));
             }
-            if (IsGuarded() && size == 0) {
-                EXPECT_TRUE(IsInaccessible(block));
+            if (IsGuarded()) {
+                EXPECT_EQ(IsInaccessible(block), size == 0);
             }
         }
     }
     std::vector<char*> sorted = blocks;
     std::sort(sorted.begin(), sorted.end());
     EXPECT_EQ(std::adjacent_find(sorted.begin(), sorted.end()), sorted.end()) << "two blocks at one address";
-    for (char* const block : blocks) {
-        m_table.free(block);
-    }
+    std::for_each(blocks.begin(), blocks.end(), m_table.free);
     if (IsGuarded()) {
         EXPECT_TRUE(std::all_of(blocks.begin(), blocks.end(), IsInaccessible));
     }
 }
 
 TEST_P(Memory, ArgumentsThatCannotBeServedGiveNull) {
-    for (const std::size_t alignment : {0u, 3u, 6u, 4097u, 0xFFFFFFFFu}) {
+    for (const std::size_t alignment : {0u, 3u, 6u, 4097u, 0x80000000u, 0xFFFFFFFFu}) {
         EXPECT_EQ(Allocate(16, alignment), nullptr) << alignment;
     }
     for (const std::size_t size : {0x80000000u, 0xFFFFF000u, 0xFFFFFFFFu}) {
         EXPECT_EQ(Allocate(size, 4), nullptr) << size;
     }
-    EXPECT_EQ(Allocate(16, 0x80000000u), nullptr);
     m_table.free(nullptr);
 }
 
 TEST_P(Memory, ReallocationKeepsContentAndContext) {
     char* block = Allocate(100, 4);
     std::memset(block, 'a', 100);
+    std::size_t before = 100;
     for (const std::size_t size : {101u, 5000u, 40u, 0u, 64u}) {
-        const std::size_t kept = std::min<std::size_t>(size, ZelkHost::GetMemoryStatistics(ID).bytes);
-        char* const moved = static_cast<char*>(m_table.realloc(block, size, 64));
-        ASSERT_NE(moved, nullptr);
-        EXPECT_EQ(Address(moved) % 64, 0u);
-        EXPECT_EQ(std::count(moved, moved + kept, 'a'), static_cast<std::ptrdiff_t>(kept));
+        block = static_cast<char*>(m_table.realloc(block, size, 64));
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(Address(block) % 64, 0u);
+        const std::size_t kept = std::min(size, before);
+        EXPECT_EQ(std::count(block, block + kept, 'a'), static_cast<std::ptrdiff_t>(kept));
         EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).blocks, 1u);
         EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).bytes, size);
-        std::memset(moved, 'a', size);
-        block = moved;
+        std::memset(block, 'a', size);
+        before = size;
     }
     ZelkHost::FailAllocations(1);
     EXPECT_EQ(m_table.realloc(block, 1000, 4), nullptr);
@@ -139,48 +136,32 @@ TEST_P(Memory, ReallocationKeepsContentAndContext) {
 }
 
 TEST_P(Memory, StatisticsAndNamesBelongToTheirContext) {
-    // Fresh contexts, as a peak never falls.
-    const int id = ID + 16 * (1 + static_cast<int>(GetParam()));
-    const int otherId = id + 1;
-    const std::uint64_t allocations = ZelkHost::GetMemoryStatistics(id).allocations;
+    const int id = FreshContext(0);
+    const int otherId = FreshContext(1);
     char name[] = "tests";
     m_table.name_id(id, name);
     name[0] = '?';
     m_table.name_id(otherId, nullptr);
-
     char* const first = Allocate(100, 1, id);
-    char* const second = Allocate(1000000, 16, id);
+    m_table.free(Allocate(1000000, 16, id));
     char* const other = Allocate(7, 1, otherId);
-    m_table.free(second);
-    const MemoryStatistics statistics = ZelkHost::GetMemoryStatistics(id);
-    EXPECT_EQ(statistics.blocks, 1u);
-    EXPECT_EQ(statistics.bytes, 100u);
-    EXPECT_EQ(statistics.peakBytes, 1000100u);
-    EXPECT_EQ(statistics.allocations, allocations + 2);
-    EXPECT_EQ(ZelkHost::GetMemoryStatistics(otherId).bytes, 7u);
-    EXPECT_EQ(ZelkHost::GetMemoryStatistics(0x7E57FFFF).allocations, 0u);
 
     const std::vector<ZelkHost::MemoryContext> contexts = ZelkHost::GetMemoryContexts();
     const auto named =
         std::find_if(contexts.begin(), contexts.end(), [&](const auto& entry) { return entry.id == id; });
     ASSERT_NE(named, contexts.end());
     EXPECT_EQ(named->name, "tests");
+    EXPECT_EQ(named->statistics.blocks, 1u);
     EXPECT_EQ(named->statistics.bytes, 100u);
+    EXPECT_EQ(named->statistics.peakBytes, 1000100u);
+    EXPECT_EQ(named->statistics.allocations, 2u);
+    EXPECT_EQ(ZelkHost::GetMemoryStatistics(otherId).bytes, 7u);
+    EXPECT_EQ(ZelkHost::GetMemoryStatistics(0x7E57FFFF).allocations, 0u);
     m_table.free(first);
     m_table.free(other);
 }
 
 TEST_P(Memory, RefusesTheAllocationsAskedFor) {
-    const auto attempt = [](int count) {
-        std::string granted;
-        for (int i = 0; i < count; ++i) {
-            EXPECT_EQ(Allocate(1, 3), nullptr); // invalid, and so not counted
-            char* const block = Allocate(8, 4);
-            granted += block != nullptr ? '+' : '-';
-            m_table.free(block);
-        }
-        return granted;
-    };
     const struct {
         std::size_t first;
         std::size_t count;
@@ -189,7 +170,13 @@ TEST_P(Memory, RefusesTheAllocationsAskedFor) {
                  {0, 1, "++++++"}, {4, SIZE_MAX, "+++---"}, {7, 1, "++++++"}};
     for (const auto& test : cases) {
         ZelkHost::FailAllocations(test.first, test.count);
-        const std::string granted = attempt(6);
+        std::string granted;
+        for (int i = 0; i < 6; ++i) {
+            EXPECT_EQ(Allocate(1, 3), nullptr); // invalid, and so not counted
+            char* const block = Allocate(8, 4);
+            granted += block != nullptr ? '+' : '-';
+            m_table.free(block);
+        }
         EXPECT_EQ(granted, test.granted);
         EXPECT_EQ(ZelkHost::FailAllocations(0),
                   static_cast<std::size_t>(std::count(granted.begin(), granted.end(), '-')));
@@ -197,18 +184,17 @@ TEST_P(Memory, RefusesTheAllocationsAskedFor) {
 }
 
 TEST_P(Memory, ThreadsShareTheTable) {
-    constexpr unsigned ROUNDS = ZelkTest::Repeats(5'000, 20'000);
+    constexpr unsigned ROUNDS = ZelkTest::Repeats(2'000, 20'000);
     const auto work = [](unsigned char tag) {
-        unsigned char* kept[8] = {};
+        char* kept[8] = {};
         std::size_t sizes[8] = {};
         int faults = 0;
         for (unsigned i = 0; i < ROUNDS; ++i) {
             const unsigned slot = i % 8;
-            faults += kept[slot] != nullptr &&
-                      std::count(kept[slot], kept[slot] + sizes[slot], tag) != static_cast<std::ptrdiff_t>(sizes[slot]);
+            faults += std::count(kept[slot], kept[slot] + sizes[slot], tag) != static_cast<std::ptrdiff_t>(sizes[slot]);
             m_table.free(kept[slot]);
             sizes[slot] = i * 37 % 500;
-            kept[slot] = reinterpret_cast<unsigned char*>(Allocate(sizes[slot], std::size_t{1} << i % 6));
+            kept[slot] = Allocate(sizes[slot], std::size_t{1} << i % 6);
             std::memset(kept[slot], tag, sizes[slot]);
         }
         std::for_each(std::begin(kept), std::end(kept), m_table.free);
@@ -227,8 +213,8 @@ TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
     char* const block = Allocate(123, 4);
     m_table.name_id(ID, "tests");
     const ZelkTest::CapturedError error;
-    EXPECT_EQ(m_table.init(Z4::EAL_MEM_VERSION), 0);
-    EXPECT_EQ(m_table.init(Z4::EAL_MEM_VERSION), 0);
+    m_table.init(Z4::EAL_MEM_VERSION);
+    m_table.init(Z4::EAL_MEM_VERSION);
     m_table.shutdown();
     EXPECT_EQ(error.Text(), "");
     m_table.shutdown();
@@ -240,7 +226,7 @@ TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
 }
 
 TEST_P(Memory, NoSlotLetsARefusalOut) {
-    const int id = ID + 256 * (1 + static_cast<int>(GetParam()));
+    const int id = FreshContext(2);
     const std::string name(100, 'n');
     const std::string path = ZelkTest::TemporaryFile().Utf8();
     char* const block = Allocate(8, 4);
@@ -248,7 +234,7 @@ TEST_P(Memory, NoSlotLetsARefusalOut) {
     Z4::eal_file_handle file = nullptr;
     g_heapRefuses = true;
     m_table.name_id(id, name.c_str());
-    char* const refused = Allocate(8, 4, id + 1);
+    char* const refused = Allocate(8, 4, FreshContext(3));
     m_table.shutdown(); // reports the block
     const Z4::eal_file_status status = ZelkHost::FileTable().open(path.c_str(), Z4::EAL_FILE_READ, &file);
     const bool exists = ZelkHost::FileTable().exists(path.c_str()) != 0;
@@ -263,26 +249,12 @@ TEST_P(Memory, NoSlotLetsARefusalOut) {
 }
 
 TEST_P(MemoryDeathTest, MisusedPointersAbort) {
-    EXPECT_DEATH(
-        {
-            char* const block = Allocate(16, 4);
-            m_table.free(block);
-            m_table.free(block);
-        },
-        "was freed before");
-    EXPECT_DEATH(
-        {
-            char* const block = Allocate(64, 16);
-            std::memset(block, 0, 64);
-            m_table.free(block + 32);
-        },
-        "is no block");
-    EXPECT_DEATH(
-        {
-            alignas(16) static char foreign[64];
-            static_cast<void>(m_table.realloc(foreign + 32, 100, 4));
-        },
-        "is no block");
+    char* const block = Allocate(64, 16);
+    alignas(16) static char foreign[64];
+    EXPECT_DEATH((m_table.free(block), m_table.free(block)), "was freed before");
+    EXPECT_DEATH(m_table.free(static_cast<char*>(std::memset(block, 0, 64)) + 32), "is no block");
+    EXPECT_DEATH(static_cast<void>(m_table.realloc(foreign + 32, 100, 4)), "is no block");
+    m_table.free(block);
 }
 
 TEST_P(GuardedMemory, AddressesLastThroughManyBlocks) {
@@ -298,41 +270,27 @@ TEST_P(GuardedMemory, AddressesLastThroughManyBlocks) {
         }
     }
     std::for_each(lasting.begin(), lasting.end(), m_table.free);
-    for (int i = 0; i < 100; ++i) { // 3 GB
-        char* const block = Allocate(30'000'000, 16);
-        ASSERT_NE(block, nullptr) << i;
-        m_table.free(block);
-        EXPECT_TRUE(IsInaccessible(block));
+    // The newest 256 MiB of freed addresses stay inaccessible; older ones are the system's again.
+    std::vector<char*> large;
+    for (int i = 0; i < 10; ++i) {
+        large.push_back(Allocate(27'000'000, 16));
+        ASSERT_NE(large.back(), nullptr);
+        m_table.free(large.back());
     }
-}
-
-TEST_P(EndGuardedMemory, BlocksAreAlignedNoBetterThanAsked) {
-    for (const std::size_t size : {4u, 8u, 12u, 16u, 20u, 4100u}) {
-        char* const block = Allocate(size, 4);
-        EXPECT_EQ(Address(block) % 16, (16 - size % 16) % 16) << size;
-        EXPECT_TRUE(IsAccessible(block + size - 1));
-        EXPECT_TRUE(IsInaccessible(block + size));
-        m_table.free(block);
-    }
+    EXPECT_TRUE(std::all_of(large.begin() + 1, large.end(), IsInaccessible));
+    MEMORY_BASIC_INFORMATION oldest{};
+    VirtualQuery(large[0], &oldest, sizeof oldest);
+    EXPECT_EQ(oldest.State, static_cast<DWORD>(MEM_FREE));
 }
 
 TEST_P(GuardedMemoryDeathTest, WritesBesideABlockAbortWhenItIsFreed) {
-    EXPECT_DEATH(
-        {
-            char* const block = Allocate(5, 8);
-            block[5] = 0;
-            m_table.free(block);
-        },
-        "5 bytes of context 0x7E570001: the byte at offset 5 was written to");
+    char* const block = Allocate(5, 8);
+    EXPECT_DEATH((block[5] = 0, m_table.free(block)),
+                 "5 bytes of context 0x7E570001: the byte at offset 5 was written to");
     if (GetParam() == MemoryMode::GUARD_END) {
-        EXPECT_DEATH(
-            {
-                char* const block = Allocate(5, 8);
-                block[-1] = 0;
-                m_table.free(block);
-            },
-            "the byte at offset -1 was written to");
+        EXPECT_DEATH((block[-1] = 0, m_table.free(block)), "the byte at offset -1 was written to");
     }
+    m_table.free(block);
 }
 
 constexpr MemoryMode GUARDED[] = {MemoryMode::GUARD_END, MemoryMode::GUARD_START};
@@ -345,7 +303,6 @@ std::string ModeName(const testing::TestParamInfo<MemoryMode>& mode) {
 INSTANTIATE_TEST_SUITE_P(Modes, Memory, testing::ValuesIn(ALL), ModeName);
 INSTANTIATE_TEST_SUITE_P(Modes, MemoryDeathTest, testing::ValuesIn(ALL), ModeName);
 INSTANTIATE_TEST_SUITE_P(Modes, GuardedMemory, testing::ValuesIn(GUARDED), ModeName);
-INSTANTIATE_TEST_SUITE_P(Modes, EndGuardedMemory, testing::Values(MemoryMode::GUARD_END), ModeName);
 INSTANTIATE_TEST_SUITE_P(Modes, GuardedMemoryDeathTest, testing::ValuesIn(GUARDED), ModeName);
 
 } // namespace

@@ -1,3 +1,5 @@
+// Hunted here: threads that start with another priority or stack than was asked for, a join that does not wait or never
+// returns, a network that is stopped while somebody counts on it, tables that let a wrong version pass.
 #include <winsock2.h> // before windows.h
 
 #include "capture.h"
@@ -6,16 +8,20 @@
 #include <emmintrin.h>
 #include <gtest/gtest.h>
 #include <host/zelkhost.h>
-#include <vector>
 
 namespace {
 
 const Z4::eal_thread_dll_interface& g_threads = ZelkHost::ThreadTable();
 const Z4::eal_net_dll_interface& g_network = ZelkHost::NetworkTable();
 
+Z4::eal_thread_handle Start(Z4::eal_thread_entry entry, void* argument, std::size_t stackSize = 0,
+                            Z4::eal_thread_priority priority = Z4::EAL_THREAD_PRIORITY_NORMAL) {
+    return g_threads.create(1, stackSize, priority, entry, argument);
+}
+
 TEST(HostThreads, RunAtTheirPriorityAndJoin) {
     const struct {
-        Z4::eal_thread_priority asked;
+        int asked;
         int expected;
     } cases[] = {
         {Z4::EAL_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
@@ -25,8 +31,8 @@ TEST(HostThreads, RunAtTheirPriorityAndJoin) {
         {Z4::EAL_THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_ABOVE_NORMAL},
         {Z4::EAL_THREAD_PRIORITY_HIGHEST, THREAD_PRIORITY_HIGHEST},
         {Z4::EAL_THREAD_PRIORITY_TIME_CRITICAL, THREAD_PRIORITY_TIME_CRITICAL},
-        {static_cast<Z4::eal_thread_priority>(-1), THREAD_PRIORITY_NORMAL},
-        {static_cast<Z4::eal_thread_priority>(7), THREAD_PRIORITY_NORMAL},
+        {-1, THREAD_PRIORITY_NORMAL},
+        {7, THREAD_PRIORITY_NORMAL},
     };
     const Z4::eal_thread_entry entry = [](void* argument) {
         Sleep(10); // so that a join which does not wait finds nothing
@@ -34,40 +40,29 @@ TEST(HostThreads, RunAtTheirPriorityAndJoin) {
     };
     for (const auto& test : cases) {
         int priority = 12345;
-        const Z4::eal_thread_handle thread = g_threads.create(1, 0, test.asked, entry, &priority);
-        ASSERT_NE(thread, nullptr);
-        g_threads.join(thread);
+        g_threads.join(Start(entry, &priority, 0, static_cast<Z4::eal_thread_priority>(test.asked)));
         EXPECT_EQ(priority, test.expected) << test.asked;
     }
 }
 
 TEST(HostThreads, HaveTheStackAskedForAndAlignedForVectors) {
-    struct Result {
-        std::size_t depth = 0;
-        bool aligned = false;
-    } result;
+    bool aligned = false;
     const Z4::eal_thread_entry entry = [](void* argument) {
-        volatile char deep[6 * 1024 * 1024];
+        volatile char deep[6 * 1024 * 1024]; // more than threads have by default
         for (std::size_t i = sizeof(deep); i >= 4096; i -= 4096) {
             deep[i - 1] = 1;
-            static_cast<Result*>(argument)->depth += 4096;
         }
         __m128 vector{};
         const std::atomic<void*> address = &vector;
-        static_cast<Result*>(argument)->aligned = reinterpret_cast<std::uintptr_t>(address.load()) % 16 == 0;
+        *static_cast<bool*>(argument) = reinterpret_cast<std::uintptr_t>(address.load()) % 16 == 0;
     };
-    const Z4::eal_thread_handle thread =
-        g_threads.create(1, 8 * 1024 * 1024, Z4::EAL_THREAD_PRIORITY_NORMAL, entry, &result);
-    ASSERT_NE(thread, nullptr);
-    g_threads.join(thread);
-    EXPECT_EQ(result.depth, 6u * 1024 * 1024);
-    EXPECT_TRUE(result.aligned);
+    g_threads.join(Start(entry, &aligned, 8 * 1024 * 1024));
+    EXPECT_TRUE(aligned);
 }
 
 TEST(HostThreads, WhatCannotStartIsNull) {
-    const Z4::eal_thread_entry entry = [](void*) {};
-    EXPECT_EQ(g_threads.create(1, 0, Z4::EAL_THREAD_PRIORITY_NORMAL, nullptr, nullptr), nullptr);
-    EXPECT_EQ(g_threads.create(1, 0xF0000000u, Z4::EAL_THREAD_PRIORITY_NORMAL, entry, nullptr), nullptr);
+    EXPECT_EQ(Start(nullptr, nullptr), nullptr);
+    EXPECT_EQ(Start([](void*) {}, nullptr, 0xF0000000u), nullptr);
     g_threads.join(nullptr);
 }
 
@@ -83,20 +78,14 @@ TEST(HostThreads, MayJoinThemselves) {
         parts.joined = true;
         parts.joined.notify_all();
     };
-    shared.thread = g_threads.create(1, 0, Z4::EAL_THREAD_PRIORITY_NORMAL, entry, &shared);
+    shared.thread = Start(entry, &shared);
     shared.thread.notify_all();
     shared.joined.wait(false);
 }
 
 bool NetworkIsUp() {
     const SOCKET probe = socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
-    const bool up = probe != INVALID_SOCKET;
-    if (up) {
-        closesocket(probe);
-    } else {
-        EXPECT_EQ(WSAGetLastError(), WSANOTINITIALISED);
-    }
-    return up;
+    return probe != INVALID_SOCKET && closesocket(probe) == 0;
 }
 
 TEST(HostNetwork, IsUpFromTheFirstInitToTheLastShutdown) {
@@ -114,27 +103,26 @@ TEST(HostNetwork, IsUpFromTheFirstInitToTheLastShutdown) {
 }
 
 template <class Table>
-void RefusesAnotherVersion(const Table& table, unsigned version) {
+void RefusesAnotherVersion(const Table& table, const char* name, unsigned version) {
     const ZelkTest::CapturedError error;
     EXPECT_EQ(table.init(version), 0);
-    EXPECT_EQ(error.Text(), "");
     EXPECT_EQ(table.init(version + 1), -1);
-    EXPECT_NE(error.Text().find("has version " + std::to_string(version)), std::string::npos) << error.Text();
+    EXPECT_EQ(error.Text(), std::string("zelk_host: the ") + name + " table has version " + std::to_string(version) +
+                                ", the library wants " + std::to_string(version + 1) + "\n");
     table.shutdown();
     table.shutdown();
 }
 
 TEST(HostTables, RefuseAnotherVersionAloud) {
-    RefusesAnotherVersion(ZelkHost::MemoryTable(), Z4::EAL_MEM_VERSION);
-    RefusesAnotherVersion(ZelkHost::LogTable(), Z4::EAL_LOG_VERSION);
-    RefusesAnotherVersion(ZelkHost::FileTable(), Z4::EAL_FILE_VERSION);
-    RefusesAnotherVersion(ZelkHost::ThreadTable(), Z4::EAL_THREAD_VERSION);
-    RefusesAnotherVersion(ZelkHost::NetworkTable(), Z4::EAL_NET_VERSION);
+    RefusesAnotherVersion(ZelkHost::MemoryTable(), "memory", Z4::EAL_MEM_VERSION);
+    RefusesAnotherVersion(ZelkHost::LogTable(), "log", Z4::EAL_LOG_VERSION);
+    RefusesAnotherVersion(ZelkHost::FileTable(), "file", Z4::EAL_FILE_VERSION);
+    RefusesAnotherVersion(ZelkHost::ThreadTable(), "thread", Z4::EAL_THREAD_VERSION);
+    RefusesAnotherVersion(ZelkHost::NetworkTable(), "network", Z4::EAL_NET_VERSION);
 }
 
 TEST(HostTables, PerformanceSlotsTakeAnyCall) {
     for (const Z4::eal_reserved_slot slot : ZelkHost::PerformanceTable().slots) {
-        ASSERT_NE(slot, nullptr);
         slot();
     }
 }

@@ -1,12 +1,11 @@
 #!/usr/bin/env python3
 """Serves the test program given as arguments from outside Wine, runs it and judges by its last words.
 
-Each TCP connection opens with one line that says what this end does: ECHO, COUNT, CALL port or RESET. Datagrams to the
-same port come back.
+Each TCP connection opens with one line that says what this end does: ECHO 0 or CALL port. Datagrams to the same port come
+back.
 """
 import os
 import socket
-import struct
 import subprocess
 import sys
 import threading
@@ -18,8 +17,6 @@ def serve(connection):
         if verb == b"ECHO":
             while data := reader.read1(65536):
                 connection.sendall(data)
-        elif verb == b"COUNT":
-            connection.sendall(b"%d" % len(reader.read()))
         elif verb == b"CALL":
             with socket.create_connection(("127.0.0.1", int(argument))) as call:
                 call.sendall(b"hello")
@@ -27,8 +24,6 @@ def serve(connection):
                 while data := call.recv(100):
                     answer += data
             connection.sendall(answer)
-        elif verb == b"RESET":
-            connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
 
 
 def accept(listener):

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string>
 #include <utility>
 #include <zelk_core/net/tcpsocket.h>
 #include <zelk_core/os/lifecycle.h>
@@ -26,7 +27,10 @@ public:
     explicit RawSocket(int type) : m_handle(socket(AF_INET, type, 0)) {}
     ~RawSocket() { Close(); }
     RawSocket(RawSocket&& other) : m_handle(std::exchange(other.m_handle, INVALID_SOCKET)) {}
-    RawSocket& operator=(RawSocket&&) = delete;
+    RawSocket& operator=(RawSocket&& other) {
+        std::swap(m_handle, other.m_handle);
+        return *this;
+    }
 
     operator SOCKET() const { return m_handle; }
 
@@ -70,19 +74,30 @@ private:
     SOCKET m_handle;
 };
 
-/// One connection: our end and the system's.
+/// One connection: our end and the system's, which waits no longer than 10 s for anything.
 struct Connection {
-    Connection() : raw(SOCK_STREAM) {
+    Connection() {
         RawSocket listener(SOCK_STREAM);
         const unsigned short port = listener.Bind();
         listen(listener, 1);
         EXPECT_TRUE(ours.Connect("127.0.0.1", port));
-        raw.Close();
-        new (&raw) RawSocket(accept(listener, nullptr, nullptr));
+        raw = RawSocket(accept(listener, nullptr, nullptr));
+        const DWORD limit = 10'000;
+        setsockopt(raw, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&limit), sizeof limit);
+    }
+
+    /// What the system's end has until the stream ends.
+    std::string ReceiveAll() {
+        std::string all;
+        char buffer[65536];
+        for (int count = 0; (count = recv(raw, buffer, sizeof buffer, 0)) > 0;) {
+            all.append(buffer, static_cast<unsigned>(count));
+        }
+        return all;
     }
 
     Z4::TcpSocket ours;
-    RawSocket raw;
+    RawSocket raw{INVALID_SOCKET};
 };
 
 } // namespace ZelkTest

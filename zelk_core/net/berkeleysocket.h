@@ -1,12 +1,16 @@
 /// @file
-/// The socket calls of the system, one a function, with their failures as the library's codes.
+/// The system's socket calls for IPv4, one a function, for code that keeps plain handles. Socket and the classes that
+/// derive from it are built on these.
 ///
-/// For code that keeps plain handles; Socket and its descendants are built on these. A handle is the system's, -1 for
-/// none, which every function here answers with ERR_INVALID from the system. `error` is written on failure only, save
-/// that Select() first sets it to ERR_OK. The network must have been started (InitializeOS()), otherwise everything
-/// fails with ERR_DEVICE_NOT_READY. Any thread.
+/// The network must have been started (InitializeOS()); until then the system refuses every call with
+/// ERR_DEVICE_NOT_READY. A `handle` is the system's. -1 stands for no socket; the system answers it with ERR_INVALID.
 ///
-/// On a non-blocking socket, ERR_NOT_READY means that the operation would have to wait.
+/// A function that fails returns false, or -1 where it returns a handle or a count, and stores the reason in `error`.
+/// One that succeeds leaves `error` alone, but for Select(), which sets it to ERR_OK at its beginning. On a
+/// non-blocking socket, ERR_NOT_READY means that the operation would have had to wait.
+///
+/// Any thread may call any function. Two threads may use one handle at once, one to send and one to receive; none may
+/// close it while another uses it, as the system soon gives its number to another socket.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -16,82 +20,104 @@ namespace Z4 {
 
 class BerkeleySocket {
 public:
-    /// What is no longer wanted of a connection.
+    /// Which directions of a connection end.
     enum ShutdownHow : int {
         SHUTDOWN_RECEIVE = 0,
-        SHUTDOWN_SEND = 1, ///< the peer reads what was sent, then the end of the stream
+        SHUTDOWN_SEND = 1, ///< the peer reads what was sent before, then the end of the stream
         SHUTDOWN_BOTH = 2,
     };
 
-    /// Wait without limit, for Select().
+    /// Select() waits without limit.
     static constexpr unsigned long NO_TIMEOUT = 0xFFFFFFFF;
 
-    /// @return the new socket's handle, -1 on failure.
+    /// Make a blocking socket, for streams (TCP) or for datagrams (UDP).
+    /// @return its handle, -1 on failure.
     [[nodiscard]] Z4_API static long OpenStream(unsigned long& error);
     [[nodiscard]] Z4_API static long OpenDatagram(unsigned long& error);
 
-    /// Closes, and sets `handle` to -1 in any case.
+    /// Closes the socket. `handle` is -1 afterwards, whatever the system answers.
     Z4_API static bool Close(long& handle, unsigned long& error);
 
-    /// Binds, then stores in `address` what the system made of it: with port 0 it chooses a free one.
+    /// Binds the socket to `address` and stores there what it is bound to: where the port was 0, the system has chosen
+    /// a free one. `address` is passed on whatever its status says; the system refuses one without a family.
     [[nodiscard]] Z4_API static bool Bind(SocketAddr& address, long handle, unsigned long& error);
 
-    /// Connects to `peer` and copies it to `connected` on success. ERR_INVALID, without a call, for an address that is
-    /// not usable or whose family, port or address is 0.
+    /// Connects the socket to `peer`, which is copied to `connected` on success. An address whose status is not ERR_OK,
+    /// or whose family, port or address is 0, is ERR_INVALID, and the system is not asked.
     [[nodiscard]] Z4_API static bool Connect(const SocketAddr& peer, SocketAddr& connected, long handle,
                                              unsigned long& error);
 
+    /// Lets a bound stream socket take connections.
+    /// @param backlog how many may wait to be accepted; the system limits it.
     [[nodiscard]] Z4_API static bool Listen(unsigned long backlog, long handle, unsigned long& error);
 
-    /// @return the handle of the connection, whose other end is stored in `peer`; -1 on failure.
+    /// Takes the next connection of a listening socket, and waits for one where the socket blocks. The connection
+    /// blocks, or not, as the listening socket does.
+    /// @param peer the other end's address; untouched on failure.
+    /// @return the connection's handle, -1 on failure.
     [[nodiscard]] Z4_API static long Accept(SocketAddr& peer, long handle, unsigned long& error);
 
-    /// @return bytes taken, which may be fewer than `size`; -1 on failure.
+    /// Send() serves connected sockets. SendTo() sends one datagram to `peer`; an address whose status is not ERR_OK or
+    /// whose family is 0 is ERR_INVALID, and the system is not asked.
+    /// @param size bytes at `data`; 0x7FFFFFFF at most are sent by one call.
+    /// @return bytes taken, which on a stream may be fewer than `size`; -1 on failure.
     [[nodiscard]] Z4_API static long Send(const char* data, unsigned long size, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static long SendTo(const SocketAddr& peer, const char* data, unsigned long size, long handle,
                                             unsigned long& error);
 
-    /// @return bytes stored, 0 at the end of a stream; -1 on failure. A datagram that does not fit fills the buffer and
-    /// is lost with ERR_OVERFLOW.
+    /// Store what has arrived, at least one byte of a stream or one whole datagram; a blocking socket waits for it. A
+    /// datagram of more than `size` bytes fills the buffer, its rest is lost, and the failure is ERR_OVERFLOW.
+    /// @param size room at `data` in bytes.
+    /// @param peer who sent the datagram; untouched on failure.
+    /// @return bytes stored, 0 at the end of a stream and for an empty datagram; -1 on failure.
     [[nodiscard]] Z4_API static long Receive(char* data, unsigned long size, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle,
                                                  unsigned long& error);
 
-    /// `how` reaches the system unchanged; unknown values are ERR_INVALID.
+    /// Ends one direction of a connection, or both; the socket still has to be closed. Other values of `how` reach the
+    /// system, too, which answers ERR_INVALID.
     Z4_API static bool Shutdown(ShutdownHow how, long handle, unsigned long& error);
 
-    /// Waits until the socket is ready for something that is asked for by a pointer that is not null. Each such result
-    /// is set: false at first, then whether the socket is ready for it. On failure they mean nothing.
-    /// @param readable data, the end of the stream or a connection to accept can be had without waiting
-    /// @param writable something can be sent without waiting, or connecting has succeeded
-    /// @param failed connecting has failed, or out-of-band data is there
-    /// @param timeoutMs milliseconds; 0 never waits, NO_TIMEOUT waits without limit
-    /// @return false with ERR_TIMEOUT when nothing became ready; ERR_INVALID when nothing was asked for.
+    /// Waits until the socket is ready for one of the things asked for. Null pointers ask for nothing; at least one
+    /// must ask, else the failure is ERR_INVALID. What the others point to becomes true or false: whether the socket is
+    /// ready for it now. After ERR_TIMEOUT all are false; after another failure they mean nothing.
+    /// @param readable data, the end of the stream or a connection to accept can be had without waiting.
+    /// @param writable something can be sent without waiting, or connecting has succeeded.
+    /// @param failed connecting has failed, or out-of-band data is there.
+    /// @param timeoutMs milliseconds; 0 never waits, NO_TIMEOUT waits without limit.
+    /// @return whether the socket is ready for any of them; false with ERR_TIMEOUT when the time has passed.
     [[nodiscard]] Z4_API static bool Select(bool* readable, bool* writable, bool* failed, long handle,
                                             unsigned long timeoutMs, unsigned long& error);
 
     /// @name Options
-    /// Setters return success; readers store the value in `value`, and leave it on failure. Sizes are in bytes.
+    /// A setter returns whether the system took the value. A reader stores the system's value in `value` and returns
+    /// true; when it fails, `value` keeps what it had. Sizes are in bytes.
     /// @{
+
+    /// Whether operations that cannot go on wait (`on`, as of a new socket) or fail with ERR_NOT_READY.
     [[nodiscard]] Z4_API static bool SetBlocking(bool on, long handle, unsigned long& error);
+    /// Whether Bind() may take an address that is still in use.
     Z4_API static bool SetReuseAddr(bool on, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetReuseAddr(bool& value, long handle, unsigned long& error);
+    /// Whether a datagram socket may send to broadcast addresses.
     Z4_API static bool SetBroadCast(bool on, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetBroadCast(bool& value, long handle, unsigned long& error);
+    /// The system's buffers; it may take another size than it was asked for.
     Z4_API static bool SetSendBufSize(unsigned long size, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetSendBufSize(unsigned long& value, long handle, unsigned long& error);
     Z4_API static bool SetReceiveBufSize(unsigned long size, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetReceiveBufSize(unsigned long& value, long handle, unsigned long& error);
-    /// Nagle's algorithm (RFC 896) collects small writes; it is on at first.
+    /// Whether small writes are collected by Nagle's algorithm (RFC 896), as they are on a new socket.
     Z4_API static bool SetNagleOnOff(bool on, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetNagleOnOff(bool& value, long handle, unsigned long& error);
-    /// Whether closing waits for data that is still to be sent, and how long; nothing is written where the value is
-    /// what it should be. More than 65535 seconds is ERR_INVALID.
+    /// Whether, and for how many seconds, closing waits for data that is still to be sent. Both are kept by the system
+    /// in one record; each setter reads it, and writes it back only where its own part is to change. More than 65535
+    /// seconds is ERR_INVALID.
     Z4_API static bool SetLingerOnOff(bool on, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetLingerOnOff(bool& value, long handle, unsigned long& error);
     Z4_API static bool SetLingerSeconds(unsigned long seconds, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetLingerSeconds(unsigned long& value, long handle, unsigned long& error);
-    /// Bytes that Receive() would find now.
+    /// How many bytes have arrived and wait to be received.
     [[nodiscard]] Z4_API static bool GetPendingDataCount(unsigned long& value, long handle, unsigned long& error);
     /// @}
 
@@ -102,10 +128,6 @@ private:
     /// Stores the last socket error of this thread; for `return Fail(error)`.
     static bool Fail(unsigned long& error);
     static long CountOrFail(long result, unsigned long& error);
-    static bool SetOption(int level, int option, int value, long handle, unsigned long& error);
-    static bool GetOption(int level, int option, int& value, long handle, unsigned long& error);
-    static bool GetFlag(int level, int option, bool& value, long handle, unsigned long& error);
-    static bool GetSize(int option, unsigned long& value, long handle, unsigned long& error);
 };
 
 } // namespace Z4

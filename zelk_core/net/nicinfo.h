@@ -1,31 +1,32 @@
 /// @file
-/// The machine's network adapters.
+/// The machine's network adapters and their addresses.
 #pragma once
 
 #include <cstdint>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 
 struct _IP_ADAPTER_ADDRESSES_LH;
 
 namespace Z4 {
 
-/// One adapter in a NICInfo, which owns it.
+/// One adapter of a NICInfo, which owns it and its texts: they live as long as the NICInfo does.
 class NICEntry {
 public:
-    /// The hardware address, "00:1A:2B:3C:4D:5E"; empty when there is none or it has more than 8 bytes.
+    /// The hardware address, "00:1A:2B:3C:4D:5E". Empty when there is none, and when it has more than 8 bytes.
     const char* GetMACAddress() const { return m_self->m_macAddress; }
-    /// The system's name of the adapter; null when there was no memory for it.
+    /// The system's name of the adapter; null when the host had no memory for it.
     const char* GetName() const { return m_self->m_name; }
     /// The system's IPv4 interface index.
     unsigned long GetIndex() const { return m_self->m_index; }
-    /// How many IPv4 addresses it has.
+    /// How many IPv4 addresses the adapter has; 0 also when the host had no memory for them.
     unsigned long GetIPAddressCount() const { return m_self->m_addressCount; }
-    /// The dotted address at `index`; null beyond the last.
+    /// The dotted address at `index`; null from GetIPAddressCount() on.
     Z4_API const char* GetIPAddress(unsigned long index) const;
 
 private:
     friend class NICInfo;
-    friend struct NICInfoLayout;
+    friend struct Private::Layout<NICEntry>;
     using AddressText = char[46];
     void Fill(const _IP_ADAPTER_ADDRESSES_LH& adapter);
 
@@ -34,11 +35,16 @@ private:
     char* m_name;
     std::uint32_t m_index;
     std::uint32_t m_addressCount;
-    const NICEntry* m_self;
+    const NICEntry* m_self; // itself, which the accessors go through
 };
 
-/// A snapshot, taken at construction, in the system's order. It is empty when the system refuses it or there is no
-/// memory. Reading it is safe from any thread.
+/// The adapters that the machine had at construction, in the system's order; later changes do not show. There are none
+/// when the system refuses the list or the host has no memory for it. Any number of threads may read one.
+///
+///     const Z4::NICInfo adapters;
+///     for (const Z4::NICEntry& adapter : adapters) {
+///         Use(adapter.GetName(), adapter.GetIPAddress(0));
+///     }
 class NICInfo {
 public:
     class const_iterator {
@@ -67,7 +73,7 @@ public:
     const_iterator end() const { return const_iterator(m_entries + m_count); }
 
 private:
-    friend struct NICInfoLayout;
+    friend struct Private::Layout<NICInfo>;
 
     std::uint32_t m_count;
     NICEntry* m_entries;

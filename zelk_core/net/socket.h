@@ -1,9 +1,10 @@
 /// @file
-/// What stream and datagram sockets share: a handle, an address, the last error.
+/// What stream and datagram sockets share: the system's handle, an address, a time-out and the last error.
 ///
-/// Every operation stores its result, which GetLastError() reads: ERR_OK, ERR_NOT_CONNECTED on a closed socket, for
-/// which the system is not asked, or the translated failure of the system's call. On failure it returns false, and -1
-/// or 0 where it returns a count.
+/// Each operation stores its result, which GetLastError() reads. On a closed socket that is ERR_NOT_CONNECTED, and the
+/// system is not asked. On an open one it is ERR_OK, or the failure of the system's call in the library's codes. An
+/// operation that failed returns false, -1 where it returns a count, and 0 where it reads a size. Functions that look
+/// only at the object (IsValid(), GetBlocking(), GetTimeout(), GetHandle(), the address) store nothing.
 ///
 /// One object belongs to one thread at a time: while a thread waits in Receive() or Accept(), no other thread may call
 /// anything of that socket, not even Close() to end the wait. A thread that must be stoppable gives its socket a
@@ -27,81 +28,92 @@
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/error.h>
 #include <zelk_core/base/hostnew.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/net/berkeleysocket.h>
 #include <zelk_core/net/socketaddr.h>
 
 namespace Z4 {
 
-/// Start the network (InitializeOS()) before making one. IPv4 only.
+/// The network must have been started (InitializeOS()) before a socket is made. IPv4 only. Objects on the heap live in
+/// the host's memory.
 class Z4_API Socket : public HostNew<Socket> {
 public:
-    /// What Select(long) waits for, or-ed.
+    /// What Select(long) waits for; combine them by or.
     enum SelectMask : long {
         SELECT_READABLE = 1,
         SELECT_WRITABLE = 2,
         SELECT_FAILED = 4,
     };
 
-    /// Closes.
+    /// Closes the socket.
     virtual ~Socket();
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
 
-    /// Closes, then makes a new socket, blocking and without time-out.
+    /// Closes the socket where it is open, then makes a new one, which blocks and has no time-out.
     [[nodiscard]] virtual bool Open() = 0;
 
-    /// Whatever the system answers, the socket is closed then, and blocking and time-out are at their first values. The
-    /// address is kept.
+    /// The socket is closed afterwards, whatever the system answers, and the stored mode is blocking and the time-out
+    /// NO_TIMEOUT again. The address is kept.
     virtual bool Close();
 
-    /// Binds to the local address that `host` resolves to, or to all of them; port 0 lets the system choose, and
-    /// GetPortNumber() tells. A host that does not resolve is bound as an all-zero address, which the system refuses.
+    /// Bind the socket to `port` at the local address that `host` resolves to, or at all local addresses. With port 0
+    /// the system chooses one, which GetPortNumber() tells. A name is looked up first, which may take long. A host that
+    /// does not resolve is passed on as an address of zeros, which the system refuses.
     Z4_VIRTUAL_PAIR([[nodiscard]] virtual bool Bind(const char* host, unsigned short port),
                     [[nodiscard]] virtual bool Bind(unsigned short port));
 
-    /// Connects; a datagram socket then sends to this peer and hears nobody else. ERR_INVALID, without a call, for a
-    /// host that does not resolve, for "0.0.0.0" and for port 0. A non-blocking stream socket answers ERR_NOT_READY
-    /// and becomes writable when it is connected; the peer's address is then not stored.
+    /// Connects the socket to `port` of `host`. A name is looked up first, which may take long; the time-out does not
+    /// count here. A host that does not resolve, "0.0.0.0" and port 0 are ERR_INVALID, and the system is not asked.
+    ///
+    /// A datagram socket then sends to this peer and hears nobody else. A non-blocking stream socket fails with
+    /// ERR_NOT_READY while it connects: wait in Select() until it is writable, or until it has failed. GetIpAddress()
+    /// and GetPortNumber() do not tell the peer then.
     [[nodiscard]] virtual bool Connect(const char* host, unsigned short port);
 
-    /// A blocking socket with a time-out waits so long for the peer at most, then fails with ERR_TIMEOUT.
+    /// Sends to the peer. A blocking socket waits until the system has room, for its time-out at most; then the failure
+    /// is ERR_TIMEOUT. A non-blocking one fails with ERR_NOT_READY.
+    /// @param size bytes at `data`; 0x7FFFFFFF at most are sent by one call.
     /// @return bytes taken, which may be fewer than `size`; -1 on failure.
     [[nodiscard]] virtual long Send(const char* data, unsigned long size);
 
-    /// Waits as Send() does.
-    /// @return bytes stored, 0 when the peer has ended its stream; -1 on failure. A datagram that does not fit fills
-    /// the buffer and is lost with ERR_OVERFLOW.
+    /// Stores what has arrived, at least one byte of a stream or one whole datagram, and waits for it as Send() does. A
+    /// datagram of more than `size` bytes fills the buffer, its rest is lost, and the failure is ERR_OVERFLOW.
+    /// @param size room at `data` in bytes.
+    /// @return bytes stored; 0 when the peer has ended its stream, and for an empty datagram; -1 on failure.
     [[nodiscard]] virtual long Receive(char* data, unsigned long size);
 
-    /// Waits for what is asked for by pointers that are not null, for the socket's time-out at most; see
-    /// BerkeleySocket::Select(). The second form takes a mask of SelectMask; what became ready is for the next call to
-    /// find out.
+    /// Wait until the socket is ready for one of the things asked for, for the socket's time-out at most; see
+    /// BerkeleySocket::Select(), which also says what the results and failures mean. The first form stores what the
+    /// socket is ready for. The second takes a mask of SelectMask and stores nothing.
     Z4_VIRTUAL_PAIR([[nodiscard]] virtual bool Select(bool* readable, bool* writable, bool* failed) const,
                     [[nodiscard]] virtual bool Select(long mask) const);
 
-    /// Lets Bind() take an address that is still in use.
+    /// Whether Bind() may take an address that is still in use.
     virtual bool SetReuseAddr(bool on);
     virtual bool GetReuseAddr() const;
 
-    /// Non-blocking operations that would wait fail with ERR_NOT_READY. No call when the mode is the stored one.
+    /// Whether operations that cannot go on wait or fail with ERR_NOT_READY. Where the stored mode is `on` already, the
+    /// system is not asked; otherwise `on` is stored even if the system refuses it.
     [[nodiscard]] virtual bool SetBlocking(bool on);
     /// The stored mode.
     virtual bool GetBlocking() const;
 
-    /// Sizes of the system's buffers in bytes; the system may take other values than were asked for.
+    /// Sizes of the system's buffers in bytes; the system may take another size than it was asked for.
     virtual bool SetSendBufSize(unsigned long size);
     virtual unsigned long GetSendBufSize() const;
     virtual bool SetReceiveBufSize(unsigned long size);
     virtual unsigned long GetReceiveBufSize() const;
 
-    /// Bytes that Receive() would find now; -1 on a closed socket, but 0 when the system's call fails.
+    /// How many bytes have arrived and wait to be received. -1 on a closed socket, but 0 when the system's call fails.
     virtual long GetPendingDataCount();
 
-    /// True while there is a handle.
+    /// Whether the socket is open.
     virtual bool IsValid() const;
 
-    /// Port, and dotted address, that were bound, connected to or accepted from, also after Close(). No name is looked
-    /// up: GetHostName() is the dotted address, too. The text lives in this object, until the next call.
+    /// Port and dotted address that the socket was bound to, connected to or accepted from, whichever came last, also
+    /// after Close(); 0 and "0.0.0.0" before. No name is looked up: GetHostName() is the dotted address, too. The text
+    /// belongs to this object and lasts until the next call.
     virtual unsigned short GetPortNumber() const;
     virtual const char* GetIpAddress() const;
     virtual const char* GetHostName() const;
@@ -109,27 +121,30 @@ public:
     /// The result of the last operation.
     Error GetLastError() const { return m_lastError; }
 
-    /// How long a blocking socket waits in Send(), Receive(), Accept() and Select(): milliseconds,
-    /// BerkeleySocket::NO_TIMEOUT at first and after Close(). 0 never waits. Connect() and closing do not heed it.
+    /// How many milliseconds a blocking socket waits in Send(), Receive() and Accept(), and every socket in Select():
+    /// BerkeleySocket::NO_TIMEOUT, which is without limit, at first and after Close(); 0 never waits. Connecting and
+    /// closing do not heed it.
     void SetTimeout(unsigned long ms) { m_timeout = ms; }
     unsigned long GetTimeout() const { return m_timeout; }
 
-    /// Ends sending, receiving or both, and keeps the socket.
+    /// Ends one direction of the connection, or both. The socket stays open.
     bool Shutdown(BerkeleySocket::ShutdownHow how);
 
     /// The system's handle, -1 for none. The socket keeps it.
     long GetHandle() const { return m_handle; }
 
-    /// Closes, then takes over `handle`, a blocking socket of this kind that no other object owns, or -1. The address
-    /// is not asked for. The socket's own handle must not be given: it would be closed first.
+    /// Closes the socket, then takes over `handle`: a blocking socket of this kind that no other object owns, or -1 to
+    /// stay closed. It must not be the socket's own handle, which would be closed first. The system is not asked for
+    /// the handle's address; the object keeps the address it had.
     void Attach(long handle);
-    /// Gives the handle away; the socket is closed then. Whoever takes the handle closes it.
+    /// Gives the handle away, and whoever takes it closes it. This socket is closed then.
     [[nodiscard]] long Detach();
 
 protected:
     Socket() = default;
-    /// Closes, then takes over all that `other` has and leaves it closed.
+    /// Closes the socket, then takes over all that `other` has and leaves that closed.
     void MoveFrom(Socket& other);
+    /// Open(), by one of BerkeleySocket's functions.
     bool OpenWith(long (*open)(unsigned long& error));
     /// Makes a blocking socket with a time-out wait for `mask`, SELECT_READABLE or SELECT_WRITABLE.
     /// @return whether to go on.
@@ -163,7 +178,7 @@ protected:
     unsigned char m_padding[3] = {};
 
 private:
-    friend struct SocketLayout;
+    friend struct Private::Layout<Socket>;
     bool BindTo(const SocketAddr& address);
     void Reset();
 };

@@ -5,40 +5,41 @@
 #include <cstdint>
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
-/// A value. `GetIpAddress()` writes into a buffer of the object, so that not even reads of one object may run on two
-/// threads at once.
+/// A value. Even two reads of one object must not run at once on two threads: GetIpAddress() writes into a buffer of
+/// the object.
 class SocketAddr {
 public:
-    /// No address: all zero.
+    /// No address: all zero, with the status ERR_OK.
     SocketAddr() = default;
 
-    /// @param address in the host's byte order, 0x7F000001 for 127.0.0.1; 0 stands for every local address.
-    /// @param port in the host's byte order; 0 lets the system choose.
+    /// @param address in the host's byte order, 0x7F000001 for 127.0.0.1. To bind to, 0 stands for every local address.
+    /// @param port in the host's byte order. To bind to, 0 lets the system choose.
     Z4_API SocketAddr(unsigned long address, unsigned short port);
 
-    /// Resolves `host`, a dotted address or a name, which may wait for name servers (see HostInfo). GetStatus() tells
-    /// how it went; the address of a host that was not found is all zero.
+    /// Takes the address of `host`, a dotted address or a name. A name is looked up, which may take long and needs the
+    /// network (see HostInfo). GetStatus() tells how it went; on failure address and port are 0 and there is no family.
     Z4_API SocketAddr(const char* host, unsigned short port);
 
-    /// ERR_OK when the address is usable.
+    /// ERR_OK, or why the host of the constructor could not be resolved (see HostInfo::GetStatus()).
     Error GetStatus() const { return m_status; }
 
-    /// False for an address without a family, such as that of a host that was not found.
+    /// False for an object without an address: a default one, or that of a host that was not found.
     bool IsIPv4() const;
 
-    /// In the host's byte order.
+    /// Both in the host's byte order.
     unsigned long GetAddress() const { return Swap(m_address); }
     unsigned short GetPort() const { return Swap(m_port); }
 
-    /// The dotted address, "0.0.0.0" for none. It lives in this object, until the next call.
+    /// The dotted address, "0.0.0.0" when there is none. The text belongs to this object and lasts until the next call.
     Z4_API const char* GetIpAddress() const;
 
 private:
     friend class BerkeleySocket;
-    friend struct SocketLayout;
+    friend struct Private::Layout<SocketAddr>;
 
     // The network's byte order is big-endian.
     static constexpr std::uint16_t Swap(std::uint16_t value) {

@@ -8,26 +8,31 @@
 
 namespace Z4 {
 
-/// Send() and Receive() serve a connected one; others name the peer with each datagram.
+/// See Socket for what all sockets do, and for the thread rule. Send() and Receive() serve a socket that has a peer
+/// from Connect(); others name the peer with each datagram.
 class Z4_API DatagramSocket : public Socket, public BerkeleySocketGroupMember<DatagramSocket> {
 public:
     ~DatagramSocket() override;
 
-    /// Opens; GetLastError() tells whether it did.
+    /// Opens a socket. GetLastError() and IsValid() tell whether it did.
     DatagramSocket();
-    DatagramSocket(DatagramSocket&& other);
-    DatagramSocket& operator=(DatagramSocket&& other);
+
+    /// Take over the other's handle, address, settings and last error; it is closed then. Assignment first closes what
+    /// this socket had; assigning a socket to itself changes nothing.
+    DatagramSocket(DatagramSocket&& other) noexcept;
+    DatagramSocket& operator=(DatagramSocket&& other) noexcept;
 
     [[nodiscard]] bool Open() override;
 
-    /// As Receive(), from anybody; `peer` is who sent it.
+    /// As Receive(), from anybody; `peer` becomes the address of who sent it, and stays as it was on failure.
     [[nodiscard]] virtual long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size);
 
-    /// Allows sending to broadcast addresses.
+    /// Whether the socket may send to broadcast addresses; a new one may not.
     virtual bool SetBroadCast(bool on);
     virtual bool GetBroadCast();
 
-    /// As Send(), to `peer`. ERR_INVALID, without a call, for an address that is not usable.
+    /// As Send(), one datagram to `peer`. An address whose status is not ERR_OK, or that is none, is ERR_INVALID, and
+    /// the system is not asked.
     [[nodiscard]] long SendTo(const SocketAddr& peer, const char* data, unsigned long size);
 };
 

@@ -6,6 +6,10 @@ namespace Z4 {
 
 namespace {
 
+using Private::ToHandle;
+using Private::ToSize;
+using Private::ToSocket;
+
 // The part of a SocketAddr that the system knows comes first in it.
 sockaddr* Native(SocketAddr& address) {
     return reinterpret_cast<sockaddr*>(&address);
@@ -14,12 +18,6 @@ const sockaddr* Native(const SocketAddr& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 constexpr int NATIVE_SIZE = sizeof(sockaddr_in);
-
-// The system takes signed lengths. More than this is never sent or received at once.
-int Clamp(unsigned long size) {
-    constexpr unsigned long LIMIT = 0x7FFFFFFF;
-    return static_cast<int>(size < LIMIT ? size : LIMIT);
-}
 
 /// A select set of one socket, or none where nobody asks.
 class SingleSet {
@@ -96,7 +94,7 @@ bool BerkeleySocket::Connect(const SocketAddr& peer, SocketAddr& connected, long
 }
 
 bool BerkeleySocket::Listen(unsigned long backlog, long handle, unsigned long& error) {
-    return listen(ToSocket(handle), Clamp(backlog)) == 0 || Fail(error);
+    return listen(ToSocket(handle), ToSize(backlog)) == 0 || Fail(error);
 }
 
 long BerkeleySocket::Accept(SocketAddr& peer, long handle, unsigned long& error) {
@@ -112,7 +110,7 @@ long BerkeleySocket::Accept(SocketAddr& peer, long handle, unsigned long& error)
 }
 
 long BerkeleySocket::Send(const char* data, unsigned long size, long handle, unsigned long& error) {
-    return CountOrFail(send(ToSocket(handle), data, Clamp(size), 0), error);
+    return CountOrFail(send(ToSocket(handle), data, ToSize(size), 0), error);
 }
 
 long BerkeleySocket::SendTo(const SocketAddr& peer, const char* data, unsigned long size, long handle,
@@ -121,17 +119,17 @@ long BerkeleySocket::SendTo(const SocketAddr& peer, const char* data, unsigned l
         error = ERR_INVALID;
         return -1;
     }
-    return CountOrFail(sendto(ToSocket(handle), data, Clamp(size), 0, Native(peer), NATIVE_SIZE), error);
+    return CountOrFail(sendto(ToSocket(handle), data, ToSize(size), 0, Native(peer), NATIVE_SIZE), error);
 }
 
 long BerkeleySocket::Receive(char* data, unsigned long size, long handle, unsigned long& error) {
-    return CountOrFail(recv(ToSocket(handle), data, Clamp(size), 0), error);
+    return CountOrFail(recv(ToSocket(handle), data, ToSize(size), 0), error);
 }
 
 long BerkeleySocket::ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle, unsigned long& error) {
     SocketAddr sender;
     int addressSize = NATIVE_SIZE;
-    const int received = recvfrom(ToSocket(handle), data, Clamp(size), 0, Native(sender), &addressSize);
+    const int received = recvfrom(ToSocket(handle), data, ToSize(size), 0, Native(sender), &addressSize);
     if (received < 0) {
         Fail(error);
         return -1;
@@ -141,7 +139,9 @@ long BerkeleySocket::ReceiveFrom(SocketAddr& peer, char* data, unsigned long siz
 }
 
 bool BerkeleySocket::Shutdown(ShutdownHow how, long handle, unsigned long& error) {
-    static_assert(SHUTDOWN_RECEIVE == SD_RECEIVE && SHUTDOWN_SEND == SD_SEND && SHUTDOWN_BOTH == SD_BOTH);
+    static_assert(SHUTDOWN_RECEIVE == SD_RECEIVE);
+    static_assert(SHUTDOWN_SEND == SD_SEND);
+    static_assert(SHUTDOWN_BOTH == SD_BOTH);
     return shutdown(ToSocket(handle), how) == 0 || Fail(error);
 }
 
@@ -151,7 +151,7 @@ bool BerkeleySocket::Select(bool* readable, bool* writable, bool* failed, long h
     SingleSet readSet(readable, ToSocket(handle));
     SingleSet writeSet(writable, ToSocket(handle));
     SingleSet failedSet(failed, ToSocket(handle));
-    const int ready = WaitForSets(readSet.Get(), writeSet.Get(), failedSet.Get(), timeoutMs);
+    const int ready = Private::WaitForSets(readSet.Get(), writeSet.Get(), failedSet.Get(), timeoutMs);
     if (ready == 0) {
         error = ERR_TIMEOUT;
         return false;
@@ -160,160 +160,6 @@ bool BerkeleySocket::Select(bool* readable, bool* writable, bool* failed, long h
     writeSet.Report();
     failedSet.Report();
     return ready > 0 || Fail(error);
-}
-
-bool BerkeleySocket::SetOption(int level, int option, int value, long handle, unsigned long& error) {
-    const char* const bytes = reinterpret_cast<const char*>(&value);
-    return setsockopt(ToSocket(handle), level, option, bytes, sizeof value) == 0 || Fail(error);
-}
-
-bool BerkeleySocket::GetOption(int level, int option, int& value, long handle, unsigned long& error) {
-    // Some options fill one byte only.
-    int raw = 0;
-    int size = sizeof raw;
-    if (getsockopt(ToSocket(handle), level, option, reinterpret_cast<char*>(&raw), &size) != 0) {
-        return Fail(error);
-    }
-    value = raw;
-    return true;
-}
-
-bool BerkeleySocket::GetFlag(int level, int option, bool& value, long handle, unsigned long& error) {
-    int number = 0;
-    if (!GetOption(level, option, number, handle, error)) {
-        return false;
-    }
-    value = number != 0;
-    return true;
-}
-
-bool BerkeleySocket::GetSize(int option, unsigned long& value, long handle, unsigned long& error) {
-    int number = 0;
-    if (!GetOption(SOL_SOCKET, option, number, handle, error)) {
-        return false;
-    }
-    value = static_cast<unsigned long>(number);
-    return true;
-}
-
-bool BerkeleySocket::SetBlocking(bool on, long handle, unsigned long& error) {
-    u_long nonBlocking = !on;
-    return ioctlsocket(ToSocket(handle), static_cast<long>(FIONBIO), &nonBlocking) == 0 || Fail(error);
-}
-
-bool BerkeleySocket::SetReuseAddr(bool on, long handle, unsigned long& error) {
-    return SetOption(SOL_SOCKET, SO_REUSEADDR, on, handle, error);
-}
-
-bool BerkeleySocket::GetReuseAddr(bool& value, long handle, unsigned long& error) {
-    return GetFlag(SOL_SOCKET, SO_REUSEADDR, value, handle, error);
-}
-
-bool BerkeleySocket::SetBroadCast(bool on, long handle, unsigned long& error) {
-    return SetOption(SOL_SOCKET, SO_BROADCAST, on, handle, error);
-}
-
-bool BerkeleySocket::GetBroadCast(bool& value, long handle, unsigned long& error) {
-    return GetFlag(SOL_SOCKET, SO_BROADCAST, value, handle, error);
-}
-
-bool BerkeleySocket::SetSendBufSize(unsigned long size, long handle, unsigned long& error) {
-    return SetOption(SOL_SOCKET, SO_SNDBUF, Clamp(size), handle, error);
-}
-
-bool BerkeleySocket::GetSendBufSize(unsigned long& value, long handle, unsigned long& error) {
-    return GetSize(SO_SNDBUF, value, handle, error);
-}
-
-bool BerkeleySocket::SetReceiveBufSize(unsigned long size, long handle, unsigned long& error) {
-    return SetOption(SOL_SOCKET, SO_RCVBUF, Clamp(size), handle, error);
-}
-
-bool BerkeleySocket::GetReceiveBufSize(unsigned long& value, long handle, unsigned long& error) {
-    return GetSize(SO_RCVBUF, value, handle, error);
-}
-
-bool BerkeleySocket::SetNagleOnOff(bool on, long handle, unsigned long& error) {
-    return SetOption(IPPROTO_TCP, TCP_NODELAY, !on, handle, error);
-}
-
-bool BerkeleySocket::GetNagleOnOff(bool& value, long handle, unsigned long& error) {
-    bool noDelay = false;
-    if (!GetFlag(IPPROTO_TCP, TCP_NODELAY, noDelay, handle, error)) {
-        return false;
-    }
-    value = !noDelay;
-    return true;
-}
-
-bool BerkeleySocket::GetPendingDataCount(unsigned long& value, long handle, unsigned long& error) {
-    u_long count = 0;
-    if (ioctlsocket(ToSocket(handle), static_cast<long>(FIONREAD), &count) != 0) {
-        return Fail(error);
-    }
-    value = count;
-    return true;
-}
-
-namespace {
-
-bool GetLinger(linger& record, long handle) {
-    int size = sizeof record;
-    return getsockopt(ToSocket(handle), SOL_SOCKET, SO_LINGER, reinterpret_cast<char*>(&record), &size) == 0;
-}
-
-bool SetLinger(const linger& record, long handle) {
-    const char* const bytes = reinterpret_cast<const char*>(&record);
-    return setsockopt(ToSocket(handle), SOL_SOCKET, SO_LINGER, bytes, sizeof record) == 0;
-}
-
-} // namespace
-
-bool BerkeleySocket::SetLingerOnOff(bool on, long handle, unsigned long& error) {
-    linger record{};
-    if (!GetLinger(record, handle)) {
-        return Fail(error);
-    }
-    if ((record.l_onoff != 0) == on) {
-        return true;
-    }
-    record.l_onoff = on;
-    return SetLinger(record, handle) || Fail(error);
-}
-
-bool BerkeleySocket::GetLingerOnOff(bool& value, long handle, unsigned long& error) {
-    linger record{};
-    if (!GetLinger(record, handle)) {
-        return Fail(error);
-    }
-    value = record.l_onoff != 0;
-    return true;
-}
-
-bool BerkeleySocket::SetLingerSeconds(unsigned long seconds, long handle, unsigned long& error) {
-    const u_short wanted = static_cast<u_short>(seconds);
-    if (wanted != seconds) {
-        error = ERR_INVALID;
-        return false;
-    }
-    linger record{};
-    if (!GetLinger(record, handle)) {
-        return Fail(error);
-    }
-    if (record.l_linger == wanted) {
-        return true;
-    }
-    record.l_linger = wanted;
-    return SetLinger(record, handle) || Fail(error);
-}
-
-bool BerkeleySocket::GetLingerSeconds(unsigned long& value, long handle, unsigned long& error) {
-    linger record{};
-    if (!GetLinger(record, handle)) {
-        return Fail(error);
-    }
-    value = record.l_linger;
-    return true;
 }
 
 } // namespace Z4

@@ -3,11 +3,14 @@
 #include <cstddef>
 #include <cstring>
 #include <zelk_core/base/assert.h>
+#include <zelk_core/base/private/copytext.h>
 #include <zelk_core/net/hostinfo.h>
 
 namespace Z4 {
 
-struct HostInfoLayout {
+template <>
+struct Private::Layout<HostInfo> {
+    static_assert(offsetof(HostInfo, m_status) == 0);
     static_assert(offsetof(HostInfo, m_name) == 4);
     static_assert(offsetof(HostInfo, m_address) == 363);
     static_assert(sizeof(HostInfo) == 412);
@@ -16,13 +19,6 @@ struct HostInfoLayout {
 namespace {
 
 constexpr char UNKNOWN_ADDRESS[] = "0.0.0.0";
-
-template <std::size_t SIZE>
-void CopyText(char (&to)[SIZE], const char* from) {
-    const std::size_t length = strnlen(from, SIZE - 1);
-    std::memcpy(to, from, length);
-    to[length] = '\0';
-}
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -101,14 +97,14 @@ Error HostInfo::AnalyseError(int number) {
 }
 
 HostInfo::HostInfo() : m_status(ERR_OK), m_name{}, m_address{} {
-    CopyText(m_address, UNKNOWN_ADDRESS);
+    Private::CopyTruncated(m_address, UNKNOWN_ADDRESS);
 }
 
 HostInfo::HostInfo(const char* host) : HostInfo() {
     if (host == nullptr) {
         m_status = ERR_INVALID;
     } else if (IsIPAddress(host)) {
-        CopyText(m_address, host);
+        Private::CopyTruncated(m_address, host);
     } else {
         Resolve(host);
     }
@@ -129,9 +125,9 @@ void HostInfo::Resolve(const char* host) {
     Z4_ASSERT(number != WSANOTINITIALISED, "The network is started (InitializeOS()) until the look-up returns.");
     m_status = AnalyseError(number);
     if (m_status == ERR_OK) {
-        CopyText(m_name, host);
+        Private::CopyTruncated(m_name, host);
     } else {
-        CopyText(m_address, UNKNOWN_ADDRESS);
+        Private::CopyTruncated(m_address, UNKNOWN_ADDRESS);
     }
 }
 

@@ -10,14 +10,23 @@
 
 namespace Z4 {
 
-struct NICInfoLayout {
+template <>
+struct Private::Layout<NICEntry> {
+    static_assert(offsetof(NICEntry, m_macAddress) == 0);
     static_assert(offsetof(NICEntry, m_addresses) == 24);
     static_assert(offsetof(NICEntry, m_name) == 28);
     static_assert(offsetof(NICEntry, m_index) == 32);
     static_assert(offsetof(NICEntry, m_addressCount) == 36);
     static_assert(offsetof(NICEntry, m_self) == 40);
-    static_assert(sizeof(NICEntry) == 44 && alignof(NICEntry) == 4);
-    static_assert(offsetof(NICInfo, m_count) == 0 && offsetof(NICInfo, m_entries) == 4 && sizeof(NICInfo) == 8);
+    static_assert(sizeof(NICEntry) == 44);
+    static_assert(alignof(NICEntry) == 4);
+};
+
+template <>
+struct Private::Layout<NICInfo> {
+    static_assert(offsetof(NICInfo, m_count) == 0);
+    static_assert(offsetof(NICInfo, m_entries) == 4);
+    static_assert(sizeof(NICInfo) == 8);
 };
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <zelk_core/net/private/winsock.h>
 
-namespace Z4 {
+namespace Z4::Private {
 
 /// Null sets are not waited for. 0xFFFFFFFF milliseconds are no limit.
 /// @return as the system's select.
@@ -13,4 +13,4 @@ inline int WaitForSets(fd_set* readable, fd_set* writable, fd_set* failed, unsig
     return select(FD_SETSIZE, readable, writable, failed, timeoutMs == 0xFFFFFFFF ? nullptr : &limit);
 }
 
-} // namespace Z4
+} // namespace Z4::Private

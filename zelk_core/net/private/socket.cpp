@@ -1,7 +1,18 @@
+#include <cstddef>
 #include <zelk_core/base/assert.h>
 #include <zelk_core/net/socket.h>
 
 namespace Z4 {
+
+template <>
+struct Private::Layout<Socket> {
+    static_assert(offsetof(Socket, m_address) == 4);
+    static_assert(offsetof(Socket, m_handle) == 40);
+    static_assert(offsetof(Socket, m_lastError) == 44);
+    static_assert(offsetof(Socket, m_timeout) == 48);
+    static_assert(offsetof(Socket, m_blocking) == 52);
+    static_assert(sizeof(Socket) == 56);
+};
 
 Socket::~Socket() {
     Attach(-1);

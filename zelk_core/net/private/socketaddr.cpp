@@ -2,26 +2,42 @@
 
 #include <cstddef>
 #include <zelk_core/net/hostinfo.h>
-#include <zelk_core/net/socket.h>
 #include <zelk_core/net/socketaddr.h>
 
 namespace Z4 {
 
-struct SocketLayout {
+template <>
+struct Private::Layout<SocketAddr> {
     static_assert(offsetof(SocketAddr, m_family) == offsetof(sockaddr_in, sin_family));
     static_assert(offsetof(SocketAddr, m_port) == offsetof(sockaddr_in, sin_port));
     static_assert(offsetof(SocketAddr, m_address) == offsetof(sockaddr_in, sin_addr));
-    static_assert(offsetof(SocketAddr, m_text) == sizeof(sockaddr_in) && SocketAddr::FAMILY_IPV4 == AF_INET);
+    static_assert(offsetof(SocketAddr, m_text) == sizeof(sockaddr_in));
     static_assert(offsetof(SocketAddr, m_status) == 32);
     static_assert(sizeof(SocketAddr) == 36);
-
-    static_assert(offsetof(Socket, m_address) == 4);
-    static_assert(offsetof(Socket, m_handle) == 40);
-    static_assert(offsetof(Socket, m_lastError) == 44);
-    static_assert(offsetof(Socket, m_timeout) == 48);
-    static_assert(offsetof(Socket, m_blocking) == 52);
-    static_assert(sizeof(Socket) == 56);
+    static_assert(SocketAddr::FAMILY_IPV4 == AF_INET);
 };
+
+namespace {
+
+/// What the system's conversion of a dotted text came to.
+Error StatusOfConversion(int result) {
+    if (result == 1) {
+        return ERR_OK;
+    }
+    if (result == 0) {
+        return ERR_INVALID;
+    }
+    switch (WSAGetLastError()) {
+    case WSAEFAULT:
+        return ERR_INVALID;
+    case WSAEAFNOSUPPORT:
+        return ERR_UNSUPPORTED;
+    default:
+        return ERR_UNHANDLED;
+    }
+}
+
+} // namespace
 
 SocketAddr::SocketAddr(unsigned long address, unsigned short port)
     : m_family(FAMILY_IPV4), m_port(Swap(port)), m_address(Swap(static_cast<std::uint32_t>(address))) {}
@@ -34,25 +50,7 @@ SocketAddr::SocketAddr(const char* host, unsigned short port) {
     }
     m_family = FAMILY_IPV4;
     m_port = Swap(port);
-    switch (inet_pton(AF_INET, info.GetAddress(), &m_address)) {
-    case 1:
-        break;
-    case 0:
-        m_status = ERR_INVALID;
-        break;
-    default:
-        switch (WSAGetLastError()) {
-        case WSAEFAULT:
-            m_status = ERR_INVALID;
-            break;
-        case WSAEAFNOSUPPORT:
-            m_status = ERR_UNSUPPORTED;
-            break;
-        default:
-            m_status = ERR_UNHANDLED;
-            break;
-        }
-    }
+    m_status = StatusOfConversion(inet_pton(AF_INET, info.GetAddress(), &m_address));
 }
 
 const char* SocketAddr::GetIpAddress() const {

@@ -8,11 +8,13 @@
 
 namespace Z4 {
 
-struct SocketGroupLayout {
+template <>
+struct Private::Layout<BerkeleySocketGroup> {
     static_assert(offsetof(BerkeleySocketGroup, m_count) == offsetof(fd_set, fd_count));
     static_assert(offsetof(BerkeleySocketGroup, m_handles) == offsetof(fd_set, fd_array));
     static_assert(BerkeleySocketGroup::CAPACITY == FD_SETSIZE);
-    static_assert(sizeof(BerkeleySocketGroup) == sizeof(fd_set) && sizeof(fd_set) == 260);
+    static_assert(sizeof(BerkeleySocketGroup) == sizeof(fd_set));
+    static_assert(sizeof(fd_set) == 260);
 };
 
 void BerkeleySocketGroup::Add(long handle) {
@@ -40,7 +42,7 @@ void BerkeleySocketGroup::Remove(long handle) {
 
 bool BerkeleySocketGroup::IsInSet(long handle) const {
     BerkeleySocketGroup& group = const_cast<BerkeleySocketGroup&>(*this); // the system only reads
-    return __WSAFDIsSet(ToSocket(handle), reinterpret_cast<fd_set*>(&group)) != 0;
+    return __WSAFDIsSet(Private::ToSocket(handle), reinterpret_cast<fd_set*>(&group)) != 0;
 }
 
 long BerkeleySocketGroup::Wait(BerkeleySocketGroup* readable, BerkeleySocketGroup* writable,
@@ -48,8 +50,8 @@ long BerkeleySocketGroup::Wait(BerkeleySocketGroup* readable, BerkeleySocketGrou
     Z4_ASSERT((readable != writable && readable != failed) || readable == nullptr, "Each wait has a group of its own.");
     Z4_ASSERT(writable != failed || writable == nullptr, "Each wait has a group of its own.");
     error = ERR_OK;
-    const int ready = WaitForSets(reinterpret_cast<fd_set*>(readable), reinterpret_cast<fd_set*>(writable),
-                                  reinterpret_cast<fd_set*>(failed), timeoutMs);
+    const int ready = Private::WaitForSets(reinterpret_cast<fd_set*>(readable), reinterpret_cast<fd_set*>(writable),
+                                           reinterpret_cast<fd_set*>(failed), timeoutMs);
     if (ready == 0) {
         error = ERR_TIMEOUT;
     }

@@ -3,7 +3,8 @@
 
 namespace Z4 {
 
-static_assert(sizeof(TcpSocket) == sizeof(Socket) && sizeof(StreamSocket<TcpSocket>) == sizeof(Socket));
+static_assert(sizeof(TcpSocket) == sizeof(Socket));
+static_assert(sizeof(StreamSocket<TcpSocket>) == sizeof(Socket));
 
 TcpSocket::~TcpSocket() = default;
 
@@ -23,11 +24,11 @@ TcpSocket::TcpSocket(unsigned short port) : TcpSocket() {
     }
 }
 
-TcpSocket::TcpSocket(TcpSocket&& other) {
+TcpSocket::TcpSocket(TcpSocket&& other) noexcept {
     MoveFrom(other);
 }
 
-TcpSocket& TcpSocket::operator=(TcpSocket&& other) {
+TcpSocket& TcpSocket::operator=(TcpSocket&& other) noexcept {
     MoveFrom(other);
     return *this;
 }

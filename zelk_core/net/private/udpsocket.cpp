@@ -10,11 +10,11 @@ DatagramSocket::DatagramSocket() {
     OpenWith(BerkeleySocket::OpenDatagram);
 }
 
-DatagramSocket::DatagramSocket(DatagramSocket&& other) {
+DatagramSocket::DatagramSocket(DatagramSocket&& other) noexcept {
     MoveFrom(other);
 }
 
-DatagramSocket& DatagramSocket::operator=(DatagramSocket&& other) {
+DatagramSocket& DatagramSocket::operator=(DatagramSocket&& other) noexcept {
     MoveFrom(other);
     return *this;
 }

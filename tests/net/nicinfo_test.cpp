@@ -1,0 +1,126 @@
+// Hunted here: a list of adapters that does not fit at first, texts that are cut or run over, addresses of other
+// families taken along, and what a refused allocation leaves behind.
+#include "rawsocket.h"
+
+#include <tests/support/importhook.h>
+#include <tests/support/testhost.h>
+
+#include <iphlpapi.h>
+
+#include <host/zelkhost.h>
+#include <string>
+#include <vector>
+#include <zelk_core/net/nicinfo.h>
+
+namespace {
+
+using namespace Z4;
+using namespace ZelkTest;
+
+using NICInfoTest = NetworkTest;
+
+/// A system with two adapters. The first question is answered with a larger size, and so are the next `m_refusals`.
+class FakeAdapters {
+public:
+    static constexpr ULONG NEEDED = 20'000;
+    static inline unsigned m_refusals;
+    static inline std::vector<ULONG> m_sizes; ///< of the buffers that were offered
+
+    explicit FakeAdapters(unsigned refusals) {
+        m_refusals = refusals;
+        m_sizes.clear();
+    }
+
+private:
+    static IP_ADAPTER_UNICAST_ADDRESS Unicast(sockaddr_in& address, unsigned long host,
+                                              IP_ADAPTER_UNICAST_ADDRESS* next) {
+        address.sin_family = static_cast<short>(host != 0 ? AF_INET : AF_INET6);
+        address.sin_addr.s_addr = htonl(host);
+        IP_ADAPTER_UNICAST_ADDRESS unicast{};
+        unicast.Address.lpSockaddr = reinterpret_cast<sockaddr*>(&address);
+        unicast.Next = next;
+        return unicast;
+    }
+
+    static ULONG WINAPI Answer(ULONG family, ULONG flags, void*, IP_ADAPTER_ADDRESSES* adapters, ULONG* size) {
+        EXPECT_EQ(family, static_cast<ULONG>(AF_UNSPEC));
+        EXPECT_EQ(flags, 12u);
+        m_sizes.push_back(*size);
+        *size = NEEDED;
+        if (m_sizes.size() <= m_refusals) {
+            return ERROR_BUFFER_OVERFLOW;
+        }
+        static sockaddr_in addresses[3];
+        static IP_ADAPTER_UNICAST_ADDRESS last = Unicast(addresses[2], 0xFFFEFDFC, nullptr);
+        static IP_ADAPTER_UNICAST_ADDRESS foreign = Unicast(addresses[1], 0, &last);
+        static IP_ADAPTER_UNICAST_ADDRESS first = Unicast(addresses[0], 0x01020304, &foreign);
+        static char names[2][8] = {"first", "second"};
+        memset(static_cast<void*>(adapters), 0, 2 * sizeof *adapters);
+        adapters[0].Next = &adapters[1];
+        adapters[0].AdapterName = names[0];
+        adapters[0].IfIndex = 7;
+        adapters[0].PhysicalAddressLength = 8;
+        memcpy(adapters[0].PhysicalAddress, "\x00\x1A\x2b\x3C\x4d\x5E\xFF\x09", 8);
+        adapters[0].FirstUnicastAddress = &first;
+        adapters[1].AdapterName = names[1];
+        adapters[1].PhysicalAddressLength = 9;
+        return NO_ERROR;
+    }
+
+    ImportHook m_hook{"GetAdaptersAddresses", reinterpret_cast<void*>(Answer)};
+};
+
+/// "name index mac address address", and so on.
+std::string Adapters() {
+    std::string text;
+    const NICInfo adapters;
+    for (const NICEntry& adapter : adapters) {
+        text += (adapter.GetName() != nullptr ? adapter.GetName() : "?") + std::string(" ");
+        text += std::to_string(adapter.GetIndex()) + " " + adapter.GetMACAddress();
+        for (unsigned long i = 0; i < adapter.GetIPAddressCount(); ++i) {
+            text += std::string(" ") + adapter.GetIPAddress(i);
+        }
+        EXPECT_EQ(adapter.GetIPAddress(adapter.GetIPAddressCount()), nullptr);
+        text += ";";
+    }
+    return text;
+}
+
+constexpr const char* BOTH = "first 7 00:1A:2B:3C:4D:5E:FF:09 1.2.3.4 255.254.253.252;second 0 ;";
+
+TEST_F(NICInfoTest, AsksOnceMoreWhereTheListDoesNotFit) {
+    using testing::ElementsAre;
+    const FakeAdapters fits(0);
+    EXPECT_EQ(Adapters(), BOTH);
+    EXPECT_THAT(fits.m_sizes, ElementsAre(15'360u));
+    const FakeAdapters fitsLater(1);
+    EXPECT_EQ(Adapters(), BOTH);
+    EXPECT_THAT(fitsLater.m_sizes, ElementsAre(15'360u, FakeAdapters::NEEDED));
+    const FakeAdapters fitsNever(2);
+    EXPECT_EQ(Adapters(), "");
+    EXPECT_THAT(fitsNever.m_sizes, ElementsAre(15'360u, FakeAdapters::NEEDED));
+}
+
+TEST_F(NICInfoTest, LivesWithoutMemory) {
+    const char* const expected[] = {
+        "",
+        "",
+        "", // the list, the larger list, the entries
+        "? 7 00:1A:2B:3C:4D:5E:FF:09 1.2.3.4 255.254.253.252;second 0 ;",
+        "first 7 00:1A:2B:3C:4D:5E:FF:09;second 0 ;",
+        "first 7 00:1A:2B:3C:4D:5E:FF:09 1.2.3.4 255.254.253.252;? 0 ;",
+        BOTH,
+    };
+    for (std::size_t refused = 1; refused <= std::size(expected); ++refused) {
+        const FakeAdapters adapters(1);
+        ZelkHost::FailAllocations(refused);
+        EXPECT_EQ(Adapters(), expected[refused - 1]) << "allocation " << refused;
+        EXPECT_EQ(ZelkHost::FailAllocations(0), refused < std::size(expected) ? 1u : 0u);
+    }
+}
+
+TEST_F(NICInfoTest, TheSystemsAdapters) {
+    EXPECT_THAT(Adapters(), testing::HasSubstr(" 127.0.0.1"));
+}
+
+} // namespace
