@@ -9,6 +9,7 @@
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/ealinterface.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/monitor.h>
 #include <zelk_core/os/thread.h>
@@ -81,17 +82,11 @@ protected:
     explicit EalThread(const EALId& id) : m_id(id) {}
 
 private:
-    friend struct EalThreadLayout;
+    friend Private::Layout<EalThread>;
+    friend Private::ThreadKind<EalThread>;
+    friend Private::ThreadLife<EalThread>;
 
-    // These expect the monitor to be held.
-    void SetState(ThreadState state);
-    Error Create(unsigned int stackSize);
-    Error Resume();
-    Error JoinHeld();
-    /// Gives up the monitor meanwhile: what the thread does on its way out may need it.
-    void WaitForTheHost();
-
-    ThreadErrorCodeWrapper WaitForState(ThreadState atLeast, unsigned long timeoutMs);
+    Error CreateHeld(unsigned int stackSize);
     static void Z4_CDECL Enter(void* thread);
     Z4_API void Finish();
     bool IsBeingDestroyed() const {

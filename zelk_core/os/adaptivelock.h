@@ -7,36 +7,39 @@
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
 /// A recursive lock: its owner may lock it again, and unlocks it once for each time it was locked.
-class Z4_API AdaptiveLock {
+class AdaptiveLock {
 public:
     /// A free lock with 100 further attempts.
-    AdaptiveLock();
+    Z4_API AdaptiveLock();
     /// @param spinCount attempts that a contended Lock() adds to its first before it blocks. 0 blocks after the first
     /// attempt; 0xFFFFFFFF never blocks, the lock then spins until it gets through.
     /// @param name says at the place of construction what is guarded; not kept, may be null.
-    AdaptiveLock(unsigned long spinCount, const char* name);
-    ~AdaptiveLock();
+    Z4_API AdaptiveLock(unsigned long spinCount, const char* name);
+    Z4_API ~AdaptiveLock();
     AdaptiveLock(const AdaptiveLock&) = delete;
     AdaptiveLock& operator=(const AdaptiveLock&) = delete;
 
     /// Returns when the calling thread holds the lock. Attempts lie 1000 processor pauses apart, and no system call
     /// is made before the last has failed.
-    void Lock();
+    Z4_API void Lock();
     /// Never waits.
     /// @return true when the calling thread now holds the lock, once more if it held it before.
-    [[nodiscard]] bool TryLock();
+    [[nodiscard]] Z4_API bool TryLock();
     /// Gives back one level of ownership, which the calling thread has.
-    void Unlock();
+    Z4_API void Unlock();
 
     /// The platform's lock, a `CRITICAL_SECTION`, for calls that wait on one. It lies at the object's own address.
-    void* GetInternalLockImpl();
+    Z4_API void* GetInternalLockImpl();
 
 private:
-    void InternalLock();
+    friend Private::Layout<AdaptiveLock>;
+
+    Z4_API void InternalLock();
 
     alignas(void*) unsigned char m_criticalSection[24];
     unsigned long m_spinCount;

@@ -10,29 +10,29 @@
 namespace Z4 {
 
 /// A recursive lock: its owner may lock it again, and unlocks it once for each time it was locked.
-class Z4_API BlockingLock {
+class BlockingLock {
 public:
     /// @param name says at the place of construction what is guarded; not kept, may be null.
-    BlockingLock(const char* name = nullptr);
-    ~BlockingLock();
+    Z4_API BlockingLock(const char* name = nullptr);
+    Z4_API ~BlockingLock();
     BlockingLock(const BlockingLock&) = delete;
     /// Overwrites this lock with the bare bytes of the other and makes nothing sound of them: whoever uses or destroys
     /// both afterwards releases the platform's part of `other` twice. Neither may be in use.
-    BlockingLock& operator=(const BlockingLock& other);
+    Z4_API BlockingLock& operator=(const BlockingLock& other);
 
     /// Returns when the calling thread holds the lock.
-    void Lock();
+    Z4_API void Lock();
     /// Never waits.
     /// @return true when the calling thread now holds the lock, once more if it held it before.
-    [[nodiscard]] bool TryLock();
+    [[nodiscard]] Z4_API bool TryLock();
     /// Gives back one level of ownership, which the calling thread has.
-    void Unlock();
+    Z4_API void Unlock();
 
     /// The platform's lock, a `CRITICAL_SECTION`, for calls that wait on one. It lies at the object's own address.
-    void* GetInternalLockImpl();
+    Z4_API void* GetInternalLockImpl();
 
 private:
-    void InternalLock();
+    Z4_API void InternalLock();
 
     alignas(void*) unsigned char m_criticalSection[24];
 };

@@ -11,16 +11,16 @@ namespace Z4 {
 ///
 /// A wake-up is a hint, and there are spurious ones: wait in a loop around the condition. A signal that comes while
 /// nobody waits is lost, which does no harm where the condition changes only under the lock.
-class Z4_API CondVariable {
+class CondVariable {
 public:
     constexpr CondVariable() = default;
     CondVariable(const CondVariable&) = delete;
     CondVariable& operator=(const CondVariable&) = delete;
 
     /// Wakes one waiter. Any thread, holding the lock or not.
-    void Signal();
+    Z4_API void Signal();
     /// Wakes all waiters. Any thread, holding the lock or not.
-    void Broadcast();
+    Z4_API void Broadcast();
 
     /// Gives up the lock and sleeps, as one step, and holds the lock again on return. All who wait here at one time use
     /// the same lock.
@@ -41,7 +41,7 @@ public:
 private:
     static constexpr unsigned long NO_LIMIT = 0xFFFFFFFF;
 
-    bool WaitInternal(void* lockImpl, unsigned long ms);
+    Z4_API bool WaitInternal(void* lockImpl, unsigned long ms);
 
     void* m_condition = nullptr;
 };

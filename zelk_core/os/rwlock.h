@@ -10,12 +10,13 @@
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
 /// The slim lock as it is. A thread that holds it in either mode must not ask for it again: asking to write never
 /// returns, asking to read may never return.
-class Z4_API RWLockNonRecursive {
+class RWLockNonRecursive {
 public:
     /// @param spinCount ignored in this build, where the system decides how long to spin.
     constexpr explicit RWLockNonRecursive(unsigned long spinCount = 0) { static_cast<void>(spinCount); }
@@ -23,26 +24,26 @@ public:
     RWLockNonRecursive& operator=(const RWLockNonRecursive&) = delete;
 
     /// Returns when the calling thread is in as a reader.
-    void LockReader();
+    Z4_API void LockReader();
     /// Returns when the calling thread is in as the writer.
-    void LockWriter();
+    Z4_API void LockWriter();
     /// Never waits.
     /// @return true when the calling thread is in.
-    [[nodiscard]] bool TryLockReader();
-    [[nodiscard]] bool TryLockWriter();
-    void UnlockReader();
-    void UnlockWriter();
+    [[nodiscard]] Z4_API bool TryLockReader();
+    [[nodiscard]] Z4_API bool TryLockWriter();
+    Z4_API void UnlockReader();
+    Z4_API void UnlockWriter();
 
     /// Turns the calling thread's read lock into the write lock. Not atomic: the lock is free in between, another
     /// writer may come first, and what was read may have changed.
-    void Upgrade();
+    Z4_API void Upgrade();
     /// Turns the calling thread's write lock into a read lock. Not atomic: the lock is free in between, and another
     /// writer may come first.
-    void Downgrade();
+    Z4_API void Downgrade();
 
 private:
-    void InternalLockReader();
-    void InternalLockWriter();
+    Z4_API void InternalLockReader();
+    Z4_API void InternalLockWriter();
 
     void* m_lock = nullptr;
 };
@@ -56,7 +57,7 @@ private:
 ///
 /// The modes do not mix: a reader that asks to write, other than through Upgrade(), and a writer that asks to read
 /// never return.
-class Z4_API RWLock {
+class RWLock {
 public:
     /// @param spinCount ignored in this build, where the system decides how long to spin.
     constexpr explicit RWLock(unsigned long spinCount = 0) { static_cast<void>(spinCount); }
@@ -64,48 +65,50 @@ public:
     RWLock& operator=(const RWLock&) = delete;
 
     /// Returns when the calling thread is in as a reader.
-    void LockReader();
+    Z4_API void LockReader();
     /// The same as LockReader().
-    void LockShared();
+    Z4_API void LockShared();
     /// Never waits.
     /// @return true when the calling thread is in as a reader.
-    [[nodiscard]] bool TryLockReader();
+    [[nodiscard]] Z4_API bool TryLockReader();
     /// Gives back one read level.
-    void UnlockReader();
+    Z4_API void UnlockReader();
     /// The same as UnlockReader().
-    void UnlockShared();
+    Z4_API void UnlockShared();
 
     /// Returns when the calling thread is in as the writer.
-    void LockWriter();
+    Z4_API void LockWriter();
     /// The same as LockWriter().
-    void LockExclusive();
+    Z4_API void LockExclusive();
     /// Never waits.
     /// @return true when the calling thread is in as the writer.
-    [[nodiscard]] bool TryLockWriter();
+    [[nodiscard]] Z4_API bool TryLockWriter();
     /// Gives back one write level.
-    void UnlockWriter();
+    Z4_API void UnlockWriter();
     /// The same as UnlockWriter().
-    void UnlockExclusive();
+    Z4_API void UnlockExclusive();
 
     /// Gives back one read level and takes the write lock. The thread must hold exactly one. Not atomic: the lock is
     /// free in between, another writer may come first, and what was read may have changed.
-    void Upgrade();
+    Z4_API void Upgrade();
     /// Gives back the write lock, all levels at once, and takes one read level. Not atomic: the lock is free in
     /// between, and another writer may come first.
-    void Downgrade();
+    Z4_API void Downgrade();
 
     /// Whether anybody is in as a reader, or as the writer. Unless it is the calling thread itself, that may have
     /// changed before the answer arrives.
-    [[nodiscard]] bool IsReaderLockActive() const;
-    [[nodiscard]] bool IsSharedLockActive() const;
-    [[nodiscard]] bool IsWriterLockActive() const;
-    [[nodiscard]] bool IsExclusiveLockActive() const;
+    [[nodiscard]] Z4_API bool IsReaderLockActive() const;
+    [[nodiscard]] Z4_API bool IsSharedLockActive() const;
+    [[nodiscard]] Z4_API bool IsWriterLockActive() const;
+    [[nodiscard]] Z4_API bool IsExclusiveLockActive() const;
 
 private:
+    friend Private::Layout<RWLock>;
+
     static constexpr unsigned long NO_WRITER = 0xFFFFFFFF;
 
-    void InternalLockReader();
-    void InternalLockWriter();
+    Z4_API void InternalLockReader();
+    Z4_API void InternalLockWriter();
 
     void* m_lock = nullptr;
     // Read levels of all threads, or the write levels of one, negated.

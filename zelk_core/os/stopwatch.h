@@ -5,40 +5,43 @@
 
 #include <cstdint>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
 /// Not synchronised: one thread at a time.
-class Z4_API StopWatch {
+class StopWatch {
 public:
     /// A cleared watch, running when `start` is true.
-    explicit StopWatch(bool start);
+    Z4_API explicit StopWatch(bool start);
 
     /// Begins an interval, from anew if one is running; the total stays.
-    void Start();
+    Z4_API void Start();
     /// Clears the total and the last interval, and begins one.
-    void Restart();
+    Z4_API void Restart();
     /// Ends the interval and adds it to the total. Without a Start() since the last Stop() it adds the last interval
     /// once more.
-    void Stop();
+    Z4_API void Stop();
     /// Stops without adding anything and clears the total; keeps the last interval.
     /// @param start stored as the begin of an interval, which the next Start() replaces.
-    void Reset(std::uint64_t start);
+    Z4_API void Reset(std::uint64_t start);
 
-    bool IsStarted() const;
+    Z4_API bool IsStarted() const;
 
     /// The running interval, up to `now` or up to this moment if `now` is 0; the last interval when stopped. In counts.
-    std::uint64_t GetElapsed(std::uint64_t now) const;
+    Z4_API std::uint64_t GetElapsed(std::uint64_t now) const;
     /// The running interval up to this moment, or the last one.
-    std::uint64_t GetElapsedUSec() const;
-    std::uint64_t GetElapsedMs() const;
+    Z4_API std::uint64_t GetElapsedUSec() const;
+    Z4_API std::uint64_t GetElapsedMs() const;
 
     /// The total, with the running interval up to this moment. In counts.
-    std::uint64_t GetCumul() const;
-    std::uint64_t GetCumulUSec() const;
-    std::uint64_t GetCumulMs() const;
+    Z4_API std::uint64_t GetCumul() const;
+    Z4_API std::uint64_t GetCumulUSec() const;
+    Z4_API std::uint64_t GetCumulMs() const;
 
 private:
+    friend Private::Layout<StopWatch>;
+
     std::uint64_t m_start;
     std::uint64_t m_cumulated;
     std::uint64_t m_lastInterval;

@@ -26,11 +26,19 @@
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/assert.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/monitor.h>
 #include <zelk_core/os/nativethread.h>
 
 namespace Z4 {
+
+namespace Private {
+template <class Object>
+struct ThreadKind;
+template <class Object>
+class ThreadLife;
+} // namespace Private
 
 /// One native thread at a time. An object can be created again once it was joined, or once a detached thread's Run()
 /// has returned. Many operations have a second, shorter name.
@@ -180,23 +188,15 @@ protected:
     Z4_API static ThreadPriority MiddlePriority(ThreadPriority a, ThreadPriority b);
 
 private:
-    friend struct ThreadLayout;
-    friend struct DetachedRun;
+    friend Private::Layout<Thread>;
+    friend Private::ThreadKind<Thread>;
+    friend Private::ThreadLife<Thread>;
 
-    // These expect the monitor to be held.
-    bool IsLive() const;
-    bool MayCreate() const;
-    void SetState(ThreadState state);
-    Error Create();
-    Error Resume();
-    Error JoinHeld();
-    /// Gives up the monitor meanwhile: what the thread does on its way out may need it.
-    Error WaitForTheSystem();
-
+    /// Stores settings by `store()` and creates, if this is allowed now.
+    template <class Store>
+    Error CreateWith(Store store);
+    Error CreateHeld();
     static void Z4_CDECL Enter(void* thread);
-    /// Holds a thread that starts suspended. @return whether it is detached.
-    bool Begin();
-    void CallRun();
     Z4_API void Finish();
     bool IsBeingDestroyed() const {
         const AutoLock<Private::Monitor> guard(m_monitor);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/os/adaptivelock.h>
 #include <zelk_core/os/condvariable.h>
 
@@ -15,21 +16,23 @@ class WindowsOldVersionMismatchDetector;
 ///
 /// No thread may be in Wait() when the barrier is destroyed; that one has returned true to the last of a round does not
 /// mean that the others have left.
-class Z4_API ThreadBarrier {
+class ThreadBarrier {
 public:
     /// @param partyCount with 0 or 1, nobody waits: each caller is a round of its own.
     /// @param name says at the place of construction what gathers; not kept, may be null. The last argument is ignored.
-    explicit ThreadBarrier(unsigned long partyCount, const char* name = nullptr,
-                           WindowsOldVersionMismatchDetector* = nullptr);
-    ~ThreadBarrier();
+    Z4_API explicit ThreadBarrier(unsigned long partyCount, const char* name = nullptr,
+                                  WindowsOldVersionMismatchDetector* = nullptr);
+    Z4_API ~ThreadBarrier();
     ThreadBarrier(const ThreadBarrier&) = delete;
     ThreadBarrier& operator=(const ThreadBarrier&) = delete;
 
     /// Returns when the round is complete. The argument is ignored.
     /// @return true to one thread of each round, the last to arrive.
-    bool Wait(bool = false);
+    Z4_API bool Wait(bool = false);
 
 private:
+    friend Private::Layout<ThreadBarrier>;
+
     CondVariable m_roundEnded;
     AdaptiveLock m_lock;
     unsigned long m_partyCount;
