@@ -138,29 +138,37 @@ zelk_seeded_fault(singleton_is_claimed_in_two_steps
     SOURCES proof/lifecycle_scenarios.cpp
     SANITIZER address SCENARIO SingletonOfThreeThreads FOUND "a singleton is (made twice|seen before it is complete)")
 
-zelk_seeded_fault(thread_resumed_in_silence
-    FILE os/private/thread.cpp
+# Both kinds of thread have the life of one header.
+set(thread_life
+    FILE os/private/threadlife.h
+    SOURCES proof/thread_scenarios.cpp zelk_core/os/private/thread.cpp zelk_core/os/private/threadsettings.cpp
+        zelk_core/eal_utils/private/ealthread.cpp)
+
+zelk_seeded_fault(thread_resumed_in_silence ${thread_life}
     TEXT [=[
-    m_startSuspended = false;
-    m_monitor.WakeAll();
+        thread.m_startSuspended = false;
+        thread.m_monitor.WakeAll();
 ]=]
     REPLACEMENT [=[
-    m_startSuspended = false;
+        thread.m_startSuspended = false;
 ]=]
     SANITIZER address SCENARIO ThreadOfSystemResumedWhileOthersWait FOUND "FAULT: deadlock")
 
-zelk_seeded_fault(thread_ends_without_its_lock
-    FILE os/private/thread.cpp
-    TEXT "    const Guard guard(thread.m_monitor);
-    thread.SetState(THREAD_ENDED);"
-    REPLACEMENT "    thread.SetState(THREAD_ENDED);"
+zelk_seeded_fault(thread_ends_without_its_lock ${thread_life}
+    TEXT [=[
+        const Guard guard(thread.m_monitor);
+        SetStateHeld(thread, Thread::THREAD_ENDED);
+]=]
+    REPLACEMENT [=[
+        SetStateHeld(thread, Thread::THREAD_ENDED);
+]=]
     SANITIZER thread SCENARIO ThreadOfSystemAskedWhileJoined FOUND "ThreadSanitizer: data race")
 
 zelk_seeded_fault(thread_detached_comes_back_to_its_object
     FILE os/private/thread.cpp
     TEXT [=[
-        const DetachedRun run(thread);
-        thread.CallRun();
+        const Private::DetachedRun run(thread);
+        Life::CallRun(thread);
         return;
 ]=]
     REPLACEMENT ""
@@ -187,29 +195,28 @@ zelk_seeded_fault(thread_run_is_pure
     SOURCES proof/thread_scenarios.cpp
     SANITIZER address SCENARIO ThreadOfSystemDestroyedWithoutJoin FOUND "FAULT: pure virtual call")
 
-zelk_seeded_fault(thread_after_run_is_a_stranger_to_itself
-    FILE os/private/thread.cpp
-    TEXT "return m_threadId == GetCurrentThreadId() ? ERR_UNREACHABLE"
-    REPLACEMENT "return IsLive() && m_threadId == GetCurrentThreadId() ? ERR_UNREACHABLE"
+zelk_seeded_fault(thread_after_run_is_a_stranger_to_itself ${thread_life}
+    TEXT "return thread.m_threadId == GetCurrentThreadId() ? ERR_UNREACHABLE"
+    REPLACEMENT "return IsLiveHeld(thread) && thread.m_threadId == GetCurrentThreadId() ? ERR_UNREACHABLE"
     SANITIZER address SCENARIO ThreadOfSystemJoinsItselfAtExit FOUND "FAULT: ")
 
-zelk_seeded_fault(thread_is_waited_for_with_its_lock_held
-    FILE os/private/thread.cpp
-    TEXT [=[
-    m_monitor.Unlock();
-    const Error result = Private::JoinOtherThread(handle);
-    m_monitor.Lock();
+foreach(kind System Host)
+    zelk_seeded_fault(thread_of_${kind}_is_waited_for_with_its_lock_held ${thread_life}
+        TEXT [=[
+        thread.m_monitor.Unlock();
+        const Error result = Kind::WaitForEnd(thread);
+        thread.m_monitor.Lock();
 ]=]
-    REPLACEMENT [=[
-    const Error result = Private::JoinOtherThread(handle);
+        REPLACEMENT [=[
+        const Error result = Kind::WaitForEnd(thread);
 ]=]
-    SANITIZER address SCENARIO ThreadOfSystemAskedWhileJoined FOUND "FAULT: deadlock")
+        SANITIZER address SCENARIO ThreadOf${kind}AskedWhileJoined FOUND "FAULT: deadlock")
 
-zelk_seeded_fault(thread_is_joined_by_two_at_once
-    FILE os/private/thread.cpp
-    TEXT "(m_state != THREAD_ENDED || m_joining)"
-    REPLACEMENT "m_state != THREAD_ENDED"
-    SANITIZER address SCENARIO ThreadOfSystemJoinedTwice FOUND "FAULT: a thread's handle is used that is null or closed")
+    zelk_seeded_fault(thread_of_${kind}_is_joined_by_two_at_once ${thread_life}
+        TEXT "(thread.m_state != Thread::THREAD_ENDED || thread.m_joining)"
+        REPLACEMENT "thread.m_state != Thread::THREAD_ENDED"
+        SANITIZER address SCENARIO ThreadOf${kind}JoinedTwice FOUND "AddressSanitizer|FAULT: ")
+endforeach()
 
 zelk_seeded_fault(ealthread_run_is_pure
     FILE eal_utils/ealthread.h
@@ -217,18 +224,6 @@ zelk_seeded_fault(ealthread_run_is_pure
     REPLACEMENT "    virtual void Run() = 0; void NoRun() {"
     SOURCES proof/thread_scenarios.cpp
     SANITIZER address SCENARIO ThreadOfHostDestroyedWithoutJoin FOUND "FAULT: pure virtual call")
-
-zelk_seeded_fault(ealthread_is_waited_for_with_its_lock_held
-    FILE eal_utils/private/ealthread.cpp
-    TEXT "    m_joining = true;"
-    REPLACEMENT "    m_joining = true; struct { void Lock() {} void Unlock() {} } m_monitor;"
-    SANITIZER address SCENARIO ThreadOfHostAskedWhileJoined FOUND "FAULT: deadlock")
-
-zelk_seeded_fault(ealthread_is_joined_by_two_at_once
-    FILE eal_utils/private/ealthread.cpp
-    TEXT "m_state != THREAD_ENDED || m_joining"
-    REPLACEMENT "m_state != THREAD_ENDED"
-    SANITIZER address SCENARIO ThreadOfHostJoinedTwice FOUND "AddressSanitizer|FAULT: ")
 
 zelk_seeded_fault(observer_is_removed_without_waiting
     FILE services/dbghelp/observertable.h

@@ -1,6 +1,6 @@
 /// @file
-/// A thread of the host's as an object: derive, supply Run(), create it, join it. Like Thread, where the host decides
-/// how threads are made; it needs the host's thread table, see InitializeEalUtils().
+/// A thread as an object, like Thread (os/thread.h), where the host makes the thread: derive a class, supply Run(),
+/// create the thread, join it. The host's thread table must be installed, see InitializeEalUtils().
 #pragma once
 
 #include <cstdint>
@@ -9,27 +9,32 @@
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/ealinterface.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/monitor.h>
 #include <zelk_core/os/thread.h>
 
 namespace Z4 {
 
-/// One thread at a time; the object can be created again once it was joined. There is no detaching: the object must
-/// outlive Run(). What Thread says of its users, of time-outs and of ending Run() holds here too.
+/// One thread of the host's at a time. The object can be created again once it was joined, and must be joined before it
+/// is destroyed: there is no detaching. Any thread may call any operation at any time, Run() too, but nobody may while
+/// the object is being destroyed. Run() must return: a thread that ends itself in another way never counts as ended.
+///
+/// Time-outs are in milliseconds; 0 does not wait, 0xFFFFFFFF waits without limit. Every change of the thread's state
+/// restarts the time-out of those who wait, so a wait can last longer than was asked.
 class EalThread {
 public:
     using ThreadState = Thread::ThreadState;
     using enum Thread::ThreadState;
 
-    /// Ends the thread's use of the object, with a warning in the log for each step that the owner left out: resumes a
-    /// thread held at its start, which then skips Run(), and joins. Must not be called on the thread itself, neither
-    /// from Run() nor later: the host would wait for its own caller. The derived part is gone by then: a Run() that
-    /// uses it is joined before.
+    /// Does what the owner has left out, with a warning in the log for each step: it resumes a thread that is held at
+    /// its start, which then skips Run(), and it joins. Do not rely on that: the derived part of the object is
+    /// destroyed before, while Run() may still use it. The thread itself must not destroy the object, in Run() or after
+    /// it, because the host would wait for its own caller.
     virtual ~EalThread() { Finish(); }
 
-    /// The work, on the new thread. Its stack is aligned to 16 bytes. Every derived class supplies its own. This one
-    /// does nothing: it is what a thread finds that comes to Run() when the derived part of its object is gone already.
+    /// The work. It runs on the new thread, whose stack is aligned to 16 bytes. Every derived class must supply its
+    /// own. This one does nothing; a thread comes to it only when the derived part of its object is destroyed already.
     virtual void Run() {
         Z4_ASSERT(IsBeingDestroyed(), "A class derived from EalThread has a Run() of its own, and its threads are "
                                       "joined before its objects are destroyed.");
@@ -38,60 +43,62 @@ public:
     EalThread(const EalThread&) = delete;
     EalThread& operator=(const EalThread&) = delete;
 
-    /// Asks the host for a thread: `stackSize` in bytes, at least MIN_THREAD_STACK_SIZE, or 0 (also where none is
-    /// given) for the host's default; a thread
-    /// that starts suspended is held before Run() until ResumeThread(). Priority and suspending are stored even when
-    /// the call is refused.
-    /// @return ERR_IN_PROGRESS while there is a thread, else ERR_OK, even when the host made none: the object then
-    /// stays at its start, and JoinThread() is ERR_NOT_READY and makes it idle again.
+    /// Asks the host for a thread. `priority` and `startSuspended` are stored even when the call is refused.
+    /// @param stackSize in bytes, at least MIN_THREAD_STACK_SIZE; 0, also where none is given, for the host's default.
+    /// @param startSuspended whether the thread is held before Run() until ResumeThread(), which also ends the setting.
+    /// @param priority for this and later creations.
+    /// @return ERR_IN_PROGRESS while there is a thread, otherwise ERR_OK, even when the host makes none. The state then
+    /// stays THREAD_STARTING, and JoinThread(), which returns ERR_NOT_READY, makes the object idle again.
     [[nodiscard]] Z4_API Error CreateThread();
     [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize);
     [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended);
     [[nodiscard]] Z4_API Error StartThread(unsigned long stackSize, eal_thread_priority priority);
 
-    /// For the next creation; ERR_IN_PROGRESS, with nothing changed, until the thread has ended.
+    /// Stores the priority for later creations.
+    /// @return ERR_IN_PROGRESS, with nothing changed, from a creation until Run() has returned.
     [[nodiscard]] Z4_API Error SetThreadPriority(eal_thread_priority priority);
 
-    /// Lets a thread that was created suspended go on. ERR_CANNOT_ASSIGN otherwise.
+    /// Lets a thread go on that was created suspended. There is no way to suspend one later.
+    /// @return ERR_CANNOT_ASSIGN when it was not created suspended, or was resumed already.
     [[nodiscard]] Z4_API Error ResumeThread();
 
-    /// Waits for the end of Run(), then for the thread's own end, and releases the thread. Others may use the object
-    /// meanwhile, and of several who join at once one does it. ERR_NOT_READY when there is no thread, or when another
-    /// has joined it; ERR_UNREACHABLE, with nothing changed, from Run() and later on the thread's own way out.
+    /// Waits without limit for the end of Run(), and has the host join the thread. Others may use the object meanwhile.
+    /// Of several who join at once, one does, and the others get ERR_NOT_READY.
+    /// @return ERR_NOT_READY when there is no thread to join. ERR_UNREACHABLE, with nothing changed, for the thread
+    /// itself, in Run() and after it.
     [[nodiscard]] Z4_API Error JoinThread();
 
-    /// Waits until Run() is about to be called; on an idle object too. ERR_TIMEOUT when the time has passed.
+    /// Waits until Run() is about to be called. On an idle object it waits for a thread to be created; after Run() it
+    /// returns at once.
+    /// @return ERR_TIMEOUT when the time has passed.
     Z4_API ThreadErrorCodeWrapper BlockUntilStarted(unsigned long timeoutMs);
-    /// Waits until Run() has returned. ERR_TIMEOUT when the time has passed.
+    /// Waits until Run() has returned, on an idle object too.
+    /// @return ERR_TIMEOUT when the time has passed.
     Z4_API ThreadErrorCodeWrapper BlockUntilStopped(unsigned long timeoutMs);
 
-    /// The host's handle; null when there is none.
+    /// The host's handle of the thread, null where there is none. The host releases it when the thread is joined.
     Z4_API eal_thread_handle GetHandle() const;
     Z4_API eal_thread_handle GetEalHandle() const;
-    /// The system's number of the thread; INVALID_THREAD_ID until it has come to its entry and once it was joined.
+    /// The system's number of the thread; INVALID_THREAD_ID until the thread has come to its entry, and after a join.
     Z4_API unsigned long GetThreadId() const;
     Z4_API unsigned long GetId() const;
     /// The context given at construction.
     Z4_API EALId GetEalId() const;
+    /// The state at this moment; the thread and those who create and join it can change it at any time.
     Z4_API ThreadState GetThreadState() const;
+    /// The priority as set.
     Z4_API eal_thread_priority GetThreadPriority() const;
 
 protected:
-    /// @param id on whose behalf the host makes the thread.
+    /// @param id the context on whose behalf the host makes the thread.
     explicit EalThread(const EALId& id) : m_id(id) {}
 
 private:
-    friend struct EalThreadLayout;
+    friend Private::Layout<EalThread>;
+    friend Private::ThreadKind<EalThread>;
+    friend Private::ThreadLife<EalThread>;
 
-    // These expect the monitor to be held.
-    void SetState(ThreadState state);
-    Error Create(unsigned int stackSize);
-    Error Resume();
-    Error JoinHeld();
-    /// Gives up the monitor meanwhile: what the thread does on its way out may need it.
-    void WaitForTheHost();
-
-    ThreadErrorCodeWrapper WaitForState(ThreadState atLeast, unsigned long timeoutMs);
+    Error CreateHeld(unsigned int stackSize);
     static void Z4_CDECL Enter(void* thread);
     Z4_API void Finish();
     bool IsBeingDestroyed() const {

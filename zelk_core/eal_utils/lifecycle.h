@@ -6,9 +6,12 @@
 
 namespace Z4 {
 
-/// Starts the core, then the host's file and thread tables. There is no count: each call starts both tables again and
-/// each ShutdownEalUtils() shuts them down again, thread table first, so these tables count for themselves.
+/// Starts the core (the host's log and memory tables, unless they are up), then the host's file table, then its thread
+/// table. Only the core counts its starts: each call starts file and thread table again, so these tables must count
+/// theirs. One thread at a time may be in these two functions.
 Z4_API void InitializeEalUtils();
+/// Takes back one InitializeEalUtils(): shuts down the host's thread table, then its file table, and gives back one
+/// start of the core.
 Z4_API void ShutdownEalUtils();
 
 } // namespace Z4

@@ -2,50 +2,60 @@
 /// Locks that try for a while before they block: for sections so short that the holder is usually out again before a
 /// waiter could have been put to sleep and woken.
 ///
-/// A lock may be used by any number of threads; it must be destroyed only when none holds it or waits for it. Only a
-/// thread that holds it may unlock it: else the lock is corrupted, and only a library built with ZELK_CHECKS notices.
+/// Any number of threads may use a lock. It must be destroyed only when no thread holds it or waits for it, and only
+/// the thread that holds it may unlock it. A lock that another thread unlocks, or that is unlocked while free, is
+/// broken from then on; a library that was built with ZELK_CHECKS reports it.
 #pragma once
 
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
-/// A recursive lock: its owner may lock it again, and unlocks it once for each time it was locked.
-class Z4_API AdaptiveLock {
+/// A recursive lock: the thread that holds it may lock it again, and must unlock it as often as it locked it. The lock
+/// is free for others after the last of these.
+class AdaptiveLock {
 public:
     /// A free lock with 100 further attempts.
-    AdaptiveLock();
-    /// @param spinCount attempts that a contended Lock() adds to its first before it blocks. 0 blocks after the first
-    /// attempt; 0xFFFFFFFF never blocks, the lock then spins until it gets through.
-    /// @param name says at the place of construction what is guarded; not kept, may be null.
-    AdaptiveLock(unsigned long spinCount, const char* name);
-    ~AdaptiveLock();
+    Z4_API AdaptiveLock();
+    /// A free lock.
+    /// @param spinCount how many further attempts Lock() makes after a first one that failed, before it blocks. With 0
+    /// it blocks after the first attempt. With 0xFFFFFFFF it never blocks, but spins until it gets the lock.
+    /// @param name tells the reader of your code what is guarded. It is not kept and may be null.
+    Z4_API AdaptiveLock(unsigned long spinCount, const char* name);
+    Z4_API ~AdaptiveLock();
     AdaptiveLock(const AdaptiveLock&) = delete;
     AdaptiveLock& operator=(const AdaptiveLock&) = delete;
 
-    /// Returns when the calling thread holds the lock. Attempts lie 1000 processor pauses apart, and no system call
-    /// is made before the last has failed.
-    void Lock();
+    /// Waits until the calling thread holds the lock. It tries, pauses the processor 1000 times, tries again, and goes
+    /// to sleep in the system only when the last attempt has failed.
+    Z4_API void Lock();
     /// Never waits.
     /// @return true when the calling thread now holds the lock, once more if it held it before.
-    [[nodiscard]] bool TryLock();
-    /// Gives back one level of ownership, which the calling thread has.
-    void Unlock();
+    [[nodiscard]] Z4_API bool TryLock();
+    /// Undoes one Lock() or successful TryLock() of the calling thread, which must hold the lock.
+    Z4_API void Unlock();
 
-    /// The platform's lock, a `CRITICAL_SECTION`, for calls that wait on one. It lies at the object's own address.
-    void* GetInternalLockImpl();
+    /// The system's lock inside, a `CRITICAL_SECTION`, for functions that wait with one, as CondVariable does. It lies
+    /// at the object's own address and lives as long as the object.
+    Z4_API void* GetInternalLockImpl();
 
 private:
-    void InternalLock();
+    friend Private::Layout<AdaptiveLock>;
+
+    Z4_API void InternalLock();
 
     alignas(void*) unsigned char m_criticalSection[24];
     unsigned long m_spinCount;
 };
 
-/// The same lock under a name by which the caller promises not to lock it twice. Nothing checks the promise.
+/// An AdaptiveLock, each operation the same, whose name says that its users never lock it twice. Nothing checks that:
+/// it is as recursive as the other.
 class AdaptiveLockNonRecursive {
 public:
+    /// A free lock with 100 further attempts; the argument is a name, as below.
     AdaptiveLockNonRecursive(const char* = nullptr) {}
+    /// The arguments are those of AdaptiveLock.
     AdaptiveLockNonRecursive(unsigned long spinCount, const char* name) : m_lock(spinCount, name) {}
 
     void Lock() { m_lock.Lock(); }

@@ -1,9 +1,15 @@
 /// @file
 /// Atomic operations on plain 32-bit and 64-bit integers that the caller holds: a field of a record, a global.
 ///
-/// All are sequentially consistent and inline: one locked instruction on 32 bits where the processor has one, a
-/// compare-and-exchange loop on 64. An integer used from several threads must be touched by these operations only.
-/// A 64-bit integer need be aligned to 4 bytes only, as on a 32-bit stack, but is fastest when aligned to 8.
+///     long g_users = 0;
+///     if (Z4::Atomic::Increment(g_users) == 1) { // the first one
+///
+/// All are sequentially consistent and inline: on 32 bits one locked instruction where the processor has one, on 64
+/// bits a loop of compare-and-exchange. While several threads use an integer, they must touch it by these operations
+/// only.
+///
+/// Integers must be aligned to 4 bytes. That is enough for 64 bits, too, as on a 32-bit stack; but align those that are
+/// used often to 8, because one that lies across the end of a cache line holds up all processors at every operation.
 #pragma once
 
 #include <atomic>
@@ -18,7 +24,8 @@ template <class T>
 concept AtomicOperand = std::disjunction_v<std::is_integral<T>, std::is_enum<T>> && sizeof(T) % 4 == 0 &&
                         sizeof(T) <= 8;
 
-/// Arithmetic wraps around and returns the value after it, the Post and the bitwise forms return the value before.
+/// The operations, all static. Sums wrap around. Add(), Sub(), Increment() and Decrement() return the value after the
+/// operation, all others the value before it.
 class Atomic {
 public:
     Atomic() = default;
@@ -27,7 +34,7 @@ public:
     Z4_API Atomic& operator=(const Atomic&);
     Z4_API Atomic& operator=(Atomic&&) noexcept;
 
-    /// The value. 64 bits are read by a compare-and-exchange, so they must lie in writable memory.
+    /// The value. 64 bits are read by a compare-and-exchange, so they must lie in memory that can be written.
     template <AtomicOperand T>
     static T Get(const volatile T& value) {
         return static_cast<T>(InternalGet(AsWord(value)));
@@ -40,8 +47,8 @@ public:
         return static_cast<T>(InternalExchange(AsWord(value), static_cast<Word<T>>(replacement)));
     }
 
-    /// Stores `replacement` if the value is `comparand`; mind the order, the comparand comes first.
-    /// @return the value before, equal to `comparand` exactly when it was replaced.
+    /// Stores `replacement` if the value is `comparand`. Mind the order: what is compared comes first.
+    /// @return the value before; it is equal to `comparand` exactly when it was replaced.
     template <AtomicOperand T>
     static T ExchangeIfEqual(volatile T& value, std::type_identity_t<T> comparand,
                              std::type_identity_t<T> replacement) {

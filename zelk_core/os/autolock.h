@@ -4,8 +4,8 @@
 
 namespace Z4 {
 
-/// `LockClass` is any class with `Lock()` and `Unlock()`. The lock must outlive the guard, and the thread that made
-/// the guard destroys it.
+/// Locks at construction and unlocks at destruction. `LockClass` is any class with `Lock()` and `Unlock()`. The lock
+/// must outlive the guard, and the thread that made the guard must destroy it.
 template <class LockClass>
 class [[nodiscard]] AutoLock {
 public:

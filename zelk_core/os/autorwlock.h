@@ -4,8 +4,8 @@
 
 namespace Z4 {
 
-/// `LockClass` is any class with `LockReader()` and `UnlockReader()`. The lock must outlive the guard, and the thread
-/// that made the guard destroys it.
+/// Enters as a reader at construction and leaves at destruction. `LockClass` is any class with `LockReader()` and
+/// `UnlockReader()`. The lock must outlive the guard, and the thread that made the guard must destroy it.
 template <class LockClass>
 class [[nodiscard]] AutoReaderLock {
 public:
@@ -18,7 +18,8 @@ private:
     LockClass& m_lock;
 };
 
-/// `LockClass` is any class with `LockWriter()` and `UnlockWriter()`; otherwise as AutoReaderLock.
+/// Enters as the writer at construction and leaves at destruction. `LockClass` is any class with `LockWriter()` and
+/// `UnlockWriter()`. The lock must outlive the guard, and the thread that made the guard must destroy it.
 template <class LockClass>
 class [[nodiscard]] AutoWriterLock {
 public:

@@ -1,43 +1,48 @@
 /// @file
 /// Locks that put a waiter to sleep at once: for sections that may be held for long.
 ///
-/// A lock may be used by any number of threads; it must be destroyed only when none holds it or waits for it. Only a
-/// thread that holds it may unlock it: else the lock is corrupted, and only a library built with ZELK_CHECKS notices.
+/// Any number of threads may use a lock. It must be destroyed only when no thread holds it or waits for it, and only
+/// the thread that holds it may unlock it. A lock that another thread unlocks, or that is unlocked while free, is
+/// broken from then on; a library that was built with ZELK_CHECKS reports it.
 #pragma once
 
 #include <zelk_core/base/api.h>
 
 namespace Z4 {
 
-/// A recursive lock: its owner may lock it again, and unlocks it once for each time it was locked.
-class Z4_API BlockingLock {
+/// A recursive lock: the thread that holds it may lock it again, and must unlock it as often as it locked it. The lock
+/// is free for others after the last of these.
+class BlockingLock {
 public:
-    /// @param name says at the place of construction what is guarded; not kept, may be null.
-    BlockingLock(const char* name = nullptr);
-    ~BlockingLock();
+    /// A free lock.
+    /// @param name tells the reader of your code what is guarded. It is not kept and may be null.
+    Z4_API BlockingLock(const char* name = nullptr);
+    Z4_API ~BlockingLock();
     BlockingLock(const BlockingLock&) = delete;
-    /// Overwrites this lock with the bare bytes of the other and makes nothing sound of them: whoever uses or destroys
-    /// both afterwards releases the platform's part of `other` twice. Neither may be in use.
-    BlockingLock& operator=(const BlockingLock& other);
+    /// Do not use; it exists because the DLL exports it. It copies the bare bytes of the system's lock, which is no
+    /// lock of its own then: to use or to destroy both objects afterwards breaks `other`.
+    Z4_API BlockingLock& operator=(const BlockingLock& other);
 
-    /// Returns when the calling thread holds the lock.
-    void Lock();
+    /// Waits, asleep in the system, until the calling thread holds the lock.
+    Z4_API void Lock();
     /// Never waits.
     /// @return true when the calling thread now holds the lock, once more if it held it before.
-    [[nodiscard]] bool TryLock();
-    /// Gives back one level of ownership, which the calling thread has.
-    void Unlock();
+    [[nodiscard]] Z4_API bool TryLock();
+    /// Undoes one Lock() or successful TryLock() of the calling thread, which must hold the lock.
+    Z4_API void Unlock();
 
-    /// The platform's lock, a `CRITICAL_SECTION`, for calls that wait on one. It lies at the object's own address.
-    void* GetInternalLockImpl();
+    /// The system's lock inside, a `CRITICAL_SECTION`, for functions that wait with one, as CondVariable does. It lies
+    /// at the object's own address and lives as long as the object.
+    Z4_API void* GetInternalLockImpl();
 
 private:
-    void InternalLock();
+    Z4_API void InternalLock();
 
     alignas(void*) unsigned char m_criticalSection[24];
 };
 
-/// The same lock under a name by which the caller promises not to lock it twice. Nothing checks the promise.
+/// A BlockingLock, each operation the same, whose name says that its users never lock it twice. Nothing checks that: it
+/// is as recursive as the other.
 class BlockingLockNonRecursive {
 public:
     BlockingLockNonRecursive(const char* name = nullptr) : m_lock(name) {}

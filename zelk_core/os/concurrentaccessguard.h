@@ -3,8 +3,8 @@
 /// rule in the code.
 ///
 /// Where ZELK_CHECKS is defined, an access that begins while one by another thread runs is reported as a broken
-/// contract; accesses of one thread may lie within each other. Nothing waits or fails either way, and the accesses go
-/// on as they would without checks.
+/// contract. Accesses of one thread may lie within each other. Nothing waits and nothing fails, with checks or without:
+/// a program does the same either way.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -14,29 +14,29 @@ namespace Z4 {
 
 namespace Private {
 
-/// Notes that the calling thread accesses what `guard` marks, until EndAccess() with the same `access`, any address
-/// that tells this access from the others of its thread; one that is used twice must be ended twice. Needs no memory:
-/// there is room for 256 accesses at a time in the process, and further ones are not noted. Any thread.
+/// Notes that the calling thread accesses what `guard` marks, until it calls EndAccess() with the same `access`. That
+/// is any address by which the thread tells its accesses apart; one that is begun twice must be ended twice. It takes
+/// no memory: the process has room for 256 accesses at a time, and does not note further ones. Any thread.
 /// @return false when an access by another thread runs.
 Z4_API bool BeginAccess(const void* guard, const void* access);
-/// Forgets one access of the calling thread; nothing when it was not noted.
+/// Forgets one access of the calling thread. Does nothing when it was not noted.
 Z4_API void EndAccess(const void* access);
 
 } // namespace Private
 
-/// Placed beside the data. It has no state, so that copying and assigning it does nothing: accesses are known by its
-/// address, and must end before it goes.
+/// Stands beside the data that it marks. It has no state, so copying and assigning it does nothing; accesses are known
+/// by its address, and must end before it is destroyed.
 class ConcurrentAccessGuard {
 public:
     /// The thread identity that stands for no thread.
     static constexpr unsigned long UNSET_THREAD_ID = 0;
 
 #if defined(ZELK_CHECKS)
-    /// Marks the begin of an access by the calling thread.
+    /// The calling thread's access begins.
     void Lock() {
         Z4_ASSERT(Private::BeginAccess(this, this), "No other thread accesses the data when an access begins.");
     }
-    /// Marks its end, on the same thread.
+    /// It ends, on the same thread.
     void UnLock() {
         Private::EndAccess(this);
     }

@@ -1,38 +1,44 @@
 /// @file
 /// A condition variable: threads that hold a lock wait here for what the lock guards to change.
+///
+///     const Z4::AutoLock guard(lock);
+///     while (!isReady) { // set by others, who hold the lock while they set it
+///         changed.Wait(lock);
+///     }
 #pragma once
 
 #include <zelk_core/base/api.h>
 
 namespace Z4 {
 
-/// Needs no teardown, and may be a static object that is ready before any code runs; nobody may wait on it when it is
-/// destroyed.
+/// It needs no teardown and may be a static object that is ready before any code runs. No thread may wait on it when it
+/// is destroyed.
 ///
-/// A wake-up is a hint, and there are spurious ones: wait in a loop around the condition. A signal that comes while
-/// nobody waits is lost, which does no harm where the condition changes only under the lock.
-class Z4_API CondVariable {
+/// A wait can end without a signal, so wait in a loop that looks at the condition. A signal that comes while nobody
+/// waits is lost; that does no harm where the condition is changed only under the lock.
+class CondVariable {
 public:
     constexpr CondVariable() = default;
     CondVariable(const CondVariable&) = delete;
     CondVariable& operator=(const CondVariable&) = delete;
 
-    /// Wakes one waiter. Any thread, holding the lock or not.
-    void Signal();
-    /// Wakes all waiters. Any thread, holding the lock or not.
-    void Broadcast();
+    /// Wakes one of those who wait, if there are any. The caller may hold the lock, but need not.
+    Z4_API void Signal();
+    /// Wakes all who wait. The caller may hold the lock, but need not.
+    Z4_API void Broadcast();
 
-    /// Gives up the lock and sleeps, as one step, and holds the lock again on return. All who wait here at one time use
-    /// the same lock.
-    /// @param lock any lock over the system's critical section, thus with `GetInternalLockImpl()`, held exactly once
-    /// by the calling thread: a further level would stay locked during the sleep.
+    /// Gives up the lock and sleeps, both in one step, and returns when the calling thread holds the lock again. All
+    /// who wait here at one time must use the same lock.
+    /// @param lock an AdaptiveLock, a BlockingLock or one of their non-recursive twins. The calling thread must hold it
+    /// exactly once; a second level would stay locked during the sleep.
     template <class LockClass>
     void Wait(LockClass& lock) {
         WaitInternal(lock.GetInternalLockImpl(), NO_LIMIT);
     }
 
-    /// Wait() for at most `ms` milliseconds; 0 gives up the lock for an instant, 0xFFFFFFFF has no limit.
-    /// @return false when the time ran out; the lock is held then too. The condition may have come true meanwhile.
+    /// Wait() for at most `ms` milliseconds. 0 gives up the lock for an instant, 0xFFFFFFFF waits without limit.
+    /// @return false when the time ran out. The calling thread holds the lock then, too, and the condition may have
+    /// come true meanwhile.
     template <class LockClass>
     bool WaitWithTimeout(LockClass& lock, unsigned long ms) {
         return WaitInternal(lock.GetInternalLockImpl(), ms);
@@ -41,7 +47,7 @@ public:
 private:
     static constexpr unsigned long NO_LIMIT = 0xFFFFFFFF;
 
-    bool WaitInternal(void* lockImpl, unsigned long ms);
+    Z4_API bool WaitInternal(void* lockImpl, unsigned long ms);
 
     void* m_condition = nullptr;
 };

@@ -1,9 +1,9 @@
 /// @file
 /// An event that threads wait for, and waits on groups of events.
 ///
-/// An auto-reset event releases one waiter each time it is signalled and is reset by that; a manual-reset event
-/// releases everybody until it is reset. Any thread may call anything here but the destructor, which wants the event to
-/// itself.
+/// An auto-reset event that is signalled releases one waiter and is not signalled any more then. A manual-reset event
+/// releases everybody until Reset(). Any thread may call anything at any time, but nobody may use an event while it is
+/// being destroyed.
 #pragma once
 
 #include <initializer_list>
@@ -11,47 +11,56 @@
 
 namespace Z4 {
 
+/// One event of the system.
 class Event {
 public:
-    /// @param name null for an event of this process alone; else events of one name in one session are one event,
-    /// which keeps the mode and state of the first. A name that is taken by another kind of object, or a failure of the
-    /// system, gives an event on which signals do nothing and each wait returns at once as not signalled.
+    /// @param initialState whether the event is signalled at first.
+    /// @param autoReset whether it releases one waiter only for each signal.
+    /// @param name null for an event of this process alone. Events of the same name in one session are one event, which
+    /// keeps the mode and the state of the first. Where the name belongs to another kind of object, or the system
+    /// fails, the event could not be created: signals then do nothing, and each wait returns at once as not signalled.
     Z4_API Event(bool initialState, bool autoReset, const char* name);
     Z4_API ~Event();
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
-    /// Signals the event. It stays signalled until it is reset; signalling it again changes nothing.
+    /// Signals the event. It stays signalled until it releases its one waiter or Reset() is called; to signal it again
+    /// meanwhile changes nothing.
     Z4_API void SetDone();
+    /// Makes the event not signalled. One that is not stays so.
     Z4_API void Reset();
-    /// Releases those who wait at this moment, or one of them when the event resets itself, and leaves the event not
-    /// signalled. A waiter that the system has taken off its wait for an instant is missed, so that no hand-over may
-    /// rest on this.
+    /// Releases those who wait at this moment (an auto-reset event releases one of them) and leaves the event not
+    /// signalled. Do not rely on it: a thread whose wait the system has interrupted for an instant is not released.
     Z4_API void Pulse();
 
-    /// Waits without limit. It does not say why it returned; an event that could not be created returns at once.
+    /// Waits without limit until the event is signalled. On an event that could not be created it returns at once.
     Z4_API void WaitUntilDone();
-    /// Never waits.
-    /// @return true when signalled, and an auto-reset event is then reset.
+    /// WaitWithTimeout(0).
     [[nodiscard]] Z4_API bool TryWait();
-    /// @param ms milliseconds; 0 tests without waiting, 0xFFFFFFFF waits without limit.
-    /// @return true when signalled; false on time-out and on an event that could not be created.
+    /// Waits until the event is signalled, but at most `ms` milliseconds: 0 tests without waiting, 0xFFFFFFFF waits
+    /// without limit. An auto-reset event is reset by the one waiter that it releases.
+    /// @return true when signalled; false when the time has passed, and for an event that could not be created.
     [[nodiscard]] Z4_API bool WaitWithTimeout(unsigned long ms);
 
-    /// The system's event handle, null when there is none. The event keeps it.
+    /// The system's handle of the event, for system calls that take one; null where it could not be created. The event
+    /// closes it.
     [[nodiscard]] Z4_API void* GetNativeHandle() const;
+    /// The same as GetNativeHandle().
     [[nodiscard]] Z4_API void* GetImpl() const;
 
     /// @name Group waits
     /// `events` lists 1 to 64 events, none of them null; the array must stay as it is until the call returns. Some
-    /// lists cannot be waited for: one of more or fewer, one with an event that could not be created, and, when waiting
-    /// for all, one that lists an event twice. The call then returns at once as if nothing had been signalled, and no
-    /// event changes.
+    /// lists cannot be waited for: an empty one, one of more than 64, one with an event that could not be created, and,
+    /// when waiting for all, one that lists an event twice. The call then returns at once as if nothing had been
+    /// signalled, and no event changes.
     ///
-    /// A wait for all takes the events together, or none of them. A wait for any takes the first signalled one in the
-    /// array's order and resets no other. `signalled` receives that event, or null when there is none, and may itself
-    /// be null.
-    /// @return true when signalled, where there is a result; `ms` as for WaitWithTimeout().
+    /// To wait for all is to wait until all are signalled at the same time; auto-reset events are then reset together,
+    /// and none before. To wait for any is to wait for the first that is signalled; where several are, the call takes
+    /// the one that comes first in the array, and resets no other. `*signalled` becomes that event, or null where there
+    /// is none; `signalled` may be null.
+    ///
+    /// Try means `ms` = 0, and a name without Try or WithTimeout means no limit; `ms` is that of WaitWithTimeout().
+    /// @return true when all or any were signalled.
     /// @{
     Z4_API static void WaitAll(Event* const* events, unsigned long count);
     [[nodiscard]] Z4_API static bool TryWaitAll(Event* const* events, unsigned long count);

@@ -7,10 +7,13 @@
 
 namespace Z4 {
 
-/// The first of nested calls takes one start of the core and then starts the host's network table; the last
-/// ShutdownOS() undoes both in reverse order. Any thread; a caller that is not the first waits until the first start is
-/// complete, and until a shut-down under way is over. The host's network table must not call back into these two.
+/// Starts the room, once for all who call: the first call starts the core (the host's log and memory tables, unless
+/// they are up) and then the host's network table, further calls are only counted. Any thread. Whoever calls while
+/// another thread starts the room, or shuts it down, waits until that is done. The host's network table must not call
+/// this or ShutdownOS().
 Z4_API void InitializeOS();
+/// Takes back one InitializeOS(). The call that takes back the last one shuts down the host's network table and then
+/// gives back its start of the core. Any thread, under the same rules.
 Z4_API void ShutdownOS();
 
 } // namespace Z4

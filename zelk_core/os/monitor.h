@@ -7,14 +7,14 @@
 
 namespace Z4::Private {
 
-/// A recursive lock with one condition: waiting gives up the lock and takes it again before it returns. Wait only with
-/// the lock held once.
+/// A recursive lock with one condition.
 class Monitor {
 public:
     void Lock() { m_lock.Lock(); }
     void Unlock() { m_lock.Unlock(); }
 
-    /// Until WakeAll(), or at most `ms` milliseconds (0xFFFFFFFF: without limit); may also return without a reason.
+    /// Gives up the lock, which the calling thread must hold exactly once, and sleeps until WakeAll(), but at most `ms`
+    /// milliseconds (0xFFFFFFFF: without limit). It can also return without a reason. The lock is held again then.
     /// @return false when the time has passed.
     bool Wait(unsigned long ms) { return m_changed.WaitWithTimeout(m_lock, ms); }
     void WakeAll() { m_changed.Broadcast(); }

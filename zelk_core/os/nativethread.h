@@ -2,11 +2,12 @@
 /// The system's threads by their native handles: creation, join, priority, cores, boost and names, with the system's
 /// failures as Error values. Thread (os/thread.h) is the safer front to the same.
 ///
-/// Mind what a new thread is set to. ThreadCreate() makes the thread, suspended, and sets it up then. When a setting is
-/// refused, the call fails, and the suspended thread stays behind until the process ends, with its stack and one small
-/// block of the host's memory. Two kinds of settings are refused. A priority must be one of -15, -2, -1, 0, 1, 2 and
-/// 15: ordinary processes have no others. A set of cores must not be empty, as it is in new attributes, nor hold a core
-/// that the process may not use. So ask for the cores first, and take others out of the answer only:
+/// Mind what a new thread is set to. ThreadCreate() makes the thread suspended, sets it up, and lets it run. When the
+/// system refuses a setting, the call fails, and the suspended thread stays behind until the process ends, with its
+/// stack and one small block of the host's memory. It refuses two kinds of settings. A priority must be one of -15, -2,
+/// -1, 0, 1, 2 and 15: ordinary processes have no others. A set of cores must not be empty, as it is in new attributes,
+/// and must not hold a core that the process may not use. So ask for the cores first, and only take some out of the
+/// answer:
 ///
 ///     Z4::ThreadAttributes attributes;
 ///     attributes.priority = 2;
@@ -15,9 +16,9 @@
 ///         error = Z4::ThreadCreate(attributes, Entry, argument, handle);
 ///     }
 ///
-/// Every function may be called from any thread. A handle is the system's own thread handle; null and dead handles are
-/// ERR_NOT_FOUND where nothing else is said, values that the system refuses ERR_INVALID. Any other failure is
-/// ERR_UNHANDLED and leaves the system's error number in a warning in the log.
+/// Any thread may call any function. A handle is the system's own thread handle. Where nothing else is said, the result
+/// is ERR_NOT_FOUND for a null handle and for one that is no handle, ERR_INVALID for a value that the system refuses,
+/// and ERR_UNHANDLED for any other failure, which leaves the system's error number in a warning in the log.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +28,8 @@
 namespace Z4 {
 
 /// A thread's priority within its process: -15 (idle) to 15 (time-critical), 0 normal. The system knows -15, -2 to 2
-/// and 15 in ordinary processes and refuses the rest of the range; values outside it can be held, but never applied.
+/// and 15 in ordinary processes and refuses the rest of the range. Values outside of it can be stored, but not be given
+/// to a thread.
 class ThreadPriority {
 public:
     constexpr ThreadPriority(long value = 0) : m_value(value) {}
@@ -37,7 +39,7 @@ private:
     long m_value;
 };
 
-/// A set of cores: bit n stands for core n. Only the lower 32 reach the system.
+/// A set of cores: bit n stands for core n. The system knows the lower 32 only.
 class ThreadAffinity {
 public:
     constexpr ThreadAffinity(std::uint64_t mask = 0)
@@ -57,99 +59,113 @@ enum ThreadSchedulingPolicy : std::int32_t {
     THREAD_SCHEDULING_FIXED_PRIORITY = 1,
 };
 
+/// The number that no thread has.
 inline constexpr unsigned long INVALID_THREAD_ID = 0xFFFFFFFF;
 
 /// The least that is taken for a stack's size in bytes. The system rounds a smaller one up, but whoever asks for it has
 /// most likely put another number into its place, a priority for example.
 inline constexpr std::uint32_t MIN_THREAD_STACK_SIZE = 4096;
 
+/// What ThreadCreate() makes.
 struct ThreadAttributes {
-    std::uint32_t stackSize = 0; ///< in bytes, at least MIN_THREAD_STACK_SIZE; 0 is the program's default
+    std::uint32_t stackSize = 0; ///< in bytes, at least MIN_THREAD_STACK_SIZE; 0 for the program's default
     ThreadPriority priority;
-    /// A set that the system takes as it is, see ThreadChangeAffinity(): the default, no core at all, is refused.
+    /// The cores to run on, at least one and all of them among System::GetAvailableCoreMask(). The default, no core at
+    /// all, is refused: set it.
     ThreadAffinity affinity;
     ThreadSchedulingPolicy schedulingPolicy = THREAD_SCHEDULING_DYNAMIC_BOOST;
-    const char* name = nullptr; ///< at most 63 characters, only for the debugger; may be null
-    bool detached = false;      ///< closes the handle as soon as the thread runs
+    const char* name = nullptr; ///< at most 63 characters, shown by debuggers; may be null, and is not kept
+    bool detached = false;      ///< whether nobody joins the thread: there is no handle then
 };
 
 using ThreadEntry = void(Z4_CDECL*)(void* argument);
 
 namespace System {
 
-/// The cores that the process may use. ERR_UNHANDLED when the system does not tell.
+/// Stores the cores that the process may use in `mask`. ERR_UNHANDLED, with `mask` left alone, when the system does not
+/// tell.
 [[nodiscard]] Z4_API Error GetAvailableCoreMask(ThreadAffinity& mask);
 
 } // namespace System
 
-/// Starts a thread that calls `entry(argument)` and ends when that returns; its stack is aligned to 16 bytes there.
-/// `handle` is then the caller's, to be given to ThreadJoin() or closed; null for a detached thread. On failure
-/// `handle` is null and `threadId` INVALID_THREAD_ID.
+/// Starts a thread that calls `entry(argument)`, on a stack aligned to 16 bytes, and ends when that returns. `handle`
+/// is the caller's then, to be given to ThreadJoin() or closed; it is null for a detached thread. Both results are
+/// stored before the thread runs. On failure `handle` is null and `threadId` is INVALID_THREAD_ID.
 ///
-/// A name that is too long and a null entry are ERR_INVALID and start nothing; no memory or no thread to be had is
-/// ERR_OUT_OF_RESOURCES. Settings are applied to the thread before it runs, in the order boost, cores, priority; the
-/// first that is refused ends the call with its error and leaves a suspended thread behind, as told above.
+/// A null entry and a name of more than 63 characters are ERR_INVALID and start nothing. Where no memory or no thread
+/// is to be had, the result is ERR_OUT_OF_RESOURCES. The settings are made before the thread runs, in the order boost,
+/// cores, priority; the first that is refused ends the call with its error, and a suspended thread stays behind as told
+/// above.
 ///
-/// The host's memory table must be installed: what the thread is to call travels in a block of it, which the new thread
-/// gives back when it begins.
+/// The host's memory table must be installed: entry and argument travel in a block of it, which the new thread gives
+/// back when it begins.
 [[nodiscard]] Z4_API Error ThreadCreate(const ThreadAttributes& attributes, ThreadEntry entry, void* argument,
                                         void*& handle, unsigned long& threadId);
 [[nodiscard]] Z4_API Error ThreadCreate(const ThreadAttributes& attributes, ThreadEntry entry, void* argument,
                                         void*& handle);
 
-/// Waits without limit for the thread's end and closes the handle, which stays open on failure. A thread that joins
-/// itself gets ERR_UNREACHABLE.
+/// Waits without limit for the thread's end and closes the handle. On failure the handle stays open. ERR_UNREACHABLE
+/// when it is that of the calling thread.
 [[nodiscard]] Z4_API Error ThreadJoin(void* handle);
 
-/// INVALID_THREAD_ID on failure.
+/// Stores the system's number of the thread in `id`; INVALID_THREAD_ID on failure.
 [[nodiscard]] Z4_API Error ThreadGetId(void* handle, unsigned long& id);
 
-/// `priority` is left alone on failure.
+/// Asks the system for the thread's priority. On failure `priority` is left alone.
 [[nodiscard]] Z4_API Error ThreadGetPriority(void* handle, ThreadPriority& priority);
-/// ERR_INVALID outside -15 to 15 and for what the system refuses.
+/// Sets the thread's priority. ERR_INVALID outside of -15 to 15 and for values within that the system refuses.
 [[nodiscard]] Z4_API Error ThreadChangePriority(void* handle, ThreadPriority priority);
 
-/// ERR_INVALID for a set that is empty or holds a core outside System::GetAvailableCoreMask().
+/// Sets the cores that the thread may run on. ERR_INVALID for a set that is empty or that holds a core which is not in
+/// System::GetAvailableCoreMask().
 [[nodiscard]] Z4_API Error ThreadChangeAffinity(void* handle, ThreadAffinity affinity);
 
-/// 0 or 1; 0 on failure.
+/// Asks the system whether it may raise the thread's priority, and stores the answer in `policy`. On failure that is
+/// THREAD_SCHEDULING_DYNAMIC_BOOST.
 [[nodiscard]] Z4_API Error ThreadGetSchedulingPolicy(void* handle, ThreadSchedulingPolicy& policy);
+/// Sets whether the system may raise the thread's priority.
 [[nodiscard]] Z4_API Error ThreadChangeSchedulingPolicy(void* handle, ThreadSchedulingPolicy policy);
 
-/// Tells an attached debugger the thread's name, by the exception 0x406D1388 on the calling thread, which nobody else
-/// notices. ERR_INVALID for 64 characters and more. `name` is not kept; it may be null.
+/// Tells an attached debugger the thread's name, by raising the exception 0x406D1388 on the calling thread, which goes
+/// on whether anybody listens or not. `name` is not kept; it may be null. ERR_INVALID for more than 63 characters.
 Z4_API Error ThreadChangeName(void* handle, const char* name);
 
-/// The range of priorities, the same under every policy.
+/// 15, under every policy.
 Z4_API ThreadPriority ThreadGetPriorityMax(ThreadSchedulingPolicy policy);
+/// -15, under every policy.
 Z4_API ThreadPriority ThreadGetPriorityMin(ThreadSchedulingPolicy policy);
+/// Whether `priority` is from -15 to 15, under every policy. The system refuses some of these, see ThreadPriority.
 Z4_API bool ThreadIsValidPriority(ThreadPriority priority, ThreadSchedulingPolicy policy);
 
-/// The calling thread's stack: the address just above it, and how many bytes below that are committed so far.
+/// The calling thread's stack.
+/// @param base becomes the address just above the stack.
+/// @param size becomes how many bytes below that are committed so far.
 /// @return ERR_OK, always.
 Z4_API Error ThreadGetCurrentStackAttributes(unsigned int& base, unsigned int& size);
 
-/// The same threads through a record, with a join that gives up after a while. Queries that fail, for whatever reason,
-/// are ERR_DEVICE_NOT_READY and leave their result alone.
+/// The same threads through a record, with a join that has a time-out. A query that fails, for whatever reason, returns
+/// ERR_DEVICE_NOT_READY and leaves its result alone.
 namespace BSP {
 
-/// A thread as ThreadCreate() returned it.
+/// A thread, as ThreadCreate() returned it. The functions use the handle only.
 struct ThreadInfo {
     void* handle = nullptr;
     unsigned long threadId = INVALID_THREAD_ID;
 };
 
-/// Asks the system, not the record.
+/// Stores the system's number of the thread in `id`.
 [[nodiscard]] Z4_API Error ThreadGetId(const ThreadInfo& thread, unsigned long& id);
+/// Stores the thread's priority in `priority`.
 [[nodiscard]] Z4_API Error ThreadGetPriority(const ThreadInfo& thread, ThreadPriority& priority);
+/// Stores in `enabled` whether the system may raise the thread's priority for a while.
 [[nodiscard]] Z4_API Error ThreadGetPriorityBoostState(const ThreadInfo& thread, bool& enabled);
-/// The address space set aside for the stack, in bytes. The thread must belong to this process; one that has ended
-/// has no stack and is a failure.
+/// Stores in `size` how many bytes of address space are set aside for the thread's stack. Fails for a thread that has
+/// ended and for one of another process.
 [[nodiscard]] Z4_API Error ThreadGetStackSize(const ThreadInfo& thread, unsigned int& size);
 
-/// Waits for the thread's end at most `timeoutMs` milliseconds (0xFFFFFFFF: without limit), then closes the handle and
-/// empties the record. ERR_TIMEOUT when the thread still runs, ERR_UNREACHABLE for the calling thread itself,
-/// ERR_INVALID when there is nothing to wait for; the record then stays as it was.
+/// Waits for the thread's end, but at most `timeoutMs` milliseconds (0xFFFFFFFF: without limit), then closes the handle
+/// and empties the record. The record stays as it was on failure: ERR_TIMEOUT when the thread still runs,
+/// ERR_UNREACHABLE for the calling thread itself, ERR_INVALID when the handle cannot be waited for.
 [[nodiscard]] Z4_API Error ThreadJoin(ThreadInfo& thread, unsigned long timeoutMs);
 
 } // namespace BSP

@@ -1,10 +1,10 @@
 /// @file
-/// The lock for templates that take a lock class, where no locking is wanted.
+/// The lock class for templates that take one, where no locking is wanted.
 #pragma once
 
 namespace Z4 {
 
-/// Excludes nobody. It has no state, so that copying and assigning it does nothing.
+/// Every operation does nothing and excludes nobody. There is no state to copy or to assign.
 class NulLock {
 public:
     void Lock() {}

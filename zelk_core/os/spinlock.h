@@ -1,6 +1,7 @@
 /// @file
-/// A lock of one word that never blocks and needs no teardown, so that it can be a static object. It must guard only a
-/// few instructions: a waiter burns its processor, also while the holder is not running.
+/// A lock of one word that never blocks and needs no teardown, so that it can be a static object that is ready before
+/// any code runs. Guard only a few instructions with it: a thread that waits keeps its processor busy all the time,
+/// even while the system has put the holder aside.
 #pragma once
 
 #include <atomic>
@@ -9,12 +10,13 @@
 
 namespace Z4 {
 
-/// A test-and-test-and-set spin lock. Any thread; no owner is recorded, so locking it twice on one thread never
-/// returns, and Unlock() frees it whoever holds it.
+/// A test-and-test-and-set spin lock, for any number of threads. It does not know who holds it: a thread that locks it
+/// a second time waits for ever, and Unlock() frees it whoever calls.
 class NonRecursiveSpinLock {
 public:
     constexpr NonRecursiveSpinLock() : m_state(FREE) {}
-    /// A copy takes the state as it stands: the copy of a held lock is held.
+    /// A copy is a lock of its own that begins in the state in which `other` is: the copy of a held lock is held, and
+    /// somebody must unlock it.
     NonRecursiveSpinLock(const NonRecursiveSpinLock& other) : m_state(other.Load()) {}
     NonRecursiveSpinLock& operator=(const NonRecursiveSpinLock& other) {
         State().store(other.Load(), std::memory_order_relaxed);
@@ -22,7 +24,7 @@ public:
     }
     ~NonRecursiveSpinLock() = default;
 
-    /// Returns when the lock is held; attempts lie 70 processor pauses apart.
+    /// Waits until the calling thread holds the lock, with 70 pauses of the processor between attempts.
     void Lock() { InternalLock(); }
 
     /// Never waits.
@@ -36,7 +38,7 @@ public:
         return State().compare_exchange_strong(expected, HELD);
     }
 
-    /// Frees the lock, which is held. One that is free stays so.
+    /// Frees the lock, which must be held. A free one stays free; with ZELK_CHECKS that is reported.
     void Unlock() {
         Z4_ASSERT(Load() != FREE, "A lock that is unlocked is held.");
         State().store(FREE, std::memory_order_release);

@@ -1,44 +1,56 @@
 /// @file
-/// Measures time by the high-resolution counter and adds up the measured intervals. Times in counts turn into
-/// microseconds as Time::GetMicroSecFromCycles says; Ms means microseconds / 1000, rounded down.
+/// Measures time by the high-resolution counter (Time::GetCpuCycle()) and adds up the measured intervals.
+///
+///     Z4::StopWatch watch(true);
+///     Work();
+///     watch.Stop();
+///     const std::uint64_t microSec = watch.GetCumulUSec();
 #pragma once
 
 #include <cstdint>
 #include <zelk_core/base/api.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
-/// Not synchronised: one thread at a time.
-class Z4_API StopWatch {
+/// A watch measures one interval at a time and knows two lengths: that of the last interval that Stop() ended, and the
+/// total. It is not synchronised, so only one thread at a time may use it.
+///
+/// Times are in counts of the counter. Functions in USec give microseconds, by Time::GetMicroSecFromCycles(); functions
+/// in Ms give these microseconds / 1000, rounded down.
+class StopWatch {
 public:
-    /// A cleared watch, running when `start` is true.
-    explicit StopWatch(bool start);
+    /// Both lengths are 0. With `start` the watch runs from now on.
+    Z4_API explicit StopWatch(bool start);
 
-    /// Begins an interval, from anew if one is running; the total stays.
-    void Start();
-    /// Clears the total and the last interval, and begins one.
-    void Restart();
-    /// Ends the interval and adds it to the total. Without a Start() since the last Stop() it adds the last interval
-    /// once more.
-    void Stop();
-    /// Stops without adding anything and clears the total; keeps the last interval.
-    /// @param start stored as the begin of an interval, which the next Start() replaces.
-    void Reset(std::uint64_t start);
+    /// An interval begins now. One that is running is dropped, the total stays.
+    Z4_API void Start();
+    /// Both lengths become 0 and an interval begins now.
+    Z4_API void Restart();
+    /// The interval ends now and is added to the total. Where none is running, the last interval is added once more.
+    Z4_API void Stop();
+    /// Stops without adding anything. The total becomes 0, the last interval stays.
+    /// @param start is stored where an interval's begin is, and has no effect: the next Start() replaces it.
+    Z4_API void Reset(std::uint64_t start);
 
-    bool IsStarted() const;
+    /// Whether an interval is running.
+    Z4_API bool IsStarted() const;
 
-    /// The running interval, up to `now` or up to this moment if `now` is 0; the last interval when stopped. In counts.
-    std::uint64_t GetElapsed(std::uint64_t now) const;
-    /// The running interval up to this moment, or the last one.
-    std::uint64_t GetElapsedUSec() const;
-    std::uint64_t GetElapsedMs() const;
+    /// The length of the running interval until `now`, a value of the counter, or until this moment where `now` is 0.
+    /// Where none is running, the last interval.
+    Z4_API std::uint64_t GetElapsed(std::uint64_t now) const;
+    /// GetElapsed(0).
+    Z4_API std::uint64_t GetElapsedUSec() const;
+    Z4_API std::uint64_t GetElapsedMs() const;
 
-    /// The total, with the running interval up to this moment. In counts.
-    std::uint64_t GetCumul() const;
-    std::uint64_t GetCumulUSec() const;
-    std::uint64_t GetCumulMs() const;
+    /// The total, the running interval until this moment included.
+    Z4_API std::uint64_t GetCumul() const;
+    Z4_API std::uint64_t GetCumulUSec() const;
+    Z4_API std::uint64_t GetCumulMs() const;
 
 private:
+    friend Private::Layout<StopWatch>;
+
     std::uint64_t m_start;
     std::uint64_t m_cumulated;
     std::uint64_t m_lastInterval;

@@ -6,10 +6,12 @@
 #include <zelk_core/base/private/eal.h>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/os/autolock.h>
+#include <zelk_core/os/private/threadlife.h>
 
 namespace Z4 {
 
-struct EalThreadLayout {
+template <>
+struct Private::Layout<EalThread> {
     static_assert(offsetof(EalThread, m_monitor) == 4, "condition at 4, critical section at 8");
     static_assert(offsetof(EalThread, m_handle) == 32);
     static_assert(offsetof(EalThread, m_threadId) == 36);
@@ -26,18 +28,43 @@ namespace {
 
 constexpr char LOG_FILE[] = "eal_utils/private/ealthread";
 
+constexpr Private::Message<> STILL_SUSPENDED{
+    EAL_LOG_WARNING, LOG_FILE, 216,
+    "[Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be called prior to "
+    "destroying the thread."};
+constexpr Private::Message<> NOT_JOINED{
+    EAL_LOG_WARNING, LOG_FILE, 253,
+    "[Z4::Z4::EalThread] EAL_LOG_WARNING: EalThread::JoinThread() must be called prior to destroying the thread."};
+
 using Guard = AutoLock<Private::Monitor>;
+using Life = Private::ThreadLife<EalThread>;
 
 } // namespace
 
+template <>
+struct Private::ThreadKind<EalThread> {
+    static bool IsDetached(const EalThread&) { return false; }
+    static void NoteArrival(EalThread& thread) { thread.m_threadId = GetCurrentThreadId(); }
+    static EalThread* RunnerOf(EalThread& thread) { return &thread; }
+
+    static Error WaitForEnd(const EalThread& thread) {
+        Z4_SLOT(g_thread.join)(thread.m_handle);
+        return ERR_OK;
+    }
+
+    static void Forget(EalThread& thread) {
+        thread.m_threadId = INVALID_THREAD_ID;
+        thread.m_handle = nullptr;
+    }
+
+    static void WarnStillSuspended(const EalThread&) { Log(STILL_SUSPENDED); }
+    static void WarnNotJoined(const EalThread&) { Log(NOT_JOINED); }
+};
+
 void EalThread::Finish() {
     const Guard guard(m_monitor);
-    Z4_ASSERT(m_state != THREAD_RUNNING,
-              "A thread is joined before its object is destroyed: the derived part, which Run() uses, goes first.");
     Z4_ASSERT(m_threadId != GetCurrentThreadId(), "A thread of the host's does not destroy its own object.");
-    m_beingDestroyed = true;
-    Resume();
-    JoinHeld();
+    Life::FinishHeld(*this);
 }
 
 Error EalThread::CreateThread() {
@@ -46,24 +73,24 @@ Error EalThread::CreateThread() {
 
 Error EalThread::CreateThread(unsigned int stackSize) {
     const Guard guard(m_monitor);
-    return Create(stackSize);
+    return CreateHeld(stackSize);
 }
 
 Error EalThread::CreateThread(unsigned int stackSize, bool startSuspended) {
     const Guard guard(m_monitor);
     m_startSuspended = startSuspended;
-    return Create(stackSize);
+    return CreateHeld(stackSize);
 }
 
 Error EalThread::StartThread(unsigned long stackSize, eal_thread_priority priority) {
     const Guard guard(m_monitor);
     m_priority = priority;
-    return Create(stackSize);
+    return CreateHeld(stackSize);
 }
 
 Error EalThread::SetThreadPriority(eal_thread_priority priority) {
     const Guard guard(m_monitor);
-    if (m_state >= THREAD_STARTING && m_state <= THREAD_RUNNING) {
+    if (Life::IsLiveHeld(*this)) {
         return ERR_IN_PROGRESS;
     }
     m_priority = priority;
@@ -71,21 +98,19 @@ Error EalThread::SetThreadPriority(eal_thread_priority priority) {
 }
 
 Error EalThread::ResumeThread() {
-    const Guard guard(m_monitor);
-    return Resume();
+    return Life::Resume(*this);
 }
 
 Error EalThread::JoinThread() {
-    const Guard guard(m_monitor);
-    return m_threadId == GetCurrentThreadId() ? ERR_UNREACHABLE : JoinHeld();
+    return Life::Join(*this);
 }
 
 ThreadErrorCodeWrapper EalThread::BlockUntilStarted(unsigned long timeoutMs) {
-    return WaitForState(THREAD_RUNNING, timeoutMs);
+    return Life::WaitUntilStarted(*this, timeoutMs);
 }
 
 ThreadErrorCodeWrapper EalThread::BlockUntilStopped(unsigned long timeoutMs) {
-    return WaitForState(THREAD_ENDED, timeoutMs);
+    return Life::WaitUntilEnded(*this, timeoutMs);
 }
 
 eal_thread_handle EalThread::GetHandle() const {
@@ -120,97 +145,22 @@ eal_thread_priority EalThread::GetThreadPriority() const {
     return m_priority;
 }
 
-void EalThread::SetState(ThreadState state) {
-    m_state = state;
-    m_monitor.WakeAll();
-}
-
-Error EalThread::Create(unsigned int stackSize) {
-    if (m_state != THREAD_IDLE && m_state != THREAD_JOINED) {
+Error EalThread::CreateHeld(unsigned int stackSize) {
+    if (!Life::MayCreateHeld(*this)) {
         return ERR_IN_PROGRESS;
     }
     Z4_ASSERT(stackSize == 0 || stackSize >= MIN_THREAD_STACK_SIZE,
               "A thread's stack size is in bytes: 0 for the default, else at least MIN_THREAD_STACK_SIZE.");
-    SetState(THREAD_STARTING);
+    Life::SetStateHeld(*this, THREAD_STARTING);
     m_handle = Z4_SLOT(Private::g_thread.create)(m_id.GetId(), stackSize, m_priority, Enter, this);
-    return ERR_OK;
-}
-
-Error EalThread::Resume() {
-    if (!m_startSuspended) {
-        return ERR_CANNOT_ASSIGN;
-    }
-    m_startSuspended = false;
-    m_monitor.WakeAll();
-    if (m_beingDestroyed) {
-        Private::LogPrint(
-            EAL_LOG_WARNING, LOG_FILE, 216,
-            "[Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be "
-            "called prior to destroying the thread.");
-    }
-    return ERR_OK;
-}
-
-Error EalThread::JoinHeld() {
-    while (m_state != THREAD_ENDED || m_joining) {
-        if (m_state == THREAD_STARTING && m_handle == nullptr) {
-            SetState(THREAD_IDLE);
-        }
-        if (m_state == THREAD_IDLE || m_state == THREAD_JOINED) {
-            return ERR_NOT_READY;
-        }
-        m_monitor.Wait(INFINITE);
-    }
-    WaitForTheHost();
-    m_threadId = INVALID_THREAD_ID;
-    m_handle = nullptr;
-    SetState(THREAD_JOINED);
-    if (m_beingDestroyed) {
-        Private::LogPrint(
-            EAL_LOG_WARNING, LOG_FILE, 253,
-            "[Z4::Z4::EalThread] EAL_LOG_WARNING: EalThread::JoinThread() must be called prior to destroying "
-            "the thread.");
-    }
-    return ERR_OK;
-}
-
-void EalThread::WaitForTheHost() {
-    const eal_thread_handle handle = m_handle;
-    m_joining = true;
-    m_monitor.Unlock();
-    Z4_SLOT(Private::g_thread.join)(handle);
-    m_monitor.Lock();
-    m_joining = false;
-}
-
-ThreadErrorCodeWrapper EalThread::WaitForState(ThreadState atLeast, unsigned long timeoutMs) {
-    const Guard guard(m_monitor);
-    while (m_state < atLeast) {
-        if (!m_monitor.Wait(timeoutMs)) {
-            return ERR_TIMEOUT;
-        }
-    }
     return ERR_OK;
 }
 
 void EalThread::Enter(void* argument) {
     EalThread& thread = *static_cast<EalThread*>(argument);
-    bool skipRun = false;
-    {
-        const Guard guard(thread.m_monitor);
-        thread.m_threadId = GetCurrentThreadId();
-        while (thread.m_startSuspended) {
-            thread.SetState(THREAD_SUSPENDED);
-            thread.m_monitor.Wait(INFINITE);
-        }
-        thread.SetState(THREAD_RUNNING);
-        skipRun = thread.m_beingDestroyed;
-    }
-    if (!skipRun) {
-        thread.Run();
-    }
-    const Guard guard(thread.m_monitor);
-    thread.SetState(THREAD_ENDED);
+    Life::Arrive(thread);
+    Life::CallRun(thread);
+    Life::End(thread);
 }
 
 } // namespace Z4

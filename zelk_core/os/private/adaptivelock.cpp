@@ -6,8 +6,13 @@
 
 namespace Z4 {
 
-static_assert(sizeof(AdaptiveLock) == sizeof(CRITICAL_SECTION) + sizeof(ULONG));
-static_assert(alignof(AdaptiveLock) == alignof(CRITICAL_SECTION));
+template <>
+struct Private::Layout<AdaptiveLock> {
+    static_assert(offsetof(AdaptiveLock, m_criticalSection) == 0);
+    static_assert(offsetof(AdaptiveLock, m_spinCount) == sizeof(CRITICAL_SECTION));
+    static_assert(sizeof(AdaptiveLock) == sizeof(CRITICAL_SECTION) + sizeof(ULONG));
+    static_assert(alignof(AdaptiveLock) == alignof(CRITICAL_SECTION));
+};
 static_assert(sizeof(AdaptiveLockNonRecursive) == sizeof(AdaptiveLock));
 
 namespace {
@@ -45,8 +50,6 @@ Z4_NOINLINE void SpinThenBlock(CRITICAL_SECTION* section, unsigned long spinCoun
 AdaptiveLock::AdaptiveLock() : AdaptiveLock(DEFAULT_SPIN_COUNT, nullptr) {}
 
 AdaptiveLock::AdaptiveLock(unsigned long spinCount, const char*) : m_spinCount(spinCount) {
-    static_assert(offsetof(AdaptiveLock, m_criticalSection) == 0 &&
-                  offsetof(AdaptiveLock, m_spinCount) == sizeof(CRITICAL_SECTION));
     InitializeCriticalSection(Section(m_criticalSection));
 }
 

@@ -2,7 +2,8 @@
 
 namespace Z4 {
 
-static_assert(sizeof(long) == 4 && sizeof(long long) == 8);
+static_assert(sizeof(long) == 4);
+static_assert(sizeof(long long) == 8);
 
 Atomic& Atomic::operator=(const Atomic&) = default;
 Atomic& Atomic::operator=(Atomic&&) noexcept = default;

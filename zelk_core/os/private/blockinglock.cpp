@@ -1,11 +1,11 @@
-#include <cstddef>
 #include <zelk_core/base/assert.h>
 #include <zelk_core/os/blockinglock.h>
 #include <zelk_core/os/private/criticalsection.h>
 
 namespace Z4 {
 
-static_assert(sizeof(BlockingLock) == sizeof(CRITICAL_SECTION) && alignof(BlockingLock) == alignof(CRITICAL_SECTION));
+static_assert(sizeof(BlockingLock) == sizeof(CRITICAL_SECTION));
+static_assert(alignof(BlockingLock) == alignof(CRITICAL_SECTION));
 static_assert(sizeof(BlockingLockNonRecursive) == sizeof(BlockingLock));
 
 using Private::Section;

@@ -4,8 +4,8 @@
 
 namespace Z4 {
 
-static_assert(sizeof(CondVariable) == sizeof(CONDITION_VARIABLE) &&
-              alignof(CondVariable) == alignof(CONDITION_VARIABLE));
+static_assert(sizeof(CondVariable) == sizeof(CONDITION_VARIABLE));
+static_assert(alignof(CondVariable) == alignof(CONDITION_VARIABLE));
 static_assert(CONDITION_VARIABLE(CONDITION_VARIABLE_INIT).Ptr == nullptr, "the constructor leaves a null pointer");
 
 namespace {

@@ -4,7 +4,8 @@
 
 namespace Z4 {
 
-static_assert(sizeof(Event) == sizeof(HANDLE) && alignof(Event) == alignof(HANDLE));
+static_assert(sizeof(Event) == sizeof(HANDLE));
+static_assert(alignof(Event) == alignof(HANDLE));
 
 namespace {
 

@@ -28,6 +28,10 @@ static_assert(sizeof(BSP::ThreadInfo) == 8);
 namespace {
 
 constexpr char LOG_FILE[] = "os/private/nativethread_ms";
+constexpr Private::Message<int> UNKNOWN_FAILURE{EAL_LOG_WARNING, LOG_FILE, 41,
+                                                "Unknown error. GetLastError returns %d\n"};
+constexpr Private::Message<int> UNKNOWN_REFUSAL{EAL_LOG_WARNING, LOG_FILE, 217,
+                                                "_beginthreadex failed. Unknown error: %d\n"};
 constexpr std::size_t NAME_CAPACITY = 64;
 constexpr long MAX_PRIORITY = 15;
 
@@ -41,8 +45,7 @@ Error TranslateLastError() {
     case ERROR_INVALID_PARAMETER:
         return ERR_INVALID;
     default:
-        Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, 41, "Unknown error. GetLastError returns %d\n",
-                          static_cast<int>(number));
+        Private::Log(UNKNOWN_FAILURE, static_cast<int>(number));
         return ERR_UNHANDLED;
     }
 }
@@ -56,7 +59,7 @@ Error TranslateCreationError(int number) {
     case EINVAL:
         return ERR_INVALID;
     default:
-        Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, 217, "_beginthreadex failed. Unknown error: %d\n", number);
+        Private::Log(UNKNOWN_REFUSAL, number);
         return ERR_UNHANDLED;
     }
 }

@@ -8,8 +8,16 @@
 
 namespace Z4 {
 
-static_assert(sizeof(RWLockNonRecursive) == sizeof(SRWLOCK) && alignof(RWLockNonRecursive) == alignof(SRWLOCK));
+static_assert(sizeof(RWLockNonRecursive) == sizeof(SRWLOCK));
+static_assert(alignof(RWLockNonRecursive) == alignof(SRWLOCK));
 static_assert(SRWLOCK(SRWLOCK_INIT).Ptr == nullptr, "the constructors leave a null pointer");
+template <>
+struct Private::Layout<RWLock> {
+    static_assert(offsetof(RWLock, m_lock) == 0);
+    static_assert(offsetof(RWLock, m_holds) == sizeof(SRWLOCK));
+    static_assert(offsetof(RWLock, m_writerId) == sizeof(SRWLOCK) + sizeof(LONG));
+    static_assert(sizeof(RWLock) == sizeof(SRWLOCK) + sizeof(LONG) + sizeof(DWORD));
+};
 
 namespace {
 
@@ -213,9 +221,6 @@ bool RWLock::IsExclusiveLockActive() const {
 }
 
 void RWLock::InternalLockReader() {
-    static_assert(offsetof(RWLock, m_lock) == 0 && offsetof(RWLock, m_holds) == sizeof(SRWLOCK) &&
-                  offsetof(RWLock, m_writerId) == sizeof(SRWLOCK) + sizeof(LONG) &&
-                  sizeof(RWLock) == sizeof(SRWLOCK) + sizeof(LONG) + sizeof(DWORD));
     Z4_ASSERT(WriterId(m_writerId).load(std::memory_order_relaxed) != GetCurrentThreadId(),
               "A writer does not ask to read, other than through Downgrade().");
     ReadHoldings& holdings = Private::ThisThreads(readHoldingsImage);

@@ -3,7 +3,8 @@
 
 namespace Z4 {
 
-static_assert(sizeof(Semaphore) == sizeof(HANDLE) && alignof(Semaphore) == alignof(HANDLE));
+static_assert(sizeof(Semaphore) == sizeof(HANDLE));
+static_assert(alignof(Semaphore) == alignof(HANDLE));
 
 // Counts above the system's signed range turn negative, which the system refuses.
 Semaphore::Semaphore(unsigned long initialCount, unsigned long maximumCount, const char* name)

@@ -3,7 +3,8 @@
 
 namespace Z4 {
 
-static_assert(sizeof(NonRecursiveSpinLock) == 4 && alignof(NonRecursiveSpinLock) == 4);
+static_assert(sizeof(NonRecursiveSpinLock) == 4);
+static_assert(alignof(NonRecursiveSpinLock) == 4);
 
 void NonRecursiveSpinLock::RelaxCPU() {
     constexpr int PAUSES = 70;

@@ -1,9 +1,17 @@
+#include <cstddef>
 #include <zelk_core/os/stopwatch.h>
 #include <zelk_core/os/time.h>
 
 namespace Z4 {
 
-static_assert(sizeof(StopWatch) == 32);
+template <>
+struct Private::Layout<StopWatch> {
+    static_assert(offsetof(StopWatch, m_start) == 0);
+    static_assert(offsetof(StopWatch, m_cumulated) == 8);
+    static_assert(offsetof(StopWatch, m_lastInterval) == 16);
+    static_assert(offsetof(StopWatch, m_started) == 24);
+    static_assert(sizeof(StopWatch) == 32);
+};
 
 StopWatch::StopWatch(bool start) : m_start(0), m_cumulated(0), m_lastInterval(0), m_started(false) {
     if (start) {

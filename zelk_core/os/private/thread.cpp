@@ -1,17 +1,17 @@
 #include <windows.h>
 
 #include <cstddef>
-#include <zelk_core/base/assert.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/os/autolock.h>
+#include <zelk_core/os/private/detachedrun.h>
 #include <zelk_core/os/private/nativethread.h>
+#include <zelk_core/os/private/threadlife.h>
 #include <zelk_core/os/thread.h>
 
 namespace Z4 {
 
-struct DetachedRun;
-
-struct ThreadLayout {
+template <>
+struct Private::Layout<Thread> {
     static_assert(offsetof(Thread, m_monitor) == 4, "condition at 4, critical section at 8");
     static_assert(offsetof(Thread, m_handle) == 32);
     static_assert(offsetof(Thread, m_affinity) == 36);
@@ -30,108 +30,92 @@ namespace {
 
 constexpr char LOG_FILE[] = "os/private/thread";
 
-using Guard = AutoLock<Private::Monitor>;
+constexpr Private::Message<const char*> STILL_SUSPENDED{
+    EAL_LOG_WARNING, LOG_FILE, 523,
+    "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is still suspended. Thread::ResumeThread() must be called prior to "
+    "destroying the thread."};
+constexpr Private::Message<const char*> NOT_JOINED{
+    EAL_LOG_WARNING, LOG_FILE, 564,
+    "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is not detached. Thread::JoinThread() must be called prior to "
+    "destroying the thread."};
+constexpr Private::Message<const char*> NOT_STARTED{
+    EAL_LOG_WARNING, LOG_FILE, 581,
+    "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is detached and Run() is not yet invoked. "
+    "Thread::BlockUntilStarted() should be called prior to destroying the thread."};
 
-constinit SRWLOCK g_detachedLock = SRWLOCK_INIT;
-constinit DetachedRun* g_detachedRuns = nullptr;
+using Guard = AutoLock<Private::Monitor>;
+using Life = Private::ThreadLife<Thread>;
 
 } // namespace
 
-/// A detached thread in Run(). Its object may be destroyed meanwhile, by Run() itself even, or may live on and be
-/// created again; this record on the thread's stack tells the thread which it was. A thread that takes both locks takes
-/// this one before the object's.
-struct DetachedRun {
-    explicit DetachedRun(Thread& thread) : object(&thread) {
-        AcquireSRWLockExclusive(&g_detachedLock);
-        next = g_detachedRuns;
-        if (next != nullptr) {
-            next->link = &next;
-        }
-        g_detachedRuns = this;
-        ReleaseSRWLockExclusive(&g_detachedLock);
+template <>
+struct Private::ThreadKind<Thread> {
+    static bool IsDetached(const Thread& thread) { return thread.m_detached; }
+
+    static void NoteArrival(Thread& thread) {
+        unsigned int committed = 0;
+        ThreadGetCurrentStackAttributes(thread.m_stackBase, committed);
     }
 
-    ~DetachedRun() {
-        AcquireSRWLockExclusive(&g_detachedLock);
-        *link = next;
-        if (next != nullptr) {
-            next->link = link;
+    static Thread* RunnerOf(Thread& thread) { return thread.m_owner; }
+
+    static Error WaitForEnd(const Thread& thread) {
+        if (thread.m_threadId == GetCurrentThreadId()) {
+            CloseHandle(
+                thread.m_handle); // The object goes on its own thread's way out, which nobody can wait for here.
+            return ERR_UNREACHABLE;
         }
-        if (object != nullptr) {
-            const Guard guard(object->m_monitor);
-            object->SetState(Thread::THREAD_ENDED);
-        }
-        ReleaseSRWLockExclusive(&g_detachedLock);
+        return JoinOtherThread(thread.m_handle);
     }
 
-    DetachedRun(const DetachedRun&) = delete;
-    DetachedRun& operator=(const DetachedRun&) = delete;
-
-    static void Forget(const Thread& thread) {
-        AcquireSRWLockExclusive(&g_detachedLock);
-        for (DetachedRun* run = g_detachedRuns; run != nullptr; run = run->next) {
-            if (run->object == &thread) {
-                run->object = nullptr;
-            }
-        }
-        ReleaseSRWLockExclusive(&g_detachedLock);
+    static void Forget(Thread& thread) {
+        thread.m_threadId = INVALID_THREAD_ID;
+        thread.m_handle = nullptr;
+        thread.m_stackBase = 0;
+        thread.m_stackSize = 0;
     }
 
-    Thread* object;
-    DetachedRun* next = nullptr;
-    DetachedRun** link = &g_detachedRuns; ///< what points to this record
+    static void WarnStillSuspended(const Thread& thread) { Log(STILL_SUSPENDED, thread.m_name); }
+    static void WarnNotJoined(const Thread& thread) { Log(NOT_JOINED, thread.m_name); }
 };
 
 void Thread::Finish() {
     {
         const Guard guard(m_monitor);
-        Z4_ASSERT(m_detached || m_state != THREAD_RUNNING,
-                  "A thread is joined before its object is destroyed: the derived part, which Run() uses, goes first.");
-        m_beingDestroyed = true;
-        Resume();
-        JoinHeld();
+        Life::FinishHeld(*this);
+        if (m_detached && m_state == THREAD_STARTING) {
+            Private::Log(NOT_STARTED, m_name);
+        }
         while (m_detached && (m_state == THREAD_STARTING || m_state == THREAD_SUSPENDED)) {
             m_monitor.Wait(INFINITE);
         }
     }
     if (m_detached) {
-        DetachedRun::Forget(*this);
+        Private::DetachedRun::Forget(*this);
     }
 }
 
 Error Thread::CreateThread() {
-    const Guard guard(m_monitor);
-    return MayCreate() ? Create() : ERR_IN_PROGRESS;
+    return CreateWith([] {});
 }
 
 Error Thread::CreateThread(unsigned int stackSize) {
-    const Guard guard(m_monitor);
-    if (!MayCreate()) {
-        return ERR_IN_PROGRESS;
-    }
-    m_stackSize = stackSize;
-    return Create();
+    return CreateWith([&] { m_stackSize = stackSize; });
 }
 
 Error Thread::CreateThread(unsigned int stackSize, bool startSuspended) {
-    const Guard guard(m_monitor);
-    if (!MayCreate()) {
-        return ERR_IN_PROGRESS;
-    }
-    m_stackSize = stackSize;
-    m_startSuspended = startSuspended;
-    return Create();
+    return CreateWith([&] {
+        m_stackSize = stackSize;
+        m_startSuspended = startSuspended;
+    });
 }
 
 Error Thread::CreateThread(unsigned int stackSize, bool startSuspended, bool detached) {
-    const Guard guard(m_monitor);
-    if (!MayCreate()) {
-        return ERR_IN_PROGRESS;
-    }
-    m_stackSize = stackSize;
-    m_startSuspended = startSuspended;
-    m_detached = detached;
-    return Create();
+    return CreateWith([&] {
+        m_stackSize = stackSize;
+        m_startSuspended = startSuspended;
+        m_detached = detached;
+    });
 }
 
 ThreadErrorCodeWrapper Thread::StartThread(unsigned long stackSize) {
@@ -150,13 +134,11 @@ ThreadErrorCodeWrapper Thread::StartThread(ThreadPriority priority, unsigned lon
 }
 
 Error Thread::ResumeThread() {
-    const Guard guard(m_monitor);
-    return Resume();
+    return Life::Resume(*this);
 }
 
 Error Thread::JoinThread() {
-    const Guard guard(m_monitor);
-    return m_threadId == GetCurrentThreadId() ? ERR_UNREACHABLE : JoinHeld();
+    return Life::Join(*this);
 }
 
 ThreadErrorCodeWrapper Thread::Join(unsigned long timeoutMs) {
@@ -165,40 +147,25 @@ ThreadErrorCodeWrapper Thread::Join(unsigned long timeoutMs) {
 }
 
 ThreadErrorCodeWrapper Thread::BlockUntilStarted(unsigned long timeoutMs) {
-    const Guard guard(m_monitor);
-    while (m_state < THREAD_RUNNING) {
-        if (!m_monitor.Wait(timeoutMs)) {
-            return ERR_TIMEOUT;
-        }
-    }
-    return ERR_OK;
+    return Life::WaitUntilStarted(*this, timeoutMs);
 }
 
 ThreadErrorCodeWrapper Thread::BlockUntilStopped(unsigned long timeoutMs) {
+    return Life::WaitUntilEnded(*this, timeoutMs);
+}
+
+template <class Store>
+Error Thread::CreateWith(Store store) {
     const Guard guard(m_monitor);
-    while (!m_detached && m_state < THREAD_ENDED) {
-        if (!m_monitor.Wait(timeoutMs)) {
-            return ERR_TIMEOUT;
-        }
+    if (!Life::MayCreateHeld(*this)) {
+        return ERR_IN_PROGRESS;
     }
-    return m_detached ? ERR_UNREACHABLE : ERR_OK;
+    store();
+    return CreateHeld();
 }
 
-bool Thread::IsLive() const {
-    return m_state >= THREAD_STARTING && m_state <= THREAD_RUNNING;
-}
-
-bool Thread::MayCreate() const {
-    return m_state == THREAD_IDLE || m_state == THREAD_JOINED || (m_detached && m_state == THREAD_ENDED);
-}
-
-void Thread::SetState(ThreadState state) {
-    m_state = state;
-    m_monitor.WakeAll();
-}
-
-Error Thread::Create() {
-    SetState(THREAD_STARTING);
+Error Thread::CreateHeld() {
+    Life::SetStateHeld(*this, THREAD_STARTING);
     ThreadAttributes attributes;
     attributes.stackSize = m_stackSize;
     attributes.priority = m_priority;
@@ -215,106 +182,20 @@ Error Thread::Create() {
         m_detached = false;
         m_startSuspended = false;
         m_stackSize = 0;
-        SetState(THREAD_IDLE);
+        Life::SetStateHeld(*this, THREAD_IDLE);
     }
     return result;
-}
-
-Error Thread::Resume() {
-    if (!m_startSuspended) {
-        return ERR_CANNOT_ASSIGN;
-    }
-    m_startSuspended = false;
-    m_monitor.WakeAll();
-    if (m_beingDestroyed) {
-        Private::LogPrint(
-            EAL_LOG_WARNING, LOG_FILE, 523,
-            "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is still suspended. Thread::ResumeThread() must be "
-            "called prior to destroying the thread.",
-            m_name);
-    }
-    return ERR_OK;
-}
-
-Error Thread::JoinHeld() {
-    while (!m_detached && (m_state != THREAD_ENDED || m_joining)) {
-        if (m_state == THREAD_IDLE || m_state == THREAD_JOINED) {
-            return ERR_NOT_READY;
-        }
-        m_monitor.Wait(INFINITE);
-    }
-    if (m_detached) {
-        if (m_beingDestroyed && m_state == THREAD_STARTING) {
-            Private::LogPrint(EAL_LOG_WARNING, LOG_FILE, 581,
-                              "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is detached and Run() is not yet invoked. "
-                              "Thread::BlockUntilStarted() should be called prior to destroying the thread.",
-                              m_name);
-        }
-        return ERR_UNREACHABLE;
-    }
-    const Error result = WaitForTheSystem();
-    m_threadId = INVALID_THREAD_ID;
-    m_handle = nullptr;
-    m_stackBase = 0;
-    m_stackSize = 0;
-    SetState(THREAD_JOINED);
-    if (m_beingDestroyed) {
-        Private::LogPrint(
-            EAL_LOG_WARNING, LOG_FILE, 564,
-            "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:%s is not detached. Thread::JoinThread() must be called "
-            "prior to destroying the thread.",
-            m_name);
-    }
-    return result;
-}
-
-Error Thread::WaitForTheSystem() {
-    if (m_threadId == GetCurrentThreadId()) {
-        CloseHandle(m_handle); // The object goes on its own thread's way out, which nobody can wait for here.
-        return ERR_UNREACHABLE;
-    }
-    void* const handle = m_handle;
-    m_joining = true;
-    m_monitor.Unlock();
-    const Error result = Private::JoinOtherThread(handle);
-    m_monitor.Lock();
-    m_joining = false;
-    return result;
-}
-
-bool Thread::Begin() {
-    const Guard guard(m_monitor);
-    unsigned int committed = 0;
-    ThreadGetCurrentStackAttributes(m_stackBase, committed);
-    if (m_startSuspended) {
-        SetState(THREAD_SUSPENDED);
-        while (m_startSuspended) {
-            m_monitor.Wait(INFINITE);
-        }
-    }
-    return m_detached;
-}
-
-void Thread::CallRun() {
-    m_monitor.Lock();
-    SetState(THREAD_RUNNING);
-    Thread* const runner = m_beingDestroyed ? nullptr : m_owner;
-    m_monitor.Unlock();
-    if (runner != nullptr) {
-        runner->Run();
-    }
 }
 
 void Thread::Enter(void* argument) {
     Thread& thread = *static_cast<Thread*>(argument);
-    if (thread.Begin()) {
-        const DetachedRun run(thread);
-        thread.CallRun();
+    if (Life::Arrive(thread)) {
+        const Private::DetachedRun run(thread);
+        Life::CallRun(thread);
         return;
     }
-    thread.CallRun();
-    const Guard guard(thread.m_monitor);
-    thread.SetState(THREAD_ENDED);
+    Life::CallRun(thread);
+    Life::End(thread);
 }
 
 } // namespace Z4

@@ -5,15 +5,18 @@
 
 namespace Z4 {
 
+template <>
+struct Private::Layout<ThreadBarrier> {
+    static_assert(offsetof(ThreadBarrier, m_roundEnded) == 0);
+    static_assert(offsetof(ThreadBarrier, m_lock) == 4);
+    static_assert(offsetof(ThreadBarrier, m_partyCount) == 32);
+    static_assert(offsetof(ThreadBarrier, m_arrivedCount) == 36);
+    static_assert(offsetof(ThreadBarrier, m_generation) == 40);
+    static_assert(sizeof(ThreadBarrier) == 44);
+};
+
 ThreadBarrier::ThreadBarrier(unsigned long partyCount, const char*, WindowsOldVersionMismatchDetector*)
-    : m_partyCount(partyCount) {
-    static_assert(offsetof(ThreadBarrier, m_roundEnded) == 0 &&
-                  offsetof(ThreadBarrier, m_lock) == sizeof(CondVariable) &&
-                  offsetof(ThreadBarrier, m_partyCount) == sizeof(CondVariable) + sizeof(AdaptiveLock) &&
-                  offsetof(ThreadBarrier, m_arrivedCount) == offsetof(ThreadBarrier, m_partyCount) + 4 &&
-                  offsetof(ThreadBarrier, m_generation) == offsetof(ThreadBarrier, m_partyCount) + 8 &&
-                  sizeof(ThreadBarrier) == offsetof(ThreadBarrier, m_partyCount) + 12);
-}
+    : m_partyCount(partyCount) {}
 
 ThreadBarrier::~ThreadBarrier() {
     Z4_ASSERT(m_arrivedCount == 0, "No thread waits at a barrier that is destroyed.");

@@ -5,6 +5,7 @@
 #include <zelk_core/base/platform.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/private/nativethread.h>
+#include <zelk_core/os/private/threadlife.h>
 #include <zelk_core/os/thread.h>
 
 namespace Z4 {
@@ -12,6 +13,7 @@ namespace Z4 {
 namespace {
 
 using Guard = AutoLock<Private::Monitor>;
+using Life = Private::ThreadLife<Thread>;
 
 bool IsValid(ThreadPriority priority) {
     return ThreadIsValidPriority(priority, THREAD_SCHEDULING_DYNAMIC_BOOST);
@@ -28,7 +30,7 @@ ThreadPriority Clamp(ThreadPriority priority) {
 Error Thread::SetThreadPriority(ThreadPriority priority) {
     const Guard guard(m_monitor);
     Error result = IsValid(priority) ? ERR_OK : ERR_INVALID;
-    if (IsLive()) {
+    if (Life::IsLiveHeld(*this)) {
         result = ThreadChangePriority(m_handle, priority);
         if (result != ERR_OK) {
             return result;
@@ -78,7 +80,7 @@ Error Thread::SetThreadAffinity(ThreadAffinity affinity) {
     if (const Error error = System::GetAvailableCoreMask(available)) {
         return error;
     }
-    if (IsLive()) {
+    if (Life::IsLiveHeld(*this)) {
         const Error result = ThreadChangeAffinity(m_handle, Private::MeansAllCores(affinity) ? available : affinity);
         if (result == ERR_OK) {
             m_affinity = affinity;
@@ -103,7 +105,7 @@ Error Thread::SetCoreNumber(unsigned long core) {
 
 Error Thread::SetThreadSchedulingPolicy(ThreadSchedulingPolicy policy) {
     const Guard guard(m_monitor);
-    if (IsLive()) {
+    if (Life::IsLiveHeld(*this)) {
         if (const Error error = ThreadChangeSchedulingPolicy(m_handle, policy)) {
             return error;
         }
@@ -126,7 +128,7 @@ Error Thread::SetThreadName(const char* name) {
     const Guard guard(m_monitor);
     std::memmove(m_name, text, kept);
     std::memset(m_name + kept, 0, sizeof(m_name) - kept);
-    if (IsLive()) {
+    if (Life::IsLiveHeld(*this)) {
         if (const Error error = ThreadChangeName(m_handle, m_name)) {
             return error;
         }

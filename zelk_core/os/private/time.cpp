@@ -8,7 +8,9 @@
 
 namespace Z4::Time {
 
-static_assert(sizeof(Date) == 9 * sizeof(std::int32_t) && offsetof(Date, month) == 16 && offsetof(Date, year) == 20);
+static_assert(offsetof(Date, month) == 16);
+static_assert(offsetof(Date, year) == 20);
+static_assert(sizeof(Date) == 9 * sizeof(std::int32_t));
 
 namespace {
 
