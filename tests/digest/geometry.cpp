@@ -89,8 +89,8 @@ void AddMatrices(Digest& digest, Input& input) {
     for (unsigned i = 0; i < M::ROWS; ++i) {
         const float x[] = {input.Coarse(), input.Number(5), input.Number(5), input.Coarse()};
         const float y[] = {input.Coarse(), input.Coarse(), input.Coarse(), input.Coarse()};
-        a.Row(i) = Z4::Private::TraitsOf<M>::Make(x[0], x[1], x[2], x[3]);
-        b.Row(i) = Z4::Private::TraitsOf<M>::Make(y[0], y[1], y[2], y[3]);
+        a.Row(i) = Z4::Private::MatrixRowOf<M>::FromElements(x[0], x[1], x[2], x[3]);
+        b.Row(i) = Z4::Private::MatrixRowOf<M>::FromElements(y[0], y[1], y[2], y[3]);
     }
     AddMatrix(digest, a + b);
     AddMatrix(digest, a * b);

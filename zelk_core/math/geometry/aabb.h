@@ -14,6 +14,7 @@
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/hostnew.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/math/vectorsimd.h>
 
 #include <limits>
@@ -133,6 +134,8 @@ public:
     Z4_API bool operator==(const GeometryAABB& other) const;
 
 private:
+    friend struct Private::Layout<GeometryAABB>;
+
     VectorSIMD4f Overlaps(const GeometryAABB& other) const {
         return And(LessEqual(m_min, other.m_max), LessEqual(other.m_min, m_max));
     }

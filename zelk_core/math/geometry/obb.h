@@ -16,6 +16,7 @@
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/hostnew.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/math/matrixsimd.h>
 #include <zelk_core/math/vectorsimd.h>
 
@@ -138,14 +139,16 @@ public:
     Z4_API bool operator==(const GeometryOBB& other) const;
 
 private:
+    friend struct Private::Layout<GeometryOBB>;
+
     /// In the lanes x, y and z, those of three vectors: x of all three, y of all three and z of all three.
     struct Columns {
         Columns(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c) {
-            const __m128 xy = _mm_unpacklo_ps(a.Native(), b.Native());
-            const __m128 zw = _mm_unpackhi_ps(a.Native(), b.Native());
-            x = VectorSIMD4f(_mm_shuffle_ps(xy, c.Native(), _MM_SHUFFLE(0, 0, 1, 0)));
-            y = VectorSIMD4f(_mm_shuffle_ps(xy, c.Native(), _MM_SHUFFLE(1, 1, 3, 2)));
-            z = VectorSIMD4f(_mm_shuffle_ps(zw, c.Native(), _MM_SHUFFLE(2, 2, 1, 0)));
+            const __m128 xy = Lanes::InterleaveLow(a.Native(), b.Native());
+            const __m128 zw = Lanes::InterleaveHigh(a.Native(), b.Native());
+            x = VectorSIMD4f(Lanes::Shuffle<0, 1, 0, 0>(xy, c.Native()));
+            y = VectorSIMD4f(Lanes::Shuffle<2, 3, 1, 1>(xy, c.Native()));
+            z = VectorSIMD4f(Lanes::Shuffle<0, 1, 2, 2>(zw, c.Native()));
         }
         template <SumOrder ORDER>
         VectorSIMD4f Sum() const {
