@@ -16,9 +16,9 @@
 /// Everything else is done in all four lanes, so the w of a point that is written follows from those of the arguments,
 /// and in the 2D queries z does, too.
 ///
-/// Functions in the namespace `Consistent` are those of the same name outside it, except that they sum dot products
-/// from left to right (see SumOrder). They always run in the DLL, out of reach of the caller's compiler flags, and give
-/// the same bits everywhere.
+/// Functions in the namespace `Consistent` are those of the same name outside it, where their contract says nothing
+/// else, except that they sum dot products from left to right (see SumOrder). They always run in the DLL, out of reach
+/// of the caller's compiler flags, and give the same bits everywhere.
 ///
 /// Differences of coordinates should be 0 or between 1e-6 and 1e9 in magnitude, because products of four of them must
 /// fit a float. Beyond that, results lose accuracy or become infinite or NaN. A NaN in a lane that counts makes the
@@ -121,7 +121,7 @@ Z4_API float DistanceLineToTriangleSqr(const VectorSIMD4f& a, const VectorSIMD4f
                                        const VectorSIMD4f& t1, const VectorSIMD4f& t2, float* params);
 
 /// The squared distance of a point from a box in the plane; inside and on the border it is 0. Where `min` exceeds
-/// `max`, the result means nothing. A coordinate that is NaN counts as inside along its axis.
+/// `max`, the result means nothing. A point with a NaN is 0 away.
 Z4_API float DistancePointToAABB2DSqr(Vector2f p, Vector2f min, Vector2f max);
 
 /// The point of the box nearest `p`, which is `p` itself where it lies inside: max(min(p, box.max), box.min) in all
