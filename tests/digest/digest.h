@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <tests/support/random.h>
 #include <zelk_core/math/vectorsimd.h>
 
 /// FNV-1a over whatever is added, of 64 bits. Not the library's own, which is among what is digested.
@@ -23,7 +24,7 @@ public:
     void Add(bool value) { Add(static_cast<std::uint32_t>(value)); }
     void Add(double value) {
         // Which bits a NaN has depends on the order of operands, which is the compiler's choice.
-        value = value == value ? value : 0;
+        value = value == value ? value : std::numeric_limits<double>::quiet_NaN();
         Add(&value, sizeof value);
     }
     void Add(float value) { Add(static_cast<double>(value)); }
@@ -40,31 +41,8 @@ private:
     std::uint64_t m_value = 0xCBF29CE484222325;
 };
 
-/// Marsaglia's xorshift of 32 bits.
-class Input {
+class Input : public ZelkTest::Input {
 public:
-    std::uint32_t Bits() {
-        m_state ^= m_state << 13;
-        m_state ^= m_state >> 17;
-        m_state ^= m_state << 5;
-        return m_state;
-    }
-    std::uint64_t LongBits() {
-        const std::uint64_t high = Bits();
-        return high << 32 | Bits();
-    }
-    std::uint32_t Below(std::uint32_t end) { return Bits() % end; }
-    /// From -`limit` to `limit`, exact in every build.
-    float Number(float limit) {
-        return static_cast<float>(static_cast<std::int32_t>(Bits())) * (limit / 2147483648.0F);
-    }
-    /// In steps of an eighth, so that coincidences and ties are frequent.
-    float Coarse() { return static_cast<float>(static_cast<std::int32_t>(Below(65)) - 32) / 8.0F; }
-    void Fill(void* data, std::size_t size) {
-        for (std::size_t i = 0; i < size; ++i) {
-            static_cast<unsigned char*>(data)[i] = static_cast<unsigned char>(Bits() >> 8);
-        }
-    }
     /// Printable text, half of it repeated from further up.
     void FillText(char* text, std::size_t size) {
         static constexpr char LETTERS[] = "eeeeetttaaaooiinnsshhrrddllucmfwygpbvk    ,.AET01";
@@ -77,9 +55,6 @@ public:
             text[i] = distance != 0 ? text[i - distance] : LETTERS[Below(sizeof LETTERS - 1)];
         }
     }
-
-private:
-    std::uint32_t m_state = 2463534242;
 };
 
 /// Each adds the results of its room.

@@ -1,3 +1,6 @@
+// Mathematics: every operation and every query, over points in general position, on a coarse grid with its ties and
+// degenerate figures, and with the numbers that arithmetic treats in their own way. The build whose lanes run one after
+// another holds the registers to plain arithmetic; the others hold all compilers to the same bits.
 #include "digest.h"
 
 #include <zelk_core/math/geometry/aabb.h>
@@ -9,37 +12,78 @@
 
 namespace {
 
+using Z4::MatrixSIMD44f;
+using Z4::SumOrder;
 using Z4::VectorSIMD4f;
 using Z4::Geometry::GeometryAABB;
 using Z4::Geometry::GeometryOBB;
 
-constexpr int ROUNDS = 2000;
+constexpr int ROUNDS = 4000;
 
 // Where input is drawn for several parameters, it is in braces, which fix the order.
 
-/// Points in general position, and as often such that lie on a coarse grid, with ties and degenerate figures.
-VectorSIMD4f Point(Input& input) {
-    if (input.Below(2) != 0) {
-        return VectorSIMD4f{input.Coarse(), input.Coarse(), input.Coarse(), 0};
-    }
-    return VectorSIMD4f{input.Number(10), input.Number(10), input.Number(10), 0};
+enum class Kind {
+    GENERAL,
+    COARSE,
+    EDGES,
+    COUNT
+};
+
+Kind DrawKind(Input& input) {
+    return static_cast<Kind>(input.Below(static_cast<unsigned>(Kind::COUNT)));
 }
 
-/// A box whose axes are a quaternion's, made without trigonometric functions.
+float Number(Input& input, Kind kind) {
+    return kind == Kind::GENERAL ? input.Number(10) : kind == Kind::COARSE ? input.Coarse() : input.Number();
+}
+
+VectorSIMD4f Point(Input& input, Kind kind) {
+    return VectorSIMD4f{Number(input, kind), Number(input, kind), Number(input, kind), Number(input, kind)};
+}
+VectorSIMD4f Point(Input& input) {
+    return Point(input, DrawKind(input));
+}
+
+/// Some of them equal, and some figures parallel.
+struct Points {
+    explicit Points(Input& input) {
+        const Kind kind = DrawKind(input);
+        for (VectorSIMD4f& point : p) {
+            point = Point(input, kind);
+        }
+        const unsigned figure = input.Below(8);
+        if (figure == 0) {
+            p[1] = p[input.Below(2) * 2];
+        } else if (figure == 1) {
+            p[3] = p[2] + (p[1] - p[0]);
+        } else if (figure == 2) {
+            p[4] = p[3] = p[2] + input.Number(1) * (p[1] - p[0]);
+        }
+    }
+    const VectorSIMD4f& operator[](unsigned i) const { return p[i]; }
+
+    VectorSIMD4f p[5];
+};
+
+/// The axes are a quaternion's, made without trigonometric functions; or those of no box at all.
 GeometryOBB Box(Input& input) {
+    const Kind kind = DrawKind(input);
+    if (kind == Kind::EDGES) {
+        const VectorSIMD4f axes[3] = {Point(input, kind), Point(input, kind), Point(input, kind)};
+        return GeometryOBB{Point(input, kind), axes, Point(input, kind)};
+    }
     const double q[4] = {input.Number(1), input.Number(1), input.Number(1), 1.0};
     const double scale = 2.0 / (q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
     VectorSIMD4f axes[3];
-    for (int i = 0; i < 3; ++i) {
-        const int j = (i + 1) % 3;
-        const int k = (i + 2) % 3;
-        float axis[3];
-        axis[i] = static_cast<float>(1 - scale * (q[j] * q[j] + q[k] * q[k]));
-        axis[j] = static_cast<float>(scale * (q[i] * q[j] + q[3] * q[k]));
-        axis[k] = static_cast<float>(scale * (q[i] * q[k] - q[3] * q[j]));
-        axes[i] = VectorSIMD4f(axis[0], axis[1], axis[2], 0);
+    for (unsigned i = 0; i < 3; ++i) {
+        const unsigned j = (i + 1) % 3;
+        const unsigned k = (i + 2) % 3;
+        axes[i] = VectorSIMD4f(0, 0, 0, 0);
+        axes[i].Set(i, static_cast<float>(1 - scale * (q[j] * q[j] + q[k] * q[k])));
+        axes[i].Set(j, static_cast<float>(scale * (q[i] * q[j] + q[3] * q[k])));
+        axes[i].Set(k, static_cast<float>(scale * (q[i] * q[k] - q[3] * q[j])));
     }
-    return GeometryOBB{Point(input), axes, Z4::Abs(Point(input))};
+    return GeometryOBB{Point(input, kind), axes, Abs(Point(input, kind))};
 }
 
 template <class M>
@@ -52,113 +96,224 @@ void AddMatrix(Digest& digest, const M& m) {
 }
 
 void AddBox(Digest& digest, const GeometryOBB& box) {
+    AddMatrix(digest, box.GetMatrix());
     digest.Add(box.GetCenter());
-    for (int i = 0; i < 3; ++i) {
-        digest.Add(box.GetAxisDir()[i]);
-    }
     digest.Add(box.GetExtent());
 }
 
 template <class V>
-V PlainVector(Input& input) {
+V PlainVector(Input& input, Kind kind) {
     V result;
     for (unsigned i = 0; i < V::SIZE; ++i) {
-        result[i] = static_cast<typename V::Element>(input.Number(100));
+        result[i] = static_cast<typename V::Element>(Number(input, kind));
     }
     return result;
 }
 
 template <class V>
 void AddPlainVectors(Digest& digest, Input& input) {
-    const V a = PlainVector<V>(input);
-    const V b = PlainVector<V>(input);
-    const V results[] = {a + b, a - b, a * b, a / b, Z4::Min(a, b), Z4::Normalize(a), Z4::Lerp(a, b, b[0])};
-    for (const V& result : results) {
+    const Kind kind = DrawKind(input);
+    const V a = PlainVector<V>(input, kind);
+    const V b = PlainVector<V>(input, kind);
+    for (const V& result :
+         {a + b, a - b, a * b, a / b, -a, Min(a, b), Max(a, b), Abs(a), Normalize(a), Lerp(a, b, b[0])}) {
         for (unsigned i = 0; i < V::SIZE; ++i) {
             digest.Add(result[i]);
         }
     }
-    digest.Add(Z4::Dot(a, b));
-    digest.Add(Z4::Length(a));
+    digest.Add(Dot(a, b));
+    digest.Add(Length(a));
+    digest.Add(AllLess(a, b));
+    const Z4::VectorGeneric<std::int64_t, V::SIZE> whole(a);
+    digest.Add(whole.Data(), sizeof whole);
 }
 
 template <class M>
 void AddMatrices(Digest& digest, Input& input) {
-    M a;
-    M b;
-    for (unsigned i = 0; i < M::ROWS; ++i) {
-        const float x[] = {input.Coarse(), input.Number(5), input.Number(5), input.Coarse()};
-        const float y[] = {input.Coarse(), input.Coarse(), input.Coarse(), input.Coarse()};
-        a.Row(i) = Z4::Private::TraitsOf<M>::Make(x[0], x[1], x[2], x[3]);
-        b.Row(i) = Z4::Private::TraitsOf<M>::Make(y[0], y[1], y[2], y[3]);
+    const Kind kind = DrawKind(input);
+    Z4::Matrix44f full[2];
+    for (Z4::Matrix44f& m : full) {
+        for (unsigned i = 0; i < 4; ++i) {
+            m.Row(i) = PlainVector<Z4::Vector4f>(input, kind);
+        }
     }
-    AddMatrix(digest, a + b);
-    AddMatrix(digest, a * b);
-    AddMatrix(digest, Z4::Inverse(a));
-    AddMatrix(digest, Z4::Inverse(b));
+    const M a = Z4::ConvertMatrix<M>(full[0]);
+    const M b = Z4::ConvertMatrix<M>(full[1]);
+    for (const M& result : {a + b, a - b, a * 3, a * b, Inverse(a), InverseAffine(b)}) {
+        AddMatrix(digest, result);
+    }
 }
 
-void AddSimdVectors(Digest& digest, Input& input) {
+void AddTransformed(Digest& digest, Input& input) {
+    const Kind kind = DrawKind(input);
+    const VectorSIMD4f p = Point(input, kind);
+    const MatrixSIMD44f m{Point(input, kind), Point(input, kind), Point(input, kind), Point(input, kind)};
+    digest.Add(TransformPoint(p, m));
+    digest.Add(TransformDirection(p, m));
+    digest.Add(p * m);
+    digest.Add(Determinant(m));
+    AddMatrix(digest, Transpose(m));
+}
+
+void AddLanes(Digest& digest, Input& input) {
     const VectorSIMD4f a = Point(input);
     const VectorSIMD4f b = Point(input);
-    digest.Add(Z4::Cross3(a, b));
-    digest.Add(Z4::Normalize3(a));
-    digest.Add(Z4::Normalize3<Z4::SumOrder::CONSISTENT>(b));
-    digest.Add(Z4::Dot3(a, b));
-    digest.Add(Z4::Lerp(a, b, input.Number(1)));
-    digest.Add(Z4::AllTrue3(Z4::Less(a, b)));
-}
-
-void AddDistances(Digest& digest, Input& input) {
-    using namespace Z4::Geometry;
-    const VectorSIMD4f p[6] = {Point(input), Point(input), Point(input), Point(input), Point(input), Point(input)};
-    VectorSIMD4f points[2] = {};
-    float parameters[5] = {};
-    digest.Add(ClosestPointToSegment(points[0], p[0], p[1], p[2], parameters[0]));
-    digest.Add(ClosestPointToSegment2D(points[1], p[0], p[1], p[2], parameters[1]));
-    digest.Add(points[0]);
-    digest.Add(ClosestDistToSegment(p[0], p[1], p[2]));
-    digest.Add(DistancePointToLineSqr(p[0], p[1], p[2]));
-    digest.Add(DistancePointToLine2DSqr(p[0], p[1], p[2]));
-    digest.Add(ClosestPointToLine(points[0], p[0], p[1], p[2]));
-    digest.Add(points[0]);
-    if (GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], points[0], points[1], parameters[2], parameters[3])) {
-        digest.Add(points[0]);
-        digest.Add(points[1]);
+    const VectorSIMD4f c = Point(input);
+    VectorSIMD4f set(a);
+    set.Set(input.Below(6), 1.5F);
+    VectorSIMD4f compound(a);
+    compound += b;
+    compound *= c;
+    compound -= 2;
+    compound /= b;
+    for (const VectorSIMD4f& result : {a + b, a - b, a * b, a / b, 2.0F - a * 3.0F, -a, compound, set, Min(a, b),
+                                       Max(a, b), Clamp(a, b, c), Abs(a), Sqrt(a), ReciprocalSqrt(a), Lerp(a, b, c)}) {
+        digest.Add(result);
     }
-    digest.Add(DistanceSegmentToSegmentSqr(p[0], p[1], p[2], p[3], parameters[2], parameters[3]));
-    digest.Add(
-        DistanceSegmentToRectangleSqr(p[0], p[1], p[2], p[3], p[4], parameters[2], parameters[3], parameters[4]));
-    digest.Add(DistancePointToRectangleSqr(p[0], p[1], p[2], p[3], parameters[2], parameters[3]));
-    digest.Add(DistanceLineToTriangleSqr(p[0], p[1], p[2], p[3], p[4], parameters));
-    digest.Add(ClosestTrianglePointToPoint(p[0], p[1], p[2], p[3]));
-    digest.Add(ClosestAABBPointToPoint(p[0], GeometryAABB(Z4::Min(p[1], p[2]), Z4::Max(p[1], p[2]))));
-    for (const float parameter : parameters) {
-        digest.Add(parameter);
+    for (const VectorSIMD4f& result : {And(a, b), Or(a, b), AndNot(a, b), Less(a, b), LessEqual(a, b), Greater(a, b),
+                                       GreaterEqual(a, b), Equal(a, b), Select(Less(a, b), a, c)}) {
+        digest.Add(result);
+    }
+    for (const VectorSIMD4f& result :
+         {Dot2(a, b), Dot3(a, b), Dot3<SumOrder::CONSISTENT>(a, b), Length3(a), Length3<SumOrder::CONSISTENT>(a),
+          Normalize3(a), Normalize3<SumOrder::CONSISTENT>(b), Cross3(a, b)}) {
+        digest.Add(result);
+    }
+    const VectorSIMD4f mask = LessEqual(a, b);
+    for (const bool answer : {AllTrue(mask), AllTrue2(mask), AllTrue3(mask), AnyTrue(mask), a == b, a == set}) {
+        digest.Add(answer);
     }
 }
 
-void AddConsistentDistances(Digest& digest, Input& input) {
-    using namespace Z4::Geometry::Consistent;
-    const VectorSIMD4f p[4] = {Point(input), Point(input), Point(input), Point(input)};
-    VectorSIMD4f points[3] = {};
-    float parameters[2] = {};
-    digest.Add(ClosestPointToSegment(points[0], p[0], p[1], p[2], parameters[0]));
-    digest.Add(ClosestPointToSegment2D(points[1], p[0], p[1], p[2], points[2], 0.001F));
-    digest.Add(DistancePointToSegment2DSqr(p[0], p[1], p[2], parameters[1]));
-    digest.Add(DistancePointToLineSqr(p[0], p[1], p[2]));
-    digest.Add(points[0]);
-    digest.Add(points[2]);
-    digest.Add(parameters[1]);
-    if (GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], points[0], points[1], parameters[0], parameters[1])) {
-        digest.Add(points[0]);
-        digest.Add(points[1]);
+void AddBounds(Digest& digest, Input& input) {
+    const Points p(input);
+    const GeometryAABB bounds(p.p, 5);
+    const GeometryAABB box(p[0], p[1]);
+    const GeometryAABB other(p[2], p[3]);
+    GeometryAABB changed(box);
+    changed.ExpandBy(p[4]);
+    changed.SetSize(p[4].X(), static_cast<unsigned char>(input.Below(4)));
+    for (const GeometryAABB& result : {bounds, box + other, changed, box.ToOOBox().ToAABox()}) {
+        digest.Add(result.GetMin());
+        digest.Add(result.GetMax());
+        digest.Add(result.GetRadius());
     }
-    digest.Add(DistanceSegmentToSegmentSqr(p[0], p[1], p[2], p[3], parameters[0], parameters[1]));
-    digest.Add(parameters[0]);
-    digest.Add(DistanceSegmentToSegment2DSqr(p[0], p[1], p[2], p[3], parameters[0], parameters[1]));
-    digest.Add(parameters[1]);
+    digest.Add(box[input.Below(9)]);
+    for (const bool answer :
+         {box.IsValid(), box.Contains(p[4]), box.ContainsPoint2D(p[4]), box.Contains(other), box.Contains2D(other),
+          box.Intersect(other), box.IntersectAABB2D(other), box.Intersect(other, p[4]), box == changed}) {
+        digest.Add(answer);
+    }
 }
+
+void AddOriented(Digest& digest, Input& input) {
+    GeometryOBB box = Box(input);
+    const GeometryOBB other = Box(input);
+    const VectorSIMD4f point = Point(input);
+    const GeometryAABB bounds = other.ToAABox();
+    digest.Add(bounds.GetMin());
+    digest.Add(bounds.GetMax());
+    for (const bool answer : {box.Intersect(other), box.Intersect(bounds), box.Contains(point),
+                              box.Contains(box[input.Below(9)]), box == other}) {
+        digest.Add(answer);
+    }
+    digest.Add(box.GetBoxVertex(input.Below(9)));
+    box.Transform(other.GetMatrix());
+    AddBox(digest, box);
+}
+
+/// What a query writes, all of it added; what it leaves alone stays 0.
+struct Written {
+    VectorSIMD4f points[2] = {VectorSIMD4f(0, 0, 0, 0), VectorSIMD4f(0, 0, 0, 0)};
+    float numbers[3] = {};
+};
+
+using Query = float (*)(const Points& p, Written& out);
+
+void AddQueries(Digest& digest, Input& input, const Query* queries, std::size_t count) {
+    const Points p(input);
+    for (std::size_t i = 0; i < count; ++i) {
+        Written out;
+        digest.Add(queries[i](p, out));
+        digest.Add(out.points[0]);
+        digest.Add(out.points[1]);
+        for (const float number : out.numbers) {
+            digest.Add(number);
+        }
+    }
+}
+
+using namespace Z4::Geometry;
+
+constexpr Query FAST_QUERIES[] = {
+    [](const Points& p, Written& out) {
+        return ClosestPointToSegment(out.points[0], p[0], p[1], p[2], out.numbers[0]);
+    },
+    [](const Points& p, Written& out) {
+        return ClosestPointToSegment2D(out.points[0], p[0], p[1], p[2], out.numbers[0]);
+    },
+    [](const Points& p, Written&) { return ClosestDistToSegment(p[0], p[1], p[2]); },
+    [](const Points& p, Written&) { return DistancePointToLineSqr(p[0], p[1], p[2]); },
+    [](const Points& p, Written&) { return DistancePointToLine2DSqr(p[0], p[1], p[2]); },
+    [](const Points& p, Written& out) { return ClosestPointToLine(out.points[0], p[0], p[1], p[2]); },
+    [](const Points& p, Written& out) {
+        return GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], out.points[0], out.points[1], out.numbers[0],
+                                              out.numbers[1])
+                   ? 1.0F
+                   : 0.0F;
+    },
+    [](const Points& p, Written& out) {
+        return GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]) ? 1.0F : 0.0F;
+    },
+    [](const Points& p, Written& out) {
+        return DistanceSegmentToSegmentSqr(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]);
+    },
+    [](const Points& p, Written& out) {
+        return DistanceSegmentToRectangleSqr(p[0], p[1], p[2], p[3], p[4], out.numbers[0], out.numbers[1],
+                                             out.numbers[2]);
+    },
+    [](const Points& p, Written& out) {
+        return DistancePointToRectangleSqr(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]);
+    },
+    [](const Points& p, Written& out) { return DistanceLineToTriangleSqr(p[0], p[1], p[2], p[3], p[4], out.numbers); },
+    [](const Points& p, Written& out) {
+        out.points[0] = ClosestTrianglePointToPoint(p[0], p[1], p[2], p[3]);
+        out.points[1] = ClosestAABBPointToPoint(p[0], GeometryAABB(p[1], p[2]));
+        return DistancePointToAABB2DSqr(ToVector2f(p[0]), ToVector2f(p[1]), ToVector2f(p[2]));
+    },
+};
+
+constexpr Query CONSISTENT_QUERIES[] = {
+    [](const Points& p, Written& out) {
+        return Consistent::ClosestPointToSegment(out.points[0], p[0], p[1], p[2], out.numbers[0]);
+    },
+    [](const Points& p, Written& out) {
+        constexpr float TOLERANCES[] = {0, 1e-6F, 0.5F, -1e-6F};
+        const float eps = TOLERANCES[p[3].X() < 0 ? (p[3].Y() < 0 ? 0 : 1) : (p[3].Y() < 0 ? 2 : 3)];
+        return Consistent::ClosestPointToSegment2D(out.points[0], p[0], p[1], p[2], out.points[1], eps).X();
+    },
+    [](const Points& p, Written& out) {
+        return Consistent::DistancePointToSegment2DSqr(p[0], p[1], p[2], out.numbers[0]);
+    },
+    [](const Points& p, Written&) { return Consistent::DistancePointToLineSqr(p[0], p[1], p[2]); },
+    [](const Points& p, Written& out) {
+        return Consistent::GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], out.points[0], out.points[1],
+                                                          out.numbers[0], out.numbers[1])
+                   ? 1.0F
+                   : 0.0F;
+    },
+    [](const Points& p, Written& out) {
+        return Consistent::GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1])
+                   ? 1.0F
+                   : 0.0F;
+    },
+    [](const Points& p, Written& out) {
+        return Consistent::DistanceSegmentToSegmentSqr(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]);
+    },
+    [](const Points& p, Written& out) {
+        return Consistent::DistanceSegmentToSegment2DSqr(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]);
+    },
+};
 
 } // namespace
 
@@ -170,41 +325,31 @@ void DigestMath(Digest& digest) {
         AddMatrices<Z4::Matrix33f>(digest, input);
         AddMatrices<Z4::Matrix44d>(digest, input);
         AddMatrices<Z4::MatrixSIMD34f>(digest, input);
-        AddMatrices<Z4::MatrixSIMD44f>(digest, input);
-        AddSimdVectors(digest, input);
-        digest.Add(Z4::Vector4s16(PlainVector<Z4::Vector4f>(input) * 1e3F)[0]);
+        AddMatrices<MatrixSIMD44f>(digest, input);
+        AddTransformed(digest, input);
+        AddLanes(digest, input);
     }
 }
 
+/// Without the numbers whose sine is the platform's own matter.
 void DigestRotations(Digest& digest) {
     Input input;
     for (int round = 0; round < ROUNDS; ++round) {
-        const VectorSIMD4f axis = Point(input);
+        const VectorSIMD4f axis = Point(input, input.Below(2) != 0 ? Kind::COARSE : Kind::GENERAL);
         AddMatrix(digest, Z4::MakeRotation<Z4::MatrixSIMD34f>(axis, static_cast<double>(input.Number(4))));
         GeometryOBB box = Box(input);
         box.Rotate(axis, input.Number(4));
         AddBox(digest, box);
-        AddBox(digest, GeometryOBB{Point(input), Point(input), Point(input)});
+        AddBox(digest, GeometryOBB{axis, axis, axis});
     }
 }
 
 void DigestGeometry(Digest& digest) {
     Input input;
     for (int round = 0; round < ROUNDS; ++round) {
-        const VectorSIMD4f points[5] = {Point(input), Point(input), Point(input), Point(input), Point(input)};
-        const GeometryAABB bounds(points, 5);
-        digest.Add(bounds.GetMin());
-        digest.Add(bounds.GetMax());
-        GeometryOBB box = Box(input);
-        const GeometryOBB other = Box(input);
-        digest.Add(box.Intersect(other));
-        digest.Add(box.Intersect(bounds));
-        digest.Add(box.Contains(points[0]));
-        digest.Add(box.ToAABox().GetMin());
-        digest.Add(box.GetBoxVertex(input.Below(8)));
-        box.Transform(other.GetMatrix());
-        AddBox(digest, box);
-        AddDistances(digest, input);
+        AddBounds(digest, input);
+        AddOriented(digest, input);
+        AddQueries(digest, input, FAST_QUERIES, std::size(FAST_QUERIES));
     }
 }
 
@@ -214,10 +359,10 @@ void DigestConsistentGeometry(Digest& digest) {
         GeometryOBB box = Box(input);
         const GeometryOBB other = Box(input);
         digest.Add(box.ContainsWithEpsilonConsistent(Point(input), 0.125F));
-        digest.Add(box.GetBoxVertexConsistent(input.Below(8)));
+        digest.Add(box.GetBoxVertexConsistent(input.Below(9)));
         digest.Add(box.GetXYAxesCosAngle());
         box.TransformConsistent(other.GetMatrix());
         AddBox(digest, box);
-        AddConsistentDistances(digest, input);
+        AddQueries(digest, input, CONSISTENT_QUERIES, std::size(CONSISTENT_QUERIES));
     }
 }

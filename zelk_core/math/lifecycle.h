@@ -1,5 +1,6 @@
 /// @file
-/// Start-up and shut-down of the mathematics rooms; base/lifecycle.h tells how all pairs work.
+/// Start-up and shut-down of the mathematics; base/lifecycle.h tells how all such pairs work. Vectors, matrices, boxes
+/// and distances need neither, and the constants are there before.
 #pragma once
 
 #include <zelk_core/base/api.h>

@@ -1,12 +1,16 @@
 /// @file
-/// The plain vectors, named after their size and element type: Vector3f holds exactly three floats and arrays of it are
-/// tightly packed. What can be done with them stands in vectorgeneric.h.
+/// The plain vectors, named after their size and element type: Vector3f holds exactly three floats, and an array of it
+/// is tightly packed. Element types are float (f), double (d) and the integers of 16, 32 and 64 bits, signed (s) and
+/// unsigned (u). vectorgeneric.h gives what can be done with them.
 ///
-/// The constants are static data: they can be read before, and in, any static initialiser. Any thread.
+/// Vectors are plain values: different threads may read one at a time, and who writes must be alone. The constants are
+/// static data, so they can be read before, and in, any static initialiser.
 #pragma once
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/math/vectorgeneric.h>
+
+#include <cstdint>
 
 namespace Z4 {
 
@@ -19,7 +23,8 @@ public:
     Z4_API static const Vector2f ONE;
     Z4_API static const Vector2f BASE_I;
     Z4_API static const Vector2f BASE_J;
-    /// Masks for And(): all bits set in the first two, three or four components, none in the others.
+    /// For And(): all bits set in the first two components, and in MASK_3D and MASK_4D of the larger vectors in the
+    /// first three and four; none in the others.
     Z4_API static const VectorGeneric<float, 2> MASK_2D;
 };
 
@@ -95,166 +100,38 @@ public:
     Z4_API static const VectorGeneric<double, 4> MASK_4D;
 };
 
-class Vector2s16 : public VectorGeneric<std::int16_t, 2> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector2s16() = default;
+/// Does `DO(name, element, size)` for each of the 18 integer vectors.
+#define Z4_FOR_EACH_INTEGER_VECTOR(DO) \
+    DO(Vector2s16, std::int16_t, 2)    \
+    DO(Vector3s16, std::int16_t, 3)    \
+    DO(Vector4s16, std::int16_t, 4)    \
+    DO(Vector2u16, std::uint16_t, 2)   \
+    DO(Vector3u16, std::uint16_t, 3)   \
+    DO(Vector4u16, std::uint16_t, 4)   \
+    DO(Vector2s32, std::int32_t, 2)    \
+    DO(Vector3s32, std::int32_t, 3)    \
+    DO(Vector4s32, std::int32_t, 4)    \
+    DO(Vector2u32, std::uint32_t, 2)   \
+    DO(Vector3u32, std::uint32_t, 3)   \
+    DO(Vector4u32, std::uint32_t, 4)   \
+    DO(Vector2s64, std::int64_t, 2)    \
+    DO(Vector3s64, std::int64_t, 3)    \
+    DO(Vector4s64, std::int64_t, 4)    \
+    DO(Vector2u64, std::uint64_t, 2)   \
+    DO(Vector3u64, std::uint64_t, 3)   \
+    DO(Vector4u64, std::uint64_t, 4)
 
-    Z4_API static const Vector2s16 ZERO;
-    Z4_API static const Vector2s16 ONE;
-};
+// Classes rather than aliases of the template, as each exports its own constants.
+#define Z4_DECLARE_INTEGER_VECTOR(name, element, size)     \
+    class name : public VectorGeneric<element, size> {     \
+    public:                                                \
+        using VectorGeneric<element, size>::VectorGeneric; \
+        name() = default;                                  \
+                                                           \
+        Z4_API static const name ZERO;                     \
+        Z4_API static const name ONE;                      \
+    };
 
-class Vector3s16 : public VectorGeneric<std::int16_t, 3> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector3s16() = default;
-
-    Z4_API static const Vector3s16 ZERO;
-    Z4_API static const Vector3s16 ONE;
-};
-
-class Vector4s16 : public VectorGeneric<std::int16_t, 4> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector4s16() = default;
-
-    Z4_API static const Vector4s16 ZERO;
-    Z4_API static const Vector4s16 ONE;
-};
-
-class Vector2u16 : public VectorGeneric<std::uint16_t, 2> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector2u16() = default;
-
-    Z4_API static const Vector2u16 ZERO;
-    Z4_API static const Vector2u16 ONE;
-};
-
-class Vector3u16 : public VectorGeneric<std::uint16_t, 3> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector3u16() = default;
-
-    Z4_API static const Vector3u16 ZERO;
-    Z4_API static const Vector3u16 ONE;
-};
-
-class Vector4u16 : public VectorGeneric<std::uint16_t, 4> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector4u16() = default;
-
-    Z4_API static const Vector4u16 ZERO;
-    Z4_API static const Vector4u16 ONE;
-};
-
-class Vector2s32 : public VectorGeneric<std::int32_t, 2> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector2s32() = default;
-
-    Z4_API static const Vector2s32 ZERO;
-    Z4_API static const Vector2s32 ONE;
-};
-
-class Vector3s32 : public VectorGeneric<std::int32_t, 3> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector3s32() = default;
-
-    Z4_API static const Vector3s32 ZERO;
-    Z4_API static const Vector3s32 ONE;
-};
-
-class Vector4s32 : public VectorGeneric<std::int32_t, 4> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector4s32() = default;
-
-    Z4_API static const Vector4s32 ZERO;
-    Z4_API static const Vector4s32 ONE;
-};
-
-class Vector2u32 : public VectorGeneric<std::uint32_t, 2> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector2u32() = default;
-
-    Z4_API static const Vector2u32 ZERO;
-    Z4_API static const Vector2u32 ONE;
-};
-
-class Vector3u32 : public VectorGeneric<std::uint32_t, 3> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector3u32() = default;
-
-    Z4_API static const Vector3u32 ZERO;
-    Z4_API static const Vector3u32 ONE;
-};
-
-class Vector4u32 : public VectorGeneric<std::uint32_t, 4> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector4u32() = default;
-
-    Z4_API static const Vector4u32 ZERO;
-    Z4_API static const Vector4u32 ONE;
-};
-
-class Vector2s64 : public VectorGeneric<std::int64_t, 2> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector2s64() = default;
-
-    Z4_API static const Vector2s64 ZERO;
-    Z4_API static const Vector2s64 ONE;
-};
-
-class Vector3s64 : public VectorGeneric<std::int64_t, 3> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector3s64() = default;
-
-    Z4_API static const Vector3s64 ZERO;
-    Z4_API static const Vector3s64 ONE;
-};
-
-class Vector4s64 : public VectorGeneric<std::int64_t, 4> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector4s64() = default;
-
-    Z4_API static const Vector4s64 ZERO;
-    Z4_API static const Vector4s64 ONE;
-};
-
-class Vector2u64 : public VectorGeneric<std::uint64_t, 2> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector2u64() = default;
-
-    Z4_API static const Vector2u64 ZERO;
-    Z4_API static const Vector2u64 ONE;
-};
-
-class Vector3u64 : public VectorGeneric<std::uint64_t, 3> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector3u64() = default;
-
-    Z4_API static const Vector3u64 ZERO;
-    Z4_API static const Vector3u64 ONE;
-};
-
-class Vector4u64 : public VectorGeneric<std::uint64_t, 4> {
-public:
-    using VectorGeneric::VectorGeneric;
-    Vector4u64() = default;
-
-    Z4_API static const Vector4u64 ZERO;
-    Z4_API static const Vector4u64 ONE;
-};
+Z4_FOR_EACH_INTEGER_VECTOR(Z4_DECLARE_INTEGER_VECTOR)
 
 } // namespace Z4

@@ -19,6 +19,7 @@ inline VectorSIMD4f Dot(const VectorSIMD4f& a, const VectorSIMD4f& b) {
     }
 }
 
+/// A point of a segment, its parameter, and its squared distance from what it is nearest to.
 struct NearestOnSegment {
     VectorSIMD4f point;
     VectorSIMD4f t;

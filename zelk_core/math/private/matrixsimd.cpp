@@ -1,27 +1,28 @@
+#include <zelk_core/base/layout.h>
 #include <zelk_core/math/matrixsimd.h>
 
 #include <type_traits>
 
 namespace Z4 {
 
-namespace {
+/// One register for each row.
+template <Matrix M>
+struct Private::Layout<M> {
+    static_assert(sizeof(M) == M::ROWS * sizeof(VectorSIMD4f));
+    static_assert(alignof(M) == 16);
+    static_assert(std::is_trivially_copyable_v<M>);
+    static_assert(std::is_trivially_default_constructible_v<M>);
+};
+template struct Private::Layout<MatrixSIMD33f>;
+template struct Private::Layout<MatrixSIMD34f>;
+template struct Private::Layout<MatrixSIMD44f>;
 
-template <class M>
-constexpr bool
-    IS_PACKED = sizeof(M) == M::ROWS * sizeof(VectorSIMD4f) &&
-                alignof(M) == 16 && std::is_trivially_copyable_v<M>&& std::is_trivially_default_constructible_v<M>;
-
-} // namespace
-
-static_assert(IS_PACKED<MatrixSIMD33f>);
 constinit const MatrixSIMD33f MatrixSIMD33f::IDENTITY = Private::MakeIdentity<MatrixSIMD33f>();
 constinit const MatrixSIMD33f MatrixSIMD33f::ZERO = Private::MakeZero<MatrixSIMD33f>();
 
-static_assert(IS_PACKED<MatrixSIMD34f>);
 constinit const MatrixSIMD34f MatrixSIMD34f::IDENTITY = Private::MakeIdentity<MatrixSIMD34f>();
 constinit const MatrixSIMD34f MatrixSIMD34f::ZERO = Private::MakeZero<MatrixSIMD34f>();
 
-static_assert(IS_PACKED<MatrixSIMD44f>);
 constinit const MatrixSIMD44f MatrixSIMD44f::IDENTITY = Private::MakeIdentity<MatrixSIMD44f>();
 constinit const MatrixSIMD44f MatrixSIMD44f::ZERO = Private::MakeZero<MatrixSIMD44f>();
 

@@ -1,18 +1,25 @@
+#include <zelk_core/base/layout.h>
 #include <zelk_core/math/vectorsimd.h>
 
 #include <bit>
-#include <cstdint>
+#include <concepts>
 #include <type_traits>
 
 namespace Z4 {
 
-namespace {
-
+/// One register.
 template <class V>
-constexpr bool IS_ONE_REGISTER =
-    sizeof(V) == sizeof(__m128) && std::is_trivially_copyable_v<V>&& std::is_trivially_default_constructible_v<V>;
-static_assert(IS_ONE_REGISTER<VectorSIMD4f> && alignof(VectorSIMD4f) == 16);
-static_assert(IS_ONE_REGISTER<VectorSIMD3f> && alignof(VectorSIMD3f) == 16);
+requires std::derived_from<V, HostNew<V>>
+struct Private::Layout<V> {
+    static_assert(sizeof(V) == 16);
+    static_assert(alignof(V) == 16);
+    static_assert(std::is_trivially_copyable_v<V>);
+    static_assert(std::is_trivially_default_constructible_v<V>);
+};
+template struct Private::Layout<VectorSIMD4f>;
+template struct Private::Layout<VectorSIMD3f>;
+
+namespace {
 
 constexpr float ALL_BITS = std::bit_cast<float>(0xFFFFFFFFU);
 

@@ -5,9 +5,17 @@
 
 #include <cstddef>
 
-namespace Z4::Geometry {
+namespace Z4 {
 
-static_assert(sizeof(GeometryAABB) == 32 && alignof(GeometryAABB) == 16, "min, max");
+template <>
+struct Private::Layout<Geometry::GeometryAABB> {
+    static_assert(offsetof(Geometry::GeometryAABB, m_min) == 0);
+    static_assert(offsetof(Geometry::GeometryAABB, m_max) == 16);
+    static_assert(sizeof(Geometry::GeometryAABB) == 32);
+    static_assert(alignof(Geometry::GeometryAABB) == 16);
+};
+
+namespace Geometry {
 
 GeometryAABB::GeometryAABB(const VectorSIMD4f* points, unsigned long count) {
     Init();
@@ -26,7 +34,6 @@ void GeometryAABB::SetSize(float halfSize, unsigned char axis) {
 }
 
 VectorSIMD4f GeometryAABB::operator[](unsigned long index) const {
-    static_assert(offsetof(GeometryAABB, m_max) == sizeof(VectorSIMD4f));
     if (index >= Private::CORNER_COUNT) {
         return GetCenter();
     }
@@ -59,4 +66,5 @@ bool GeometryAABB::operator==(const GeometryAABB& other) const {
     return AllTrue(And(LessEqual(Abs(m_min - other.m_min), tolerance), LessEqual(Abs(m_max - other.m_max), tolerance)));
 }
 
-} // namespace Z4::Geometry
+} // namespace Geometry
+} // namespace Z4

@@ -6,9 +6,18 @@
 #include <cstddef>
 #include <limits>
 
-namespace Z4::Geometry {
+namespace Z4 {
 
-static_assert(sizeof(GeometryOBB) == 80 && alignof(GeometryOBB) == 16, "centre, three axes, extent");
+template <>
+struct Private::Layout<Geometry::GeometryOBB> {
+    static_assert(offsetof(Geometry::GeometryOBB, m_center) == 0);
+    static_assert(offsetof(Geometry::GeometryOBB, m_axes) == 16);
+    static_assert(offsetof(Geometry::GeometryOBB, m_extent) == 64);
+    static_assert(sizeof(Geometry::GeometryOBB) == 80);
+    static_assert(alignof(Geometry::GeometryOBB) == 16);
+};
+
+namespace Geometry {
 
 namespace {
 
@@ -183,7 +192,6 @@ void GeometryOBB::GetFaceTriIndices(unsigned long triangle, unsigned short& a, u
 }
 
 bool GeometryOBB::operator==(const GeometryOBB& other) const {
-    static_assert(offsetof(GeometryOBB, m_axes) == 16 && offsetof(GeometryOBB, m_extent) == 64);
     const VectorSIMD4f zero = VectorSIMD4f::Broadcast(0);
     VectorSIMD4f differs =
         Or(CaseCompare(m_center - other.m_center, zero), CaseCompare(m_extent - other.m_extent, zero));
@@ -202,4 +210,5 @@ bool GeometryOBB::CheckIfUnitLengthAxis(unsigned k) const {
     return !AnyTrue(CaseCompare(LengthSqr3<ORDER>(m_axes[k]) - 1.0F, VectorSIMD4f::Broadcast(0)));
 }
 
-} // namespace Z4::Geometry
+} // namespace Geometry
+} // namespace Z4

@@ -6,10 +6,10 @@ namespace Z4::Geometry {
 namespace {
 
 VectorSIMD4f Yzx(const VectorSIMD4f& v) {
-    return VectorSIMD4f(_mm_shuffle_ps(v.Native(), v.Native(), _MM_SHUFFLE(3, 0, 2, 1)));
+    return VectorSIMD4f(Lanes::Shuffle<1, 2, 0, 3>(v.Native()));
 }
 VectorSIMD4f Zxy(const VectorSIMD4f& v) {
-    return VectorSIMD4f(_mm_shuffle_ps(v.Native(), v.Native(), _MM_SHUFFLE(3, 1, 0, 2)));
+    return VectorSIMD4f(Lanes::Shuffle<2, 0, 1, 3>(v.Native()));
 }
 
 } // namespace
