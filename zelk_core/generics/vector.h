@@ -96,8 +96,8 @@ public:
         Assign(elements.begin(), static_cast<unsigned>(elements.size()));
         return *this;
     }
-    /// Takes over memory that `other` owns, if this vector owns memory, too, or has too little room. Otherwise moves the
-    /// elements one by one; the first time that a vector does so with any, it logs a warning. Leaves `other` empty.
+    /// Takes over memory that `other` owns, if this vector owns memory, too, or has too little room. Otherwise moves
+    /// the elements one by one; the first time that a vector does so with any, it logs a warning. Leaves `other` empty.
     Vector& operator=(Vector&& other) noexcept {
         if (this == &other) {
             return *this;
