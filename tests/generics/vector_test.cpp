@@ -292,6 +292,20 @@ TYPED_TEST(VectorOf, BehavesAsTheModelInEachKindOfMemory) {
     EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, blocks);
 }
 
+TEST(Vector, InsertsOwnElementsInMemoryThatLiesBelow) {
+    alignas(16) static unsigned char memory[256];
+    static unsigned char* top = memory + sizeof memory;
+    Z4::eal_mem_dll_interface table{};
+    table.alloc = [](std::size_t, std::size_t, unsigned, int) -> void* { return top -= 64; };
+    table.free = [](void*) {};
+    Z4::SetEalInterface(table);
+    Vector<int> vector{1, 2, 3, 4};
+    vector.Insert(vector.begin() + 1, vector.begin() + 1, 3);
+    EXPECT_EQ(Values(vector), (Model{1, 2, 3, 4, 2, 3, 4}));
+    vector.Clear();
+    ZelkTest::ReinstallHost();
+}
+
 TEST(Vector, IsConstructedAndComparedAsExpected) {
     const Vector<int> ordered[] = {{}, {0}, {0, 0}, {1, 2}, {1, 2, 3}, {1, 2, 4}, {1, 3}};
     ZelkTest::ExpectAscending(ordered);
