@@ -1,3 +1,4 @@
+// Faults hunted: a duty of the callers that checked builds do not report any more.
 #include <tests/support/contract.h>
 #include <tests/support/testhost.h>
 

@@ -1,3 +1,5 @@
+// Faults hunted: neighbours, ends or counts that are wrong after any way of linking; an element left in two lists; a
+// root that is not ready before constructors run.
 #include <gtest/gtest.h>
 #include <string>
 #include <zelk_core/generics/dlist.h>

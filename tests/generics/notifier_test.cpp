@@ -1,3 +1,5 @@
+// Faults hunted: a sink that is left out, called twice, called after it was removed or in another order while sinks
+// come and go in the midst of a notification; a refusal that changes anything.
 #include <tests/support/testhost.h>
 
 #include <functional>

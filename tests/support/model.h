@@ -62,6 +62,17 @@ private:
     int m_value;
 };
 
+/// Expects that the comparisons order the values as they stand, all different.
+template <class T, std::size_t COUNT>
+void ExpectAscending(const T (&values)[COUNT]) {
+    for (const T& left : values) {
+        for (const T& right : values) {
+            EXPECT_EQ(left <=> right, &left <=> &right) << &left - values << ", " << &right - values;
+            EXPECT_EQ(left == right, &left == &right) << &left - values << ", " << &right - values;
+        }
+    }
+}
+
 /// @tparam Arguments what an operation is applied with, made from `(const Model&, Input&)`.
 template <class Real, class Model, class Arguments>
 struct Operation {

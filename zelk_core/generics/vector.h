@@ -96,9 +96,8 @@ public:
         Assign(elements.begin(), static_cast<unsigned>(elements.size()));
         return *this;
     }
-    /// Takes over memory that `other` owns, unless this vector is on a fixed buffer, or without memory, and has room
-    /// for the elements. Otherwise the elements are moved one by one; the first time that there are any, this is logged
-    /// as a warning. Leaves `other` empty.
+    /// Takes over memory that `other` owns, if this vector owns memory, too, or has too little room. Otherwise moves
+    /// the elements one by one; the first time that a vector does so with any, it logs a warning. Leaves `other` empty.
     Vector& operator=(Vector&& other) noexcept {
         if (this == &other) {
             return *this;
@@ -327,7 +326,7 @@ public:
     }
 
     /// Exchanges what both vectors hold. A vector on a fixed buffer stays on it where the elements fit; then they are
-    /// moved as by assignment, which can be refused memory.
+    /// moved as by assignment, and are lost where that is refused memory.
     void Swap(Vector& other) noexcept {
         Vector held(std::move(other));
         other = std::move(*this);
