@@ -15,7 +15,7 @@ using Z4::CompressionInterface;
 using Bytes = std::vector<unsigned char>;
 
 /// What is expanded at most: small inputs can expand a thousandfold.
-constexpr std::size_t LIMIT = 1 << 16;
+constexpr std::size_t LIMIT = 1 << 13;
 
 struct Choices {
     std::uint8_t inputPiece;
@@ -115,9 +115,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         Z4::ZLibInflate inflater;
         CompareWithZlib(input, Pieces(input, choices).Run(inflater, false));
-        inflater.Reset();
-        const Outcome second = Pieces(input, choices).Run(inflater, false);
-        CompareWithZlib(input, second);
+        if (choices.level % 4 == 0) {
+            inflater.Reset();
+            CompareWithZlib(input, Pieces(input, choices).Run(inflater, false));
+        }
     }
     // Compressing sets up 256 KiB of tables each time; a part of the runs is enough.
     if (choices.level % 16 < 3) {
