@@ -31,8 +31,8 @@ void FormatDoesNotCompile();
 /// may be without effect.
 ///
 /// - `d` and `i` take a signed integer of the length that is given, `u` an unsigned one, `o`, `x` and `X` either.
-/// Without
-///   `l` they also take a narrower integer whose values all fit; for `u`, `o`, `x` and `X` that is an unsigned one.
+///   Without `l` they also take a narrower integer whose values all fit; for `u`, `o`, `x` and `X` that is an unsigned
+///   one.
 /// - An unscoped enumeration counts as an integer of either sign; a scoped one must be cast. `bool` and character types
 ///   are integers.
 /// - `c` takes an `int` or an integer of the size of the format's characters, `s` a pointer to characters of the
