@@ -1,3 +1,5 @@
+// Formats that are refused though they are right, accepted though they are wrong, or read otherwise than by the
+// formatter.
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>

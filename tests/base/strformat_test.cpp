@@ -1,14 +1,11 @@
 // Conversions, widths, roundings and cuts that come out differently than documented, narrow or wide; and what is read
-// or stored beyond a buffer. Agreement with the C library and any other format are the fuzzer's.
+// or stored beyond a buffer. All other formats and numbers are the fuzzer's.
 #include <algorithm>
-#include <array>
 #include <climits>
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <random>
 #include <string>
 #include <tests/support/arguments.h>
 #include <tests/support/rows.h>
@@ -79,64 +76,6 @@ void Expect(const std::string& expected, const std::string& format, Numbers... n
     (arguments.Add(numbers), ...);
     Expect(expected, format, arguments, arguments);
 }
-
-std::string Fixed(double value, int precision) {
-    char text[400];
-    StrFormat::snprintf(text, sizeof(text), "%.*f", precision, value);
-    return text;
-}
-
-/// The digits as they are defined: one quotient by a power of ten after the other. Magnitudes up to 1e64.
-class FixedReference {
-public:
-    FixedReference() {
-        for (std::size_t i = 0; i < m_powers.size(); ++i) {
-            m_powers[i] = std::strtod(("1e" + std::to_string(i)).c_str(), nullptr);
-        }
-    }
-
-    std::string operator()(double value, int precision) const {
-        double rest = std::fabs(value);
-        int count = 0;
-        while (count <= 64 && rest >= m_powers[static_cast<std::size_t>(count)]) {
-            ++count;
-        }
-        std::string text = Digits(rest, count);
-        if (text.empty()) {
-            text = "0";
-        }
-        if (precision != 0) {
-            rest *= m_powers[static_cast<std::size_t>(precision)];
-            text += '.' + Digits(rest, precision);
-        }
-        if (rest >= 0.5) {
-            auto digit = text.rbegin();
-            for (; digit != text.rend() && (*digit == '9' || *digit == '.'); ++digit) {
-                *digit = *digit == '.' ? '.' : '0';
-            }
-            if (digit == text.rend()) {
-                text = '1' + text;
-            } else {
-                ++*digit;
-            }
-        }
-        return (value < 0 ? "-" : "") + text;
-    }
-
-private:
-    std::string Digits(double& rest, int count) const {
-        std::string digits;
-        for (int i = count - 1; i >= 0; --i) {
-            const double power = m_powers[static_cast<std::size_t>(i)];
-            const double digit = std::clamp(std::floor(rest / power), 0.0, 9.0);
-            rest -= digit * power;
-            digits += static_cast<char>('0' + static_cast<int>(digit));
-        }
-        return digits;
-    }
-
-    std::array<double, 256> m_powers;
-};
 
 TEST(StrFormat, Rows) {
     for (const Row& row : ZelkTest::Rows("strformat.txt")) {
@@ -238,44 +177,6 @@ TEST(StrFormat, NumbersHaveAtMost256Characters) {
     Expect("|||   |", "%.255f|%.254f|%.*g|%03.300f|", 1.0, -1.0, INT_MAX, 1.0, 1.0);
 }
 
-class StrFormatRandom : public testing::Test {
-protected:
-    static constexpr unsigned SEED = 20140611;
-    testing::ScopedTrace m_trace{__FILE__, __LINE__, SEED};
-    std::mt19937_64 m_random{SEED};
-
-    /// Any magnitude up to 10^64, each power of two equally often.
-    double AnyMagnitude() {
-        for (;;) {
-            const double value =
-                std::ldexp(static_cast<double>(m_random() >> 11), static_cast<int>(m_random() % 460) - 300);
-            if (value <= 1e64) {
-                return value;
-            }
-        }
-    }
-};
-
-TEST_F(StrFormatRandom, FloatingDigitsAreTheSuccessiveQuotients) {
-    const FixedReference reference;
-    for (int round = 0; round < 200000; ++round) {
-        const double magnitude = round % 4 == 0 ? static_cast<double>(m_random() % 2000000) / 1000.0 : AnyMagnitude();
-        const double value = m_random() % 2 == 0 ? magnitude : -magnitude;
-        const int precision = static_cast<int>(m_random() % (round % 8 == 0 ? 120 : 20));
-        ASSERT_EQ(Fixed(value, precision), reference(value, precision)) << std::hexfloat << value;
-    }
-    for (int power = 0; power <= 64; ++power) {
-        for (double factor = 1; factor < 10; ++factor) {
-            const double edge = std::min(factor * std::pow(10, power), 1e64);
-            for (const double value : {std::nextafter(edge, 0), edge, std::min(std::nextafter(edge, 1e65), 1e64)}) {
-                for (const int precision : {0, 1, 6, 9, 17, 40}) {
-                    ASSERT_EQ(Fixed(value, precision), reference(value, precision)) << std::hexfloat << value;
-                }
-            }
-        }
-    }
-}
-
 TEST(StrFormat, WideTextAtOddAddresses) {
     constexpr unsigned SIZE = 40;
     const std::vector<wchar_t> format = Widen(std::string("%s|%5.3s|%d of it, literally%c") + '\0');
@@ -320,22 +221,6 @@ TEST(FormatSize, IsCutToTheBuffer) {
         EXPECT_EQ(buffer.Text(stored), complete.substr(0, stored));
     }
     EXPECT_EQ(StrFormat::FormatSize(nullptr, 0, 1, nullptr, 0), nullptr);
-}
-
-TEST_F(StrFormatRandom, SizeIsTheNearestOfItsPrecision) {
-    for (int round = 0; round < 20000; ++round) {
-        const unsigned long long value = m_random() >> (m_random() % 53);
-        const int precision = static_cast<int>(m_random() % 4);
-        char text[64];
-        StrFormat::FormatSize(text, sizeof(text), value, "", precision);
-        char* end = nullptr;
-        const double shown = std::strtod(text, &end);
-        const auto prefix = *end == 0 ? 0u : static_cast<unsigned>(std::string("KMGTPE").find(end[1]) + 1);
-        const double exact = std::ldexp(static_cast<double>(value), -10 * static_cast<int>(prefix));
-        const double half = prefix == 0 ? 0 : 0.5 * std::pow(10, -precision);
-        ASSERT_LE(std::fabs(shown - exact), half + 1e-12 * exact) << value << " shown as " << text;
-        ASSERT_TRUE(shown < 1024) << text;
-    }
 }
 
 } // namespace
