@@ -7,12 +7,13 @@ BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup setup-msabi demo test soak mutants checked bench sanitize fuzz proof msabi docs install check clean
+.PHONY: help setup setup-msabi demo test soak pinned mutants checked bench sanitize fuzz proof msabi docs install check clean
 
 help:
 	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
 	@echo 'make test      set up, build, and run all tests'
 	@echo 'make soak      the tests that gain by large counts, with large counts'
+	@echo 'make pinned    print anew what tests/pinned holds of digests and tables'
 	@echo 'make mutants   apply the recorded faults (of ROOM=os) one at a time: a test must fail on each'
 	@echo 'make checked   all tests on a DLL that checks its callers'
 	@echo 'make bench     measure every room beside its peers and print the ratios'
@@ -43,6 +44,12 @@ soak: build/mingw/build.ninja
 	cmake --build --preset mingw --target soak
 	ctest --preset soak
 
+# The lists of tests/pinned that programs print, to be read as a diff.
+pinned: build/mingw/build.ninja
+	cmake --build --preset mingw --target digest tables
+	scripts/wine-run build/mingw/bin/digest.exe | tr -d '\r' >tests/pinned/digests.txt
+	scripts/wine-run build/mingw/bin/tables.exe | tr -d '\r' >tests/pinned/tables.txt
+
 mutants: build/mingw/build.ninja
 	scripts/mutate $(addprefix --room ,$(ROOM))
 
@@ -61,9 +68,9 @@ sanitize: build/sanitize/build.ninja
 
 fuzz: build/fuzz/build.ninja
 	cmake --build --preset fuzz
-	for fuzzer in build/fuzz/bin/*_fuzz; do \
-	    mkdir -p build/fuzz/corpus/$${fuzzer##*/} && \
-	    $$fuzzer -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$${fuzzer##*/} || exit 1; \
+	for seeds in fuzz/seeds/*.txt; do \
+	    name=$$(basename $$seeds .txt) && scripts/seeds unpack $$seeds build/fuzz/corpus/$$name && \
+	    build/fuzz/bin/$${name}_fuzz -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name || exit 1; \
 	done
 
 proof: build/proof/build.ninja

@@ -1,9 +1,11 @@
 # Third-party code, none of it in this repository: Debian packages and the unpacked sources of scripts/setup.
+include(cmake/packages.cmake)
 find_package(Threads)
 
 if(NOT ZELK_FUZZ AND NOT ZELK_PROOF AND NOT ZELK_MS_ABI)
     set(INSTALL_GTEST OFF)
-    add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+    zelk_find_headers(ZELK_GOOGLETEST googlemock/CMakeLists.txt /usr/src/googletest)
+    add_subdirectory(${ZELK_GOOGLETEST} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 endif()
 
 add_library(zelk_xxhash_reference INTERFACE)
@@ -44,8 +46,9 @@ foreach(library zelk_zlib zelk_lzo)
 endforeach()
 
 # Through a folder of its own: beside it lie the build machine's headers, which are none of the target's.
+zelk_find_headers(ZELK_GLM glm/glm.hpp /usr/include)
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/glm)
-file(CREATE_LINK /usr/include/glm ${PROJECT_BINARY_DIR}/glm/glm SYMBOLIC)
+file(CREATE_LINK ${ZELK_GLM}/glm ${PROJECT_BINARY_DIR}/glm/glm SYMBOLIC)
 add_library(zelk_glm INTERFACE)
 target_include_directories(zelk_glm SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/glm)
 

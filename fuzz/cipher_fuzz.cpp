@@ -1,5 +1,6 @@
 // Tea and XTea: what is enciphered deciphers to itself, and the kernels agree with a loop over single blocks. The first
 // bytes of the input choose the key and how the buffers lie.
+#include "body.h"
 #include "hostmemory.h"
 
 #include <algorithm>

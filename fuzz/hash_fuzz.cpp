@@ -1,12 +1,15 @@
-// Compares CRC, XXH32 and XXH64 with zlib and the xxHash reference, and every form of them with the others. The first
-// bytes of the input choose seed, alignment and cut.
+// Compares CRC, XXH32 and XXH64 with zlib and the xxHash reference, pieces with the whole, and the forms of each family
+// with one another. The first bytes of the input choose seed, alignment and cut.
 #define XXH_STATIC_LINKING_ONLY
 #define XXH_IMPLEMENTATION
 #include <xxhash.h>
 
+#include "body.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <tests/support/hashfamilies.h>
 #include <zelk_core/base/ealinterface.h>
 #include <zelk_core/base/hash.h>
 #include <zlib.h>
@@ -27,21 +30,20 @@ struct Choices {
     std::uint8_t alignment;
 };
 
-/// `place` holds `size` bytes and two zeros behind them.
-void CompareStrings(const unsigned char* place, std::uint64_t seed) {
-    const auto seed32 = static_cast<std::uint32_t>(seed);
+/// `place` holds bytes with three zeros behind them: a wide string of an odd number of bytes needs them all.
+void CompareForms(const unsigned char* place, std::uint32_t seed) {
     const auto* const narrow = reinterpret_cast<const char*>(place);
+    const auto* const wide = reinterpret_cast<const wchar_t*>(place);
     const auto length = static_cast<unsigned>(std::strlen(narrow));
-    Require(Hash::CRC(narrow, seed32) == Hash::CRC(place, length, seed32));
-    Require(Hash::CTCRC32B(narrow, ~seed32) == Hash::CRC(place, length, seed32));
-    Require(Hash::XXH64(narrow, seed) == Hash::XXH64(place, length, seed));
     unsigned wideSize = 0;
     while (place[wideSize] != 0 || place[wideSize + 1] != 0) {
         wideSize += 2;
     }
-    const auto* const wide = reinterpret_cast<const wchar_t*>(place);
-    Require(Hash::CRC(wide, seed32) == Hash::CRC(place, wideSize, seed32));
-    Require(Hash::XXH32(wide, seed32) == Hash::XXH32(place, wideSize, seed32));
+    for (const ZelkTest::HashFamily& family : ZelkTest::HASH_FAMILIES) {
+        Require(family.narrow(narrow, seed) == family.bytes(place, length, seed));
+        Require(family.wide(wide, seed) == family.bytes(place, wideSize, seed));
+    }
+    Require(Hash::CTCRC32B(narrow, ~seed) == Hash::CRC(place, length, seed));
 }
 
 } // namespace
@@ -72,10 +74,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t inp
     Require(Hash::XXH64(bytes, size, choices.seed) == XXH64(bytes, size, choices.seed));
     const unsigned cut = choices.cut % (size + 1);
     Require(Hash::CRC(bytes + cut, size - cut, Hash::CRC(bytes, cut, seed32)) == crc);
+    Require(Hash::Knuth(bytes + cut, size - cut, Hash::Knuth(bytes, cut, seed32)) == Hash::Knuth(bytes, size, seed32));
+    Require(Hash::CRC(bytes, size, Z4::Private::CRC_TABLE.entries, seed32) == crc);
 
-    // A wide string of an odd number of bytes needs a third zero.
     const auto terminated = std::make_unique<unsigned char[]>(offset + size + 3);
     std::memcpy(terminated.get() + offset, bytes, size);
-    CompareStrings(terminated.get() + offset, choices.seed);
+    CompareForms(terminated.get() + offset, seed32);
     return 0;
 }

@@ -1,6 +1,7 @@
 // Any bytes through the inflating wrapper, cut into pieces of input and output, against zlib called once; and through
 // the deflating wrapper and back. The first bytes of the input choose the pieces and the level. The objects live as
 // long as the program and are reset, as their contract has it: to make one costs more than all that is done with it.
+#include "body.h"
 #include "hostmemory.h"
 
 #include <algorithm>

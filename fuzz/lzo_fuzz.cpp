@@ -1,6 +1,7 @@
 // Any bytes through the checked LZO wrapper, into room of any size, against LZO itself; and through both compressors
 // and both expanders back. The first bytes of the input choose the room. The objects live as long as the program: their
 // work memory would cost more than all that is done with it.
+#include "body.h"
 #include "hostmemory.h"
 
 #include <algorithm>

@@ -1,5 +1,7 @@
 // Any format string, with arguments that match it: nothing is read or stored beyond its block, a short buffer gets the
 // beginning of the whole text, wide text follows the narrow rules, and the C library agrees where it has the same.
+#include "body.h"
+
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -12,13 +14,15 @@
 #include <fuzzer/FuzzedDataProvider.h>
 #include <memory>
 #include <string>
-#include <type_traits>
+#include <tests/support/arguments.h>
 #include <vector>
 #include <zelk_core/base/strformat.h>
 
 namespace {
 
-static_assert(std::is_same_v<va_list, char*>, "arguments are laid out by hand, as words on the stack");
+using ZelkTest::Arguments;
+using ZelkTest::ExactCopy;
+using ZelkTest::Widen;
 
 constexpr int LONGEST_COMPARED = 5000;
 
@@ -28,56 +32,6 @@ void Require(bool condition, const char* law, const std::string& format) {
         std::abort();
     }
 }
-
-/// A block of exactly `count` elements, so that the sanitizer sees every access beyond it.
-template <class Value>
-std::unique_ptr<Value[]> ExactCopy(const Value* values, std::size_t count) {
-    auto block = std::make_unique<Value[]>(count);
-    std::copy_n(values, count, block.get());
-    return block;
-}
-
-std::vector<wchar_t> Widen(const char* text, std::size_t length) {
-    std::vector<wchar_t> wide(length);
-    std::transform(text, text + length, wide.begin(),
-                   [](char character) { return static_cast<wchar_t>(static_cast<unsigned char>(character)); });
-    return wide;
-}
-
-/// Argument words, and the strings that they point to.
-class Arguments {
-public:
-    void Add(std::uint32_t word) { m_words.push_back(word); }
-
-    template <class Value>
-    void AddWords(Value value) {
-        std::uint32_t words[sizeof(Value) / sizeof(std::uint32_t)];
-        std::memcpy(words, &value, sizeof(value));
-        m_words.insert(m_words.end(), std::begin(words), std::end(words));
-    }
-
-    void AddNarrow(const std::string& characters) {
-        m_narrow.push_back(ExactCopy(characters.data(), characters.size()));
-        AddWords(m_narrow.back().get());
-    }
-
-    void AddWide(const std::string& characters) {
-        const std::vector<wchar_t> wide = Widen(characters.data(), characters.size());
-        m_wide.push_back(ExactCopy(wide.data(), wide.size()));
-        AddWords(m_wide.back().get());
-    }
-
-    std::size_t Size() const { return m_words.size(); }
-
-    std::unique_ptr<std::uint32_t[]> Words(std::size_t from, std::size_t to) const {
-        return ExactCopy(m_words.data() + from, to - from);
-    }
-
-private:
-    std::vector<std::uint32_t> m_words;
-    std::vector<std::unique_ptr<char[]>> m_narrow;
-    std::vector<std::unique_ptr<wchar_t[]>> m_wide;
-};
 
 struct Conversion {
     std::string text;
@@ -155,8 +109,8 @@ private:
 
     template <class Value>
     void AddToBoth(Value value) {
-        narrow.AddWords(value);
-        wide.AddWords(value);
+        narrow.Add(value);
+        wide.Add(value);
     }
 
     void AddArgument(Conversion& conversion) {
@@ -254,6 +208,13 @@ bool IsNearTie(double value, long long precision) {
     return std::fabs(std::fmod(scaled, 1) - 0.5) <= scaled * 0x1p-50;
 }
 
+#if defined(_WIN32)
+/// The C library there has faults of its own, such as "%#.o" of 0.
+constexpr bool HAS_REFERENCE = false;
+#else
+constexpr bool HAS_REFERENCE = true;
+#endif
+
 /// Whether the C library's snprintf, too, defines this conversion, in the same way.
 bool IsDefinedAlike(const Conversion& conversion) {
     if (conversion.width > 1000 || conversion.precision > 200) {
@@ -311,11 +272,15 @@ std::string MakeFormat(FuzzedDataProvider& data) {
 
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     FuzzedDataProvider data(bytes, size);
     const std::string name = MakeFormat(data);
     const auto format = ExactCopy(name.c_str(), name.size() + 1);
-    const std::vector<wchar_t> wideCharacters = Widen(name.c_str(), name.size() + 1);
+    const std::vector<wchar_t> wideCharacters = Widen(name + '\0');
     const auto wideFormat = ExactCopy(wideCharacters.data(), wideCharacters.size());
     const Reader reader(name, data);
 
@@ -324,7 +289,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const Result<char> whole = Format(format.get(), reader.narrow, room, false, name);
     const Result<wchar_t> wide = Format(wideFormat.get(), reader.wide, room, data.ConsumeBool(), name);
     Require(whole.length == length && wide.length == length, "length depends on the buffer", name);
-    Require(Widen(whole.text.data(), whole.text.size()) == wide.text, "wide text differs", name);
+    Require(Widen({whole.text.begin(), whole.text.end()}) == wide.text, "wide text differs", name);
 
     const auto shortRoom = data.ConsumeIntegralInRange(0u, room);
     const Result<char> part = Format(format.get(), reader.narrow, shortRoom, false, name);
@@ -333,7 +298,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             "short text is no beginning", name);
 
     for (const Conversion& conversion : reader.conversions) {
-        if (IsDefinedAlike(conversion)) {
+        if (HAS_REFERENCE && IsDefinedAlike(conversion)) {
             CompareWithSystem(conversion, reader.narrow);
         }
     }

@@ -1,6 +1,7 @@
 // StringCompressor against a model that has bits as characters: any text with any content and flags into any room, by
 // the raw form and by the one in front of it, and back; and any bytes into all decoders. The first bytes of the input
 // choose which, and how.
+#include "body.h"
 #include "hostmemory.h"
 
 #include <algorithm>

@@ -61,12 +61,12 @@ zelk_seeded_fault(start_count_releases_nothing
 # An atomic count of its own does not order the calls of the host that follow from it.
 zelk_seeded_fault(core_count_is_atomic_only
     FILE base/private/core.cpp
-    TEXT "constinit StartCount g_core;"
+    TEXT "constinit StartCount g_coreUsers;"
     REPLACEMENT "struct {
         std::atomic<unsigned> count{0};
         template <class F> void Take(F f) { if (count.fetch_add(1) == 0) f(); }
         template <class F> void Release(F f) { if (count.fetch_sub(1) == 1) f(); }
-    } g_core;"
+    } g_coreUsers;"
     SANITIZER address SCENARIO OsServiceBesideAnotherPair FOUND "FAULT: a host table's init and shutdown do not alternate")
 
 zelk_seeded_fault(barrier_trusts_a_wake_up

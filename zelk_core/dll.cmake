@@ -40,11 +40,19 @@ else()
     set(symbols $<TARGET_FILE:zelk_core>.debug)
 endif()
 
-# What scripts need to know of the build, for them to source.
+# What scripts need to know of the build, for them to source. `tools` is what the names of the tools for object files begin
+# with.
+if(ZELK_MS_ABI)
+    string(REGEX REPLACE "ar$" "" tools ${CMAKE_AR})
+else()
+    string(REGEX REPLACE "objdump(\\.exe)?$" "" tools ${CMAKE_OBJDUMP})
+endif()
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/facts CONTENT "version=${ZELK_VERSION_TEXT}
 dll=$<TARGET_FILE_NAME:zelk_core>
 symbols=$<PATH:GET_FILENAME,${symbols}>
 import_library=$<TARGET_LINKER_FILE_NAME:zelk_core>
+compiler=${CMAKE_CXX_COMPILER}
+tools=${tools}
 ")
 
 # The umbrella header includes every public header and nothing else.

@@ -9,6 +9,7 @@
 #include <zelk_core/base/ealinterface.h>
 #include <zelk_core/base/error.h>
 #include <zelk_core/base/formatcheck.h>
+#include <zelk_core/base/formatreader.h>
 #include <zelk_core/base/hash.h>
 #include <zelk_core/base/hostnew.h>
 #include <zelk_core/base/layout.h>

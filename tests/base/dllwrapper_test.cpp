@@ -1,3 +1,5 @@
+// Modules that stay, go or are replaced against the contract, messages that change, and wrappers outside the host's
+// memory.
 #include <tests/support/testhost.h>
 
 #include <gtest/gtest.h>
@@ -64,16 +66,14 @@ TEST(DllWrapper, ReportsAMissingModuleAsInformation) {
     DllWrapper wrapper(MISSING_DLL);
     EXPECT_FALSE(wrapper.IsDLLLoaded());
     wrapper.LoadDLL(MISSING_DLL, false);
-    ASSERT_EQ(capture.Lines().size(), 1u);
-    const ZelkTest::LogLine line = capture.Lines()[0];
-    EXPECT_EQ(line.level, 1u);
-    EXPECT_EQ(line.file, "base/dllwrapper");
-    EXPECT_EQ(line.line, 141u);
-    EXPECT_EQ(line.text, "[Z4::DllWrapper] EAL_LOG_INFO: Unable to load no_such_module.dll. Calls to this dll will be "
-                         "unsuccessful\n\n");
     wrapper.LoadDLL(nullptr, true);
     EXPECT_FALSE(wrapper.IsDLLLoaded());
-    EXPECT_EQ(capture.Lines().size(), 2u);
+    const auto message = [](const char* name) {
+        return ZelkTest::ExpectedLine{1, "base/dllwrapper", 141,
+                                      std::string("[Z4::DllWrapper] EAL_LOG_INFO: Unable to load ") + name +
+                                          ". Calls to this dll will be unsuccessful\n\n"};
+    };
+    capture.ExpectOnly({message(MISSING_DLL), message("(null)")});
 }
 
 TEST(DllWrapper, FreesARefusedModuleAndReportsAnError) {
@@ -85,14 +85,10 @@ TEST(DllWrapper, FreesARefusedModuleAndReportsAnError) {
     EXPECT_EQ(picky.askedFor, SYSTEM_DLL);
     EXPECT_FALSE(picky.IsDLLLoaded());
     EXPECT_FALSE(IsMapped(SYSTEM_DLL));
-    ASSERT_EQ(capture.Lines().size(), 1u);
-    const ZelkTest::LogLine line = capture.Lines()[0];
-    EXPECT_EQ(line.level, 4u);
-    EXPECT_EQ(line.file, "base/dllwrapper");
-    EXPECT_EQ(line.line, 133u);
-    EXPECT_EQ(line.text, "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"winmm.dll\" but this version is not "
+    capture.ExpectOnly({{4, "base/dllwrapper", 133,
+                         "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"winmm.dll\" but this version is not "
                          "valid. Calls to this DLL will be unsuccessful. You may need a different version or to "
-                         "specify a different path.\n\n");
+                         "specify a different path.\n\n"}});
     picky.accept = true;
     picky.LoadDLL(SYSTEM_DLL, true);
     EXPECT_TRUE(picky.IsDLLLoaded());
@@ -119,6 +115,21 @@ TEST(DllWrapper, CopiesShareTheHandle) {
         EXPECT_EQ(assigned.GetDLLHandle(), first.GetDLLHandle());
     }
     EXPECT_TRUE(IsMapped(SYSTEM_DLL));
+}
+
+TEST(DllWrapper, LivesInTheHostsMemory) {
+    const std::size_t before = ZelkTest::OutstandingMemory().blocks;
+    const auto* const wrapper = new DllWrapper;
+    EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, before + 1);
+    delete wrapper;
+    alignas(DllWrapper) unsigned char storage[sizeof(DllWrapper)];
+    const auto* const placed = new (storage) DllWrapper;
+    EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, before);
+    placed->~DllWrapper();
+
+    ZelkTest::FailAllocations(1);
+    EXPECT_EQ(new DllWrapper, nullptr);
+    ZelkTest::FailAllocations(0);
 }
 
 TEST(ThreadSafeDllWrapper, LoadsUnderItsLock) {

@@ -253,6 +253,6 @@ TEST_F(Lifecycle, ANullSlotIsReportedByNameBeforeItIsCalled) {
     Install<LOG>(log);
     SetEalInterface(eal_net_dll_interface{});
     InitializeOS();
-    EXPECT_EQ(Take(), std::string(CORE_UP) + " Private::g_net.init != nullptr n212");
+    EXPECT_EQ(Take(), std::string(CORE_UP) + " (Private::g_net.init) != nullptr n212");
     ShutdownOS();
 }

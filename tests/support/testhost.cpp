@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <zelk_core/base/ealid.h>
 
 namespace ZelkTest {
 
@@ -70,6 +71,22 @@ LogCapture::~LogCapture() {
 std::vector<LogLine> LogCapture::Lines() const {
     const std::lock_guard guard(m_mutex);
     return m_lines;
+}
+
+void LogCapture::ExpectOnly(std::initializer_list<ExpectedLine> expected) const {
+    const auto shown = [](int id, unsigned level, const std::string& file, unsigned long line,
+                          const std::string& text) {
+        return std::to_string(id) + ' ' + std::to_string(level) + ' ' + file + ':' + std::to_string(line) + ' ' + text;
+    };
+    std::vector<std::string> wanted;
+    for (const ExpectedLine& line : expected) {
+        wanted.push_back(shown(Z4::EAL_ID_ZELK_CORE, line.level, line.file, line.line, line.text));
+    }
+    std::vector<std::string> seen;
+    for (const LogLine& line : Lines()) {
+        seen.push_back(shown(line.id, line.level, line.file, line.line, line.text));
+    }
+    EXPECT_EQ(seen, wanted);
 }
 
 unsigned LogCapture::Questions() const {

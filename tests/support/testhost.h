@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -19,6 +20,14 @@ struct LogLine {
     std::string text;   ///< formatted by the C library
 };
 
+/// What a message should be.
+struct ExpectedLine {
+    unsigned level;
+    const char* file;
+    unsigned long line;
+    std::string text;
+};
+
 /// While it lives, the library's messages are kept here instead of being printed. One at a time.
 class LogCapture {
 public:
@@ -28,6 +37,8 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     std::vector<LogLine> Lines() const;
+    /// Expects that there were these messages of the library's and no others, in this order.
+    void ExpectOnly(std::initializer_list<ExpectedLine> expected) const;
     /// How often the library asked whether a level is enabled.
     unsigned Questions() const;
 

@@ -1,9 +1,10 @@
 /// @file
-/// Contract checks: what a header asks of its callers, tested in checked builds and free in all others.
+/// Contract checks: the duties that headers lay on their callers are tested in checked builds, and cost nothing in
+/// others.
 ///
-/// Define `ZELK_CHECKS` before the first include, for all sources of a program alike, and the library's headers check
-/// their callers there. The library's own sources check theirs where it was built with that option; a program and the
-/// DLL need not agree, as no layout depends on it.
+/// To check the code that headers bring into your program, define `ZELK_CHECKS` for all its sources alike. To check
+/// what is compiled into the DLL, use a DLL that was built with the CMake option of that name. The two need not agree:
+/// no layout depends on it.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -13,15 +14,16 @@
 
 namespace Z4::Private {
 
-/// Reports a broken contract to the host's assert slot, under the library's context, unless `*ignore` is set. Any
-/// thread.
-/// @param ignore handed to the host, which sets it to hear no more of this place.
-/// @return whether to stop in the debugger: the host's answer, and true when no log table is installed.
+/// Reports a broken contract to the host's `assert_message`, under the library's context. Any thread.
+/// @param ignore one number for each place, 0 at first. It is handed to the host, which sets it to hear no more of this
+/// place: then nothing is reported.
+/// @return whether to stop in the debugger: the host's answer; false when `*ignore` is set, true when no log table is
+/// installed.
 Z4_API bool ContractBroken(const char* expression, const char* file, unsigned long line, const char* sentence,
                            unsigned long* ignore);
 
-/// Whether an address is a multiple of `alignment`. It is read anew, for compilers believe that an object lies where
-/// its type wants it.
+/// Whether `address` is a multiple of `alignment`. Compilers take that for granted of an object's own address; here it
+/// is computed all the same.
 inline bool IsAligned(const void* address, std::size_t alignment) {
     const volatile auto value = reinterpret_cast<std::uintptr_t>(address);
     return value % alignment == 0;
@@ -29,9 +31,10 @@ inline bool IsAligned(const void* address, std::size_t alignment) {
 
 } // namespace Z4::Private
 
-/// Says that the caller kept a duty; `sentence` states the duty. A broken one is reported to the host's assert slot and
-/// stops in the debugger where the host answers true. Whoever goes on gets the result that the function documents for
-/// the misuse. Without `ZELK_CHECKS` nothing is evaluated. In a constant expression a broken duty does not compile.
+/// Checks that the caller kept a duty: `condition` is true then, and `sentence` states the duty for people. With
+/// `ZELK_CHECKS`, a broken duty is reported to the host's `assert_message`, and the program stops in the debugger when
+/// the host answers so. If it goes on, the function does what its contract says of that misuse. Without `ZELK_CHECKS`,
+/// `condition` is not evaluated. In a constant expression a broken duty does not compile.
 #if defined(ZELK_CHECKS)
 #    define Z4_ASSERT(condition, sentence)                                                            \
         ((condition) || !::Z4::Private::ContractBroken(#condition, __FILE__, __LINE__, sentence,      \

@@ -1,11 +1,12 @@
 /// @file
-/// Loads a module at run time and frees it at the end of the wrapper's life. Test IsDLLLoaded() before every use: a
-/// failed load is reported to the log, not to the caller.
+/// Loads a module at run time, and frees it when the wrapper is destroyed. A load that fails is told to the host's log,
+/// not to the caller: ask IsDLLLoaded() before the module is used.
 #pragma once
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/hostnew.h>
+#include <zelk_core/base/layout.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/os/nullock.h>
 
@@ -13,15 +14,28 @@ namespace Z4 {
 
 namespace Private {
 
-/// The system's own load and free, nothing added. A name without a path is searched for beside the program first.
-/// Null when the module cannot be loaded.
+/// `LoadLibraryA` of the system, which searches for a name without a path beside the program first. Any thread.
+/// @return the module's handle; null when it cannot be loaded.
 Z4_API void* LoadDLLHelper(const char* name);
+/// `FreeLibrary` of the system, for a handle of LoadDLLHelper(). Any thread.
 Z4_API void FreeDLLHelper(void* handle);
+
+inline constexpr Message<const char*> DLL_NOT_LOADED{
+    EAL_LOG_INFO, "base/dllwrapper", 141,
+    "[Z4::DllWrapper] EAL_LOG_INFO: Unable to load %s. Calls to this dll will be unsuccessful\n\n"};
+inline constexpr Message<const char*> DLL_NOT_VALID{
+    EAL_LOG_ERROR, "base/dllwrapper", 133,
+    "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"%s\" but this version is not valid. Calls to this DLL "
+    "will "
+    "be unsuccessful. You may need a different version or to specify a different path.\n\n"};
 
 } // namespace Private
 
-/// The wrapper over any lock with Lock() and Unlock(), which costs nothing when it is empty; it covers loading only. A
-/// copy shares the handle without counting: whoever copies sees to it that only one of the wrappers frees the module.
+/// The wrapper, with a lock that it holds while it loads: any class with Lock() and Unlock(), NulLock for none. Several
+/// threads may then call LoadDLL() at once; queries are not locked, so they come after it.
+///
+/// A copy holds the same handle, and each of the two frees it when it is destroyed. Copy only where the module was
+/// loaded as often as it will be freed.
 template <class LockPolicy>
 class Z4_EMPTY_BASES ThreadSafeDllWrapper : protected LockPolicy, public HostNew<ThreadSafeDllWrapper<LockPolicy>> {
     using Memory = HostNew<ThreadSafeDllWrapper>;
@@ -37,23 +51,25 @@ public:
 
     ThreadSafeDllWrapper() = default;
 
-    /// Loads at once, with logging. A derived class's ValidateDLL() is not consulted: while this constructor runs, the
-    /// object is not yet of the derived class. Load explicitly where the check matters.
+    /// Calls LoadDLL(name, true). A derived class's ValidateDLL() is not asked, as the object is not of the derived
+    /// class yet: where it matters, construct without a name and call LoadDLL().
     explicit ThreadSafeDllWrapper(const char* name) { LoadDLL(name, true); }
 
     ThreadSafeDllWrapper(const ThreadSafeDllWrapper& other) : LockPolicy(), m_handle(other.m_handle) {}
     ThreadSafeDllWrapper(ThreadSafeDllWrapper&& other) noexcept : LockPolicy(), m_handle(other.m_handle) {}
 
-    /// A module held before is not freed.
+    /// Takes the handle of `other`. A module that this wrapper held before is not freed: it stays loaded.
     ThreadSafeDllWrapper& operator=(const ThreadSafeDllWrapper& other) {
-        m_handle = other.m_handle;
+        if (this != &other) {
+            m_handle = other.m_handle;
+        }
         return *this;
     }
     ThreadSafeDllWrapper& operator=(ThreadSafeDllWrapper&& other) noexcept { return *this = other; }
 
-    /// Loads `name`, and keeps it if ValidateDLL() agrees. Does nothing when a module is loaded already: the first one
-    /// stays. A module that cannot be loaded is an information in the log, one that is refused an error; with `log`
-    /// false neither is written.
+    /// Loads the module `name`, and frees it again when ValidateDLL() refuses it. When the wrapper has a module
+    /// already, nothing happens. With `log`, a module that cannot be loaded is told to the host's log as an
+    /// information, one that is refused as an error. A null name cannot be loaded.
     void LoadDLL(const char* name, bool log) {
         LockPolicy::Lock();
         if (!IsDLLLoaded()) {
@@ -68,22 +84,21 @@ public:
     void* GetDLLHandle() const { return m_handle; }
 
 protected:
-    /// Decides whether the module just loaded, whose handle is set already, is one to keep.
+    /// Asked by LoadDLL() when the module is loaded and GetDLLHandle() gives it: whether to keep it. The lock is held.
     virtual bool ValidateDLL(const char* name) {
         static_cast<void>(name);
         return true;
     }
 
 private:
+    friend struct Private::Layout<ThreadSafeDllWrapper>;
+
     void LoadFirst(const char* name, bool log) {
         const char* const shownName = name != nullptr ? name : "(null)";
         m_handle = name != nullptr ? Private::LoadDLLHelper(name) : nullptr;
         if (m_handle == nullptr) {
             if (log) {
-                Private::LogPrint(EAL_LOG_INFO, "base/dllwrapper", 141,
-                                  "[Z4::DllWrapper] EAL_LOG_INFO: Unable to load %s. Calls to this dll will be "
-                                  "unsuccessful\n\n",
-                                  shownName);
+                Private::Log(Private::DLL_NOT_LOADED, shownName);
             }
             return;
         }
@@ -92,12 +107,7 @@ private:
         }
         Free();
         if (log) {
-            Private::LogPrint(
-                EAL_LOG_ERROR, "base/dllwrapper", 133,
-                "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"%s\" but this version is not valid. "
-                "Calls to this DLL will be unsuccessful. You may need a different version or to specify a "
-                "different path.\n\n",
-                shownName);
+            Private::Log(Private::DLL_NOT_VALID, shownName);
         }
     }
 
@@ -111,7 +121,7 @@ private:
     void* m_handle = nullptr;
 };
 
-/// The wrapper for one thread at a time.
+/// The wrapper without a lock: one thread at a time.
 class DllWrapper : public ThreadSafeDllWrapper<NulLock> {
 public:
     using ThreadSafeDllWrapper<NulLock>::ThreadSafeDllWrapper;

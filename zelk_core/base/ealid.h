@@ -4,7 +4,8 @@
 
 namespace Z4 {
 
-/// Comparison mix-in: gives `Derived`, which must offer `GetId()` as an `Other`, all four forms of == and !=.
+/// Mix-in that compares: `class Derived : public EqualityComparableTo<Derived, Other>`, which has a function GetId()
+/// that returns an `Other`, gets == and != with another Derived and, in both orders, with an `Other`.
 template <class Derived, class Other>
 class EqualityComparableTo {
 public:
@@ -14,8 +15,8 @@ public:
     friend constexpr bool operator==(const Derived& left, Other right) { return left.GetId() == right; }
 };
 
-/// A context identifier, a plain value. The numbers are the host's to hand out; two are fixed: `EAL_ID_VOID`, no
-/// context, and `EAL_ID_ZELK_CORE`, this library.
+/// The number of a context, for which memory is taken and messages are written. The host gives each of its parts such a
+/// number, as it likes. Two are fixed: EAL_ID_VOID, which stands for no context, and EAL_ID_ZELK_CORE, this library.
 class EALId : public EqualityComparableTo<EALId, int> {
 public:
     constexpr EALId(int id) : m_id(id) {}
@@ -27,7 +28,7 @@ private:
 };
 
 inline constexpr int EAL_ID_VOID = -1;
-/// The library's own context, under which all its memory is taken and all its messages are written.
+/// The context under which the library takes its own memory and writes its messages.
 inline constexpr int EAL_ID_ZELK_CORE = 0x40100001;
 
 } // namespace Z4

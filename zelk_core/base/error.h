@@ -1,7 +1,7 @@
 /// @file
-/// The result codes of every fallible operation, and the value objects that carry one.
+/// The result codes of every operation that can fail, and the objects in which some operations return one.
 ///
-/// Every operation here is pure: any thread, no allocation, no failure.
+/// Nothing here allocates, fails or keeps a state. Any thread may call it at any time, without a started service.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -37,18 +37,20 @@ enum Error : int {
     ERR_CORRUPTED_DATA = 24,
 };
 
-/// An English sentence for `error`, static, never null; values outside the enumeration have a text of their own.
+/// An English text for `error`, in static storage. Never null: all values outside the enumeration share a text that
+/// says so.
 [[nodiscard]] Z4_API const char* GetErrorString(Error error);
 
 namespace Private {
 
-/// A result of file, stream, compression, symbol and address operations. Mind the sense of `!`: `!result` reads
-/// "no error", so it is true on success.
+/// The result of file, stream, compression, symbol and address operations. Mind the sense of `!`: read `!result` as "no
+/// error". It is true when the operation succeeded, while the result itself converts to an Error, which is 0 then.
 class ErrorCodeWrapper {
 public:
     constexpr ErrorCodeWrapper() : m_code(ERR_OK) {}
     constexpr ErrorCodeWrapper(Error error) : m_code(error) {}
-    /// Stores the number as it is: platform and host status numbers must be translated by the caller first.
+    /// Stores the number as it is. It should be that of an Error: translate numbers of the system or of the host
+    /// before.
     constexpr ErrorCodeWrapper(long code) : m_code(code) {}
 
     constexpr operator Error() const { return static_cast<Error>(m_code); }
@@ -66,14 +68,14 @@ private:
     long m_code;
 };
 
-/// The Error for a number from `WSAGetLastError`; unknown numbers are ERR_UNHANDLED. Would-block is ERR_NOT_READY,
-/// so that it differs from an operation under way (ERR_IN_PROGRESS).
+/// The Error for a number from `WSAGetLastError`; ERR_UNHANDLED for one that it does not know. A socket that would
+/// block is ERR_NOT_READY; ERR_IN_PROGRESS is an operation that has begun and goes on.
 [[nodiscard]] Z4_API Error TranslateSocketError(int number);
 
 } // namespace Private
 
-/// A result of thread operations: a type of its own, so that it mixes with other results only by an explicit cast. It
-/// compares with an Error as it is.
+/// The result of thread operations. It has a type of its own, so that it is not taken for the result of something else
+/// by mistake: `result == ERR_OK` compiles, every other use asks for `static_cast<Error>(result)`.
 class [[nodiscard]] ThreadErrorCodeWrapper {
 public:
     constexpr ThreadErrorCodeWrapper() : m_code(ERR_OK) {}
@@ -88,13 +90,13 @@ private:
 constexpr bool operator==(ThreadErrorCodeWrapper result, Error error) {
     return static_cast<Error>(result) == error;
 }
-/// Results of two kinds do not compare: cast both to Error where that is meant.
+/// Two results of different kinds do not compare. Where that is meant, cast both to Error.
 bool operator==(ThreadErrorCodeWrapper, Private::ErrorCodeWrapper) = delete;
 
-/// Results of the host's file table, as the library's codes.
+/// The results of the host's file table (eal_file_dll_interface) as the library's codes.
 class EalFile {
 public:
-    /// Unknown numbers are ERR_UNHANDLED.
+    /// The Error for `status`; ERR_UNHANDLED for a number that is no eal_file_status.
     [[nodiscard]] Z4_API static Private::ErrorCodeWrapper TranslateError(eal_file_status status);
 };
 

@@ -1,10 +1,9 @@
 /// @file
-/// Formats that the compiler reads: FormatString accepts a literal only where StrFormat's grammar (strformat.h) has
-/// each of its conversions and the arguments are of the types that they take.
+/// Formats that the compiler checks. A FormatString is made of a literal. It compiles only when each conversion in it
+/// is one of StrFormat's (strformat.h) and the arguments that come with it are of the types that the conversions take.
 ///
-/// The functions called Print take one: StrFormat::Print(), ZelkBasicString::Print(), Private::LogPrint(),
-/// EalAssertPrint(). They are inline and hand all on to the function with a C argument list, so they cost nothing. A
-/// function of your own takes one so:
+/// StrFormat::Print(), ZelkBasicString::Print() and EalAssertPrint() take one. They are inline and call the function
+/// with a C argument list, so the check costs nothing at run time. A function of your own takes one so:
 ///
 ///     template <class... Arguments>
 ///     void Say(FormatString<Arguments...> format, Arguments... arguments) {
@@ -14,207 +13,12 @@
 /// A format that is made at run time goes to the functions with a C argument list, StrFormat::snprintf() and the like.
 #pragma once
 
-#include <cstdint>
 #include <type_traits>
+#include <zelk_core/base/formatreader.h>
 
 namespace Z4 {
 
-/// What is wrong with a format and its arguments.
-enum class FormatFault : std::uint8_t {
-    NONE,
-    NO_FORMAT,              ///< a null pointer
-    UNKNOWN_CONVERSION,     ///< such as `%e`, `%n` and `%zu`
-    INCOMPLETE_CONVERSION,  ///< the text ends behind a `%`
-    LENGTH_WITHOUT_MEANING, ///< `h`, `l` or `ll` before what is no integer; `%lf` and `%lg` are fine, as in C
-    TOO_FEW_ARGUMENTS,
-    TOO_MANY_ARGUMENTS,
-    WRONG_ARGUMENT, ///< an argument is not of the type that its conversion or `*` takes
-};
-
 namespace Private {
-
-/// What a format's conversion must know of an argument.
-struct FormatArgument {
-    enum Kind : std::uint8_t {
-        OTHER,
-        INTEGER,
-        FLOATING,
-        NARROW_TEXT,
-        WIDE_TEXT,
-        POINTER
-    };
-    enum Rank : std::uint8_t {
-        CHAR,
-        SHORT,
-        INT,
-        LONG,
-        LONG_LONG
-    };
-
-    Kind kind = OTHER;
-    Rank rank = INT;
-    bool isSigned = false;
-    bool isUnsigned = false; ///< enumerations are both: compilers differ in what stands behind them
-
-    template <class Type>
-    static constexpr FormatArgument Of() {
-        FormatArgument argument;
-        if constexpr (std::is_integral_v<Type> || (std::is_enum_v<Type> && std::is_convertible_v<Type, long long>)) {
-            using Promoted = decltype(+Type());
-            argument.kind = INTEGER;
-            argument.rank = sizeof(Type) == 1                                    ? CHAR
-                            : sizeof(Type) < sizeof(int)                         ? SHORT
-                            : std::is_same_v<std::make_signed_t<Promoted>, long> ? LONG
-                            : sizeof(Promoted) > sizeof(int)                     ? LONG_LONG
-                                                                                 : INT;
-            argument.isSigned = std::is_signed_v<Type> || std::is_enum_v<Type>;
-            argument.isUnsigned = !std::is_signed_v<Type>;
-        } else if constexpr (std::is_same_v<Type, double> || std::is_same_v<Type, float>) {
-            argument.kind = FLOATING;
-        } else if constexpr (std::is_convertible_v<Type, const char*> && std::is_pointer_v<Type>) {
-            argument.kind = NARROW_TEXT;
-        } else if constexpr (std::is_convertible_v<Type, const wchar_t*> && std::is_pointer_v<Type>) {
-            argument.kind = WIDE_TEXT;
-        } else if constexpr (std::is_pointer_v<Type> || std::is_null_pointer_v<Type>) {
-            argument.kind = POINTER;
-        }
-        return argument;
-    }
-
-    /// Whether each value of the argument is one of the signed integer of this rank that a conversion reads.
-    constexpr bool FitsSigned(Rank wanted) const {
-        return kind == INTEGER && ((rank == wanted && isSigned) || (rank < wanted && wanted <= INT));
-    }
-    constexpr bool FitsUnsigned(Rank wanted) const {
-        return kind == INTEGER && isUnsigned && (rank == wanted || (rank < wanted && wanted <= INT));
-    }
-};
-
-/// Reads a format as StrFormat does.
-template <class Char>
-class FormatReader {
-public:
-    constexpr FormatReader(const Char* format, const FormatArgument* arguments, unsigned count)
-        : m_format(format), m_arguments(arguments), m_end(arguments + count) {}
-
-    constexpr FormatFault Read() {
-        if (m_format == nullptr) {
-            return FormatFault::NO_FORMAT;
-        }
-        for (; *m_format != 0; ++m_format) {
-            if (*m_format == '%') {
-                ++m_format;
-                if (const FormatFault fault = ReadConversion(); fault != FormatFault::NONE) {
-                    return fault;
-                }
-            }
-        }
-        return m_arguments == m_end ? FormatFault::NONE : FormatFault::TOO_MANY_ARGUMENTS;
-    }
-
-private:
-    enum Length : std::uint8_t {
-        NO_LENGTH,
-        SHORT,
-        LONG,
-        LONG_LONG
-    };
-
-    constexpr FormatFault ReadConversion() {
-        while (IsOneOf("-0+ #'")) {
-            ++m_format;
-        }
-        FormatFault fault = ReadNumber();
-        if (Accept('.') && fault == FormatFault::NONE) {
-            fault = ReadNumber();
-        }
-        const Length length = Accept('h') ? SHORT : !Accept('l') ? NO_LENGTH : Accept('l') ? LONG_LONG : LONG;
-        if (fault != FormatFault::NONE || *m_format == '%') {
-            return fault != FormatFault::NONE || length == NO_LENGTH ? fault : FormatFault::LENGTH_WITHOUT_MEANING;
-        }
-        if (*m_format == 0) {
-            return FormatFault::INCOMPLETE_CONVERSION;
-        }
-        if (!IsOneOf("diuoxXDOUpfgsc")) {
-            return FormatFault::UNKNOWN_CONVERSION;
-        }
-        if ((IsOneOf("psc") && length != NO_LENGTH) || (IsOneOf("fg") && length != NO_LENGTH && length != LONG)) {
-            return FormatFault::LENGTH_WITHOUT_MEANING;
-        }
-        return Take([this, length](const FormatArgument& argument) { return IsTaken(argument, length); });
-    }
-
-    /// A width or a precision.
-    constexpr FormatFault ReadNumber() {
-        if (Accept('*')) {
-            return Take([](const FormatArgument& argument) { return argument.FitsSigned(FormatArgument::INT); });
-        }
-        while (IsOneOf("0123456789")) {
-            ++m_format;
-        }
-        return FormatFault::NONE;
-    }
-
-    constexpr bool IsTaken(const FormatArgument& argument, Length length) const {
-        constexpr bool IS_NARROW = sizeof(Char) == 1;
-        const bool isLong = IsOneOf("DOU") && length != LONG_LONG;
-        const FormatArgument::Rank rank = isLong || length == LONG ? FormatArgument::LONG
-                                          : length == LONG_LONG    ? FormatArgument::LONG_LONG
-                                          : length == SHORT        ? FormatArgument::SHORT
-                                                                   : FormatArgument::INT;
-        switch (*m_format) {
-        case 'd':
-        case 'i':
-        case 'D':
-            return argument.FitsSigned(rank);
-        case 'u':
-        case 'U':
-            return argument.FitsUnsigned(rank);
-        case 'p':
-            return argument.kind >= FormatArgument::NARROW_TEXT;
-        case 'f':
-        case 'g':
-            return argument.kind == FormatArgument::FLOATING;
-        case 's':
-            return argument.kind == (IS_NARROW ? FormatArgument::NARROW_TEXT : FormatArgument::WIDE_TEXT);
-        case 'c':
-            // Another rank would be cut, or filled with the sign of a `char`.
-            return argument.kind == FormatArgument::INTEGER &&
-                   (argument.rank == (IS_NARROW ? FormatArgument::CHAR : FormatArgument::SHORT) ||
-                    (argument.rank == FormatArgument::INT && argument.isSigned));
-        default:
-            // The bits of a signed one are asked for on purpose, unless its sign would fill a wider integer.
-            return argument.FitsUnsigned(rank) || (argument.kind == FormatArgument::INTEGER && argument.rank == rank);
-        }
-    }
-
-    template <class IsRight>
-    constexpr FormatFault Take(IsRight isRight) {
-        if (m_arguments == m_end) {
-            return FormatFault::TOO_FEW_ARGUMENTS;
-        }
-        return isRight(*m_arguments++) ? FormatFault::NONE : FormatFault::WRONG_ARGUMENT;
-    }
-
-    constexpr bool IsOneOf(const char* characters) const {
-        while (*characters != 0 && static_cast<Char>(*characters) != *m_format) {
-            ++characters;
-        }
-        return *characters != 0;
-    }
-
-    constexpr bool Accept(char expected) {
-        if (*m_format != static_cast<Char>(expected)) {
-            return false;
-        }
-        ++m_format;
-        return true;
-    }
-
-    const Char* m_format;
-    const FormatArgument* m_arguments;
-    const FormatArgument* m_end;
-};
 
 /// Not constant, and never defined.
 template <FormatFault>
@@ -222,16 +26,17 @@ void FormatDoesNotCompile();
 
 } // namespace Private
 
-/// What is wrong with a format for arguments of these types. It is stricter than the formatter, which converts what it
-/// is given: of an integer each value must come out as it is, and nothing may be ignored.
+/// What is wrong with `format` for arguments of these types; FormatFault::NONE when nothing is. The check is stricter
+/// than the formatter: every value of an argument's type must be printed as it is, and neither an argument nor a length
+/// may be without effect.
 ///
-/// - `d`, `i` take the signed integer of the length, `u` the unsigned one; without `l` narrower ones of which each
-///   value fits, too. `o`, `x`, `X` take both, but no narrower signed one, whose sign would show.
-/// - An unscoped enumeration counts as its integer, with either sign; a scoped one must be cast. `bool` and characters
+/// - `d` and `i` take a signed integer of the length that is given, `u` an unsigned one, `o`, `x` and `X` either. Without
+///   `l` they also take a narrower integer whose values all fit; for `u`, `o`, `x` and `X` that is an unsigned one.
+/// - An unscoped enumeration counts as an integer of either sign; a scoped one must be cast. `bool` and character types
 ///   are integers.
-/// - `c` takes an `int` or the character type of the format (another type of its size also does), `s` a pointer to
-///   characters of the format's type, `f` and `g` a `float` or `double`, `p` any pointer, `*` an `int` or a narrower
-///   integer.
+/// - `c` takes an `int` or an integer of the size of the format's characters, `s` a pointer to characters of the
+/// format's
+///   type, `f` and `g` a `float` or `double`, `p` any pointer, and `*` an `int` or a narrower integer.
 template <class Char, class... Arguments>
 constexpr FormatFault CheckFormat(const Char* format) {
     // One more, as there is no array of none.
@@ -239,7 +44,7 @@ constexpr FormatFault CheckFormat(const Char* format) {
     return Private::FormatReader<Char>(format, ARGUMENTS, sizeof...(Arguments)).Read();
 }
 
-/// A format that fits arguments of these types. Made of a literal only, in the compiler.
+/// A format that was checked against arguments of these types. Only a constant, such as a literal, can become one.
 template <class Char, class... Arguments>
 class BasicFormatString {
 public:
@@ -269,7 +74,7 @@ private:
 };
 
 /// @{
-/// For the parameter before `Arguments... arguments`, from which alone the types are deduced.
+/// The type of the parameter that stands before `Arguments... arguments`: the types are deduced from those alone.
 template <class... Arguments>
 using FormatString = BasicFormatString<char, std::type_identity_t<Arguments>...>;
 template <class... Arguments>

@@ -1,18 +1,19 @@
 /// @file
-/// Checksums and hash values of byte buffers and strings. None of them resists an attacker who chooses the input.
+/// Checksums and hash values of byte buffers and strings. None of them is safe against somebody who chooses the input
+/// in order to make values equal.
 ///
-/// A `char` pointer is always a terminated text. `Hash::CRC(data, size)` with a `char* data` therefore compiles, but
-/// hashes up to the first zero and takes the size for the seed. For a buffer of `char`, write
+/// A pointer to `char` is always taken for a terminated text. With `char* data`, `Hash::CRC(data, size)` compiles, but
+/// it hashes up to the first zero and takes the size for the seed. For a buffer of `char`, write
 ///
 ///     Hash::CRC(reinterpret_cast<const unsigned char*>(data), size)
 ///
-/// Every family takes a buffer with its size in bytes, a narrow string or a wide string. A narrow string is hashed over
-/// its bytes, a wide one over the bytes of its 16-bit units, low byte first, each without its terminator: the same
-/// bytes give the same value in every form.
+/// Every family takes a buffer with its size in bytes, a narrow string or a wide string. A narrow string is hashed as
+/// the buffer of its bytes, a wide string as the buffer of its 16-bit units, low byte first, both without the
+/// terminator. So the same bytes give the same value in all three forms.
 ///
-/// A size of 0 and an empty string are fine everywhere, a buffer of size 0 may be null, and a null string counts as
-/// empty. Buffers and strings need no alignment; `size` bytes must be readable. Results are the same on every
-/// processor. Any thread may call any function; nothing is allocated, and nothing fails.
+/// A buffer must have `size` readable bytes, and may be null when `size` is 0. A null string counts as an empty one.
+/// Nothing needs to be aligned. Values are the same on every processor, so they can be stored and sent. Any thread may
+/// call anything at any time; nothing is allocated, and nothing fails.
 #pragma once
 
 #include <cstdint>
@@ -54,16 +55,16 @@ constexpr std::uint32_t CrcStepByte(std::uint32_t crc, unsigned char byte, const
 
 } // namespace Private
 
-/// A namespace in the form of a class.
+/// All functions are static; there are no objects of this class.
 class Hash {
 public:
     Hash() = delete;
 
     /// FNV-1a, 32 bits, offset basis 0x811C9DC5 (Fowler, Noll and Vo, "The FNV Non-Cryptographic Hash Algorithm").
-    /// Nothing hashes to the offset basis.
+    /// An empty input gives the offset basis.
     [[nodiscard]] Z4_API static std::uint32_t FNV32(const unsigned char* buffer, unsigned size);
-    /// @return the hash in the lower 32 bits, and the length of the string in the upper: convert it to 32 bits to
-    /// compare it with the other forms.
+    /// @return the hash in the lower 32 bits, and the length of the string in the upper 32. Convert it to
+    /// `std::uint32_t` before you compare it with a value of another form.
     [[nodiscard]] Z4_API static std::uint64_t FNV32(const char* string);
     [[nodiscard]] Z4_API static std::uint32_t FNV32(const wchar_t* string);
 
@@ -73,8 +74,8 @@ public:
     [[nodiscard]] Z4_API static std::uint64_t FNV64(const wchar_t* string);
 
     /// The rotating hash (after Knuth, "The Art of Computer Programming", volume 3, section 6.4): each byte rotates the
-    /// value left by 4 bits and is xored in. `seed` is the first value, so that a result continues over the next piece;
-    /// nothing hashes to `seed`.
+    /// value left by 4 bits and is xored in. `seed` is the value before the first byte, and that of an empty input.
+    /// With the value of one piece as the seed of the next, the pieces hash as the whole.
     [[nodiscard]] Z4_API static std::uint32_t Knuth(const unsigned char* buffer, unsigned size, std::uint32_t seed = 0);
     [[nodiscard]] Z4_API static std::uint32_t Knuth(const char* string, std::uint32_t seed = 0);
     [[nodiscard]] Z4_API static std::uint32_t Knuth(const wchar_t* string, std::uint32_t seed = 0);
@@ -97,34 +98,36 @@ public:
 
     /// SuperFastHash (Hsieh, "Hash functions", 2004) with two differences: the last byte of an odd size counts as
     /// unsigned, and the final mixing has five steps of its own. Values therefore differ from the published ones.
-    /// Nothing hashes to 0.
+    /// An empty input gives 0.
     [[nodiscard]] Z4_API static std::uint32_t Fast(const unsigned char* buffer, unsigned size);
     [[nodiscard]] Z4_API static std::uint32_t Fast(const char* string);
     [[nodiscard]] Z4_API static std::uint32_t Fast(const wchar_t* string);
 
-    /// CRC-32 of IEEE 802.3, as zlib's crc32: reflected, polynomial 0x04C11DB7, inverted before and after. `crc` is the
-    /// result over the data before, 0 at the start: the CRC of a whole equals that of its pieces one after the other.
-    /// Processors with carry-less multiplication fold 64 bytes a step (Gopal and others, "Fast CRC Computation for
-    /// Generic Polynomials Using PCLMULQDQ Instruction", Intel, 2009); others slice by four (Kounavis and Berry, "A
-    /// Systematic Approach to Building High Performance Software-based CRC Generators", 2005).
+    /// CRC-32 of IEEE 802.3, which is zlib's crc32, too: reflected, polynomial 0x04C11DB7, inverted before and after.
+    /// `crc` is 0 for the first piece of the data and the CRC of all pieces before for each further one; the last
+    /// result is the CRC of the whole. Processors with carry-less multiplication fold 64 bytes a step (Gopal and
+    /// others, "Fast CRC Computation for Generic Polynomials Using PCLMULQDQ Instruction", Intel, 2009); others slice
+    /// by four (Kounavis and Berry, "A Systematic Approach to Building High Performance Software-based CRC Generators",
+    /// 2005).
     [[nodiscard]] Z4_API static std::uint32_t CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc = 0);
     [[nodiscard]] Z4_API static std::uint32_t CRC(const char* string, std::uint32_t crc = 0);
-    /// A string that is not aligned to 4 bytes gives the same value, and one warning to the host's log table, which
-    /// must be installed for such strings.
+    /// A string at an address that is no multiple of 4 gives the same value, and one warning to the host's log: a
+    /// service must be started then (lifecycle.h).
     [[nodiscard]] Z4_API static std::uint32_t CRC(const wchar_t* string, std::uint32_t crc = 0);
 
-    /// The same over a table of CreateCrcTable, byte by byte. `crc` has no default, so that a literal 0 in third place
-    /// stays a CRC and never becomes a null table.
+    /// The CRC of another polynomial, by a table of CreateCrcTable(), byte by byte; inverted before and after, too.
+    /// `crc` is 0 for the first piece, and has no default: in `CRC(data, size, 0)` the 0 is a CRC, not a null table.
     [[nodiscard]] Z4_API static std::uint32_t CRC(const unsigned char* buffer, unsigned size,
                                                   const std::uint32_t table[256], std::uint32_t crc);
 
-    /// Fills `table` for a reflected CRC of 32 bits over any polynomial, given with its highest power in the highest
-    /// bit and x^32 left out: 0x04C11DB7 gives the table that CRC uses.
+    /// Fills `table` for the reflected 32-bit CRC of `polynomial`, which is written with the coefficient of x^31 in its
+    /// highest bit and without x^32: 0x04C11DB7 gives the table of CRC-32.
     Z4_API static void CreateCrcTable(std::uint32_t polynomial, std::uint32_t table[256]);
 
-    /// A hash for names, usable at compile time: from the last character to the first, with the table of CRC-32,
-    /// value = table[c] xor ((c * 256) + value), c signed in the sum. `seed` is the first value. Only the first 50
-    /// characters count: names that agree in them are equal.
+    /// A hash for names that compilers can compute. From the last character c to the first, the value becomes
+    /// table[c] xor (c * 256 + value), where table is that of CRC-32 and c is signed in the sum; `seed` is the value
+    /// before, and that of the empty string. Only the first 50 characters count: names that differ only behind them
+    /// have the same value.
     [[nodiscard]] static constexpr std::uint32_t CTCRC(const char* string, std::uint32_t seed) {
         int length = 0;
         while (string != nullptr && length < 50 && string[length] != '\0') {
@@ -139,8 +142,8 @@ public:
         return value;
     }
 
-    /// CRC-32, usable at compile time: as CRC, but `seed` is the register itself, not inverted. Hence
-    /// CTCRC32B(s, 0xFFFFFFFF) equals CRC(s), and the empty string gives the complement of `seed`.
+    /// CRC-32 that compilers can compute. It differs from CRC in that `seed` is not inverted before: CTCRC32B(s,
+    /// 0xFFFFFFFF) equals CRC(s), and the empty string gives the complement of `seed`.
     [[nodiscard]] static constexpr std::uint32_t CTCRC32B(const char* string, std::uint32_t seed) {
         std::uint32_t crc = seed;
         for (const char* p = string; p != nullptr && *p != '\0'; ++p) {

@@ -1,25 +1,29 @@
 /// @file
 /// Start-up and shut-down of the base services: messages, memory, module loading.
 ///
-/// How every pair of the library works: the host installs its six tables (see ealinterface.h), calls the Initialize
-/// function of each service that it wants, and at the end the matching Shutdown functions in reverse order. The first
-/// start of any service starts the host's log and memory tables, the last shut-down shuts them down.
+/// Every service of the library has such a pair of functions, and all pairs work alike. The host installs its six
+/// tables (ealinterface.h), calls the Initialize function of each service that it wants, and at the end calls the
+/// Shutdown functions in reverse order. Whichever service is started first starts the host's log and memory tables; the
+/// shut-down of the last service shuts them down.
 ///
-/// Calls nest and must balance. A Shutdown too many is reported where contracts are checked; its count then wraps
-/// around, so that the next Initialize starts nothing.
+/// A service may be started several times: it stays up until it has been shut down as often. Never shut a service down
+/// more often: a library built with ZELK_CHECKS reports it; in any library the service's count is then wrong, and its
+/// next start does nothing.
 ///
-/// InitializeOS and ShutdownOS may come from any thread at any time; all others come from one thread at a time. Whoever
-/// comes back from an Initialize function finds the host's tables started, whichever thread started them: while one
-/// thread is in a first start or a last shut-down, the others wait, giving up the processor. Hence the host's `init`,
-/// `shutdown` and `name_id` slots must not call any Initialize or Shutdown function, nor wait for a thread that does:
-/// they would wait for ever.
+/// InitializeOS() and ShutdownOS() may be called by any thread at any time. All other pairs are called by one thread at
+/// a time. When an Initialize function returns, the host's tables are started, even if another thread is the one that
+/// started them: a thread that comes while another starts or shuts down the tables waits for it. Therefore the host's
+/// `init`, `shutdown` and `name_id` must neither call an Initialize or Shutdown function nor wait for a thread that
+/// does: they would wait for ever.
 #pragma once
 
 #include <zelk_core/base/api.h>
 
 namespace Z4 {
 
+/// Starts the base services. Classes and functions of `base/` that log or take memory need it, or any other service.
 Z4_API void InitializeBase();
+/// Ends what one InitializeBase() started.
 Z4_API void ShutdownBase();
 
 } // namespace Z4

@@ -1,8 +1,9 @@
 /// @file
-/// Messages and assertions, handed to the host's log table. The host decides which levels are printed, and formats.
+/// Messages and assertions on their way to the host's log table. The host decides which levels are printed, and formats
+/// what it prints.
 ///
-/// A message's text carries its own prefix, level tag and line ends; its file and line are fixed names by which users
-/// find it, not the place in today's source.
+/// A message's text is complete, with prefix, level and line ends. Its file and line are a fixed name, by which users
+/// find the message in every version of the library; they do not say where the call stands today.
 #pragma once
 
 #include <cstdarg>
@@ -12,7 +13,7 @@
 
 namespace Z4 {
 
-/// Powers of two, so that a host can keep the enabled ones in a mask.
+/// How serious a message is. The values are single bits: a host can keep those that it prints in one mask.
 enum EalLogLevel : unsigned {
     EAL_LOG_INFO = 1,
     EAL_LOG_WARNING = 2,
@@ -21,12 +22,13 @@ enum EalLogLevel : unsigned {
 
 namespace Private {
 
-/// Hands one message to the host under the library's context, unformatted, when the host has `level` enabled; does
-/// nothing otherwise. Any thread. `format` and what it refers to must live until the call returns.
+/// Asks the host whether it prints messages of `level` from the library, and if so hands it the message as it is, for
+/// the host to format. Any thread, between the start of the first service and the end of the last.
+/// @param format by the rules of `printf`, with its arguments behind it.
 Z4_PRINTF(4, 5)
 Z4_API void Log(EalLogLevel level, const char* file, unsigned long line, const char* format, ...);
 
-/// Log() with a format that is checked when it is compiled, see formatcheck.h.
+/// Log() with a format that the compiler checks (formatcheck.h).
 template <class... Arguments>
 void LogPrint(EalLogLevel level, const char* file, unsigned long line, FormatString<Arguments...> format,
               Arguments... arguments) {
@@ -53,15 +55,18 @@ void Log(const Message<Arguments...>& message, std::type_identity_t<Arguments>..
 
 } // namespace Private
 
-/// Reports a failed assertion to the host, with a message built by StrFormat and cut to 1023 characters.
-/// @param id the context that the assertion belongs to, see EALId.
-/// @param ignoreFlag passed through for the host to read or set, so that an assertion can be silenced for good.
-/// @return the host's answer, commonly whether to break into the debugger; acting on it is the caller's part.
+/// Reports a failed assertion to the host. Any thread, as soon as the log table is installed.
+/// @param id the context that the assertion belongs to (see EALId).
+/// @param ignoreFlag handed to the host, which sets it to hear no more of this assertion. Null, or one number for each
+/// assertion, 0 at first. The library does not read it.
+/// @param format by StrFormat's rules, with its arguments behind it. The message is cut to 1023 characters.
+/// @return whether to stop in the debugger, as the host answers. Stopping is left to the caller: see Z4_BREAK() in
+/// api.h.
 [[nodiscard]] Z4_PRINTF(6, 7) Z4_API
     bool EalAssertWithMessage(int id, const char* expression, const char* file, unsigned long line,
                               unsigned long* ignoreFlag, const char* format, ...);
 
-/// EalAssertWithMessage() with a format that is checked when it is compiled, see formatcheck.h.
+/// EalAssertWithMessage() with a format that the compiler checks (formatcheck.h).
 template <class... Arguments>
 bool EalAssertPrint(int id, const char* expression, const char* file, unsigned long line, unsigned long* ignoreFlag,
                     FormatString<Arguments...> format, Arguments... arguments) {

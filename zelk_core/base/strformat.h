@@ -1,9 +1,10 @@
 /// @file
-/// The bounded formatter of every text that the library builds: the familiar conversions with one result on every
+/// Formats text into a buffer that is never overrun: the conversions of `printf`, with the same result on every
 /// platform, in narrow and in wide characters.
 ///
-/// Where the format is a literal, call StrFormat::Print(): a conversion that is not known here, and an argument that it
-/// does not take, do not compile. Any thread; no locale, no allocation, no failure.
+/// Where the format is a literal, call StrFormat::Print(), which does not compile with a conversion that is not known
+/// here or an argument that it does not take. Any thread may call anything at any time. No locale is looked at, nothing
+/// is allocated, and nothing fails.
 #pragma once
 
 #include <cstdarg>
@@ -12,16 +13,17 @@
 
 namespace Z4 {
 
-/// Formats into a buffer of the caller's. Mind what differs from the C library: there is no exponent notation, so `%e`
-/// prints an "e" and takes no argument; `%g` is `%f` without trailing zeros; halves round up; a floating-point zero has
-/// no sign; a null string prints nothing.
+/// Formats into a buffer of the caller's. This differs from the C library: there is no exponent notation, so `%e`
+/// prints an "e" and takes no argument; `%g` prints what `%f` does, without the zeros at its end; a last digit is
+/// rounded up from half on; a floating-point zero has no sign; a null string prints nothing.
 ///
 /// A conversion is `%`, flags, width, precision, length and conversion character, in this order.
 ///
-/// - Flags, in any number and order: `-` justifies to the left; `0` pads a number on the left with zeros, after its
-///   sign or prefix, unless `-` is given, and also when it has a precision; `+` puts a "+" before signed integers that
-///   are not negative and before floating-point numbers above zero; a space puts a space before the former and a "+"
-///   before the latter (`+` goes first); `#` is the alternate form of `o`, `x` and `X`; `'` is ignored.
+/// - Flags, in any number and order. `-` justifies to the left. `0` pads a number with zeros between its sign or prefix
+///   and its digits, also when it has a precision, but not together with `-`. `+` puts a "+" before a signed integer
+///   that is not negative and before a floating-point number above zero. A space puts a space before the former and a
+///   "+" before the latter; `+` makes it have no effect. `#` chooses the alternate form of `o`, `x` and `X`. `'` is
+///   ignored.
 /// - Width: a decimal number, or `*` for an `int` argument; a negative argument justifies to the left and counts by
 ///   its magnitude. Nothing is ever cut to the width.
 /// - Precision: `.` and a decimal number (without one it is 0), or `.*` for an `int` argument; a negative argument is
@@ -54,20 +56,22 @@ namespace Z4 {
 class StrFormat {
 public:
     /// Formats into `buffer`, whose `size` counts characters: the first `size - 1` of the output are stored and always
-    /// terminated. Nothing is stored when `size` is 0 or `buffer` is null. What does not fit costs no time but that of
-    /// finding the lengths of strings.
-    /// @param format null counts as empty.
-    /// @param arguments must match `format`, and must not lie in `buffer`; unspecified afterwards.
-    /// @return the length of the complete output without terminator, stored or not; INT_MAX when it is longer.
+    /// terminated. Nothing is stored when `size` is 0 or `buffer` is null.
+    /// @param format null counts as the empty format.
+    /// @param arguments must be of the types that `format` asks for. Strings among them must not lie in `buffer`. What
+    /// is left in the list afterwards is unspecified.
+    /// @return the length of the complete output without terminator, whether it was stored or not; INT_MAX when it is
+    /// longer than that. A result of `size` or more means that the text was cut.
     Z4_API static int vsnprintf(char* buffer, unsigned size, const char* format, va_list arguments);
 
-    /// vsnprintf() of the arguments that follow, for formats that are made at run time. Compilers check a literal as if
-    /// it were for the C library's `printf`: they let `%e` and `%zu` pass, and know `D`, `O` and `U` only as `ld`, `lo`
-    /// and `lu`.
+    /// vsnprintf() of the arguments that follow, for formats that are made at run time. Compilers check a literal by
+    /// the rules of the C library's `printf`: they let `%e` and `%zu` pass, which are none of this formatter's, and
+    /// refuse `D`, `O` and `U`.
     Z4_PRINTF(3, 4)
     Z4_API static int snprintf(char* buffer, unsigned size, const char* format, ...);
 
-    /// snprintf() with a format that is checked when it is compiled, at no cost: see formatcheck.h.
+    /// snprintf() with a literal, which the compiler checks by this formatter's rules (formatcheck.h). Costs nothing
+    /// more.
     template <class... Arguments>
     static int Print(char* buffer, unsigned size, FormatString<Arguments...> format, Arguments... arguments) {
         // Through a pointer that carries no check: the compilers' own would complain that it cannot see the format.
@@ -75,8 +79,8 @@ public:
         return print(buffer, size, format.Get(), arguments...);
     }
 
-    /// The same in wide characters, by the same rules: `%s` takes wide strings and `%c` a wide character. Buffer,
-    /// format and strings may lie at odd addresses.
+    /// vsnprintf() in wide characters: `size` and the result count them, `%s` takes a wide string and `%c` a wide
+    /// character. Buffer, format and strings may lie at odd addresses.
     Z4_API static int vsnprintf(wchar_t* buffer, unsigned size, const wchar_t* format, va_list arguments);
 
     /// vsnprintf() of the arguments that follow, for formats that are made at run time. No compiler checks them.
@@ -87,12 +91,14 @@ public:
         return snprintf(buffer, size, format.Get(), arguments...);
     }
 
-    /// Renders `value` for people, in the largest binary prefix (Ki, Mi, Gi, Ti, Pi, Ei) of which it has one or more:
-    /// 1536 with precision 1 is "1.5 KiB". Rounding is exact, halves go up, and what rounds to 1024 moves on to the
-    /// next prefix: 1048575 is "1.0 MiB". Values below 1024 are whole: "512 B".
-    /// @param size of `buffer` in characters; the text is cut as vsnprintf() does. 18 and the unit's length suffice.
-    /// @param unit what is counted, written after the prefix; null is "B". With an empty one "512" and "1.5 Ki" remain.
-    /// @param precision fractional digits, taken to the nearest of 0 to 9.
+    /// Writes `value` for people to read, with the largest of the binary prefixes Ki, Mi, Gi, Ti, Pi and Ei that leaves
+    /// at least 1: 1536 with precision 1 is "1.5 KiB". The last digit is rounded exactly, up from half on; what becomes
+    /// 1024 so takes the next prefix: 1048575 with precision 1 is "1.0 MiB". A value below 1024 has no fraction: "512
+    /// B".
+    /// @param size of `buffer` in characters. 18 and the unit's length are enough; a longer text is cut to `size` - 1
+    /// characters and terminated, and with a size of 0 nothing is stored.
+    /// @param unit what is counted, written behind the prefix. Null means "B". The empty unit gives "512" and "1.5 Ki".
+    /// @param precision the number of fractional digits: 0 to 9; a number beyond them counts as the nearer of the two.
     /// @return `buffer`.
     Z4_API static char* FormatSize(char* buffer, unsigned size, unsigned long long value, const char* unit,
                                    int precision);

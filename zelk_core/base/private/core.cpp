@@ -5,11 +5,11 @@
 namespace Z4::Private {
 
 namespace {
-constinit StartCount g_core;
+constinit StartCount g_coreUsers;
 } // namespace
 
-void TakeCore() {
-    g_core.Take([] {
+void AddCoreUser() {
+    g_coreUsers.Take([] {
         // Logging is up first and down last, so that the memory table can use it.
         Z4_SLOT(g_log.init)(EAL_LOG_VERSION);
         Z4_SLOT(g_mem.init)(EAL_MEM_VERSION);
@@ -18,8 +18,8 @@ void TakeCore() {
     });
 }
 
-void ReleaseCore() {
-    g_core.Release([] {
+void RemoveCoreUser() {
+    g_coreUsers.Release([] {
         Z4_SLOT(g_mem.shutdown)();
         Z4_SLOT(g_log.shutdown)();
     });

@@ -7,9 +7,9 @@
 
 /// A slot that is about to be called, `Z4_SLOT(g_net.init)(version)`, by this name everywhere. Null is reported, with
 /// the slot's name, where contracts are checked; called it is all the same.
-#define Z4_SLOT(slot)                                                                                            \
-    (Z4_ASSERT(slot != nullptr, "The host installs its tables before it starts a service, and fills every slot " \
-                                "that the service reaches."),                                                    \
+#define Z4_SLOT(slot)                                                                                              \
+    (Z4_ASSERT((slot) != nullptr, "The host installs its tables before it starts a service, and fills every slot " \
+                                  "that the service reaches."),                                                    \
      (slot))
 
 namespace Z4::Private {

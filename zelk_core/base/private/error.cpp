@@ -1,11 +1,20 @@
 #include <iterator>
 #include <zelk_core/base/error.h>
+#include <zelk_core/base/layout.h>
 
 namespace Z4 {
 
+template <>
+struct Private::Layout<Private::ErrorCodeWrapper> {
+    static_assert(sizeof(ErrorCodeWrapper) == sizeof(Error));
+};
+
+template <>
+struct Private::Layout<ThreadErrorCodeWrapper> {
+    static_assert(sizeof(ThreadErrorCodeWrapper) == sizeof(Error));
+};
+
 static_assert(sizeof(Error) == 4);
-static_assert(sizeof(Private::ErrorCodeWrapper) == 4);
-static_assert(sizeof(ThreadErrorCodeWrapper) == 4);
 
 namespace {
 

@@ -11,15 +11,18 @@ namespace Private {
 
 namespace {
 
-using CrcFunction = decltype(&CrcPortable);
+constexpr Message<int> UNALIGNED_STRING{
+    EAL_LOG_WARNING, "base/hash", 600,
+    "[Z4::Hash] EAL_LOG_WARNING: ComputeCRC called with unaligned string buffer. Falling back to byte array of %d "
+    "bytes.\n  Please align buffer or use ComputeCRC<>(const U8*, ...) for better performances.\n"};
 
-std::uint32_t CrcChoose(const unsigned char* buffer, unsigned size, std::uint32_t crc);
+std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::uint32_t crc);
 
 /// Threads that meet the first call together all choose alike, so the order of their stores is indifferent.
-constinit std::atomic<CrcFunction> g_crc{CrcChoose};
+constinit std::atomic<CrcFunction> g_crc{CrcChooseAndRun};
 
-std::uint32_t CrcChoose(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
-    const CrcFunction choice = HasPclmul() ? CrcPclmul : CrcPortable;
+std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
+    const CrcFunction choice = ChooseCrc(HasPclmul());
     g_crc.store(choice, std::memory_order_relaxed);
     return choice(buffer, size, crc);
 }
@@ -43,12 +46,7 @@ std::uint32_t Hash::CRC(const char* string, std::uint32_t crc) {
 std::uint32_t Hash::CRC(const wchar_t* string, std::uint32_t crc) {
     const Private::Bytes bytes = Private::BytesOf(string);
     if (reinterpret_cast<std::uintptr_t>(string) % 4 != 0) {
-        Private::LogPrint(
-            EAL_LOG_WARNING, "base/hash", 600,
-            "[Z4::Hash] EAL_LOG_WARNING: ComputeCRC called with unaligned string buffer. Falling back to byte "
-            "array of %d bytes.\n  Please align buffer or use ComputeCRC<>(const U8*, ...) for better "
-            "performances.\n",
-            static_cast<int>(bytes.size));
+        Private::Log(Private::UNALIGNED_STRING, static_cast<int>(bytes.size));
     }
     return CRC(bytes.data, bytes.size, crc);
 }

@@ -16,4 +16,9 @@ std::uint32_t CrcPclmul(const unsigned char* buffer, unsigned size, std::uint32_
 /// Whether the processor has carry-less multiplication and SSE4.1.
 bool HasPclmul();
 
+using CrcFunction = decltype(&CrcPortable);
+
+/// The variant for a processor that has, or has not, what HasPclmul() asks for.
+CrcFunction ChooseCrc(bool hasPclmul);
+
 } // namespace Z4::Private

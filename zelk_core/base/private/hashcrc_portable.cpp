@@ -49,4 +49,8 @@ bool HasPclmul() {
     return (Cpuid(1).ecx & (PCLMULQDQ | SSE41)) == (PCLMULQDQ | SSE41);
 }
 
+CrcFunction ChooseCrc(bool hasPclmul) {
+    return hasPclmul ? CrcPclmul : CrcPortable;
+}
+
 } // namespace Z4::Private

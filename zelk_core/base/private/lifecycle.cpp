@@ -2,9 +2,9 @@
 #include <zelk_core/base/private/core.h>
 
 void Z4::InitializeBase() {
-    Private::TakeCore();
+    Private::AddCoreUser();
 }
 
 void Z4::ShutdownBase() {
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
 }

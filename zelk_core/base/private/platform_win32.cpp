@@ -12,30 +12,61 @@
 
 namespace Z4 {
 
-static_assert(sizeof(MEMORYSTATUSEX) == 64);
-static_assert(sizeof(PROCESS_MEMORY_COUNTERS_EX) == 44);
-static_assert(sizeof(MemoryInfo) == 72);
-static_assert(offsetof(MemoryInfo, workingSetSize) == 24);
-static_assert(offsetof(MemoryInfo, memoryLoad) == 32);
-static_assert(offsetof(MemoryInfo, usedPhysicalMemory) == 40);
+template <>
+struct Private::Layout<MemoryInfo> {
+    static_assert(offsetof(MemoryInfo, usedVirtualMemory) == 0);
+    static_assert(offsetof(MemoryInfo, totalVirtualMemory) == 8);
+    static_assert(offsetof(MemoryInfo, peakPageFileUsage) == 16);
+    static_assert(offsetof(MemoryInfo, workingSetSize) == 24);
+    static_assert(offsetof(MemoryInfo, memoryLoad) == 32);
+    static_assert(offsetof(MemoryInfo, usedPhysicalMemory) == 40);
+    static_assert(offsetof(MemoryInfo, totalPhysicalMemory) == 48);
+    static_assert(offsetof(MemoryInfo, usedPageFile) == 56);
+    static_assert(offsetof(MemoryInfo, totalPageFile) == 64);
+    static_assert(sizeof(MemoryInfo) == 72);
+};
 
-struct PlatformLayout {
+template <>
+struct Private::Layout<Platform> {
     static_assert(offsetof(Platform, m_processorCount) == 0);
+    static_assert(offsetof(Platform, m_coreCount) == 4);
     static_assert(offsetof(Platform, m_cacheLineSize) == 8);
     static_assert(offsetof(Platform, m_l1CacheSize) == 12);
+    static_assert(offsetof(Platform, m_l2CacheSize) == 16);
+    static_assert(offsetof(Platform, m_l3CacheSize) == 20);
     static_assert(offsetof(Platform, m_regionSize) == 24);
     static_assert(offsetof(Platform, m_physicalMemory) == 32);
     static_assert(offsetof(Platform, m_minAddress) == 40);
+    static_assert(offsetof(Platform, m_maxAddress) == 44);
     static_assert(offsetof(Platform, m_family) == 48);
+    static_assert(offsetof(Platform, m_model) == 52);
     static_assert(offsetof(Platform, m_vendor) == 56);
     static_assert(offsetof(Platform, m_hypervisorPresent) == 60);
     static_assert(offsetof(Platform, m_driveNames) == 61);
 };
 
+// The records by which the system is asked hold their own size.
+static_assert(sizeof(MEMORYSTATUSEX) == 64);
+static_assert(sizeof(PROCESS_MEMORY_COUNTERS_EX) == 44);
+
 namespace {
 
 constexpr char NETWORK_ROOT[] = "\\\\";
 constexpr unsigned DRIVE_STRINGS_CAPACITY = 257;
+
+static_assert(Z4_CORE_VERSION == 40302, "The text below says so.");
+constexpr Private::Message<> PLATFORM_INFO{EAL_LOG_INFO, "base/private/platform_win32", 677,
+                                           "\n==== Win64 platform info =============================================\n"
+                                           "Z4_CORE_VERSION                   40302\n"
+                                           "Z4_CORE_VERSION_STRING            " Z4_CORE_VERSION_STRING "\n"
+                                           "NTDDI_VERSION                     0x06010000\n"
+                                           "_WIN32_WINNT                      0x0601\n"
+                                           "WINVER                            0x0601\n"
+                                           "_MSC_VER                          1900\n"
+                                           "_MSC_FULL_VER                     190024210\n"
+                                           "_MSVC_LANG                        201402L\n"
+                                           "__cplusplus                       199711L\n"
+                                           "======================================================================\n"};
 
 constinit Private::Singleton<Platform> g_platform;
 
@@ -118,21 +149,8 @@ MemoryInfo Platform::GetMemoryInfo() {
     return info;
 }
 
-static_assert(Z4_CORE_VERSION == 40302, "The text below says so.");
-
 void LogPlatformInfo() {
-    Private::LogPrint(EAL_LOG_INFO, "base/private/platform_win32", 677,
-                      "\n==== Win64 platform info =============================================\n"
-                      "Z4_CORE_VERSION                   40302\n"
-                      "Z4_CORE_VERSION_STRING            " Z4_CORE_VERSION_STRING "\n"
-                      "NTDDI_VERSION                     0x06010000\n"
-                      "_WIN32_WINNT                      0x0601\n"
-                      "WINVER                            0x0601\n"
-                      "_MSC_VER                          1900\n"
-                      "_MSC_FULL_VER                     190024210\n"
-                      "_MSVC_LANG                        201402L\n"
-                      "__cplusplus                       199711L\n"
-                      "======================================================================\n");
+    Private::Log(PLATFORM_INFO);
 }
 
 } // namespace Z4

@@ -5,7 +5,7 @@
 namespace Z4 {
 
 void InitializeEalUtils() {
-    Private::TakeCore();
+    Private::AddCoreUser();
     Z4_SLOT(Private::g_file.init)(EAL_FILE_VERSION);
     Z4_SLOT(Private::g_thread.init)(EAL_THREAD_VERSION);
 }
@@ -13,7 +13,7 @@ void InitializeEalUtils() {
 void ShutdownEalUtils() {
     Z4_SLOT(Private::g_thread.shutdown)();
     Z4_SLOT(Private::g_file.shutdown)();
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
 }
 
 } // namespace Z4

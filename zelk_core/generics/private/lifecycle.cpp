@@ -2,9 +2,9 @@
 #include <zelk_core/generics/lifecycle.h>
 
 void Z4::InitializeGenerics() {
-    Private::TakeCore();
+    Private::AddCoreUser();
 }
 
 void Z4::ShutdownGenerics() {
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
 }

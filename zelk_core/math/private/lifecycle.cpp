@@ -2,9 +2,9 @@
 #include <zelk_core/math/lifecycle.h>
 
 void Z4::InitializeMath() {
-    Private::TakeCore();
+    Private::AddCoreUser();
 }
 
 void Z4::ShutdownMath() {
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
 }

@@ -11,7 +11,7 @@ constinit Private::StartCount g_os;
 
 void InitializeOS() {
     g_os.Take([] {
-        Private::TakeCore();
+        Private::AddCoreUser();
         Z4_SLOT(Private::g_net.init)(EAL_NET_VERSION);
     });
 }
@@ -19,7 +19,7 @@ void InitializeOS() {
 void ShutdownOS() {
     g_os.Release([] {
         Z4_SLOT(Private::g_net.shutdown)();
-        Private::ReleaseCore();
+        Private::RemoveCoreUser();
     });
 }
 

@@ -3,11 +3,11 @@
 
 void Z4::InitializeCompressionService() {
     // Two underlying services come up.
-    Private::TakeCore();
-    Private::TakeCore();
+    Private::AddCoreUser();
+    Private::AddCoreUser();
 }
 
 void Z4::ShutdownCompressionService() {
-    Private::ReleaseCore();
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
+    Private::RemoveCoreUser();
 }

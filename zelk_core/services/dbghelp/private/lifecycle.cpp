@@ -25,9 +25,9 @@ void InitializeDbgHelpService(bool loadSymbols) {
     if (++g_uses != 1) {
         return;
     }
-    Private::TakeCore();
+    Private::AddCoreUser();
     InitializeEalUtils();
-    Private::TakeCore();
+    Private::AddCoreUser();
     InitializeOS();
     WinDbgHelp::SetLoadSymbols(loadSymbols);
     ProgramModuleDB::SingletonInit();
@@ -57,9 +57,9 @@ void ShutdownDbgHelpService() {
     SymbolHandler::Instance().SetDataBase(nullptr);
     WinDbgHelp::SingletonShutdown();
     ShutdownOS();
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
     ShutdownEalUtils();
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
 }
 
 } // namespace Z4

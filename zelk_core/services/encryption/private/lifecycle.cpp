@@ -3,11 +3,11 @@
 
 void Z4::InitializeEncryptionService() {
     // Two underlying services come up.
-    Private::TakeCore();
-    Private::TakeCore();
+    Private::AddCoreUser();
+    Private::AddCoreUser();
 }
 
 void Z4::ShutdownEncryptionService() {
-    Private::ReleaseCore();
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
+    Private::RemoveCoreUser();
 }

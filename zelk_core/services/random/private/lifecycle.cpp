@@ -14,7 +14,7 @@ void InitializeRandomService() {
     if (++g_randomCount != 1) {
         return;
     }
-    Private::TakeCore();
+    Private::AddCoreUser();
     InitializeOS();
     Random::SingletonInit();
 }
@@ -25,7 +25,7 @@ void ShutdownRandomService() {
         return;
     }
     Random::SingletonShutdown();
-    Private::ReleaseCore();
+    Private::RemoveCoreUser();
     ShutdownOS();
 }
 

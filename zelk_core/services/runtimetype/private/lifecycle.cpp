@@ -19,7 +19,7 @@ void InitializeRuntimeTypeService() {
         return;
     }
     for (unsigned i = 0; i < CORE_COUNTS; ++i) {
-        Private::TakeCore();
+        Private::AddCoreUser();
     }
     ClassFactory::SingletonInit();
 }
@@ -31,7 +31,7 @@ void ShutdownRuntimeTypeService() {
     }
     ClassFactory::SingletonShutdown();
     for (unsigned i = 0; i < CORE_COUNTS; ++i) {
-        Private::ReleaseCore();
+        Private::RemoveCoreUser();
     }
 }
 

@@ -1,0 +1,69 @@
+// The system's functions, replaced one at a time for one module: how tests see calls to the system, and let it fail.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace ZelkTest {
+
+/// While it lives, calls of the imported function `name` in `module`, which is the library unless said otherwise, go to
+/// `replacement`: a function of the same type and calling convention. Fails the test when nothing imports that name.
+class ImportHook {
+public:
+    ImportHook(const char* name, void* replacement, HMODULE module = GetModuleHandleA(ZELK_DLL_FILE))
+        : m_slot(Find(name, reinterpret_cast<std::byte*>(module))) {
+        if (m_slot == nullptr) {
+            ADD_FAILURE() << "no import of " << name;
+        } else {
+            m_original = *m_slot;
+            Store(replacement);
+        }
+    }
+    ~ImportHook() {
+        if (m_slot != nullptr) {
+            Store(m_original);
+        }
+    }
+    ImportHook(const ImportHook&) = delete;
+    ImportHook& operator=(const ImportHook&) = delete;
+
+    /// The function that was replaced.
+    void* Original() const { return m_original; }
+
+private:
+    // A module lists its imports library by library: the names in one table, the addresses, in the same order, in
+    // another.
+    static void** Find(const char* name, std::byte* module) {
+        const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(module);
+        const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(module + dos->e_lfanew);
+        const DWORD imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+        const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(module + imports);
+        for (; library->Name != 0; ++library) {
+            const auto* entry = reinterpret_cast<const IMAGE_THUNK_DATA*>(module + library->OriginalFirstThunk);
+            auto* slot = reinterpret_cast<void**>(module + library->FirstThunk);
+            for (; entry->u1.AddressOfData != 0; ++entry, ++slot) {
+                const auto* const import =
+                    reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(module + entry->u1.AddressOfData);
+                if (!IMAGE_SNAP_BY_ORDINAL(entry->u1.Ordinal) && std::strcmp(import->Name, name) == 0) {
+                    return slot;
+                }
+            }
+        }
+        return nullptr;
+    }
+
+    void Store(void* function) {
+        DWORD protection = 0;
+        VirtualProtect(m_slot, sizeof *m_slot, PAGE_READWRITE, &protection);
+        *m_slot = function;
+        VirtualProtect(m_slot, sizeof *m_slot, protection, &protection);
+    }
+
+    void** m_slot;
+    void* m_original = nullptr;
+};
+
+} // namespace ZelkTest
