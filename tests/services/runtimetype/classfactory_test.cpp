@@ -88,6 +88,7 @@ protected:
     Factory() {
         InitializeRuntimeTypeService();
         g_circleMovedIn = g_circleMovedIn || Instance().IsRegistered(CIRCLE);
+        Restart(); // Each test begins with nothing, the first of the program, too.
         TakeLog();
     }
     ~Factory() override { ShutdownRuntimeTypeService(); }
@@ -158,8 +159,6 @@ TEST_F(Factory, FollowsItsRulesWhateverComes) {
     std::mt19937 random(77);
     Model model;
     Sink sink;
-    Restart(); // Without what was parked for the first factory.
-    TakeLog();
     ASSERT_TRUE(Instance().AddSink(sink));
     for (unsigned step = 0; step < 12'000; ++step) {
         const unsigned identifier = model.zoo[random() % model.zoo.size()];
