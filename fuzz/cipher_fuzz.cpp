@@ -59,6 +59,7 @@ void RoundTrip(const Choices& choices, const std::vector<char>& plain, BlockFunc
     const unsigned outOffset = choices.inPlace() ? inOffset : choices.outOffset % 16;
     const auto out = std::make_unique<char[]>(outOffset + padded);
     const auto separate = std::make_unique<char[]>(inOffset + size);
+    std::fill_n(out.get(), outOffset + padded, '#'); // Where the padding's zeros belong, too.
     char* const coded = out.get() + outOffset;
     char* const in = choices.inPlace() ? coded : separate.get() + inOffset;
     std::copy(plain.begin(), plain.end(), in);

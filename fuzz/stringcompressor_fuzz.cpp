@@ -258,7 +258,7 @@ void RequireFront(const std::string& text, const Packed& raw, StringCompressor::
 }
 
 void PackText(const Choices& choices, std::string text) {
-    const unsigned long content = (choices.kind & 4) != 0 ? choices.content % 21 : StringCompressor::DETECT;
+    const unsigned long content = (choices.kind & 4) != 0 ? choices.content % 21U : 255U;
     const unsigned long flags = choices.kind >> 3 & 7;
     // Many blocks take a thousand times as long as one: seldom, and not so that the fuzzer can prefer them.
     const std::string once = text;
@@ -296,7 +296,7 @@ void PackText(const Choices& choices, std::string text) {
 void ExpandBytes(const Choices& choices, const std::string& bytes) {
     StringCompressor compressor;
     const bool hasRoom = choices.content == 77; // Seldom: much room takes long.
-    const unsigned long capacity = choices.room % (hasRoom ? 20000 : 500);
+    const unsigned long capacity = choices.room % (hasRoom ? 20000U : 500U);
     const auto inSize = static_cast<unsigned long>(bytes.size());
     const auto in = ExactCopy(bytes, inSize);
     const auto out = std::make_unique<char[]>(capacity);

@@ -1,3 +1,4 @@
+// Faults hunted: trees that do not find the codes of their tables, and look-ups that differ from a walk down the tree.
 #include <gtest/gtest.h>
 #include <random>
 #include <zelk_core/services/compression/private/stringtables.h>

@@ -1,4 +1,5 @@
-// The generators under their locks, the process's one object, and its life.
+// Faults hunted: draws that threads lose or repeat; ranges off by one or drawn without need; seeds that do not repeat a
+// stream; a second object, one that is made twice or not given back; calls that fail where its memory was refused.
 #include <tests/os/crowd.h>
 
 #include <algorithm>

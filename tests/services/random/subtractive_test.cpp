@@ -1,4 +1,5 @@
-// The uniform arithmetic without its lock. reference.py computes the expected rows.
+// Faults hunted: any slip in the uniform arithmetic, which is here without its lock, and in ranges at the ends of 32
+// bits. reference.py computes the expected rows.
 #include "checksum.h"
 
 #include <climits>

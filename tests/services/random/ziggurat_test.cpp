@@ -1,4 +1,5 @@
-// The deviates without their lock. reference.py computes the expected rows.
+// Faults hunted: any slip in tables and draws, which are here without their lock, and distributions other than the
+// header promises. reference.py computes the expected rows.
 #include "checksum.h"
 
 #include <cmath>

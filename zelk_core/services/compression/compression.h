@@ -19,7 +19,7 @@
 ///     }
 ///     // DONE: the stream was whole. NEED_INPUT: it was cut short. FAILED: it was damaged.
 ///
-/// Compressing goes the same way with a ZLibDeflate, whose Process() never returns DONE; behind the last piece the
+/// Compressing goes the same way with a ZLibDeflate. Its Process() does not return DONE; behind the last piece the
 /// inner loop runs once more, with Flush() in the place of Process().
 #pragma once
 
