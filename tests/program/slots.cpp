@@ -45,42 +45,41 @@ Result Nothing() {
     }
 #define EXPECT(result, declaration) #declaration,
 
+// clang-format off
 // The functions of the exported classes in the order of their slots, from slot 1 or their base's last on.
-#define SOCKET_SLOTS(DO)                                                                                          \
-    DO(bool, Open())                                                                                              \
-    DO(bool, Close())                                                                                             \
-    DO(bool, Bind(const char*, unsigned short))                                                                   \
-    DO(bool, Bind(unsigned short)) DO(bool, Connect(const char*, unsigned short))                                 \
-        DO(long, Send(const char*, unsigned long)) DO(long, Receive(char*, unsigned long))                        \
-            DO(bool, Select(bool*, bool*, bool*) const) DO(bool, Select(long) const) DO(bool, SetReuseAddr(bool)) \
-                DO(bool, GetReuseAddr() const) DO(bool, SetBlocking(bool)) DO(bool, GetBlocking() const)          \
-                    DO(bool, SetSendBufSize(unsigned long)) DO(unsigned long, GetSendBufSize() const)             \
-                        DO(bool, SetReceiveBufSize(unsigned long)) DO(unsigned long, GetReceiveBufSize() const)   \
-                            DO(long, GetPendingDataCount()) DO(bool, IsValid() const)                             \
-                                DO(unsigned short, GetPortNumber() const) DO(const char*, GetIpAddress() const)   \
-                                    DO(const char*, GetHostName() const)
-#define TCP_SLOTS(DO)                                                                               \
-    DO(bool, Accept(Z4::TcpSocket&) const)                                                          \
-    DO(bool, Listen(unsigned long))                                                                 \
-    DO(bool, SetNagleOnOff(bool))                                                                   \
-    DO(bool, GetNagleOnOff() const) DO(bool, SetLingerOnOff(bool)) DO(bool, GetLingerOnOff() const) \
-        DO(bool, SetLingerSeconds(unsigned long)) DO(unsigned long, GetLingerSeconds() const)
-#define UDP_SLOTS(DO)                                            \
-    DO(long, ReceiveFrom(Z4::SocketAddr&, char*, unsigned long)) \
+#define SOCKET_SLOTS(DO)                                                                                        \
+    DO(bool, Open()) DO(bool, Close())                                                                          \
+    DO(bool, Bind(const char*, unsigned short)) DO(bool, Bind(unsigned short))                                  \
+    DO(bool, Connect(const char*, unsigned short))                                                              \
+    DO(long, Send(const char*, unsigned long)) DO(long, Receive(char*, unsigned long))                          \
+    DO(bool, Select(bool*, bool*, bool*) const) DO(bool, Select(long) const)                                    \
+    DO(bool, SetReuseAddr(bool)) DO(bool, GetReuseAddr() const)                                                 \
+    DO(bool, SetBlocking(bool)) DO(bool, GetBlocking() const)                                                   \
+    DO(bool, SetSendBufSize(unsigned long)) DO(unsigned long, GetSendBufSize() const)                           \
+    DO(bool, SetReceiveBufSize(unsigned long)) DO(unsigned long, GetReceiveBufSize() const)                     \
+    DO(long, GetPendingDataCount()) DO(bool, IsValid() const) DO(unsigned short, GetPortNumber() const)         \
+    DO(const char*, GetIpAddress() const) DO(const char*, GetHostName() const)
+#define TCP_SLOTS(DO)                                                                                           \
+    DO(bool, Accept(Z4::TcpSocket&) const) DO(bool, Listen(unsigned long))                                      \
+    DO(bool, SetNagleOnOff(bool)) DO(bool, GetNagleOnOff() const)                                               \
+    DO(bool, SetLingerOnOff(bool)) DO(bool, GetLingerOnOff() const)                                             \
+    DO(bool, SetLingerSeconds(unsigned long)) DO(unsigned long, GetLingerSeconds() const)
+#define UDP_SLOTS(DO)                                                                                           \
+    DO(long, ReceiveFrom(Z4::SocketAddr&, char*, unsigned long))                                                \
     DO(bool, SetBroadCast(bool)) DO(bool, GetBroadCast())
-#define CIPHER_SLOTS(DO)                                         \
-    DO(unsigned long, Encode(const char*, char*, unsigned long)) \
+#define CIPHER_SLOTS(DO)                                                                                        \
+    DO(unsigned long, Encode(const char*, char*, unsigned long))                                                \
     DO(unsigned long, Decode(const char*, char*, unsigned long)) DO(bool, SetKey(const char*))
-#define COMPRESSION_SLOTS(DO)                                                                                         \
-    DO(void, FeedInputBuffer(const void*, unsigned long))                                                             \
-    DO(void, FeedOutputBuffer(void*, unsigned long))                                                                  \
-    DO(unsigned long, GetAvailableInputSize() const)                                                                  \
-    DO(unsigned long, GetAvailableOutputSize() const) DO(unsigned long, GetOutputDataSize() const) DO(int, Process()) \
-        DO(int, Flush()) DO(int, Reset()) DO(int, CallProcess())
+#define COMPRESSION_SLOTS(DO)                                                                                   \
+    DO(void, FeedInputBuffer(const void*, unsigned long)) DO(void, FeedOutputBuffer(void*, unsigned long))      \
+    DO(unsigned long, GetAvailableInputSize() const) DO(unsigned long, GetAvailableOutputSize() const)          \
+    DO(unsigned long, GetOutputDataSize() const)                                                                \
+    DO(int, Process()) DO(int, Flush()) DO(int, Reset()) DO(int, CallProcess())
 #define TYPE_SLOTS(DO) DO(const char*, GetTypeNameExt()) DO(bool, IsAKindOf(const Z4::TypeID&) const)
 #define SYMBOL_SLOTS(DO) DO(bool, FindSymbol(const void*, Z4::SymbolInfo&)) DO(void, Release())
 #define RUN_SLOTS(DO) DO(void, Run())
 #define DLL_SLOTS(DO) DO(bool, ValidateDLL(const char*))
+// clang-format on
 
 struct TcpRecorder : Z4::TcpSocket {
     SOCKET_SLOTS(RECORD)
