@@ -237,6 +237,24 @@ TEST_F(StandInTest, StartUpDoesNotWaitButTheFirstCallDoes) {
     WinDbgHelp::SetLoadSymbols(true);
 }
 
+unsigned g_stackSize;
+
+std::uintptr_t __cdecl RefuseThread(void*, unsigned stackSize, unsigned(__stdcall*)(void*), void*, unsigned,
+                                    unsigned*) {
+    g_stackSize = stackSize;
+    return 0;
+}
+
+TEST_F(StandInTest, LoadsOnTheCallersThreadWhereNoOtherCanBeStarted) {
+    const ImportHook hook("_beginthreadex", RefuseThread);
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    EXPECT_EQ(g_stackSize, 4u << 20);
+    EXPECT_TRUE(debugHelp.IsReady());
+    EXPECT_TRUE(debugHelp.IsLoaded());
+    ASSERT_EQ(m_library.Count("SymInitialize"), 1u);
+    EXPECT_EQ(m_library.calls.back().thread, GetCurrentThreadId());
+}
+
 TEST_F(StandInTest, AHostThatAsksForSymbolsWhileTheLoaderLogsIsAnswered) {
     m_library.answers["SymInitialize"] = StandIn::Fails(1, LENGTH_MISMATCH);
     eal_log_dll_interface log = LogTable();
