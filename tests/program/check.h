@@ -19,7 +19,6 @@ void CheckBase();
 void CheckThreads();
 void CheckNew();
 void CheckWideNew();
-void CheckGenerics();
 void CheckMath();
 void CheckServices();
 void CheckNetwork();

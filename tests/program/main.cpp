@@ -37,7 +37,6 @@ int main() {
     CheckThreads();
     CheckNew();
     CheckWideNew();
-    CheckGenerics();
     CheckMath();
     CheckServices();
     CheckNetwork();

@@ -43,26 +43,12 @@ void CheckStream() {
     CHECK(echo.JoinThread() == Z4::ERR_OK);
 }
 
-void CheckDatagrams() {
-    Z4::UdpSocket receiver;
-    CHECK(receiver.Bind("127.0.0.1", 0));
-    receiver.SetTimeout(10'000);
-    Z4::UdpSocket sender;
-    CHECK(sender.SendTo(Z4::SocketAddr("127.0.0.1", receiver.GetPortNumber()), TEXT, sizeof TEXT) == sizeof TEXT);
-    Z4::SocketAddr peer;
-    char text[64] = {};
-    CHECK(receiver.ReceiveFrom(peer, text, sizeof text) == sizeof TEXT && std::strcmp(text, TEXT) == 0);
-    CHECK(std::strcmp(peer.GetIpAddress(), "127.0.0.1") == 0 && peer.GetPort() != 0);
-}
-
 } // namespace
 
 void CheckNetwork() {
     CheckStream();
-    CheckDatagrams();
     Z4::HostInfo local("localhost");
     CHECK(std::strcmp(local.GetAddress(), "127.0.0.1") == 0 && local.GetStatus() == Z4::ERR_OK);
-    CHECK(Z4::HostInfo::IsIPAddress("10.0.0.1") && !Z4::HostInfo::IsMACAddress("10.0.0.1"));
     const Z4::NICInfo adapters;
     CHECK(adapters.GetCount() != 0 && adapters.begin()->GetIPAddressCount() <= 64);
 }

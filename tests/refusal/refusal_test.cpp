@@ -225,6 +225,10 @@ struct Scenario {
     std::size_t threads;
 };
 
+void PrintTo(const Scenario& scenario, std::ostream* out) {
+    *out << scenario.name;
+}
+
 constexpr Scenario SCENARIOS[] = {
     {"Base", LoadAModule, 1, 0},     {"Vector", FillAVector, 3, 0},
     {"String", WriteAString, 4, 0},  {"Map", FillAMap, 10, 0},

@@ -234,6 +234,7 @@ TEST(FileVersion, IsReadUpTo64KiB) {
         }
         EXPECT_EQ(logged, row.logged);
     }
+    EXPECT_THAT(version, testing::ElementsAre(4, 3, 2, 0)) << "a failure leaves it alone";
 }
 
 } // namespace

@@ -237,6 +237,24 @@ TEST_F(StandInTest, StartUpDoesNotWaitButTheFirstCallDoes) {
     WinDbgHelp::SetLoadSymbols(true);
 }
 
+unsigned g_stackSize;
+
+std::uintptr_t __cdecl RefuseThread(void*, unsigned stackSize, unsigned(__stdcall*)(void*), void*, unsigned,
+                                    unsigned*) {
+    g_stackSize = stackSize;
+    return 0;
+}
+
+TEST_F(StandInTest, LoadsOnTheCallersThreadWhereNoOtherCanBeStarted) {
+    const ImportHook hook("_beginthreadex", RefuseThread);
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    EXPECT_EQ(g_stackSize, 4u << 20);
+    EXPECT_TRUE(debugHelp.IsReady());
+    EXPECT_TRUE(debugHelp.IsLoaded());
+    ASSERT_EQ(m_library.Count("SymInitialize"), 1u);
+    EXPECT_EQ(m_library.calls.back().thread, GetCurrentThreadId());
+}
+
 TEST_F(StandInTest, AHostThatAsksForSymbolsWhileTheLoaderLogsIsAnswered) {
     m_library.answers["SymInitialize"] = StandIn::Fails(1, LENGTH_MISMATCH);
     eal_log_dll_interface log = LogTable();
@@ -407,9 +425,12 @@ TEST_F(ModulesTest, WhoAsksDuringAReadingGetsTheWholeList) {
 }
 
 TEST_F(ModulesTest, WhatWasRefusedIsReadAgain) {
-    m_meanwhile = [] {
-        Tell(0x30, true);
-        Tell(0x40, false);
+    // Once in a reading: what is lost of it is not told again.
+    m_meanwhile = [&, calls = 0u]() mutable {
+        if (calls++ % m_bases.size() == 0) {
+            Tell(0x30, true);
+            Tell(0x40, false);
+        }
     };
     std::size_t allocation = 1;
     do {

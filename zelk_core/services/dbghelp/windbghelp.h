@@ -94,8 +94,8 @@ public:
     /// of the system's loader.
     /// @param name as the system's LoadLibraryEx takes it; not null.
     /// @param version gets the four numbers, the most significant first; is left alone when the result is false.
-    /// @return false, with a warning in the log, when there is no such file, when it has no version resource, or when
-    /// that is larger than 64 KiB.
+    /// @return false, with a warning in the log, when there is no such file, when it has no sound version resource, or
+    /// when that is larger than 64 KiB.
     [[nodiscard]] Z4_API static bool GetVersionInfo(const char* name, unsigned short (&version)[4]);
 
     WinDbgHelp(const WinDbgHelp&) = delete;
