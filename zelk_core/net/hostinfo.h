@@ -28,8 +28,8 @@ public:
     HostInfo(HostInfo&&) = default;
     HostInfo& operator=(HostInfo&&) = default;
 
-    /// The name that the object was made of. Where it was made of an address, or of nothing, the first call looks up the
-    /// name of GetAddress(), which is the address again where the host has none; a failure of that makes the status
+    /// The name that the object was made of. Where it was made of an address, or of nothing, the first call looks up
+    /// the name of GetAddress(), which is the address again where the host has none; a failure of that makes the status
     /// ERR_INVALID. The text is empty while the status is not ERR_OK. It belongs to this object.
     Z4_API const char* GetName();
 
