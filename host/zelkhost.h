@@ -38,8 +38,8 @@ struct Options {
     const char* logFile = nullptr;
 };
 
-/// Installs all six tables. Call it from one thread, before the first service starts. While no service runs and no
-/// block is outstanding, it may be called again with other options.
+/// Installs all six tables and copies the options. Call it from one thread, before the first service starts. While no
+/// service runs and no block is outstanding, it may be called again with other options.
 void Install(const Options& options = {});
 
 /// @name The tables

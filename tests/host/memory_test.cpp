@@ -144,6 +144,7 @@ TEST_P(Memory, StatisticsAndNamesBelongToTheirContext) {
     m_table.name_id(otherId, nullptr);
     char* const first = Allocate(100, 1, id);
     m_table.free(Allocate(1000000, 16, id));
+    m_table.free(Allocate(1, 16, id));
     char* const other = Allocate(7, 1, otherId);
 
     const std::vector<ZelkHost::MemoryContext> contexts = ZelkHost::GetMemoryContexts();
@@ -154,7 +155,7 @@ TEST_P(Memory, StatisticsAndNamesBelongToTheirContext) {
     EXPECT_EQ(named->statistics.blocks, 1u);
     EXPECT_EQ(named->statistics.bytes, 100u);
     EXPECT_EQ(named->statistics.peakBytes, 1000100u);
-    EXPECT_EQ(named->statistics.allocations, 2u);
+    EXPECT_EQ(named->statistics.allocations, 3u);
     EXPECT_EQ(ZelkHost::GetMemoryStatistics(otherId).bytes, 7u);
     EXPECT_EQ(ZelkHost::GetMemoryStatistics(0x7E57FFFF).allocations, 0u);
     m_table.free(first);

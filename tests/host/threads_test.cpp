@@ -20,28 +20,20 @@ Z4::eal_thread_handle Start(Z4::eal_thread_entry entry, void* argument, std::siz
 }
 
 TEST(HostThreads, RunAtTheirPriorityAndJoin) {
-    const struct {
-        int asked;
-        int expected;
-    } cases[] = {
-        {Z4::EAL_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
-        {Z4::EAL_THREAD_PRIORITY_LOWEST, THREAD_PRIORITY_LOWEST},
-        {Z4::EAL_THREAD_PRIORITY_BELOW_NORMAL, THREAD_PRIORITY_BELOW_NORMAL},
-        {Z4::EAL_THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_NORMAL},
-        {Z4::EAL_THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_ABOVE_NORMAL},
-        {Z4::EAL_THREAD_PRIORITY_HIGHEST, THREAD_PRIORITY_HIGHEST},
-        {Z4::EAL_THREAD_PRIORITY_TIME_CRITICAL, THREAD_PRIORITY_TIME_CRITICAL},
-        {-1, THREAD_PRIORITY_NORMAL},
-        {7, THREAD_PRIORITY_NORMAL},
-    };
+    // From one below the lowest priority to one above the highest.
+    constexpr int EXPECTED[] = {
+        THREAD_PRIORITY_NORMAL,       THREAD_PRIORITY_IDLE,          THREAD_PRIORITY_LOWEST,
+        THREAD_PRIORITY_BELOW_NORMAL, THREAD_PRIORITY_NORMAL,        THREAD_PRIORITY_ABOVE_NORMAL,
+        THREAD_PRIORITY_HIGHEST,      THREAD_PRIORITY_TIME_CRITICAL, THREAD_PRIORITY_NORMAL};
     const Z4::eal_thread_entry entry = [](void* argument) {
         Sleep(10); // so that a join which does not wait finds nothing
         *static_cast<int*>(argument) = GetThreadPriority(GetCurrentThread());
     };
-    for (const auto& test : cases) {
+    for (int asked = Z4::EAL_THREAD_PRIORITY_IDLE - 1; const int expected : EXPECTED) {
         int priority = 12345;
-        g_threads.join(Start(entry, &priority, 0, static_cast<Z4::eal_thread_priority>(test.asked)));
-        EXPECT_EQ(priority, test.expected) << test.asked;
+        g_threads.join(Start(entry, &priority, 0, static_cast<Z4::eal_thread_priority>(asked)));
+        EXPECT_EQ(priority, expected) << asked;
+        ++asked;
     }
 }
 

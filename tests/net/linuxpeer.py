@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Serves the test program given as arguments from outside Wine, runs it and judges by its last words.
 
-Each TCP connection opens with one line that says what this end does: ECHO 0 or CALL port. Datagrams to the same port come
-back.
+It sends back what comes to it, on TCP connections until their end and as datagrams to the same port.
 """
 import os
 import socket
@@ -12,18 +11,9 @@ import threading
 
 
 def serve(connection):
-    with connection, connection.makefile("rb") as reader:
-        verb, argument = reader.readline().split()
-        if verb == b"ECHO":
-            while data := reader.read1(65536):
-                connection.sendall(data)
-        elif verb == b"CALL":
-            with socket.create_connection(("127.0.0.1", int(argument))) as call:
-                call.sendall(b"hello")
-                answer = b""
-                while data := call.recv(100):
-                    answer += data
-            connection.sendall(answer)
+    with connection:
+        while data := connection.recv(65536):
+            connection.sendall(data)
 
 
 def accept(listener):

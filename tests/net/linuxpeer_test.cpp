@@ -21,18 +21,11 @@ protected:
         m_port = static_cast<unsigned short>(std::atoi(port));
     }
 
-    /// A connection on which the peer was told what to do.
-    TcpSocket Command(const std::string& line) {
-        TcpSocket socket("127.0.0.1", m_port);
-        EXPECT_EQ(socket.Send(line.data(), static_cast<unsigned long>(line.size())), static_cast<long>(line.size()));
-        return socket;
-    }
-
     unsigned short m_port = 0;
 };
 
 TEST_F(LinuxPeerTest, EchoesAMegabyteUntilTheStreamEnds) {
-    TcpSocket socket = Command("ECHO 0\n");
+    TcpSocket socket("127.0.0.1", m_port);
     std::string data;
     for (unsigned i = 0; data.size() < 1'000'000; ++i) {
         data += std::to_string(i * 2654435761u);
@@ -60,23 +53,6 @@ TEST_F(LinuxPeerTest, EchoesAMegabyteUntilTheStreamEnds) {
         }
     }
     EXPECT_TRUE(echo == data);
-}
-
-TEST_F(LinuxPeerTest, ServesAForeignClient) {
-    TcpSocket listener(0);
-    ASSERT_TRUE(listener.Listen(2));
-    TcpSocket command = Command("CALL " + std::to_string(listener.GetPortNumber()) + "\n");
-    TcpSocket client;
-    listener.SetTimeout(20'000);
-    ASSERT_TRUE(listener.Accept(client));
-    EXPECT_STREQ(client.GetIpAddress(), "127.0.0.1");
-    char word[6] = {};
-    ASSERT_EQ(client.Receive(word, 5), 5);
-    EXPECT_STREQ(word, "hello");
-    EXPECT_EQ(client.Send("HELLO", 5), 5);
-    client.Close();
-    ASSERT_EQ(command.Receive(word, 5), 5);
-    EXPECT_STREQ(word, "HELLO") << "what the client got back";
 }
 
 TEST_F(LinuxPeerTest, Datagrams) {

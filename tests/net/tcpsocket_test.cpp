@@ -4,6 +4,7 @@
 
 #include <tests/os/crowd.h>
 #include <tests/support/contract.h>
+#include <tests/support/importhook.h>
 #include <tests/support/winsystem.h>
 
 #include <algorithm>
@@ -29,44 +30,39 @@ TEST_F(TcpSocketTest, ClosedSocketAnswersEveryOperationWithoutTheSystem) {
     char byte = 0;
     constexpr int UNTOUCHED = 12345;
     WSASetLastError(UNTOUCHED);
-    const struct {
-        const char* name;
-        bool failed;
-        const Socket& socket;
-    } operations[] = {
-        {"Close", !tcp.Close(), tcp},
-        {"Bind host", !tcp.Bind("no.such.host.invalid", 0), tcp},
-        {"Bind", !tcp.Bind(0), tcp},
-        {"Connect", !tcp.Connect("127.0.0.1", 1), tcp},
-        {"Listen", !tcp.Listen(1), tcp},
-        {"Accept", !tcp.Accept(other), tcp},
-        {"Send", tcp.Send(&byte, 1) == -1, tcp},
-        {"Receive", tcp.Receive(&byte, 1) == -1, tcp},
-        {"Select", !tcp.Select(Socket::SELECT_READABLE), tcp},
-        {"Shutdown", !tcp.Shutdown(BerkeleySocket::SHUTDOWN_BOTH), tcp},
-        {"GetPendingDataCount", tcp.GetPendingDataCount() == -1, tcp},
-        {"SetBlocking", !tcp.SetBlocking(true), tcp},
-        {"SetReuseAddr", !tcp.SetReuseAddr(true), tcp},
-        {"GetReuseAddr", !tcp.GetReuseAddr(), tcp},
-        {"SetSendBufSize", !tcp.SetSendBufSize(4096), tcp},
-        {"GetSendBufSize", tcp.GetSendBufSize() == 0, tcp},
-        {"SetReceiveBufSize", !tcp.SetReceiveBufSize(4096), tcp},
-        {"GetReceiveBufSize", tcp.GetReceiveBufSize() == 0, tcp},
-        {"SetNagleOnOff", !tcp.SetNagleOnOff(true), tcp},
-        {"GetNagleOnOff", !tcp.GetNagleOnOff(), tcp},
-        {"SetLingerOnOff", !tcp.SetLingerOnOff(true), tcp},
-        {"GetLingerOnOff", !tcp.GetLingerOnOff(), tcp},
-        {"SetLingerSeconds", !tcp.SetLingerSeconds(1), tcp},
-        {"GetLingerSeconds", tcp.GetLingerSeconds() == 0, tcp},
-        {"ReceiveFrom", udp.ReceiveFrom(peer, &byte, 1) == -1, udp},
-        {"SendTo", udp.SendTo(SocketAddr(INADDR_LOOPBACK, 1), &byte, 1) == -1, udp},
-        {"SetBroadCast", !udp.SetBroadCast(true), udp},
-        {"GetBroadCast", !udp.GetBroadCast(), udp},
+    const auto refused = [](const char* name, Socket& socket, bool failed) {
+        EXPECT_TRUE(failed) << name;
+        EXPECT_EQ(socket.GetLastError(), ERR_NOT_CONNECTED) << name;
+        socket.Attach(-1); // with a clean last error
     };
-    for (const auto& operation : operations) {
-        EXPECT_TRUE(operation.failed) << operation.name;
-        EXPECT_EQ(operation.socket.GetLastError(), ERR_NOT_CONNECTED) << operation.name;
-    }
+    refused("Close", tcp, !tcp.Close());
+    refused("Bind host", tcp, !tcp.Bind("no.such.host.invalid", 0));
+    refused("Bind", tcp, !tcp.Bind(0));
+    refused("Connect", tcp, !tcp.Connect("127.0.0.1", 1));
+    refused("Listen", tcp, !tcp.Listen(1));
+    refused("Accept", tcp, !tcp.Accept(other));
+    refused("Send", tcp, tcp.Send(&byte, 1) == -1);
+    refused("Receive", tcp, tcp.Receive(&byte, 1) == -1);
+    refused("Select", tcp, !tcp.Select(Socket::SELECT_READABLE));
+    refused("Shutdown", tcp, !tcp.Shutdown(BerkeleySocket::SHUTDOWN_BOTH));
+    refused("GetPendingDataCount", tcp, tcp.GetPendingDataCount() == -1);
+    refused("SetBlocking", tcp, !tcp.SetBlocking(true));
+    refused("SetReuseAddr", tcp, !tcp.SetReuseAddr(true));
+    refused("GetReuseAddr", tcp, !tcp.GetReuseAddr());
+    refused("SetSendBufSize", tcp, !tcp.SetSendBufSize(4096));
+    refused("GetSendBufSize", tcp, tcp.GetSendBufSize() == 0);
+    refused("SetReceiveBufSize", tcp, !tcp.SetReceiveBufSize(4096));
+    refused("GetReceiveBufSize", tcp, tcp.GetReceiveBufSize() == 0);
+    refused("SetNagleOnOff", tcp, !tcp.SetNagleOnOff(true));
+    refused("GetNagleOnOff", tcp, !tcp.GetNagleOnOff());
+    refused("SetLingerOnOff", tcp, !tcp.SetLingerOnOff(true));
+    refused("GetLingerOnOff", tcp, !tcp.GetLingerOnOff());
+    refused("SetLingerSeconds", tcp, !tcp.SetLingerSeconds(1));
+    refused("GetLingerSeconds", tcp, tcp.GetLingerSeconds() == 0);
+    refused("ReceiveFrom", udp, udp.ReceiveFrom(peer, &byte, 1) == -1);
+    refused("SendTo", udp, udp.SendTo(SocketAddr(INADDR_LOOPBACK, 1), &byte, 1) == -1);
+    refused("SetBroadCast", udp, !udp.SetBroadCast(true));
+    refused("GetBroadCast", udp, !udp.GetBroadCast());
     EXPECT_EQ(WSAGetLastError(), UNTOUCHED);
     // A listener that is closed leaves the other socket alone.
     EXPECT_TRUE(other.IsValid());
@@ -197,6 +193,30 @@ TEST_F(TcpSocketTest, AcceptsAndTellsThePeer) {
     EXPECT_EQ(accepted.GetLastError(), ERR_NOT_READY);
 }
 
+timeval g_limit;
+
+int WSAAPI SelectNothing(int, fd_set*, fd_set*, fd_set*, const timeval* limit) {
+    g_limit = limit != nullptr ? *limit : timeval{-1, -1};
+    return 0;
+}
+
+TEST_F(TcpSocketTest, TimeOutsReachTheSystem) {
+    const ImportHook hook("select", reinterpret_cast<void*>(SelectNothing));
+    const struct {
+        unsigned long ms;
+        long seconds;
+        long microseconds;
+    } rows[] = {{0, 0, 0}, {60, 0, 60'000}, {61'999, 61, 999'000}, {BerkeleySocket::NO_TIMEOUT, -1, -1}};
+    TcpSocket socket;
+    for (const auto& row : rows) {
+        socket.SetTimeout(row.ms);
+        EXPECT_FALSE(socket.Select(Socket::SELECT_READABLE));
+        EXPECT_EQ(socket.GetLastError(), ERR_TIMEOUT);
+        EXPECT_EQ(g_limit.tv_sec, row.seconds);
+        EXPECT_EQ(g_limit.tv_usec, row.microseconds);
+    }
+}
+
 TEST_F(TcpSocketTest, TimeOuts) {
     Connection connection;
     TcpSocket& socket = connection.ours;
@@ -204,17 +224,13 @@ TEST_F(TcpSocketTest, TimeOuts) {
     ASSERT_TRUE(listener.Listen(1));
     TcpSocket accepted;
     char byte = 0;
-    for (const unsigned long ms : {0ul, 60ul}) {
+    for (const unsigned long ms : {0ul, 10ul}) {
         socket.SetTimeout(ms);
         listener.SetTimeout(ms);
-        const WaitClock receiving;
         EXPECT_EQ(socket.Receive(&byte, 1), -1);
         EXPECT_EQ(socket.GetLastError(), ERR_TIMEOUT);
-        EXPECT_TRUE(receiving.HasPassed(ms));
-        const WaitClock accepting;
         EXPECT_FALSE(listener.Accept(accepted));
         EXPECT_EQ(listener.GetLastError(), ERR_TIMEOUT);
-        EXPECT_TRUE(accepting.HasPassed(ms));
         bool readable = true;
         bool failed = true;
         EXPECT_FALSE(socket.Select(&readable, nullptr, &failed));
@@ -266,11 +282,14 @@ TEST_F(TcpSocketTest, AFullSendBufferLosesNothing) {
         }
         return socket.GetLastError();
     };
+    EXPECT_TRUE(socket.SetSendBufSize(16384));
     socket.SetTimeout(20);
     EXPECT_EQ(fill(1024), ERR_TIMEOUT);
     ASSERT_TRUE(socket.SetBlocking(false));
-    EXPECT_EQ(fill(65536), ERR_NOT_READY);
-    EXPECT_FALSE(socket.Select(Socket::SELECT_WRITABLE));
+    do { // the system may go on making room for a while
+        EXPECT_EQ(fill(65536), ERR_NOT_READY);
+    } while (socket.Select(Socket::SELECT_WRITABLE));
+    EXPECT_EQ(socket.GetLastError(), ERR_TIMEOUT);
     ASSERT_TRUE(socket.Shutdown(BerkeleySocket::SHUTDOWN_SEND));
     EXPECT_EQ(connection.ReceiveAll().size(), sent);
 }

@@ -16,7 +16,7 @@ namespace Z4 {
 /// One object belongs to one thread at a time.
 class HostInfo {
 public:
-    /// No host: the name is empty, the address is "0.0.0.0", the status is ERR_OK.
+    /// No host: the address is "0.0.0.0", the status is ERR_OK, and there is no name.
     Z4_API HostInfo();
 
     /// A dotted address (see IsIPAddress()) is taken as it is, without a look-up; its name stays unknown until
@@ -28,9 +28,9 @@ public:
     HostInfo(HostInfo&&) = default;
     HostInfo& operator=(HostInfo&&) = default;
 
-    /// The name that the object was made of. Where it was made of an address, the first call looks up the name, which
-    /// is the address again where the host has none; a failure of that makes the status ERR_INVALID. The text is empty
-    /// while the status is not ERR_OK. It belongs to this object.
+    /// The name that the object was made of. Where it was made of an address, or of nothing, the first call looks up
+    /// the name of GetAddress(), which is the address again where the host has none; a failure of that makes the status
+    /// ERR_INVALID. The text is empty while the status is not ERR_OK. It belongs to this object.
     Z4_API const char* GetName();
 
     /// The dotted address, which belongs to this object.

@@ -71,8 +71,10 @@ public:
     /// and GetPortNumber() do not tell the peer then.
     [[nodiscard]] virtual bool Connect(const char* host, unsigned short port);
 
-    /// Sends to the peer. A blocking socket waits until the system has room, for its time-out at most; then the failure
-    /// is ERR_TIMEOUT. A non-blocking one fails with ERR_NOT_READY.
+    /// Sends to the peer. A blocking socket waits until the system has some room, for its time-out at most; then the
+    /// failure is ERR_TIMEOUT. Once there is some, the system takes all of the data, however long it must wait for more
+    /// room: send little at a time where the time-out matters. A non-blocking socket takes what there is room for, and
+    /// fails with ERR_NOT_READY where there is none.
     /// @param size bytes at `data`; 0x7FFFFFFF at most are sent by one call.
     /// @return bytes taken, which may be fewer than `size`; -1 on failure.
     [[nodiscard]] virtual long Send(const char* data, unsigned long size);

@@ -85,7 +85,6 @@ const IP_ADAPTER_UNICAST_ADDRESS* FirstIPv4(const IP_ADAPTER_UNICAST_ADDRESS* ad
 void NICEntry::Fill(const IP_ADAPTER_ADDRESSES& adapter) {
     m_self = this;
     m_macAddress[0] = '\0';
-    m_addresses = nullptr;
     m_addressCount = 0;
     m_index = adapter.IfIndex;
     m_name = DuplicateName(adapter.AdapterName);
