@@ -5,9 +5,13 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
 #include <gtest/gtest.h>
 #include <tests/support/counts.h>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace ZelkTest {
@@ -39,6 +43,62 @@ void RunPair(Here here, There there) {
     here();
     partner.join();
 }
+
+/// A thread that does one step at a time.
+class Actor {
+public:
+    using Step = std::function<void()>;
+
+    Actor() : m_thread([this] { Act(); }) {
+        Does([] {});
+    }
+    ~Actor() {
+        Begin(nullptr);
+        m_thread.join();
+        CloseHandle(m_begun);
+        CloseHandle(m_done);
+    }
+    Actor(const Actor&) = delete;
+    Actor& operator=(const Actor&) = delete;
+
+    /// Returns when the thread has done `step`.
+    void Does(Step step) {
+        Begin(std::move(step));
+        Proceeds();
+    }
+    /// Lets the thread do `step`, which must not return for now.
+    void Waits(Step step) {
+        Begin(std::move(step));
+        m_isDone = WaitForSingleObject(m_done, 20) == WAIT_OBJECT_0;
+        EXPECT_FALSE(m_isDone) << "a step that must wait returns";
+    }
+    /// Returns when the step that waited has returned, as it must now.
+    void Proceeds() {
+        if (!m_isDone && WaitForSingleObject(m_done, 30'000) != WAIT_OBJECT_0) {
+            std::fputs("a step does not return\n", stderr);
+            std::abort();
+        }
+    }
+
+private:
+    void Begin(Step step) {
+        m_isDone = false;
+        m_step = std::move(step);
+        SetEvent(m_begun);
+    }
+    void Act() {
+        while (WaitForSingleObject(m_begun, INFINITE) == WAIT_OBJECT_0 && m_step != nullptr) {
+            m_step();
+            SetEvent(m_done);
+        }
+    }
+
+    HANDLE m_begun = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    HANDLE m_done = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    Step m_step;
+    bool m_isDone = false;
+    std::thread m_thread;
+};
 
 /// Two threads that take turns, where `give(to)` wakes a waiter and `take(from)` waits.
 template <class Object, class Give, class Take>
@@ -78,5 +138,25 @@ private:
     std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
     ULONGLONG m_beginTicks = GetTickCount64();
 };
+
+/// Several threads that wait again and again: `wait(i, ms)` returns whether it ended before its time had passed.
+template <class Wait>
+void ExpectNoEarlyTimeout(Wait wait) {
+    constexpr unsigned long WAITS = Repeats(200, 1'000);
+    std::atomic<unsigned> early = 0;
+    std::atomic<unsigned> timedOut = 0;
+    RunCrowd(10, [&](unsigned) {
+        for (unsigned long i = 0; i < WAITS; ++i) {
+            const unsigned long ms = 1 + i % 4;
+            const WaitClock clock;
+            if (!wait(i, ms)) {
+                ++timedOut;
+                early += clock.HasPassed(ms) ? 0u : 1u;
+            }
+        }
+    });
+    EXPECT_EQ(early, 0u);
+    EXPECT_GT(timedOut, 9 * WAITS) << "a wait that ends without a signal must be rare";
+}
 
 } // namespace ZelkTest

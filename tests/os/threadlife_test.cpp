@@ -1,0 +1,236 @@
+// The life that both kinds of thread share. Faults hunted: a way between two states that is missing or too many,
+// waiters who are not woken or are told the wrong thing, a join by two or by the thread itself, a Run() that a
+// destructor lets run, a warning that is missing, double or under another line, an entry with a misaligned stack.
+#include "crowd.h"
+#include "stackprobe.h"
+#include "threadworker.h"
+#include <tests/support/contract.h>
+#include <tests/support/testhost.h>
+#include <tests/support/winsystem.h>
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <host/zelkhost.h>
+#include <string>
+#include <vector>
+#include <zelk_core/eal_utils/ealthread.h>
+#include <zelk_core/os/thread.h>
+
+namespace {
+
+using namespace Z4;
+using namespace ZelkTest;
+using enum Thread::ThreadState;
+
+struct OfSystem : Thread {
+    static inline const std::string FILE = "os/private/thread";
+    static inline const std::string STILL_SUSPENDED =
+        "523 [Z4::Z4::Thread] EAL_LOG_WARNING: Thread: is still suspended. Thread::ResumeThread() must be called prior "
+        "to destroying the thread.";
+    static inline const std::string NOT_JOINED =
+        "564 [Z4::Z4::Thread] EAL_LOG_WARNING: Thread: is not detached. Thread::JoinThread() must be called prior to "
+        "destroying the thread.";
+};
+
+struct OfHost : EalThread {
+    OfHost() : EalThread(1) {}
+    static inline const std::string FILE = "eal_utils/private/ealthread";
+    static inline const std::string STILL_SUSPENDED =
+        "216 [Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be called "
+        "prior to destroying the thread.";
+    static inline const std::string NOT_JOINED =
+        "253 [Z4::Z4::EalThread] EAL_LOG_WARNING: EalThread::JoinThread() must be called prior to destroying the "
+        "thread.";
+};
+
+struct Expected {
+    Thread::ThreadState state;
+    bool mayCreate;
+    Error untilStarted, untilStopped;
+    // What the destructor finds and does.
+    int runs;
+    bool warnsOfSuspension, warnsOfJoin;
+};
+
+constexpr Expected EXPECTED[] = {
+    {THREAD_IDLE, true, ERR_TIMEOUT, ERR_TIMEOUT, 0, false, false},
+    {THREAD_STARTING, false, ERR_TIMEOUT, ERR_TIMEOUT, 0, false, true},
+    {THREAD_SUSPENDED, false, ERR_TIMEOUT, ERR_TIMEOUT, 0, true, true},
+    {THREAD_RUNNING, false, ERR_OK, ERR_TIMEOUT, 1, false, true},
+    {THREAD_ENDED, false, ERR_OK, ERR_OK, 1, false, true},
+    {THREAD_JOINED, true, ERR_OK, ERR_OK, 1, false, false},
+};
+
+template <class Kind>
+class ThreadLife : public testing::Test {
+protected:
+    ThreadLife() { SetEalInterface(ZelkHost::ThreadTable()); }
+    ~ThreadLife() override {
+        ReleaseStarts();
+        ReinstallHost();
+    }
+};
+using Kinds = testing::Types<OfSystem, OfHost>;
+TYPED_TEST_SUITE(ThreadLife, Kinds);
+
+TYPED_TEST(ThreadLife, AnswersInEveryState) {
+    const LogCapture log;
+    for (const Expected& expected : EXPECTED) {
+        SCOPED_TRACE(expected.state);
+        Outside outside;
+        Worker<TypeParam> worker(outside);
+        BringTo(expected.state, worker, outside);
+        EXPECT_EQ(worker.BlockUntilStarted(0), expected.untilStarted);
+        EXPECT_EQ(worker.BlockUntilStopped(0), expected.untilStopped);
+        EXPECT_EQ(worker.ResumeThread(), expected.state == THREAD_SUSPENDED ? ERR_OK : ERR_CANNOT_ASSIGN);
+        EXPECT_EQ(worker.ResumeThread(), ERR_CANNOT_ASSIGN);
+        if (expected.mayCreate) {
+            EXPECT_EQ(worker.JoinThread(), ERR_NOT_READY);
+        }
+        EXPECT_EQ(worker.CreateThread(), expected.mayCreate ? ERR_OK : ERR_IN_PROGRESS);
+        ReleaseStarts();
+        outside.release.Open();
+        EXPECT_EQ(worker.JoinThread(), ERR_OK);
+        EXPECT_EQ(worker.GetThreadState(), THREAD_JOINED);
+        EXPECT_EQ(worker.GetThreadId(), INVALID_THREAD_ID);
+        EXPECT_EQ(outside.runs, expected.state == THREAD_JOINED ? 2 : 1);
+    }
+    EXPECT_TRUE(log.Lines().empty());
+}
+
+TYPED_TEST(ThreadLife, IsEndedByTheDestructorWithWarnings) {
+    for (const Expected& expected : EXPECTED) {
+        SCOPED_TRACE(expected.state);
+        const LogCapture log;
+        Outside outside;
+        const ExpectContract overtaken(LIBRARY_CHECKS && expected.state == THREAD_RUNNING);
+        Actor owner;
+        auto* const worker = new Worker<TypeParam>(outside);
+        BringTo(expected.state, *worker, outside);
+        const bool mustWait = expected.state == THREAD_STARTING || expected.state == THREAD_RUNNING;
+        if (mustWait) {
+            owner.Waits([&] { delete worker; });
+            ReleaseStarts();
+            outside.release.Open();
+            owner.Proceeds();
+        } else {
+            owner.Does([&] { delete worker; });
+        }
+        EXPECT_EQ(outside.runs, expected.runs);
+        std::vector<std::string> warnings;
+        for (const LogLine& line : log.Lines()) {
+            EXPECT_EQ(line.level, 2u);
+            EXPECT_EQ(line.file, TypeParam::FILE);
+            warnings.push_back(std::to_string(line.line) + ' ' + line.text);
+        }
+        std::vector<std::string> wanted;
+        if (expected.warnsOfSuspension) {
+            wanted.push_back(TypeParam::STILL_SUSPENDED);
+        }
+        if (expected.warnsOfJoin) {
+            wanted.push_back(TypeParam::NOT_JOINED);
+        }
+        EXPECT_EQ(warnings, wanted);
+    }
+}
+
+TYPED_TEST(ThreadLife, IsSuspendedAtItsStartOnly) {
+    Outside outside;
+    Worker<TypeParam> worker(outside);
+    Actor waiter;
+    BringTo(THREAD_SUSPENDED, worker, outside);
+    waiter.Waits([&] { EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK); });
+    EXPECT_EQ(outside.runs, 0);
+    EXPECT_EQ(worker.ResumeThread(), ERR_OK);
+    waiter.Proceeds();
+    waiter.Waits([&] { EXPECT_EQ(worker.BlockUntilStopped(INFINITE), ERR_OK); });
+    outside.release.Open();
+    waiter.Proceeds();
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
+
+    // Resumed before it came to its start, a thread does not stop there at all; and suspending wears off.
+    HoldStarts();
+    ASSERT_EQ(worker.CreateThread(0, true), ERR_OK);
+    EXPECT_EQ(worker.ResumeThread(), ERR_OK);
+    ReleaseStarts();
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    ASSERT_EQ(worker.CreateThread(), ERR_OK);
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    EXPECT_EQ(outside.runs, 3);
+}
+
+TYPED_TEST(ThreadLife, WaitsWithATimeLimitAndBeforeItsCreation) {
+    Outside outside;
+    Worker<TypeParam> worker(outside);
+    Actor waiter;
+    const WaitClock clock;
+    EXPECT_EQ(worker.BlockUntilStarted(40), ERR_TIMEOUT);
+    EXPECT_EQ(worker.BlockUntilStopped(40), ERR_TIMEOUT);
+    EXPECT_TRUE(clock.HasPassed(80));
+    waiter.Waits([&] { EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK); });
+    ASSERT_EQ(worker.CreateThread(), ERR_OK);
+    waiter.Proceeds();
+    outside.release.Open();
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
+}
+
+TYPED_TEST(ThreadLife, IsJoinedByOneOfManyWhoTry) {
+    constexpr unsigned JOINERS = 4;
+    Outside outside;
+    Worker<TypeParam> worker(outside);
+    AtThreadExit exit([&] {
+        Sleep(20); // By then the first joiner waits for the thread to leave.
+        EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
+        EXPECT_EQ(worker.CreateThread(), ERR_IN_PROGRESS);
+        EXPECT_EQ(worker.GetThreadState(), THREAD_ENDED);
+    });
+    outside.work = [&] { exit.Arm(); };
+    ASSERT_EQ(worker.CreateThread(), ERR_OK);
+    std::atomic<unsigned> joined = 0;
+    std::atomic<unsigned> late = 0;
+    RunCrowd(JOINERS + 1, [&](unsigned self) {
+        if (self == JOINERS) {
+            Sleep(20);
+            outside.release.Open();
+            return;
+        }
+        const Error result = worker.JoinThread();
+        joined += result == ERR_OK;
+        late += result == ERR_NOT_READY;
+    });
+    EXPECT_EQ(joined, 1u);
+    EXPECT_EQ(late, JOINERS - 1);
+}
+
+TYPED_TEST(ThreadLife, KnowsItselfInRun) {
+    Outside outside;
+    Worker<TypeParam> worker(outside);
+    unsigned misalignment = 99;
+    outside.work = [&] {
+        misalignment = StackMisalignment();
+        EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
+        EXPECT_EQ(worker.GetThreadId(), GetCurrentThreadId());
+        EXPECT_EQ(worker.GetThreadState(), THREAD_RUNNING);
+    };
+    outside.release.Open();
+    ASSERT_EQ(worker.CreateThread(), ERR_OK);
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    EXPECT_EQ(misalignment, 0u);
+}
+
+TYPED_TEST(ThreadLife, SkipsARunWhoseClassIsGone) {
+    struct Late : TypeParam {
+        ~Late() override {
+            EXPECT_EQ(this->ResumeThread(), ERR_OK);
+            EXPECT_EQ(this->JoinThread(), ERR_OK);
+        }
+    };
+    struct Derived : Late {
+        void Run() override { ADD_FAILURE(); }
+    };
+    const ExpectContract noRun(1);
+    Derived thread;
+    ASSERT_EQ(thread.CreateThread(0, true), ERR_OK);
+}
+
+} // namespace
