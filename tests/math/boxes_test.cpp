@@ -33,13 +33,13 @@ TEST(Aabb, StartsEmptyAndMergesPoints) {
     GeometryAABB box(7);
     EXPECT_TRUE(Is(box, V::Broadcast(GREATEST), V::Broadcast(-GREATEST)));
     EXPECT_FALSE(box.IsValid());
-    const V points[] = {{1, 2, 3, 4}, {-1, NOT_A_NUMBER, 5, -6}, {0, 0, 0, 0}};
+    const V points[] = {{1, 2, 3, 4}, {0, 0, 0, 0}, {-1, NOT_A_NUMBER, 5, -6}};
     EXPECT_TRUE(GeometryAABB(points, 0) == GeometryAABB());
     const GeometryAABB one = box + points[0];
     EXPECT_TRUE(Is(one, points[0], points[0]) && one.IsValid());
     const GeometryAABB all(points, 3);
     EXPECT_TRUE(Is(all, V(-1, 0, 0, -6), V(1, 2, 5, 4)));
-    EXPECT_TRUE(one + (GeometryAABB() + points[1] + points[2]) == all);
+    EXPECT_TRUE(one + (GeometryAABB() + points[1]) + points[2] == all);
     EXPECT_TRUE(all + GeometryAABB() == all);
     box = all;
     box.Init();
@@ -165,6 +165,7 @@ TEST(Boxes, ShareCornersAndConvertIntoEachOther) {
     static constexpr unsigned char ZEROS[sizeof(GeometryOBB)] = {};
     const GeometryOBB nothing = GeometryAABB(max, min).ToOOBox();
     EXPECT_EQ(std::memcmp(static_cast<const void*>(&nothing), ZEROS, sizeof(ZEROS)), 0);
+    EXPECT_EQ(GeometryAABB(V(0, 0, 0, 1), V(2, 2, 2, 0)).ToOOBox().GetExtent().X(), 1) << "w does not count";
     // The zeroed form of an invalid box is a point at the origin.
     EXPECT_TRUE(GeometryOBB().Intersect(GeometryAABB(max, min)));
     EXPECT_FALSE(GeometryOBB(max, max + V::ONE).Intersect(GeometryAABB(max, min)));

@@ -1,17 +1,18 @@
 // Hunted here: a query between two figures that misses the nearest points, in any position of the figures. The search
 // knows nothing of their cases: the distance from a point of the first figure to the second is convex along the first,
 // so dividing intervals finds its least, in double precision.
+#include "queries.h"
+
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <tests/support/random.h>
-#include <zelk_core/math/geometry/distance.h>
+#include <tuple>
 
 namespace {
 
 using Z4::Vector3d;
 using Z4::VectorSIMD4f;
-namespace Geometry = Z4::Geometry;
 
 enum class Shape {
     POINT,
@@ -29,23 +30,31 @@ struct Figure {
     Vector3d At(double u, double v) const { return corner + edge0 * u + edge1 * v; }
 };
 
+/// Least value of a convex function, by golden sections (J. Kiefer, 1953).
 template <class Function>
-double Least(double low, double high, int steps, const Function& function) {
-    for (int i = 0; i < steps; ++i) {
-        const double third = (high - low) / 3;
-        if (function(low + third) < function(high - third)) {
-            high -= third;
+double Least(double low, double high, const Function& function) {
+    constexpr double RATIO = 0.6180339887498949;
+    const double ends = std::min(function(low), function(high));
+    double left = function(high - RATIO * (high - low));
+    double right = function(low + RATIO * (high - low));
+    for (int step = 0; step < 42; ++step) {
+        if (left < right) {
+            high = low + RATIO * (high - low);
+            right = left;
+            left = function(high - RATIO * (high - low));
         } else {
-            low += third;
+            low = high - RATIO * (high - low);
+            left = right;
+            right = function(low + RATIO * (high - low));
         }
     }
-    return std::min({function(low), function((low + high) / 2), function(high)});
+    return std::min({ends, left, right});
 }
 
 /// Squared distance of `p` from a figure.
 double Search(const Vector3d& p, const Figure& f) {
     if (f.shape == Shape::TRIANGLE || f.shape == Shape::RECTANGLE) {
-        return Least(0, 1, 45, [&](double u) {
+        return Least(0, 1, [&](double u) {
             const double height = f.shape == Shape::TRIANGLE ? 1 - u : 1;
             return Search(p, Figure{Shape::SEGMENT, f.At(u, 0), f.edge1 * height, f.edge1});
         });
@@ -66,7 +75,7 @@ double Search(const Figure& first, const Figure& second) {
         };
         std::tie(low, high) = std::minmax({foot(second.At(0, 0)), foot(second.At(1, 0)), foot(second.At(0, 1))});
     }
-    return Least(low, high, 60, [&](double t) { return Search(first.At(t, 0), second); });
+    return Least(low, high, [&](double t) { return Search(first.At(t, 0), second); });
 }
 
 /// Two figures in a random position, often a special one. The first starts at `a`, the second at `c`.
@@ -120,138 +129,76 @@ struct Scene {
     double scale;
 };
 
-/// What a query says: the squared distance, the parameters of the nearest points, or the point itself.
-struct Answer {
-    float distanceSqr;
-    float t = 0, u = 0, v = 0;
-};
-
-/// Neither the distance nor that of the points with these parameters may differ from the least by more than `bound`.
-void ExpectNoneNearer(const Figure& first, const Figure& second, const Answer& answer, double bound) {
-    const double least = std::sqrt(Search(first, second));
-    EXPECT_NEAR(std::sqrt(answer.distanceSqr), least, bound);
-    EXPECT_NEAR(Length(first.At(answer.t, 0) - second.At(answer.u, answer.v)), least, bound);
-    for (const float parameter : {first.shape == Shape::LINE ? 0 : answer.t, second.shape == Shape::LINE ? 0 : answer.u,
-                                  answer.v, second.shape == Shape::TRIANGLE ? answer.u + answer.v : 0}) {
-        EXPECT_GE(parameter, 0.0F);
-        EXPECT_LE(parameter, 1 + 1e-6F);
-    }
-}
-
-/// The parameter that a point of a segment or line stands for.
-float ParameterOf(const VectorSIMD4f& p, const Scene& s) {
-    const Vector3d edge(ToVector3f(s.c0 - s.c));
-    return LengthSqr(edge) > 0 ? static_cast<float>(Dot(Vector3d(ToVector3f(p - s.c)), edge) / LengthSqr(edge)) : 0;
-}
-
 TEST(DistanceSearch, FindsNoneNearer) {
-    using namespace Geometry;
+    using namespace ZelkTest::Queries;
+    // With POINT_ONLY the query tells no parameters, but the point; ANY_POINT's weights may lose more.
+    enum Tells {
+        PARAMETERS,
+        POINT_ONLY,
+        ANY_POINT
+    };
     const struct {
         const char* name;
+        ZelkTest::Query query;
         Shape first;
         Shape second;
-        bool isFlat;
-        Answer (*query)(const Scene& s);
+        bool isFlat = false;
+        Tells tells = PARAMETERS;
     } rows[] = {
-        {"ClosestPointToSegment", Shape::POINT, Shape::SEGMENT, false,
-         [](const Scene& s) {
-             VectorSIMD4f closest;
-             Answer answer{};
-             answer.distanceSqr = ClosestPointToSegment(closest, s.a, s.c, s.c0, answer.u);
-             return answer;
-         }},
-        {"Consistent::ClosestPointToSegment", Shape::POINT, Shape::SEGMENT, false,
-         [](const Scene& s) {
-             VectorSIMD4f closest;
-             Answer answer{};
-             answer.distanceSqr = Consistent::ClosestPointToSegment(closest, s.a, s.c, s.c0, answer.u);
-             return answer;
-         }},
-        {"ClosestPointToSegment2D", Shape::POINT, Shape::SEGMENT, true,
-         [](const Scene& s) {
-             VectorSIMD4f closest;
-             Answer answer{};
-             answer.distanceSqr = ClosestPointToSegment2D(closest, s.a, s.c, s.c0, answer.u);
-             return answer;
-         }},
-        {"ClosestPointToLine", Shape::POINT, Shape::LINE, false,
-         [](const Scene& s) {
-             VectorSIMD4f closest;
-             const float distanceSqr = ClosestPointToLine(closest, s.a, s.c, s.c0);
-             return Answer{distanceSqr, 0, ParameterOf(closest, s), 0};
-         }},
-        {"DistanceSegmentToSegmentSqr", Shape::SEGMENT, Shape::SEGMENT, false,
-         [](const Scene& s) {
-             Answer answer{};
-             answer.distanceSqr = DistanceSegmentToSegmentSqr(s.a, s.b, s.c, s.c0, answer.t, answer.u);
-             return answer;
-         }},
-        {"Consistent::DistanceSegmentToSegmentSqr", Shape::SEGMENT, Shape::SEGMENT, false,
-         [](const Scene& s) {
-             Answer answer{};
-             answer.distanceSqr = Consistent::DistanceSegmentToSegmentSqr(s.a, s.b, s.c, s.c0, answer.t, answer.u);
-             return answer;
-         }},
-        {"Consistent::DistanceSegmentToSegment2DSqr", Shape::SEGMENT, Shape::SEGMENT, true,
-         [](const Scene& s) {
-             Answer answer{};
-             answer.distanceSqr = Consistent::DistanceSegmentToSegment2DSqr(s.a, s.b, s.c, s.c0, answer.t, answer.u);
-             return answer;
-         }},
-        {"DistanceSegmentToRectangleSqr", Shape::SEGMENT, Shape::RECTANGLE, false,
-         [](const Scene& s) {
-             Answer answer{};
-             answer.distanceSqr =
-                 DistanceSegmentToRectangleSqr(s.a, s.b, s.c, s.c0 - s.c, s.c1 - s.c, answer.t, answer.u, answer.v);
-             return answer;
-         }},
-        {"DistancePointToRectangleSqr", Shape::POINT, Shape::RECTANGLE, false,
-         [](const Scene& s) {
-             Answer answer{};
-             answer.distanceSqr = DistancePointToRectangleSqr(s.a, s.c, s.c0 - s.c, s.c1 - s.c, answer.u, answer.v);
-             return answer;
-         }},
-        {"DistanceLineToTriangleSqr", Shape::LINE, Shape::TRIANGLE, false,
-         [](const Scene& s) {
-             float params[3];
-             const float distanceSqr = DistanceLineToTriangleSqr(s.a, s.b, s.c, s.c0, s.c1, params);
-             EXPECT_EQ(DistanceLineToTriangleSqr(s.a, s.b, s.c, s.c0, s.c1, nullptr), distanceSqr);
-             return Answer{distanceSqr, params[0], params[1], params[2]};
-         }},
+        {"ClosestPointToSegment", SEGMENT, Shape::POINT, Shape::SEGMENT},
+        {"Consistent::ClosestPointToSegment", SEGMENT_CONSISTENT, Shape::POINT, Shape::SEGMENT},
+        {"ClosestPointToSegment2D", SEGMENT_2D, Shape::POINT, Shape::SEGMENT, true},
+        {"DistancePointToSegment2DSqr", SEGMENT_T_2D, Shape::POINT, Shape::SEGMENT, true},
+        {"ClosestPointToLine", LINE_POINT, Shape::POINT, Shape::LINE, false, POINT_ONLY},
+        {"ClosestTrianglePointToPoint", TRIANGLE, Shape::POINT, Shape::TRIANGLE, false, ANY_POINT},
+        {"DistancePointToRectangleSqr", POINT_RECTANGLE, Shape::POINT, Shape::RECTANGLE},
+        {"DistanceSegmentToSegmentSqr", SEGMENTS, Shape::SEGMENT, Shape::SEGMENT},
+        {"Consistent::DistanceSegmentToSegmentSqr", SEGMENTS_CONSISTENT, Shape::SEGMENT, Shape::SEGMENT},
+        {"DistanceSegmentToSegment2DSqr", SEGMENTS_2D, Shape::SEGMENT, Shape::SEGMENT, true},
+        {"DistanceSegmentToRectangleSqr", SEGMENT_RECTANGLE, Shape::SEGMENT, Shape::RECTANGLE},
+        {"DistanceLineToTriangleSqr", LINE_TRIANGLE, Shape::LINE, Shape::TRIANGLE},
     };
     for (const auto& row : rows) {
         ZelkTest::Input input(7);
-        for (int round = 0; round < 1000 && !testing::Test::HasFailure(); ++round) {
-            SCOPED_TRACE(std::string(row.name) + ", round " + std::to_string(round));
-            const Scene scene(input, row.second);
-            const auto wide = [&row](const VectorSIMD4f& v) { return Vector3d(v.X(), v.Y(), row.isFlat ? 0 : v.Z()); };
-            const bool isFace = row.second == Shape::RECTANGLE;
-            const Vector3d c = wide(scene.c);
+        for (int round = 0; round < 1000 && !HasFailure(); ++round) {
+            SCOPED_TRACE(testing::Message() << row.name << ", round " << round);
+            const Scene s(input, row.second);
+            const bool isPoint = row.first == Shape::POINT;
             // A rectangle is given by its edges, as they are after rounding.
-            const Figure first{row.first, wide(scene.a),
-                               row.first == Shape::POINT ? Vector3d::ZERO : wide(scene.b) - wide(scene.a),
-                               Vector3d::ZERO};
-            const Figure second{row.second, c, isFace ? wide(scene.c0 - scene.c) : wide(scene.c0) - c,
-                                row.second < Shape::TRIANGLE ? Vector3d::ZERO
-                                : isFace                     ? wide(scene.c1 - scene.c)
-                                                             : wide(scene.c1) - c};
-            ExpectNoneNearer(first, second, row.query(scene), 1e-6 * scene.scale);
-        }
-    }
-}
+            const VectorSIMD4f edges[] = {s.c0 - s.c, s.c1 - s.c};
+            const bool isRectangle = row.second == Shape::RECTANGLE;
+            const VectorSIMD4f arguments[] = {s.a, s.b, s.c, isRectangle ? edges[0] : s.c0,
+                                              isRectangle ? edges[1] : s.c1};
+            const VectorSIMD4f fromPoint[] = {s.a, arguments[2], arguments[3], arguments[4]};
+            const ZelkTest::Answer answer = row.query(isPoint ? fromPoint : arguments);
 
-/// It tells the point alone, whose weights may lose more.
-TEST(DistanceSearch, FindsNoneNearerOnATriangle) {
-    ZelkTest::Input input(8);
-    for (int round = 0; round < 1000 && !testing::Test::HasFailure(); ++round) {
-        const Scene s(input, Shape::TRIANGLE);
-        const Vector3d a(ToVector3f(s.a));
-        const Vector3d c(ToVector3f(s.c));
-        const Figure triangle{Shape::TRIANGLE, c, Vector3d(ToVector3f(s.c0)) - c, Vector3d(ToVector3f(s.c1)) - c};
-        const Vector3d nearest(ToVector3f(Geometry::ClosestTrianglePointToPoint(s.a, s.c, s.c0, s.c1)));
-        const double bound = 1e-5 * s.scale;
-        EXPECT_NEAR(Length(a - nearest), std::sqrt(Search(a, triangle)), bound) << round;
-        EXPECT_LE(std::sqrt(Search(nearest, triangle)), bound) << round;
+            const auto wide = [&row](const VectorSIMD4f& v) { return Vector3d(v.X(), v.Y(), row.isFlat ? 0 : v.Z()); };
+            const auto edge = [&](unsigned i) {
+                return isRectangle ? wide(edges[i]) : wide(arguments[3 + i]) - wide(s.c);
+            };
+            const Figure first{row.first, wide(s.a), isPoint ? Vector3d::ZERO : wide(s.b) - wide(s.a), Vector3d::ZERO};
+            const Figure second{row.second, wide(s.c), edge(0),
+                                row.second < Shape::TRIANGLE ? Vector3d::ZERO : edge(1)};
+            const double least = std::sqrt(Search(first, second));
+            const double bound = (row.tells == ANY_POINT ? 1e-5 : 1e-6) * s.scale;
+            if (row.tells != ANY_POINT) {
+                EXPECT_NEAR(std::sqrt(answer.returned), least, bound);
+            }
+            if (row.tells != PARAMETERS) {
+                const Vector3d nearest = wide(answer.points[0]);
+                EXPECT_NEAR(Length(first.corner - nearest), least, bound);
+                EXPECT_LE(std::sqrt(Search(nearest, second)), bound) << "a point of the figure";
+                continue;
+            }
+            const float t = isPoint ? 0 : answer.t[0];
+            const float* const uv = answer.t + (isPoint ? 0 : 1);
+            const float v = row.second < Shape::TRIANGLE ? 0 : uv[1];
+            EXPECT_NEAR(Length(first.At(t, 0) - second.At(uv[0], v)), least, bound);
+            for (const float parameter :
+                 {row.first == Shape::LINE ? 0 : t, uv[0], v, row.second == Shape::TRIANGLE ? uv[0] + v : 0}) {
+                EXPECT_TRUE(parameter >= 0 && parameter <= 1 + 1e-6F) << parameter;
+            }
+        }
     }
 }
 

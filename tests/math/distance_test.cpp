@@ -2,177 +2,118 @@
 // query that counts lanes it must not, or writes where it must not. The queries' arithmetic is held to plain code by
 // the digests, their results to a search by distance_search_test.cpp.
 #include "figures.h"
+#include "queries.h"
 
+#include <array>
 #include <cmath>
-#include <functional>
 #include <gmock/gmock.h>
 #include <limits>
-#include <zelk_core/math/geometry/distance.h>
 
 namespace {
 
 using V = Z4::VectorSIMD4f;
-using namespace Z4::Geometry;
-constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
+using namespace ZelkTest::Queries;
+using ZelkTest::Answer;
+using ZelkTest::Query;
 
-/// What a query returns, and then the numbers that it writes; 7 is what nobody writes.
-using Answer = std::vector<float>;
-using Query = std::function<Answer(const V* p)>;
-
-template <class Function>
-Query Point(Function query) {
-    return [query](const V* p) { return Answer{query(p[0], p[1], p[2])}; };
-}
-template <class Function>
-Query PointT(Function query) {
-    return [query](const V* p) {
-        V closest;
-        float t = 7;
-        const float distanceSqr = query(closest, p[0], p[1], p[2], t);
-        return Answer{distanceSqr, t, closest.X(), closest.Y(), closest.Z(), closest.W()};
+void Expect(const Answer& got, const Answer& expected) {
+    const auto numbers = [](const Answer& a) {
+        std::array<float, 12> all = {a.returned, a.t[0], a.t[1], a.t[2]};
+        a.points[0].Store(&all[4]);
+        a.points[1].Store(&all[8]);
+        return all;
     };
+    EXPECT_THAT(numbers(got), testing::Pointwise(testing::NanSensitiveFloatEq(), numbers(expected)));
 }
-template <class Function>
-Query Pair(Function query) {
-    return [query](const V* p) {
-        float s = 7;
-        float t = 7;
-        const auto result = static_cast<float>(query(p[0], p[1], p[2], p[3], s, t));
-        return Answer{result, s, t};
-    };
-}
-
-const Query SEGMENT = PointT(ClosestPointToSegment);
-const Query SEGMENT_2D = PointT(ClosestPointToSegment2D);
-const Query SEGMENT_CONSISTENT = PointT(Consistent::ClosestPointToSegment);
-const Query SEGMENT_DISTANCE = Point(ClosestDistToSegment);
-const Query SEGMENT_T_2D = [](const V* p) {
-    float t = 7;
-    const float distanceSqr = Consistent::DistancePointToSegment2DSqr(p[0], p[1], p[2], t);
-    return Answer{distanceSqr, t};
-};
-const Query LINE = Point(DistancePointToLineSqr);
-const Query LINE_2D = Point(DistancePointToLine2DSqr);
-const Query LINE_CONSISTENT = Point(Consistent::DistancePointToLineSqr);
-using Parameters = bool (*)(const V&, const V&, const V&, const V&, float&, float&);
-const Query LINES = Pair<Parameters>(GetShortestSegmentBetweenLines);
-const Query LINES_CONSISTENT = Pair<Parameters>(Consistent::GetShortestSegmentBetweenLines);
-const Query SEGMENTS = Pair(DistanceSegmentToSegmentSqr);
-const Query SEGMENTS_CONSISTENT = Pair(Consistent::DistanceSegmentToSegmentSqr);
-const Query SEGMENTS_2D = Pair(Consistent::DistanceSegmentToSegment2DSqr);
-const Query POINT_RECTANGLE = Pair(DistancePointToRectangleSqr);
-const Query SEGMENT_RECTANGLE = [](const V* p) {
-    Answer a = {0, 7, 7, 7};
-    a[0] = DistanceSegmentToRectangleSqr(p[0], p[1], p[2], p[3], p[4], a[1], a[2], a[3]);
-    return a;
-};
-const Query LINE_TRIANGLE = [](const V* p) {
-    Answer a = {0, 7, 7, 7};
-    a[0] = DistanceLineToTriangleSqr(p[0], p[1], p[2], p[3], p[4], &a[1]);
-    return a;
-};
-const Query TRIANGLE = [](const V* p) {
-    const V nearest = ClosestTrianglePointToPoint(p[0], p[1], p[2], p[3]);
-    return Answer{nearest.X(), nearest.Y(), nearest.Z(), nearest.W()};
-};
-const Query BOX = [](const V* p) {
-    const V nearest = ClosestAABBPointToPoint(p[0], GeometryAABB(p[1], p[2]));
-    return Answer{nearest.X(), nearest.Y(), nearest.Z(), nearest.W()};
-};
-const Query BOX_2D = [](const V* p) {
-    return Answer{DistancePointToAABB2DSqr(ToVector2f(p[0]), ToVector2f(p[1]), ToVector2f(p[2]))};
-};
 
 TEST(Distance, HasTheseAnswers) {
-    const float w = 9; // must not count in a distance
+    const V o = V::ZERO;
+    const V x4(4, 0, 0, 0);
+    const V y2(0, 2, 0, 0);
+    const V y4(0, 4, 0, 0);
+    // Of a segment whose ends have the w 1 and 5; that of the point, 9, must not count.
+    const V a(0, 0, 0, 1);
+    const V b(4, 0, 0, 5);
+    const V min(-1, -1, -1, -1);
+    const V max(1, 2, 3, 4);
+    const float nan = std::numeric_limits<float>::quiet_NaN();
     const struct {
         const char* what;
-        const Query& query;
+        Query query;
         V p[5];
         Answer expected;
     } rows[] = {
-        {"beside", SEGMENT, {{1, 3, 4, 1}, {0, 0, 0, 1}, {4, 0, 0, 5}}, {25, 0.25F, 1, 0, 0, 2}},
-        {"behind a", SEGMENT, {{-3, 4, 0, w}, {0, 0, 0, 1}, {4, 0, 0, 5}}, {25, 0, 0, 0, 0, 1}},
-        {"beyond b", SEGMENT, {{7, 4, 0, w}, {0, 0, 0, 1}, {4, 0, 0, 5}}, {25, 1, 4, 0, 0, 5}},
-        {"a point", SEGMENT, {{0, 3, 0, w}, {0, 0, 0, 1}, {0, 0, 0, 1}}, {9, 0, 0, 0, 0, 1}},
-        {"consistent", SEGMENT_CONSISTENT, {{1, 3, 4, 1}, {0, 0, 0, 1}, {4, 0, 0, 5}}, {25, 0.25F, 1, 0, 0, 2}},
-        {"along z", SEGMENT_2D, {{1, 3, 4, 0}, {0, 0, 0, 0}, {4, 0, 8, 0}}, {9, 0.25F, 1, 0, 2, 0}},
-        {"along z", SEGMENT_T_2D, {{1, 3, 4, 0}, {0, 0, 0, 0}, {4, 0, 8, 0}}, {9, 0.25F}},
-        {"root", SEGMENT_DISTANCE, {{1, 3, 4, w}, {0, 0, 0, 0}, {4, 0, 0, 0}}, {5}},
-        {"line", LINE, {{9, 3, 4, w}, {0, 0, 0, 0}, {4, 0, 0, 0}}, {25}},
-        {"line", LINE_CONSISTENT, {{9, 3, 4, w}, {0, 0, 0, 0}, {4, 0, 0, 0}}, {25}},
-        {"line along z", LINE_2D, {{9, 3, 4, w}, {0, 0, 0, 0}, {4, 0, 7, 0}}, {9}},
-        {"a = b", LINE, {{1, 2, 2, w}, {0, 0, 0, 0}, {0, 0, 0, 0}}, {9}},
-        {"below 1e-6", LINE, {{3, 4, 0, 0}, {0, 0, 0, 0}, {0.9e-6F, 0, 0, 0}}, {25}},
-        {"above 1e-6", LINE, {{3, 4, 0, 0}, {0, 0, 0, 0}, {1.1e-6F, 0, 0, 0}}, {16}},
-        {"differs in w alone", LINE, {{3, 4, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 5}}, {25}},
-        {"skew", LINES, {{0, 0, 0, w}, {2, 0, 0, 0}, {1, -1, 3, 0}, {1, 1, 3, 0}}, {1, 0.5F, 0.5F}},
-        {"skew", LINES_CONSISTENT, {{0, 0, 0, w}, {2, 0, 0, 0}, {1, -1, 3, 0}, {1, 1, 3, 0}}, {1, 0.5F, 0.5F}},
-        {"parallel", LINES, {{0, 0, 0, 0}, {2, 0, 0, 0}, {0, 1, 0, 0}, {2, 1, 0, 0}}, {0, 7, 7}},
-        {"no direction", LINES_CONSISTENT, {{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 1, 0, 0}, {2, 1, 0, 0}}, {0, 7, 7}},
-        {"NaN",
-         LINES,
-         {{NOT_A_NUMBER, 0, 0, 0}, {2, 0, 0, 0}, {0, 1, 0, 0}, {2, 2, 0, 0}},
-         {1, NOT_A_NUMBER, NOT_A_NUMBER}},
-        {"crossing", SEGMENTS, {{0, 0, 0, w}, {4, 0, 0, 0}, {1, -2, 3, 0}, {1, 2, 3, 0}}, {9, 0.25F, 0.5F}},
-        {"end to end", SEGMENTS, {{0, 0, 0, 0}, {1, 0, 0, w}, {4, 4, 0, 0}, {5, 9, 0, 0}}, {25, 1, 0}},
-        {"points", SEGMENTS_CONSISTENT, {{1, 0, 0, 0}, {1, 0, 0, 0}, {4, 4, 0, 0}, {4, 4, 0, 0}}, {25, 0, 0}},
-        {"crossing along z", SEGMENTS_2D, {{0, 0, 0, 0}, {4, 0, 9, 0}, {1, -2, 3, 0}, {1, 2, 3, 0}}, {0, 0.25F, 0.5F}},
-        {"over the face", POINT_RECTANGLE, {{2, 1, 5, w}, {0, 0, 0, 0}, {4, 0, 0, 0}, {0, 2, 0, 0}}, {25, 0.5F, 0.5F}},
-        {"beside it", POINT_RECTANGLE, {{7, 6, 0, w}, {0, 0, 0, 0}, {4, 0, 0, 0}, {0, 2, 0, 0}}, {25, 1, 1}},
-        {"a point", POINT_RECTANGLE, {{3, 4, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}}, {25, 0, 0}},
-        {"through",
-         SEGMENT_RECTANGLE,
-         {{1, 1, 4, 0}, {1, 1, -4, 0}, {0, 0, 0, 0}, {4, 0, 0, 0}, {0, 2, 0, 0}},
-         {0, 0.5F, 0.25F, 0.5F}},
-        {"past the edge",
-         SEGMENT_RECTANGLE,
-         {{7, 1, 4, 0}, {7, 1, -4, 0}, {0, 0, 0, 0}, {4, 0, 0, 0}, {0, 2, 0, 0}},
-         {9, 0.5F, 1, 0.5F}},
-        {"through",
-         LINE_TRIANGLE,
-         {{1, 1, 4, 0}, {1, 1, 2, 0}, {0, 0, 0, 0}, {4, 0, 0, 0}, {0, 4, 0, 0}},
-         {0, 2, 0.25F, 0.25F}},
-        {"past the edge",
-         LINE_TRIANGLE,
-         {{-3, 1, 4, 0}, {-3, 1, 2, 0}, {0, 0, 0, 0}, {4, 0, 0, 0}, {0, 4, 0, 0}},
-         {9, 2, 0, 0.25F}},
-        {"inside", BOX, {{0.5F, 0.5F, 2.5F, 3.5F}, {-1, -1, -1, -1}, {1, 2, 3, 4}}, {0.5F, 0.5F, 2.5F, 3.5F}},
-        {"outside", BOX, {{-7, 7, 3, 9}, {-1, -1, -1, -1}, {1, 2, 3, 4}}, {-1, 2, 3, 4}},
-        {"no inside: min", BOX, {{0, 0, 0, 0}, {1, 1, 1, 1}, {-1, -1, -1, -1}}, {1, 1, 1, 1}},
-        {"NaN: max", BOX, {{0, NOT_A_NUMBER, 0, 0}, {-1, -1, -1, -1}, {1, 2, 3, 4}}, {0, 2, 0, 0}},
-        {"inside", BOX_2D, {{0, 1, 9, 9}, {-1, 0, 0, 0}, {3, 2, 0, 0}}, {0}},
-        {"on the border", BOX_2D, {{3, 0, 9, 9}, {-1, 0, 0, 0}, {3, 2, 0, 0}}, {0}},
-        {"low in x", BOX_2D, {{-4, 1, 9, 9}, {-1, 0, 0, 0}, {3, 2, 0, 0}}, {9}},
-        {"corner", BOX_2D, {{6, 6, 9, 9}, {-1, 0, 0, 0}, {3, 2, 0, 0}}, {25}},
-        {"NaN", BOX_2D, {{6, NOT_A_NUMBER, 9, 9}, {-1, 0, 0, 0}, {3, 2, 0, 0}}, {0}},
+        {"beside", SEGMENT, {{1, 3, 4, 9}, a, b}, {25, {0.25F}, {{1, 0, 0, 2}}}},
+        {"behind a", SEGMENT, {{-3, 4, 0, 9}, a, b}, {25, {0}, {a}}},
+        {"beyond b", SEGMENT, {{7, 4, 0, 9}, a, b}, {25, {1}, {b}}},
+        {"a point", SEGMENT, {{0, 3, 0, 9}, a, a}, {9, {0}, {a}}},
+        {"beside", SEGMENT_CONSISTENT, {{1, 3, 4, 9}, a, b}, {25, {0.25F}, {{1, 0, 0, 2}}}},
+        {"along z", SEGMENT_2D, {{1, 3, 4, 9}, o, {4, 0, 8, 0}}, {9, {0.25F}, {{1, 0, 2, 0}}}},
+        {"along z", SEGMENT_T_2D, {{1, 3, 4, 9}, o, {4, 0, 8, 0}}, {9, {0.25F}}},
+        {"root", SEGMENT_DISTANCE, {{1, 3, 4, 9}, a, b}, {5}},
+        {"line", LINE, {{9, 3, 4, 9}, a, b}, {25}},
+        {"line", LINE_CONSISTENT, {{9, 3, 4, 9}, a, b}, {25}},
+        {"line", LINE_POINT, {{8, 3, 4, 9}, o, x4}, {25, {}, {{8, 0, 0, 0}}}},
+        {"line along z", LINE_2D, {{9, 3, 4, 9}, o, {4, 0, 7, 0}}, {9}},
+        {"a point", LINE, {{1, 2, 2, 9}, o, o}, {9}},
+        {"below 1e-6", LINE, {{3, 4, 0, 0}, o, {0.9e-6F, 0, 0, 0}}, {25}},
+        {"above 1e-6", LINE, {{3, 4, 0, 0}, o, {1.1e-6F, 0, 0, 0}}, {16}},
+        {"differs in w alone", LINE, {{3, 4, 0, 0}, o, {0, 0, 0, 5}}, {25}},
+        {"skew", LINES, {a, b, {1, -1, 3, 0}, {1, 1, 3, 0}}, {1, {0.25F, 0.5F}}},
+        {"skew", LINES_CONSISTENT, {a, b, {1, -1, 3, 0}, {1, 1, 3, 0}}, {1, {0.25F, 0.5F}}},
+        {"NaN", LINES, {{nan, 0, 0, 0}, x4, {0, 1, 0, 0}, {2, 2, 0, 0}}, {1, {nan, nan}}},
+        {"no direction", LINES_CONSISTENT, {o, o, {0, 1, 0, 0}, {2, 1, 0, 0}}, {0}},
+        {"crossing", SEGMENTS, {a, b, {1, -2, 3, 0}, {1, 2, 3, 0}}, {9, {0.25F, 0.5F}}},
+        {"end to end", SEGMENTS, {o, {1, 0, 0, 9}, {4, 4, 0, 0}, {5, 9, 0, 0}}, {25, {1, 0}}},
+        {"points", SEGMENTS_CONSISTENT, {o, o, {3, 4, 0, 0}, {3, 4, 0, 0}}, {25}},
+        {"crossing along z", SEGMENTS_2D, {o, {4, 0, 9, 0}, {1, -2, 3, 0}, {1, 2, 3, 0}}, {0, {0.25F, 0.5F}}},
+        {"over the face", POINT_RECTANGLE, {{2, 1, 5, 9}, o, x4, y2}, {25, {0.5F, 0.5F}}},
+        {"beside it", POINT_RECTANGLE, {{7, 6, 0, 9}, o, x4, y2}, {25, {1, 1}}},
+        {"a point", POINT_RECTANGLE, {{3, 4, 0, 0}, o, o, o}, {25}},
+        {"through", SEGMENT_RECTANGLE, {{1, 1, 4, 0}, {1, 1, -4, 0}, o, x4, y2}, {0, {0.5F, 0.25F, 0.5F}}},
+        {"past the edge", SEGMENT_RECTANGLE, {{7, 1, 4, 0}, {7, 1, -4, 0}, o, x4, y2}, {9, {0.5F, 1, 0.5F}}},
+        {"through", LINE_TRIANGLE, {{1, 1, 4, 0}, {1, 1, 2, 0}, o, x4, y4}, {0, {2, 0.25F, 0.25F}}},
+        {"past the edge", LINE_TRIANGLE, {{-3, 1, 4, 0}, {-3, 1, 2, 0}, o, x4, y4}, {9, {2, 0, 0.25F}}},
+        {"no area: its longest edge", TRIANGLE, {{1, 3, 4, 0}, o, x4, {2, 0, 0, 0}}, {0, {}, {{1, 0, 0, 0}}}},
+        {"inside", BOX, {{0.5F, 0.5F, 2.5F, 3.5F}, min, max}, {0, {}, {{0.5F, 0.5F, 2.5F, 3.5F}}}},
+        {"outside", BOX, {{-7, 7, 3, 9}, min, max}, {0, {}, {{-1, 2, 3, 4}}}},
+        {"no inside: min", BOX, {o, {1, 1, 1, 1}, min}, {0, {}, {{1, 1, 1, 1}}}},
+        {"NaN: max", BOX, {{0, nan, 0, 0}, min, max}, {0, {}, {{0, 2, 0, 0}}}},
+        {"inside", BOX_2D, {{0, 1, 9, 9}, min, max}, {0}},
+        {"on the border", BOX_2D, {{1, -1, 9, 9}, min, max}, {0}},
+        {"low in x", BOX_2D, {{-4, 1, 9, 9}, min, max}, {9}},
+        {"corner", BOX_2D, {{4, 6, 9, 9}, min, max}, {25}},
+        {"NaN", BOX_2D, {{6, nan, 9, 9}, min, max}, {0}},
     };
     for (const auto& row : rows) {
-        EXPECT_THAT(row.query(row.p), testing::Pointwise(testing::NanSensitiveFloatEq(), row.expected))
-            << row.what << ", row " << &row - rows;
+        SCOPED_TRACE(testing::Message() << row.what << ", row " << &row - rows);
+        Expect(row.query(row.p), row.expected);
     }
 }
 
-/// The seven regions of a triangle, and their borders, which the first region in the order a, b, c, ab, bc, ac takes.
+/// The seven regions, and on their borders the first that holds in the order a, b, c, ab, bc, ac.
 TEST(Distance, TriangleHasTheseRegions) {
     const V a(0, 0, 0, 1);
     const V b(4, 0, 0, 2);
     const V c(0, 4, 0, 3);
     const struct {
         V p;
-        Answer nearest;
+        V nearest;
     } rows[] = {
-        {{-1, -1, 3, 9}, {0, 0, 0, 1}},   {{0, -3, 3, 9}, {0, 0, 0, 1}},    {{6, -1, 3, 9}, {4, 0, 0, 2}},
-        {{4, -2, 3, 9}, {4, 0, 0, 2}},    {{-1, 6, 3, 9}, {0, 4, 0, 3}},    {{2, -2, 3, 9}, {2, 0, 0, 1.5F}},
-        {{3, 3, 3, 9}, {2, 2, 0, 2.5F}},  {{-2, 1, 3, 9}, {0, 1, 0, 1.5F}}, {{1, 1, 3, 9}, {1, 1, 0, 1.75F}},
+        {{-1, -1, 3, 9}, a},
+        {{0, -3, 3, 9}, a},
+        {{6, -1, 3, 9}, b},
+        {{4, -2, 3, 9}, b},
+        {{-1, 6, 3, 9}, c},
+        {{2, -2, 3, 9}, {2, 0, 0, 1.5F}},
+        {{3, 3, 3, 9}, {2, 2, 0, 2.5F}},
+        {{-2, 1, 3, 9}, {0, 1, 0, 1.5F}},
+        {{1, 1, 3, 9}, {1, 1, 0, 1.75F}},
         {{1, 2, 0, 9}, {1, 2, 0, 2.25F}},
     };
     for (const auto& row : rows) {
-        const V p[] = {row.p, a, b, c};
-        EXPECT_THAT(TRIANGLE(p), testing::ElementsAreArray(row.nearest)) << &row - rows;
+        EXPECT_EQ(Z4::Geometry::ClosestTrianglePointToPoint(row.p, a, b, c), row.nearest) << &row - rows;
     }
-    const V flat[] = {{1, 3, 4, 0}, {0, 0, 0, 0}, {4, 0, 0, 0}, {2, 0, 0, 0}};
-    EXPECT_THAT(TRIANGLE(flat), testing::ElementsAre(1, 0, 0, 0)) << "its longest edge";
 }
 
 TEST(Distance, SegmentHasATolerance) {
@@ -185,22 +126,21 @@ TEST(Distance, SegmentHasATolerance) {
     } rows[] = {{0.25F, 0.5F, 0}, {0.26F, 0.5F, 0.13F}, {1.75F, 0.5F, 1}, {1.74F, 0.5F, 0.87F},
                 {0.5F, 0, 0.25F}, {-1, -3, -0.5F},      {-2, -3, 0},      {3, -3, 1.5F}};
     for (const auto& row : rows) {
-        V closest;
-        V t;
-        const V p(row.x, 1, 5, 0);
-        const V distanceSqr = Consistent::ClosestPointToSegment2D(closest, p, a, b, t, row.eps);
-        EXPECT_EQ(t, V::Broadcast(row.t)) << row.x;
-        EXPECT_EQ(closest, V(2 * row.t, 0, 0, 0)) << row.x;
-        EXPECT_EQ(distanceSqr, V::Broadcast((row.x - 2 * row.t) * (row.x - 2 * row.t) + 1)) << row.x;
-        Consistent::ClosestPointToSegment2D(closest, p, a, a, t, -1);
-        EXPECT_NE(t.X(), t.X()) << "0 / 0";
+        const V p[] = {V(row.x, 1, 5, row.eps), a, b};
+        const float away = row.x - 2 * row.t;
+        const Answer answer = SEGMENT_TOLERANT_2D(p);
+        EXPECT_EQ(answer.points[1], V::Broadcast(row.t)) << row.x;
+        EXPECT_EQ(answer.points[0], V(2 * row.t, 0, 0, 0)) << row.x;
+        EXPECT_EQ(answer.returned, away * away + 1) << row.x;
     }
+    const V point[] = {V(1, 1, 5, -1), a, a};
+    EXPECT_TRUE(std::isnan(SEGMENT_TOLERANT_2D(point).points[1].X())) << "0 / 0";
 }
 
 TEST(Distance, OfNanIsNan) {
     const struct {
         const char* name;
-        const Query& query;
+        Query query;
         unsigned arguments;
         unsigned lanes;
     } rows[] = {
@@ -216,14 +156,15 @@ TEST(Distance, OfNanIsNan) {
     };
     ZelkTest::Input input(3);
     for (const auto& row : rows) {
-        for (unsigned round = 0; round < 50; ++round) {
+        for (unsigned round = 0; round < 100; ++round) {
             V p[5];
             for (V& point : p) {
                 point = ZelkTest::RandomPoint(input, 10);
             }
-            const unsigned argument = round % row.arguments;
-            p[argument].Set(input.Below(row.lanes), NOT_A_NUMBER);
-            EXPECT_TRUE(std::isnan(row.query(p)[0])) << row.name << ", argument " << argument;
+            p[round % row.arguments].Set(input.Below(row.lanes), std::numeric_limits<float>::quiet_NaN());
+            const Answer answer = row.query(p);
+            EXPECT_TRUE(std::isnan(answer.returned) || (row.query == TRIANGLE && std::isnan(answer.points[0].W())))
+                << row.name << ", argument " << round % row.arguments;
         }
     }
 }
@@ -236,8 +177,15 @@ TEST(Distance, LinesAreParallelBelowTheLimit) {
     for (float x = 0.5F; x < 2; x += 0.001F) {
         const float y = 0.01F / x;
         const float denom = (x * x) * (y * y);
+        float t[2] = {7, 7};
+        V points[2] = {V::ONE, V::ONE};
+        const bool found = Z4::Geometry::GetShortestSegmentBetweenLines(origin, {x, 0, 0, 0}, origin, {0, y, 0, 0},
+                                                                        points[0], points[1], t[0], t[1]);
+        EXPECT_EQ(found, denom >= LIMIT);
+        EXPECT_TRUE(t[0] == (found ? 0 : 7) && t[1] == t[0]) << "written where found";
+        EXPECT_TRUE(points[0] == (found ? V::ZERO : V::ONE) && points[1] == points[0]);
         const V p[] = {origin, {x, 0, 0, 0}, origin, {0, y, 0, 0}};
-        EXPECT_EQ(LINES(p), denom >= LIMIT ? (Answer{1, 0, 0}) : (Answer{0, 7, 7}));
+        EXPECT_EQ(LINES(p).returned, found ? 1 : 0);
         atLimit += denom == LIMIT ? 1 : 0;
         below += denom < LIMIT ? 1 : 0;
     }
@@ -246,17 +194,16 @@ TEST(Distance, LinesAreParallelBelowTheLimit) {
 
 TEST(Distance, WritesMayOverlapReads) {
     const V p[] = {{1, 2, 3, 4}, {5, 0, 1, 0}, {-1, 7, 2, 5}, {3, 3, -3, 3}};
-    V apart[2];
-    V same[] = {p[0], p[1], p[2], p[3]};
-    float t[4];
-    ClosestPointToSegment(apart[0], p[0], p[1], p[2], t[0]);
-    ClosestPointToSegment(same[0], same[0], p[1], p[2], t[1]);
-    EXPECT_TRUE(same[0] == apart[0] && t[0] == t[1]);
+    V same[] = {p[0], p[3]};
+    float t[2];
+    Z4::Geometry::ClosestPointToSegment(same[0], same[0], p[1], p[2], t[0]);
+    EXPECT_EQ(same[0], SEGMENT(p).points[0]);
     same[0] = p[0];
-    EXPECT_TRUE(GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], apart[0], apart[1], t[0], t[1]));
-    EXPECT_TRUE(GetShortestSegmentBetweenLines(same[0], p[1], p[2], same[3], same[0], same[3], t[2], t[3]));
-    EXPECT_TRUE(same[0] == apart[0] && same[3] == apart[1] && t[0] == t[2] && t[1] == t[3]);
-    EXPECT_TRUE(same[0].W() == 0 && same[3].W() == 0);
+    EXPECT_TRUE(
+        Z4::Geometry::GetShortestSegmentBetweenLines(same[0], p[1], p[2], same[1], same[0], same[1], t[0], t[1]));
+    const Answer apart = LINES_POINTS(p);
+    EXPECT_TRUE(same[0] == apart.points[0] && same[1] == apart.points[1] && t[1] == apart.t[1]);
+    EXPECT_TRUE(same[0].W() == 0 && same[1].W() == 0);
 }
 
 } // namespace
