@@ -3,8 +3,8 @@
 // another holds the registers to plain arithmetic; the others hold all compilers to the same bits.
 #include "digest.h"
 
+#include <tests/math/queries.h>
 #include <zelk_core/math/geometry/aabb.h>
-#include <zelk_core/math/geometry/distance.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/matrix.h>
 #include <zelk_core/math/matrixsimd.h>
@@ -60,7 +60,6 @@ struct Points {
             p[4] = p[3] = p[2] + input.Number(1) * (p[1] - p[0]);
         }
     }
-    const VectorSIMD4f& operator[](unsigned i) const { return p[i]; }
 
     VectorSIMD4f p[5];
 };
@@ -186,8 +185,9 @@ void AddLanes(Digest& digest, Input& input) {
 }
 
 void AddBounds(Digest& digest, Input& input) {
-    const Points p(input);
-    const GeometryAABB bounds(p.p, 5);
+    const Points points(input);
+    const VectorSIMD4f* const p = points.p;
+    const GeometryAABB bounds(p, 5);
     const GeometryAABB box(p[0], p[1]);
     const GeometryAABB other(p[2], p[3]);
     GeometryAABB changed(box);
@@ -222,97 +222,29 @@ void AddOriented(Digest& digest, Input& input) {
     AddBox(digest, box);
 }
 
-/// What a query writes, all of it added; what it leaves alone stays 0.
-struct Written {
-    VectorSIMD4f points[2] = {VectorSIMD4f(0, 0, 0, 0), VectorSIMD4f(0, 0, 0, 0)};
-    float numbers[3] = {};
-};
-
-using Query = float (*)(const Points& p, Written& out);
-
-void AddQueries(Digest& digest, Input& input, const Query* queries, std::size_t count) {
+template <std::size_t COUNT>
+void AddQueries(Digest& digest, Input& input, const ZelkTest::Query (&queries)[COUNT]) {
     const Points p(input);
-    for (std::size_t i = 0; i < count; ++i) {
-        Written out;
-        digest.Add(queries[i](p, out));
-        digest.Add(out.points[0]);
-        digest.Add(out.points[1]);
-        for (const float number : out.numbers) {
-            digest.Add(number);
+    for (const ZelkTest::Query query : queries) {
+        const ZelkTest::Answer answer = query(p.p);
+        digest.Add(answer.returned);
+        for (const float t : answer.t) {
+            digest.Add(t);
         }
+        digest.Add(answer.points[0]);
+        digest.Add(answer.points[1]);
     }
 }
 
-using namespace Z4::Geometry;
+using namespace ZelkTest::Queries;
 
-constexpr Query FAST_QUERIES[] = {
-    [](const Points& p, Written& out) {
-        return ClosestPointToSegment(out.points[0], p[0], p[1], p[2], out.numbers[0]);
-    },
-    [](const Points& p, Written& out) {
-        return ClosestPointToSegment2D(out.points[0], p[0], p[1], p[2], out.numbers[0]);
-    },
-    [](const Points& p, Written&) { return ClosestDistToSegment(p[0], p[1], p[2]); },
-    [](const Points& p, Written&) { return DistancePointToLineSqr(p[0], p[1], p[2]); },
-    [](const Points& p, Written&) { return DistancePointToLine2DSqr(p[0], p[1], p[2]); },
-    [](const Points& p, Written& out) { return ClosestPointToLine(out.points[0], p[0], p[1], p[2]); },
-    [](const Points& p, Written& out) {
-        return GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], out.points[0], out.points[1], out.numbers[0],
-                                              out.numbers[1])
-                   ? 1.0F
-                   : 0.0F;
-    },
-    [](const Points& p, Written& out) {
-        return GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]) ? 1.0F : 0.0F;
-    },
-    [](const Points& p, Written& out) {
-        return DistanceSegmentToSegmentSqr(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]);
-    },
-    [](const Points& p, Written& out) {
-        return DistanceSegmentToRectangleSqr(p[0], p[1], p[2], p[3], p[4], out.numbers[0], out.numbers[1],
-                                             out.numbers[2]);
-    },
-    [](const Points& p, Written& out) {
-        return DistancePointToRectangleSqr(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]);
-    },
-    [](const Points& p, Written& out) { return DistanceLineToTriangleSqr(p[0], p[1], p[2], p[3], p[4], out.numbers); },
-    [](const Points& p, Written& out) {
-        out.points[0] = ClosestTrianglePointToPoint(p[0], p[1], p[2], p[3]);
-        out.points[1] = ClosestAABBPointToPoint(p[0], GeometryAABB(p[1], p[2]));
-        return DistancePointToAABB2DSqr(ToVector2f(p[0]), ToVector2f(p[1]), ToVector2f(p[2]));
-    },
+constexpr ZelkTest::Query FAST_QUERIES[] = {
+    SEGMENT,  SEGMENT_2D,      SEGMENT_DISTANCE,  LINE,          LINE_2D,  LINE_POINT, LINES,  LINES_POINTS,
+    SEGMENTS, POINT_RECTANGLE, SEGMENT_RECTANGLE, LINE_TRIANGLE, TRIANGLE, BOX,        BOX_2D,
 };
-
-constexpr Query CONSISTENT_QUERIES[] = {
-    [](const Points& p, Written& out) {
-        return Consistent::ClosestPointToSegment(out.points[0], p[0], p[1], p[2], out.numbers[0]);
-    },
-    [](const Points& p, Written& out) {
-        constexpr float TOLERANCES[] = {0, 1e-6F, 0.5F, -1e-6F};
-        const float eps = TOLERANCES[p[3].X() < 0 ? (p[3].Y() < 0 ? 0 : 1) : (p[3].Y() < 0 ? 2 : 3)];
-        return Consistent::ClosestPointToSegment2D(out.points[0], p[0], p[1], p[2], out.points[1], eps).X();
-    },
-    [](const Points& p, Written& out) {
-        return Consistent::DistancePointToSegment2DSqr(p[0], p[1], p[2], out.numbers[0]);
-    },
-    [](const Points& p, Written&) { return Consistent::DistancePointToLineSqr(p[0], p[1], p[2]); },
-    [](const Points& p, Written& out) {
-        return Consistent::GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], out.points[0], out.points[1],
-                                                          out.numbers[0], out.numbers[1])
-                   ? 1.0F
-                   : 0.0F;
-    },
-    [](const Points& p, Written& out) {
-        return Consistent::GetShortestSegmentBetweenLines(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1])
-                   ? 1.0F
-                   : 0.0F;
-    },
-    [](const Points& p, Written& out) {
-        return Consistent::DistanceSegmentToSegmentSqr(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]);
-    },
-    [](const Points& p, Written& out) {
-        return Consistent::DistanceSegmentToSegment2DSqr(p[0], p[1], p[2], p[3], out.numbers[0], out.numbers[1]);
-    },
+constexpr ZelkTest::Query CONSISTENT_QUERIES[] = {
+    SEGMENT_CONSISTENT, SEGMENT_TOLERANT_2D,     SEGMENT_T_2D,        LINE_CONSISTENT,
+    LINES_CONSISTENT,   LINES_POINTS_CONSISTENT, SEGMENTS_CONSISTENT, SEGMENTS_2D,
 };
 
 } // namespace
@@ -349,7 +281,7 @@ void DigestGeometry(Digest& digest) {
     for (int round = 0; round < ROUNDS; ++round) {
         AddBounds(digest, input);
         AddOriented(digest, input);
-        AddQueries(digest, input, FAST_QUERIES, std::size(FAST_QUERIES));
+        AddQueries(digest, input, FAST_QUERIES);
     }
 }
 
@@ -363,6 +295,6 @@ void DigestConsistentGeometry(Digest& digest) {
         digest.Add(box.GetXYAxesCosAngle());
         box.TransformConsistent(other.GetMatrix());
         AddBox(digest, box);
-        AddQueries(digest, input, CONSISTENT_QUERIES, std::size(CONSISTENT_QUERIES));
+        AddQueries(digest, input, CONSISTENT_QUERIES);
     }
 }

@@ -1,235 +1,204 @@
-// The queries between two shapes against searches in double precision that know nothing of their cases: the distance
-// from a point of the first shape to the second is convex along the first, so halving intervals finds its least.
+// Hunted here: a query between two figures that misses the nearest points, in any position of the figures. The search
+// knows nothing of their cases: the distance from a point of the first figure to the second is convex along the first,
+// so dividing intervals finds its least, in double precision.
+#include "queries.h"
+
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <random>
+#include <tests/support/random.h>
 #include <tuple>
-#include <zelk_core/math/geometry/distance.h>
 
 namespace {
 
+using Z4::Vector3d;
 using Z4::VectorSIMD4f;
-namespace Geometry = Z4::Geometry;
 
-struct Point {
-    double x, y, z;
+enum class Shape {
+    POINT,
+    SEGMENT,
+    LINE,
+    TRIANGLE,
+    RECTANGLE
 };
 
-Point operator+(const Point& a, const Point& b) {
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-Point operator-(const Point& a, const Point& b) {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-Point operator*(double s, const Point& a) {
-    return {s * a.x, s * a.y, s * a.z};
-}
-double Dot(const Point& a, const Point& b) {
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-double LengthSqr(const Point& a) {
-    return Dot(a, a);
-}
+/// `corner` + u `edge0` + v `edge1`, as many of them as the shape has.
+struct Figure {
+    Shape shape;
+    Vector3d corner, edge0, edge1;
 
-/// Least value of a convex function on [low, high].
+    Vector3d At(double u, double v) const { return corner + edge0 * u + edge1 * v; }
+};
+
+/// Least value of a convex function, by golden sections (J. Kiefer, 1953).
 template <class Function>
-double Least(double low, double high, int steps, const Function& function) {
-    for (int i = 0; i < steps; ++i) {
-        const double third = (high - low) / 3;
-        if (function(low + third) < function(high - third)) {
-            high -= third;
+double Least(double low, double high, const Function& function) {
+    constexpr double RATIO = 0.6180339887498949;
+    const double ends = std::min(function(low), function(high));
+    double left = function(high - RATIO * (high - low));
+    double right = function(low + RATIO * (high - low));
+    for (int step = 0; step < 42; ++step) {
+        if (left < right) {
+            high = low + RATIO * (high - low);
+            right = left;
+            left = function(high - RATIO * (high - low));
         } else {
-            low += third;
+            low = high - RATIO * (high - low);
+            left = right;
+            right = function(low + RATIO * (high - low));
         }
     }
-    return std::min({function(low), function((low + high) / 2), function(high)});
+    return std::min({ends, left, right});
 }
 
-double ToSegmentSqr(const Point& p, const Point& a, const Point& d) {
-    const double lengthSqr = LengthSqr(d);
-    const double t = lengthSqr > 0 ? std::clamp(Dot(p - a, d) / lengthSqr, 0.0, 1.0) : 0;
-    return LengthSqr(a + t * d - p);
+/// Squared distance of `p` from a figure.
+double Search(const Vector3d& p, const Figure& f) {
+    if (f.shape == Shape::TRIANGLE || f.shape == Shape::RECTANGLE) {
+        return Least(0, 1, [&](double u) {
+            const double height = f.shape == Shape::TRIANGLE ? 1 - u : 1;
+            return Search(p, Figure{Shape::SEGMENT, f.At(u, 0), f.edge1 * height, f.edge1});
+        });
+    }
+    const double lengthSqr = f.shape == Shape::POINT ? 0 : LengthSqr(f.edge0);
+    const double foot = lengthSqr > 0 ? Dot(p - f.corner, f.edge0) / lengthSqr : 0;
+    return LengthSqr(f.At(f.shape == Shape::SEGMENT ? std::clamp(foot, 0.0, 1.0) : foot, 0) - p);
 }
 
-enum class Face {
-    RECTANGLE,
-    TRIANGLE,
-};
-
-double ToFaceSqr(const Point& p, const Point& corner, const Point& e0, const Point& e1, Face face) {
-    return Least(0, 1, 45,
-                 [&](double u) { return ToSegmentSqr(p, corner + u * e0, (face == Face::TRIANGLE ? 1 - u : 1) * e1); });
-}
-
-VectorSIMD4f Vector(const Point& p) {
-    // A w that must not count.
-    return {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z), 1e30F};
-}
-
-Point Exact(const VectorSIMD4f& v) {
-    return {v.X(), v.Y(), v.Z()};
-}
-
-Point Cross(const Point& a, const Point& b) {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
-/// A segment or line from a to b, and a face or segment at c with the edges c0 - c and c1 - c.
-struct Scene {
-    Scene(unsigned seed, Face face) : m_random(seed) {
-        const unsigned kind = m_random() % 10;
-        const auto point = [&] {
-            return kind == 1 ? Point{Integer(), Integer(), Integer()} : Point{Unit(), Unit(), Unit()};
+/// Squared distance of the two figures, the first of which is a point, a segment or a line.
+double Search(const Figure& first, const Figure& second) {
+    double low = 0;
+    double high = first.shape == Shape::POINT ? 0 : 1;
+    if (first.shape == Shape::LINE && LengthSqr(first.edge0) > 0) {
+        // The nearest point of the line is the foot of one of the second figure's points.
+        const auto foot = [&](const Vector3d& p) {
+            return Dot(p - first.corner, first.edge0) / LengthSqr(first.edge0);
         };
-        const Point corner = point();
-        Point start = point();
-        Point edge0 = point();
-        Point edge1 = point();
-        Point direction = point();
-        switch (kind) {
-        case 2: // the segment meets the face
-            start = corner + std::fabs(Unit()) * edge0 + 0.2 * Unit() * edge1 - std::fabs(Unit()) * direction;
-            break;
-        case 3: // parallel
-            direction = Integer() * edge0 + Integer() * edge1;
-            break;
-        case 4: // nearly parallel
-            direction = Unit() * edge0 + std::pow(10, -7 * std::fabs(Unit())) * direction;
-            break;
-        case 5: // points and segments instead
-            direction = Integer() * direction;
-            edge0 = Integer() * edge0;
-            edge1 = Integer() * edge1;
-            break;
-        case 6: // without area, corners in any order
-            edge1 = (m_random() % 2 == 0 ? Unit() : Integer()) * edge0;
-            break;
-        case 7: // slender
-            edge1 = Unit() * edge0 + std::pow(10, -7 * std::fabs(Unit())) * edge1;
-            break;
-        case 8: // on one line
-            direction = Unit() * edge0;
-            start = corner + 3 * Unit() * edge0;
-            break;
-        default:
-            break;
+        std::tie(low, high) = std::minmax({foot(second.At(0, 0)), foot(second.At(1, 0)), foot(second.At(0, 1))});
+    }
+    return Least(low, high, [&](double t) { return Search(first.At(t, 0), second); });
+}
+
+/// Two figures in a random position, often a special one. The first starts at `a`, the second at `c`.
+struct Scene {
+    Scene(ZelkTest::Input& input, Shape second) {
+        const auto unit = [&input] { return input.Number(-1, 1); };
+        const auto whole = [&input] { return static_cast<double>(input.Below(5)) - 2; };
+        const unsigned kind = input.Below(10);
+        const auto point = [&] {
+            return kind == 1 ? Vector3d{whole(), whole(), whole()} : Vector3d{unit(), unit(), unit()};
+        };
+        Vector3d corner = point();
+        Vector3d start = point();
+        Vector3d edge0 = point();
+        Vector3d edge1 = point();
+        Vector3d direction = point();
+        if (kind == 2) { // the first meets the second
+            start = corner + edge0 * std::fabs(unit()) + edge1 * (0.2 * unit()) - direction * std::fabs(unit());
+        } else if (kind == 3) { // parallel
+            direction = edge0 * whole() + edge1 * whole();
+        } else if (kind == 4) { // nearly parallel
+            direction = edge0 * unit() + direction * std::pow(10, -7 * std::fabs(unit()));
+        } else if (kind == 5) { // points and segments instead
+            direction *= whole();
+            edge0 *= whole();
+            edge1 *= whole();
+        } else if (kind == 6) { // without area, corners in any order
+            edge1 = edge0 * (input.OnceIn(2) ? unit() : whole());
+        } else if (kind == 7) { // slender
+            edge1 = edge0 * unit() + edge1 * std::pow(10, -7 * std::fabs(unit()));
+        } else if (kind == 8) { // on one line
+            direction = edge0 * unit();
+            start = corner + edge0 * (3 * unit());
         }
-        if (face == Face::RECTANGLE) {
-            edge1 = kind == 6 ? 0.0 * edge1 : Cross(edge0, edge1);
+        if (second == Shape::RECTANGLE) {
+            edge1 = kind == 6 ? Vector3d::ZERO : Cross(edge0, edge1);
         }
-        const double size = std::pow(10, 3 * Unit());
-        a = Vector(size * start);
-        b = Vector(size * (start + direction));
-        c = Vector(size * corner);
-        c0 = Vector(size * (corner + edge0));
-        c1 = Vector(size * (corner + edge1));
-        e0 = c0 - c;
-        e1 = c1 - c;
+        const double size = std::pow(10, 3 * unit());
+        // A w that must not count.
+        const auto narrow = [size](const Vector3d& v) { return VectorSIMD4f(Z4::Vector3f(v * size), 1e30F); };
+        a = narrow(start);
+        b = narrow(start + direction);
+        c = narrow(corner);
+        c0 = narrow(corner + edge0);
+        c1 = narrow(corner + edge1);
         scale = size * std::sqrt(LengthSqr(start - corner) + LengthSqr(direction) + LengthSqr(edge0) +
                                  LengthSqr(edge1) + LengthSqr(corner));
     }
 
-    double Unit() { return m_random() / 2147483648.0 - 1; }
-    double Integer() { return static_cast<double>(m_random() % 5) - 2; }
-
-    VectorSIMD4f a, b, c, c0, c1, e0, e1;
+    VectorSIMD4f a, b, c, c0, c1;
     double scale;
-
-private:
-    std::mt19937 m_random;
 };
 
-constexpr unsigned SCENES = 2000;
-/// Greatest error of a distance, relative to the size of the scene: a few roundings of a float.
-constexpr double BOUND = 1e-6;
+TEST(DistanceSearch, FindsNoneNearer) {
+    using namespace ZelkTest::Queries;
+    // With POINT_ONLY the query tells no parameters, but the point; ANY_POINT's weights may lose more.
+    enum Tells {
+        PARAMETERS,
+        POINT_ONLY,
+        ANY_POINT
+    };
+    const struct {
+        const char* name;
+        ZelkTest::Query query;
+        Shape first;
+        Shape second;
+        bool isFlat = false;
+        Tells tells = PARAMETERS;
+    } rows[] = {
+        {"ClosestPointToSegment", SEGMENT, Shape::POINT, Shape::SEGMENT},
+        {"Consistent::ClosestPointToSegment", SEGMENT_CONSISTENT, Shape::POINT, Shape::SEGMENT},
+        {"ClosestPointToSegment2D", SEGMENT_2D, Shape::POINT, Shape::SEGMENT, true},
+        {"DistancePointToSegment2DSqr", SEGMENT_T_2D, Shape::POINT, Shape::SEGMENT, true},
+        {"ClosestPointToLine", LINE_POINT, Shape::POINT, Shape::LINE, false, POINT_ONLY},
+        {"ClosestTrianglePointToPoint", TRIANGLE, Shape::POINT, Shape::TRIANGLE, false, ANY_POINT},
+        {"DistancePointToRectangleSqr", POINT_RECTANGLE, Shape::POINT, Shape::RECTANGLE},
+        {"DistanceSegmentToSegmentSqr", SEGMENTS, Shape::SEGMENT, Shape::SEGMENT},
+        {"Consistent::DistanceSegmentToSegmentSqr", SEGMENTS_CONSISTENT, Shape::SEGMENT, Shape::SEGMENT},
+        {"DistanceSegmentToSegment2DSqr", SEGMENTS_2D, Shape::SEGMENT, Shape::SEGMENT, true},
+        {"DistanceSegmentToRectangleSqr", SEGMENT_RECTANGLE, Shape::SEGMENT, Shape::RECTANGLE},
+        {"DistanceLineToTriangleSqr", LINE_TRIANGLE, Shape::LINE, Shape::TRIANGLE},
+    };
+    for (const auto& row : rows) {
+        ZelkTest::Input input(7);
+        for (int round = 0; round < 1000 && !HasFailure(); ++round) {
+            SCOPED_TRACE(testing::Message() << row.name << ", round " << round);
+            const Scene s(input, row.second);
+            const bool isPoint = row.first == Shape::POINT;
+            // A rectangle is given by its edges, as they are after rounding.
+            const VectorSIMD4f edges[] = {s.c0 - s.c, s.c1 - s.c};
+            const bool isRectangle = row.second == Shape::RECTANGLE;
+            const VectorSIMD4f arguments[] = {s.a, s.b, s.c, isRectangle ? edges[0] : s.c0,
+                                              isRectangle ? edges[1] : s.c1};
+            const VectorSIMD4f fromPoint[] = {s.a, arguments[2], arguments[3], arguments[4]};
+            const ZelkTest::Answer answer = row.query(isPoint ? fromPoint : arguments);
 
-/// The distance must be the least, and that of the nearest points, whose parameters must be in range.
-void ExpectNearest(const Scene& scene, float distanceSqr, double leastSqr, const Point& first, const Point& second,
-                   std::initializer_list<float> parameters) {
-    const double bound = BOUND * scene.scale;
-    const double least = std::sqrt(leastSqr);
-    EXPECT_NEAR(std::sqrt(distanceSqr), least, bound);
-    EXPECT_NEAR(std::sqrt(LengthSqr(first - second)), least, bound);
-    for (const float parameter : parameters) {
-        EXPECT_GE(parameter, 0.0F);
-        EXPECT_LE(parameter, 1.0F);
-    }
-}
-
-TEST(DistanceSearch, SegmentToSegment) {
-    for (const auto query : {Geometry::DistanceSegmentToSegmentSqr, Geometry::Consistent::DistanceSegmentToSegmentSqr,
-                             Geometry::Consistent::DistanceSegmentToSegment2DSqr}) {
-        const bool isFlat = query == Geometry::Consistent::DistanceSegmentToSegment2DSqr;
-        for (unsigned seed = 0; seed < SCENES; ++seed) {
-            SCOPED_TRACE(seed);
-            const Scene scene(seed, Face::TRIANGLE);
-            const auto exact = [&](const VectorSIMD4f& v) { return Point{v.X(), v.Y(), isFlat ? 0 : v.Z()}; };
-            const Point a = exact(scene.a);
-            const Point d = exact(scene.b) - a;
-            const Point c = exact(scene.c);
-            const Point e = exact(scene.c0) - c;
-            float s;
-            float t;
-            const float distanceSqr = query(scene.a, scene.b, scene.c, scene.c0, s, t);
-            const double least = Least(0, 1, 60, [&](double x) { return ToSegmentSqr(a + x * d, c, e); });
-            ExpectNearest(scene, distanceSqr, least, a + s * d, c + t * e, {s, t});
+            const auto wide = [&row](const VectorSIMD4f& v) { return Vector3d(v.X(), v.Y(), row.isFlat ? 0 : v.Z()); };
+            const auto edge = [&](unsigned i) {
+                return isRectangle ? wide(edges[i]) : wide(arguments[3 + i]) - wide(s.c);
+            };
+            const Figure first{row.first, wide(s.a), isPoint ? Vector3d::ZERO : wide(s.b) - wide(s.a), Vector3d::ZERO};
+            const Figure second{row.second, wide(s.c), edge(0),
+                                row.second < Shape::TRIANGLE ? Vector3d::ZERO : edge(1)};
+            const double least = std::sqrt(Search(first, second));
+            const double bound = (row.tells == ANY_POINT ? 1e-5 : 1e-6) * s.scale;
+            if (row.tells != ANY_POINT) {
+                EXPECT_NEAR(std::sqrt(answer.returned), least, bound);
+            }
+            if (row.tells != PARAMETERS) {
+                const Vector3d nearest = wide(answer.points[0]);
+                EXPECT_NEAR(Length(first.corner - nearest), least, bound);
+                EXPECT_LE(std::sqrt(Search(nearest, second)), bound) << "a point of the figure";
+                continue;
+            }
+            const float t = isPoint ? 0 : answer.t[0];
+            const float* const uv = answer.t + (isPoint ? 0 : 1);
+            const float v = row.second < Shape::TRIANGLE ? 0 : uv[1];
+            EXPECT_NEAR(Length(first.At(t, 0) - second.At(uv[0], v)), least, bound);
+            for (const float parameter :
+                 {row.first == Shape::LINE ? 0 : t, uv[0], v, row.second == Shape::TRIANGLE ? uv[0] + v : 0}) {
+                EXPECT_TRUE(parameter >= 0 && parameter <= 1 + 1e-6F) << parameter;
+            }
         }
-    }
-}
-
-TEST(DistanceSearch, RectangleToSegmentAndPoint) {
-    for (unsigned seed = 0; seed < SCENES; ++seed) {
-        SCOPED_TRACE(seed);
-        const Scene scene(seed, Face::RECTANGLE);
-        const Point a = Exact(scene.a);
-        const Point d = Exact(scene.b) - a;
-        const Point c = Exact(scene.c);
-        const Point e0 = Exact(scene.e0);
-        const Point e1 = Exact(scene.e1);
-        const auto toFace = [&](double x) { return ToFaceSqr(a + x * d, c, e0, e1, Face::RECTANGLE); };
-        float t;
-        float u;
-        float v;
-        const float fromSegment =
-            Geometry::DistanceSegmentToRectangleSqr(scene.a, scene.b, scene.c, scene.e0, scene.e1, t, u, v);
-        ExpectNearest(scene, fromSegment, Least(0, 1, 60, toFace), a + t * d, c + u * e0 + v * e1, {t, u, v});
-        const float fromPoint = Geometry::DistancePointToRectangleSqr(scene.a, scene.c, scene.e0, scene.e1, u, v);
-        ExpectNearest(scene, fromPoint, toFace(0), a, c + u * e0 + v * e1, {u, v});
-    }
-}
-
-TEST(DistanceSearch, TriangleToLineAndPoint) {
-    for (unsigned seed = 0; seed < SCENES; ++seed) {
-        SCOPED_TRACE(seed);
-        const Scene scene(seed, Face::TRIANGLE);
-        const Point a = Exact(scene.a);
-        const Point d = Exact(scene.b) - a;
-        const Point c = Exact(scene.c);
-        const Point e0 = Exact(scene.c0) - c;
-        const Point e1 = Exact(scene.c1) - c;
-        const auto toFace = [&](double x) { return ToFaceSqr(a + x * d, c, e0, e1, Face::TRIANGLE); };
-        // The nearest point of the line is the foot of one of the triangle's points.
-        double low = 0;
-        double high = 0;
-        if (LengthSqr(d) > 0) {
-            const auto foot = [&](const Point& corner) { return Dot(corner - a, d) / LengthSqr(d); };
-            std::tie(low, high) = std::minmax({foot(c), foot(c + e0), foot(c + e1)});
-        }
-        float params[3];
-        const float fromLine =
-            Geometry::DistanceLineToTriangleSqr(scene.a, scene.b, scene.c, scene.c0, scene.c1, params);
-        ExpectNearest(scene, fromLine, Least(low, high, 60, toFace), a + params[0] * d,
-                      c + params[1] * e0 + params[2] * e1, {params[1], params[2]});
-        EXPECT_LE(params[1] + params[2], 1 + BOUND);
-        EXPECT_EQ(Geometry::DistanceLineToTriangleSqr(scene.a, scene.b, scene.c, scene.c0, scene.c1, nullptr),
-                  fromLine);
-
-        const Point nearest = Exact(Geometry::ClosestTrianglePointToPoint(scene.a, scene.c, scene.c0, scene.c1));
-        // Its weights may lose more.
-        const double bound = 10 * BOUND * scene.scale;
-        EXPECT_NEAR(std::sqrt(LengthSqr(a - nearest)), std::sqrt(toFace(0)), bound);
-        EXPECT_LE(std::sqrt(ToFaceSqr(nearest, c, e0, e1, Face::TRIANGLE)), bound);
     }
 }
 

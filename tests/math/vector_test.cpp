@@ -1,5 +1,9 @@
-#include "random.h"
+// Hunted here: a constant with a wrong component or read before it is made; an operator that is another one, or that
+// promotes, saturates or traps where integers wrap; conversions off by one at the ends of a range; comparisons that NaN
+// passes; a product with a wrong sign or sum.
+#include "figures.h"
 
+#include <cmath>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <limits>
@@ -28,139 +32,119 @@ using EveryVectorType =
                    Vector4u32, Vector2s64, Vector3s64, Vector4s64, Vector2u64, Vector3u64, Vector4u64>;
 TYPED_TEST_SUITE(EveryVector, EveryVectorType);
 
-TYPED_TEST(EveryVector, HasPackedComponentsAndConstants) {
-    using Element = typename TypeParam::Element;
-    const TypeParam two[2] = {TypeParam::ONE, TypeParam::ONE + TypeParam::ONE};
-    const TypeParam zero = TypeParam::ZERO;
-    for (unsigned i = 0; i < TypeParam::SIZE; ++i) {
-        EXPECT_EQ(zero[i], Element(0));
-        EXPECT_EQ(two[0].Data()[i], Element(1));
+TYPED_TEST(EveryVector, FollowsTheArithmeticOfItsElements) {
+    using V = TypeParam;
+    using T = typename V::Element;
+    V a;
+    V b;
+    T dot = 0;
+    for (unsigned i = 0; i < V::SIZE; ++i) {
+        a[i] = static_cast<T>(7 + i);
+        b[i] = static_cast<T>(4 * i + 1);
+        dot = static_cast<T>(dot + a[i] * b[i]);
     }
-    Element packed[2 * TypeParam::SIZE];
-    static_assert(sizeof(two) == sizeof(packed));
-    std::memcpy(packed, two, sizeof(packed));
-    EXPECT_EQ(packed[TypeParam::SIZE - 1], Element(1));
-    EXPECT_EQ(packed[TypeParam::SIZE], Element(2));
-}
-
-TYPED_TEST(EveryVector, FollowsTheElementsArithmetic) {
-    using Element = typename TypeParam::Element;
-    using Private::ConvertElement;
-    TypeParam a;
-    TypeParam b;
-    for (unsigned i = 0; i < TypeParam::SIZE; ++i) {
-        a[i] = static_cast<Element>(7 + i);
-        b[i] = static_cast<Element>(2 * i + 1);
-    }
-    Element dot = 0;
-    for (unsigned i = 0; i < TypeParam::SIZE; ++i) {
-        const auto p = static_cast<Element>(7 + i);
-        const auto q = static_cast<Element>(2 * i + 1);
-        EXPECT_EQ((a + b)[i], static_cast<Element>(p + q));
-        EXPECT_EQ((a - b)[i], static_cast<Element>(p - q));
-        EXPECT_EQ((a * b)[i], static_cast<Element>(p * q));
-        EXPECT_EQ((a / b)[i], static_cast<Element>(p / q));
-        EXPECT_EQ((a * 3)[i], static_cast<Element>(p * 3));
-        EXPECT_EQ((3 * a / 2)[i], static_cast<Element>(static_cast<Element>(3 * p) / 2));
-        EXPECT_EQ((-a)[i], static_cast<Element>(-p));
-        EXPECT_EQ(Min(a, b)[i], p < q ? p : q);
-        EXPECT_EQ(Max(a, b)[i], p < q ? q : p);
-        EXPECT_EQ(Clamp(TypeParam::ZERO, b, a)[i], p < q ? p : q);
-        dot = static_cast<Element>(dot + p * q);
+    V compound = a;
+    ((((compound += b) *= b) -= a) /= b) *= 3;
+    const struct {
+        const char* name;
+        V result;
+        T (*expected)(T p, T q);
+    } rows[] = {
+        {"ZERO", V::ZERO, [](T, T) { return T(0); }},
+        {"ONE", V::ONE, [](T, T) { return T(1); }},
+        {"+", a + b, [](T p, T q) { return static_cast<T>(p + q); }},
+        {"-", a - b, [](T p, T q) { return static_cast<T>(p - q); }},
+        {"*", a * b, [](T p, T q) { return static_cast<T>(p * q); }},
+        {"/", a / b, [](T p, T q) { return static_cast<T>(p / q); }},
+        {"scaled", 3 * a / 2, [](T p, T) { return static_cast<T>(static_cast<T>(3 * p) / 2); }},
+        {"negated", -a, [](T p, T) { return static_cast<T>(-p); }},
+        {"compound", compound, [](T p, T q) { return static_cast<T>(static_cast<T>((p + q) * q - p) / q * 3); }},
+        {"Min", Min(a, b), [](T p, T q) { return p < q ? p : q; }},
+        {"Max", Max(a, b), [](T p, T q) { return p < q ? q : p; }},
+        {"Clamp", Clamp(V::ZERO, b, a), [](T p, T q) { return p < q ? p : q; }},
+        {"Abs", Abs(-a), [](T p, T) { return std::is_unsigned_v<T> ? static_cast<T>(-p) : p; }},
+        {"bits", Or(And(a, b), AndNot(b, a)), [](T p, T) { return p; }},
+    };
+    for (const auto& row : rows) {
+        for (unsigned i = 0; i < V::SIZE; ++i) {
+            EXPECT_EQ(row.result.Data()[i], row.expected(a[i], b[i])) << row.name << ' ' << i;
+        }
     }
     EXPECT_EQ(Dot(a, b), dot);
-    EXPECT_EQ(Or(And(a, b), AndNot(b, a)), a);
-
-    TypeParam c = a;
-    c += b;
-    c -= a;
-    c *= a;
-    c /= a;
-    c *= 4;
-    c /= 2;
-    EXPECT_EQ(c, b + b);
-    c[TypeParam::SIZE - 1] = static_cast<Element>(c[TypeParam::SIZE - 1] + 1);
-    EXPECT_FALSE(c == b + b);
-    EXPECT_TRUE(AllLess(b, b + b));
-    EXPECT_FALSE(AllLess(b + b, c));
-    EXPECT_TRUE(AllLessEqual(b + b, c));
-    EXPECT_FALSE(AllLessEqual(c, b + b));
-}
-
-template <class V>
-void ExpectUnitAxes(std::initializer_list<V> axes) {
-    unsigned i = 0;
-    for (const V& axis : axes) {
-        for (unsigned j = 0; j < V::SIZE; ++j) {
-            EXPECT_EQ(axis[j], i == j ? 1 : 0) << "axis " << i << " component " << j;
-        }
-        ++i;
+    EXPECT_EQ(LengthSqr(b), Dot(b, b));
+    for (unsigned i = 0; i < V::SIZE; ++i) {
+        V other = a;
+        EXPECT_TRUE(other == a && AllLessEqual(a, other) && !AllLess(a, other));
+        other[i] = static_cast<T>(other[i] - 1);
+        EXPECT_FALSE(other == a || AllLessEqual(a, other)) << i;
+        EXPECT_TRUE(AllLessEqual(other, a) && AllLess(other, a + V::ONE)) << i;
     }
-}
-
-/// The masks select the first two, three, four components.
-template <class V>
-void ExpectMasks(std::initializer_list<VectorGeneric<typename V::Element, V::SIZE>> masks) {
-    constexpr unsigned BYTES = sizeof(typename V::Element);
-    unsigned selected = 2;
-    for (const auto& mask : masks) {
-        unsigned char bytes[sizeof(V)];
-        std::memcpy(bytes, &mask, sizeof(bytes));
-        for (unsigned i = 0; i < sizeof(bytes); ++i) {
-            EXPECT_EQ(bytes[i], i / BYTES < selected ? 0xFF : 0) << "mask " << selected << " byte " << i;
-        }
-        const V kept = And(V::ONE + V::ONE, mask);
-        for (unsigned i = 0; i < V::SIZE; ++i) {
-            EXPECT_EQ(kept[i], i < selected ? 2 : 0);
-        }
-        ++selected;
+    V set = V::ZERO;
+    set.SetX(a.X());
+    set.SetY(a.Y());
+    if constexpr (V::SIZE > 2) {
+        set.SetZ(a.Z());
     }
+    if constexpr (V::SIZE > 3) {
+        set.SetW(a.W());
+    }
+    EXPECT_EQ(set, a);
 }
 
 template <class V>
-class FloatVector : public testing::Test {};
+class FloatVector : public testing::Test {
+protected:
+    using Raw = VectorGeneric<typename V::Element, V::SIZE>;
+
+    static void ExpectAxesAndMasks(std::initializer_list<V> axes, std::initializer_list<Raw> masks) {
+        V identity = V::ZERO;
+        unsigned i = 0;
+        for (const V& axis : axes) {
+            identity[i] = 1;
+            EXPECT_EQ(axis, identity) << i;
+            identity[i++] = 0;
+        }
+        unsigned selected = 2;
+        for (const Raw& mask : masks) {
+            unsigned char bits[sizeof(Raw)] = {};
+            std::memset(bits, 0xFF, selected * sizeof(typename V::Element));
+            EXPECT_EQ(std::memcmp(&mask, bits, sizeof bits), 0) << selected;
+            ++selected;
+        }
+    }
+};
 using FloatVectorType = testing::Types<Vector2f, Vector3f, Vector4f, Vector2d, Vector3d, Vector4d>;
 TYPED_TEST_SUITE(FloatVector, FloatVectorType);
 
 TYPED_TEST(FloatVector, HasAxesAndMasks) {
     using V = TypeParam;
     if constexpr (V::SIZE == 2) {
-        ExpectUnitAxes<V>({V::BASE_I, V::BASE_J});
-        ExpectMasks<V>({V::MASK_2D});
+        this->ExpectAxesAndMasks({V::BASE_I, V::BASE_J}, {V::MASK_2D});
     } else if constexpr (V::SIZE == 3) {
-        ExpectUnitAxes<V>({V::BASE_I, V::BASE_J, V::BASE_K});
-        ExpectMasks<V>({V::MASK_2D, V::MASK_3D});
+        this->ExpectAxesAndMasks({V::BASE_I, V::BASE_J, V::BASE_K}, {V::MASK_2D, V::MASK_3D});
     } else {
-        ExpectUnitAxes<V>({V::BASE_I, V::BASE_J, V::BASE_K, V::BASE_L});
-        ExpectMasks<V>({V::MASK_2D, V::MASK_3D, V::MASK_4D});
+        this->ExpectAxesAndMasks({V::BASE_I, V::BASE_J, V::BASE_K, V::BASE_L}, {V::MASK_2D, V::MASK_3D, V::MASK_4D});
     }
 }
 
-TYPED_TEST(FloatVector, MeasuresLikeDoublePrecision) {
-    using Element = typename TypeParam::Element;
-    ZelkTest::Random random(41);
-    const double epsilon = std::numeric_limits<Element>::epsilon();
+TYPED_TEST(FloatVector, MeasuresLengths) {
+    using V = TypeParam;
+    ZelkTest::Input input(41);
+    const double epsilon = std::numeric_limits<typename V::Element>::epsilon();
     for (int round = 0; round < 1000; ++round) {
-        const auto a = random.Vector<TypeParam>();
-        const auto b = random.Vector<TypeParam>();
-        double dot = 0;
-        double magnitude = 0;
-        double sqr = 0;
-        for (unsigned i = 0; i < TypeParam::SIZE; ++i) {
-            dot += static_cast<double>(a[i]) * b[i];
-            magnitude += std::fabs(static_cast<double>(a[i]) * b[i]);
-            sqr += static_cast<double>(a[i]) * a[i];
-        }
-        EXPECT_NEAR(Dot(a, b), dot, 4 * epsilon * magnitude);
-        EXPECT_NEAR(Length(a), std::sqrt(sqr), 4 * epsilon * std::sqrt(sqr));
-        EXPECT_NEAR(LengthSqr(Normalize(a)), 1, 8 * epsilon);
-        EXPECT_NEAR(Dot(Normalize(a), a), std::sqrt(sqr), 8 * epsilon * std::sqrt(sqr));
+        const auto a = ZelkTest::RandomVector<V>(input);
+        const auto b = ZelkTest::RandomVector<V>(input);
+        const double length = std::sqrt(static_cast<double>(LengthSqr(a)));
+        EXPECT_NEAR(Length(a), length, epsilon * length);
+        EXPECT_NEAR(Length(Normalize(a)), 1, 4 * epsilon);
+        EXPECT_NEAR(Dot(Normalize(a), a), length, 8 * epsilon * length);
         EXPECT_EQ(Lerp(a, b, 0), a);
-        EXPECT_LT(Length(Lerp(a, b, 1) - b), 4 * epsilon * (Length(a) + Length(b)));
-        if constexpr (TypeParam::SIZE == 3) {
+        EXPECT_LT(Length(Lerp(a, b, 1) - b), 4 * epsilon * (length + Length(b)));
+        if constexpr (V::SIZE == 3) {
             EXPECT_NEAR(Dot(Cross(a, b), a), 0, 8 * epsilon * LengthSqr(a) * Length(b));
             // Lagrange: |a x b|^2 + (a . b)^2 = |a|^2 |b|^2.
             const double product = static_cast<double>(LengthSqr(a)) * LengthSqr(b);
+            const double dot = Dot(a, b);
             EXPECT_NEAR(LengthSqr(Cross(a, b)) + dot * dot, product, 32 * epsilon * product);
         }
     }
@@ -169,33 +153,30 @@ TYPED_TEST(FloatVector, MeasuresLikeDoublePrecision) {
 TYPED_TEST(FloatVector, DegenerateInputHasDefinedResults) {
     using V = TypeParam;
     using Limits = std::numeric_limits<typename V::Element>;
-    EXPECT_EQ(Normalize(V::ZERO), V::ZERO);
-    EXPECT_EQ(Normalize(-V::ONE * Limits::denorm_min()), V::ZERO);
-    EXPECT_EQ(Normalize(V::ONE * Limits::max()), V::ZERO);
     const V nan = V::ONE * Limits::quiet_NaN();
-    EXPECT_FALSE(nan == nan);
-    EXPECT_FALSE(AllLessEqual(nan, nan));
+    for (const V& vanishing : {V::ZERO, -V::ONE * Limits::denorm_min(), V::ONE * Limits::max()}) {
+        EXPECT_EQ(Normalize(vanishing), V::ZERO);
+    }
+    EXPECT_NE(Normalize(nan)[0], Normalize(nan)[0]);
+    EXPECT_FALSE(nan == nan || AllLess(nan, nan) || AllLessEqual(nan, nan));
     EXPECT_EQ(Min(nan, V::ONE), V::ONE);
     EXPECT_EQ(Max(nan, V::ONE), V::ONE);
     EXPECT_EQ(Clamp(nan, V::ZERO, V::ONE), V::ZERO);
-    EXPECT_NE(Normalize(nan)[0], Normalize(nan)[0]);
-    EXPECT_EQ(Abs(-V::ONE), V::ONE);
     EXPECT_EQ(V::ONE / Abs(-V::ZERO), V::ONE * Limits::infinity());
     EXPECT_EQ(V::ONE / -V::ZERO, V::ONE * -Limits::infinity());
 }
 
 TEST(Vector, CrossProductsAreRightHanded) {
     EXPECT_EQ(Cross(Vector3d::BASE_I, Vector3d::BASE_J), Vector3d::BASE_K);
-    EXPECT_EQ(Cross(Vector3f::BASE_J, Vector3f::BASE_K), Vector3f::BASE_I);
     EXPECT_EQ(Cross(Vector3s32(1, 2, 3), Vector3s32(-4, 5, 6)), Vector3s32(-3, -18, 13));
-    EXPECT_EQ(Cross(Vector2f::BASE_I, Vector2f::BASE_J), 1);
+    EXPECT_EQ(Cross(Vector2f(2, 0), Vector2f(5, 3)), 6);
 }
 
 TEST(Vector, IntegersWrapAround) {
+    constexpr auto LEAST = std::numeric_limits<std::int64_t>::min();
     EXPECT_EQ(Vector2s32(0x7FFFFFFF, 0) + Vector2s32::ONE, Vector2s32(std::numeric_limits<int>::min(), 1));
     EXPECT_EQ(Vector2u16(65535, 3) * Vector2u16(65535, 5), Vector2u16(1, 15));
     EXPECT_EQ(Vector2s16(-32768, 0) - Vector2s16::ONE, Vector2s16(32767, -1));
-    constexpr auto LEAST = std::numeric_limits<std::int64_t>::min();
     EXPECT_EQ(-Vector2s64(LEAST, 1), Vector2s64(LEAST, -1));
     EXPECT_EQ(Abs(Vector2s64(LEAST, -1)), Vector2s64(LEAST, 1));
     EXPECT_EQ(Dot(Vector2s32(65536, 1), Vector2s32(65536, 7)), 7);
@@ -203,14 +184,13 @@ TEST(Vector, IntegersWrapAround) {
 
 template <class To>
 void ExpectSaturation() {
-    using Element = typename To::Element;
-    using Limits = std::numeric_limits<Element>;
-    const double infinity = std::numeric_limits<double>::infinity();
+    using Limits = std::numeric_limits<typename To::Element>;
+    using Wide = std::numeric_limits<double>;
     const double end = std::ldexp(1.0, Limits::digits);
-    const To outside(Vector4d(infinity, -infinity, std::numeric_limits<double>::quiet_NaN(), end));
+    const To outside(Vector4d(Wide::infinity(), -Wide::infinity(), Wide::quiet_NaN(), end));
     EXPECT_EQ(outside, To(Limits::max(), Limits::min(), 0, Limits::max()));
-    const To below(Vector4f(-0.75F, 2.75F, static_cast<float>(Limits::min()), static_cast<float>(end / 2)));
-    EXPECT_EQ(below, To(0, 2, Limits::min(), static_cast<Element>(Limits::max() / 2 + 1)));
+    const To inside(Vector4f(-0.75F, 2.75F, static_cast<float>(Limits::min()), static_cast<float>(end / 2)));
+    EXPECT_EQ(inside, To(0, 2, Limits::min(), static_cast<typename To::Element>(Limits::max() / 2 + 1)));
 }
 
 TEST(Vector, ConvertsBetweenElementTypesAndSizes) {
@@ -224,8 +204,7 @@ TEST(Vector, ConvertsBetweenElementTypesAndSizes) {
     EXPECT_EQ(Vector2f(Vector2d(1e300, 0.1)), Vector2f(std::numeric_limits<float>::infinity(), 0.1F));
     EXPECT_EQ(Vector2f(Vector4f(1, 2, 3, 4)), Vector2f(1, 2));
     EXPECT_EQ(Vector4f(Vector3f(Vector2f(1, 2), 3), 4), Vector4f(1, 2, 3, 4));
-    constexpr Vector3d FOLDED = Cross(Vector3d(1, 2, 3), Vector3d(4, 5, 6)) * 2;
-    static_assert(FOLDED == Vector3d(-6, 12, -6));
+    static_assert(Cross(Vector3d(1, 2, 3), Vector3d(4, 5, 6)) * 2 == Vector3d(-6, 12, -6));
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 ///
 /// A box is valid when min <= max in x, y and z. Its sides belong to it: what touches them is inside, and boxes that
 /// touch overlap. The empty box has min above max, so it is not valid. Merging a point into it gives that point. Every
-/// valid box contains it, and it overlaps none but those as wide as the range of a float.
+/// valid finite box contains it, and it overlaps none but those as wide as the range of a float.
 ///
 /// Merging, moving and measuring work on all four lanes. Growing and all questions look at x, y and z alone.
 ///

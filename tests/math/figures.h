@@ -1,0 +1,56 @@
+// Random vectors and orientations, and equality to the bit.
+#pragma once
+
+#include <bit>
+#include <tests/support/random.h>
+#include <zelk_core/math/matrixsimd.h>
+
+namespace ZelkTest {
+
+/// Components from -10 to 10.
+template <Z4::PlainFloatVector V>
+V RandomVector(Input& input) {
+    V result;
+    for (unsigned i = 0; i < V::SIZE; ++i) {
+        result[i] = static_cast<typename V::Element>(input.Number(-10, 10));
+    }
+    return result;
+}
+
+/// Components from -`size` to `size`, and w.
+inline Z4::VectorSIMD4f RandomPoint(Input& input, float size, float w = 0) {
+    const float x = input.Number(size);
+    const float y = input.Number(size);
+    return {x, y, input.Number(size), w};
+}
+
+/// Any number in any lane.
+inline Z4::VectorSIMD4f EdgePoint(Input& input) {
+    return Z4::VectorSIMD4f{input.Number(), input.Number(), input.Number(), input.Number()};
+}
+
+/// Any rotation, without the platform's sine: the rows that a quaternion stands for.
+inline Z4::MatrixSIMD44f RandomRotation(Input& input) {
+    double q[4];
+    double square = 0;
+    for (double& component : q) {
+        component = input.Number(-1, 1);
+        square += component * component;
+    }
+    Z4::MatrixSIMD44f m = Z4::MatrixSIMD44f::IDENTITY;
+    for (unsigned i = 0; i < 3; ++i) {
+        const unsigned j = (i + 1) % 3;
+        const unsigned k = (i + 2) % 3;
+        m.Row(i).Set(i, static_cast<float>(1 - 2 * (q[j] * q[j] + q[k] * q[k]) / square));
+        m.Row(i).Set(j, static_cast<float>(2 * (q[i] * q[j] + q[k] * q[3]) / square));
+        m.Row(i).Set(k, static_cast<float>(2 * (q[i] * q[k] - q[j] * q[3]) / square));
+    }
+    return m;
+}
+
+/// The same bits in all lanes, zeros of one sign; no NaN is the same.
+inline bool Same(const Z4::VectorSIMD4f& a, const Z4::VectorSIMD4f& b) {
+    return a == b && Z4::Lanes::SignBits(a.Native()) == Z4::Lanes::SignBits(b.Native());
+}
+
+} // namespace ZelkTest
