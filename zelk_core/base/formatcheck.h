@@ -30,13 +30,13 @@ void FormatDoesNotCompile();
 /// than the formatter: every value of an argument's type must be printed as it is, and neither an argument nor a length
 /// may be without effect.
 ///
-/// - `d` and `i` take a signed integer of the length that is given, `u` an unsigned one, `o`, `x` and `X` either. Without
-///   `l` they also take a narrower integer whose values all fit; for `u`, `o`, `x` and `X` that is an unsigned one.
+/// - `d` and `i` take a signed integer of the length that is given, `u` an unsigned one, `o`, `x` and `X` either.
+///   Without `l` they also take a narrower integer whose values all fit; for `u`, `o`, `x` and `X` that is an unsigned
+///   one.
 /// - An unscoped enumeration counts as an integer of either sign; a scoped one must be cast. `bool` and character types
 ///   are integers.
 /// - `c` takes an `int` or an integer of the size of the format's characters, `s` a pointer to characters of the
-/// format's
-///   type, `f` and `g` a `float` or `double`, `p` any pointer, and `*` an `int` or a narrower integer.
+///   format's type, `f` and `g` a `float` or `double`, `p` any pointer, and `*` an `int` or a narrower integer.
 template <class Char, class... Arguments>
 constexpr FormatFault CheckFormat(const Char* format) {
     // One more, as there is no array of none.
