@@ -28,6 +28,7 @@ enum class MemoryMode {
     GUARD_START, ///< each block starts behind an inaccessible page: an underrun faults
 };
 
+/// What Install() sets up. The defaults suit a tool: the process heap, and all messages on standard error.
 struct Options {
     MemoryMode memoryMode = MemoryMode::PLAIN;
     /// Which messages are printed: levels of Z4::EalLogLevel, combined by or. Failed assertions are always printed.
@@ -61,6 +62,7 @@ struct MemoryStatistics {
     std::uint64_t allocations; ///< ever granted, reallocations included
 };
 
+/// A context and what it has taken.
 struct MemoryContext {
     int id;
     std::string name; ///< as given to `name_id`; empty when none was given, or when there was no memory for it

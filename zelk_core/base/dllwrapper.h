@@ -31,11 +31,12 @@ inline constexpr Message<const char*> DLL_NOT_VALID{
 
 } // namespace Private
 
-/// The wrapper, with a lock that it holds while it loads: any class with Lock() and Unlock(), NulLock for none. Several
-/// threads may then call LoadDLL() at once; queries are not locked, so they come after it.
+/// The wrapper of one module. `LockPolicy` is the lock that it holds while it loads: any class with Lock() and
+/// Unlock(), NulLock for none. With a real lock several threads may call LoadDLL() at once. Queries are not locked: a
+/// thread must not make one while another may still be loading.
 ///
-/// A copy holds the same handle, and each of the two frees it when it is destroyed. Copy only where the module was
-/// loaded as often as it will be freed.
+/// To move is to copy here: both wrappers hold the same handle afterwards, and each of them frees it when it is
+/// destroyed. So copy, assign and move only where the module was loaded as often as it will be freed.
 template <class LockPolicy>
 class Z4_EMPTY_BASES ThreadSafeDllWrapper : protected LockPolicy, public HostNew<ThreadSafeDllWrapper<LockPolicy>> {
     using Memory = HostNew<ThreadSafeDllWrapper>;

@@ -135,6 +135,8 @@ struct eal_file_dll_interface {
     /// called from a completion, where it would wait for itself.
     eal_file_status(Z4_CDECL* close)(eal_file_handle handle);
     eal_reserved_slot reserved4;
+    /// Reads `size` bytes from `offset` on into `buffer`, and returns when that is done. `*transferred` receives how
+    /// many bytes were read, on failure too; `transferred` is never null.
     eal_file_status(Z4_CDECL* read)(eal_file_handle handle, void* buffer, std::uint32_t size, std::uint64_t offset,
                                     std::uint32_t* transferred);
     /// Starts a read and returns without waiting for it. When it returns EAL_FILE_OK, the host calls `completion`
@@ -142,6 +144,8 @@ struct eal_file_dll_interface {
     /// calls it.
     eal_file_status(Z4_CDECL* read_async)(eal_file_handle handle, void* buffer, std::uint32_t size,
                                           std::uint64_t offset, eal_file_completion completion, void* context);
+    /// Writes `size` bytes of `buffer` from `offset` on, by the rules of `read`. A file that ends before `offset` +
+    /// `size` grows.
     eal_file_status(Z4_CDECL* write)(eal_file_handle handle, const void* buffer, std::uint32_t size,
                                      std::uint64_t offset, std::uint32_t* transferred);
     eal_reserved_slot reserved8;

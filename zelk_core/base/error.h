@@ -9,6 +9,7 @@
 
 namespace Z4 {
 
+/// What an operation came to. The contract of each operation tells which of them it returns and when.
 enum Error : int {
     ERR_OK = 0,
     ERR_INVALID = 1,

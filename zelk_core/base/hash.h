@@ -55,7 +55,8 @@ constexpr std::uint32_t CrcStepByte(std::uint32_t crc, unsigned char byte, const
 
 } // namespace Private
 
-/// All functions are static; there are no objects of this class.
+/// The hash functions, all static, which any thread may call at any time; there are no objects of this class. hash.h
+/// tells what all of them take.
 class Hash {
 public:
     Hash() = delete;
@@ -65,6 +66,7 @@ public:
     [[nodiscard]] Z4_API static std::uint32_t FNV32(const unsigned char* buffer, unsigned size);
     /// @return the hash in the lower 32 bits, and the length of the string in the upper 32. Convert it to
     /// `std::uint32_t` before you compare it with a value of another form.
+    /// The same of a narrow string, with its length beside it.
     [[nodiscard]] Z4_API static std::uint64_t FNV32(const char* string);
     [[nodiscard]] Z4_API static std::uint32_t FNV32(const wchar_t* string);
 
@@ -111,8 +113,8 @@ public:
     /// 2005).
     [[nodiscard]] Z4_API static std::uint32_t CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc = 0);
     [[nodiscard]] Z4_API static std::uint32_t CRC(const char* string, std::uint32_t crc = 0);
-    /// A string at an address that is no multiple of 4 gives the same value, and one warning to the host's log: a
-    /// service must be started then (lifecycle.h).
+    /// The address of `string` should be a multiple of 4. With another one the value is the same, but each call writes
+    /// a warning to the host's log, for which a service must be started (lifecycle.h).
     [[nodiscard]] Z4_API static std::uint32_t CRC(const wchar_t* string, std::uint32_t crc = 0);
 
     /// The CRC of another polynomial, by a table of CreateCrcTable(), byte by byte; inverted before and after, too.

@@ -13,9 +13,9 @@
 
 namespace Z4 {
 
-/// Formats into a buffer of the caller's. This differs from the C library: there is no exponent notation, so `%e`
-/// prints an "e" and takes no argument; `%g` prints what `%f` does, without the zeros at its end; a last digit is
-/// rounded up from half on; a floating-point zero has no sign; a null string prints nothing.
+/// Formats into a buffer of the caller's, on any thread. This differs from the C library: there is no exponent
+/// notation, so `%e` prints an "e" and takes no argument; `%g` prints what `%f` does, without the zeros at its end; a
+/// last digit is rounded up from half on; a floating-point zero has no sign; a null string prints nothing.
 ///
 /// A conversion is `%`, flags, width, precision, length and conversion character, in this order.
 ///

@@ -16,9 +16,10 @@
 
 namespace Z4 {
 
-/// One thread of the host's at a time. The object can be created again once it was joined, and must be joined before it
-/// is destroyed: there is no detaching. Any thread may call any operation at any time, Run() too, but nobody may while
-/// the object is being destroyed. Run() must return: a thread that ends itself in another way never counts as ended.
+/// An object that has one thread of the host's at a time. A thread can be created again once the last one was joined,
+/// and must be joined before the object is destroyed: there is no detaching. Any thread may call any operation at any
+/// time, also from within Run(), but nobody may while the object is being destroyed. Run() must return: a thread that
+/// ends itself in another way never counts as ended.
 ///
 /// Time-outs are in milliseconds; 0 does not wait, 0xFFFFFFFF waits without limit. Every change of the thread's state
 /// restarts the time-out of those who wait, so a wait can last longer than was asked.
@@ -47,8 +48,9 @@ public:
     /// @param stackSize in bytes, at least MIN_THREAD_STACK_SIZE; 0, also where none is given, for the host's default.
     /// @param startSuspended whether the thread is held before Run() until ResumeThread(), which also ends the setting.
     /// @param priority for this and later creations.
-    /// @return ERR_IN_PROGRESS while there is a thread, otherwise ERR_OK, even when the host makes none. The state then
-    /// stays THREAD_STARTING, and JoinThread(), which returns ERR_NOT_READY, makes the object idle again.
+    /// @return ERR_IN_PROGRESS from a creation until the thread is joined; otherwise ERR_OK, even when the host makes
+    /// no thread. GetHandle() is null in that case and the state stays THREAD_STARTING until somebody calls
+    /// JoinThread(), which returns ERR_NOT_READY and makes the object idle again.
     [[nodiscard]] Z4_API Error CreateThread();
     [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize);
     [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended);

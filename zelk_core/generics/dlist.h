@@ -23,8 +23,8 @@
 
 namespace Z4 {
 
-/// The links of one element. While it is in a list, an element must stay where it is in memory; Unlink() it before it
-/// is destroyed. A copy of an element is in no list.
+/// The links of one element, used by one thread at a time together with its list. While it is in a list, an element
+/// must stay where it is in memory; Unlink() it before it is destroyed. A copy of an element is in no list.
 class DList {
 public:
     class DRoot;
@@ -32,7 +32,7 @@ public:
 
     constexpr DList() = default;
     constexpr DList(const DList&) : DList() {}
-    /// Each of both stays in the list that it is in, or in none.
+    /// Changes nothing: both elements stay where they are, each in its list or in none.
     constexpr DList& operator=(const DList&) { return *this; } // NOLINT(bugprone-unhandled-self-assignment)
 
     [[nodiscard]] constexpr bool IsLinked() const { return m_next != nullptr; }
@@ -90,8 +90,8 @@ private:
     DList* m_previous = nullptr;
 };
 
-/// Goes over a list in both directions. The element at which an iterator stands must not be unlinked; move the iterator
-/// on first. All others may come and go meanwhile.
+/// Goes over a list in both directions, on the thread that uses the list. The element at which an iterator stands must
+/// not be unlinked; move the iterator on first. All others may come and go meanwhile.
 class DList::Iterator {
 public:
     using iterator_category = std::bidirectional_iterator_tag;
@@ -137,9 +137,9 @@ private:
     DList* m_links = nullptr;
 };
 
-/// The list itself. A `constinit` global is ready before any code of its module runs. A list owns nothing: before it is
-/// destroyed, Clear() it, unless its elements are never used again. It must stay where it is in memory, as the elements
-/// at its ends point to it.
+/// The list itself, used by one thread at a time. A `constinit` global is ready before any code of its module runs. A
+/// list owns nothing: before it is destroyed, Clear() it, unless its elements are never used again. It must stay where
+/// it is in memory, as the elements at its ends point to it.
 class DList::DRoot {
 public:
     constexpr DRoot() : m_ends(RootTag()) {}

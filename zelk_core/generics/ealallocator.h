@@ -16,7 +16,7 @@ namespace Z4 {
 /// allocated. The host's tables must be installed before the first call, see ealinterface.h. Any thread, as far as the
 /// host allows.
 /// @tparam CONTEXT_ID the number of an EALId, on behalf of which the host is asked.
-/// @tparam RESERVED 0.
+/// @tparam RESERVED always 0; it makes no difference.
 template <int CONTEXT_ID, int RESERVED>
 class EalAllocator {
 public:

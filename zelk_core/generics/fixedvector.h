@@ -8,8 +8,9 @@
 
 namespace Z4 {
 
-/// A Vector on a buffer of its own for `CAPACITY` elements. When it needs more room, its elements move to memory from
-/// the host, and stay there until Reset(). Functions that work with it take it as a `Vector<T>&`.
+/// A Vector on a buffer of its own for `CAPACITY` elements; like any Vector it is used by one thread at a time. When it
+/// needs more room, its elements move to memory from the host, and stay there until Reset(). Functions that work with
+/// it take it as a `Vector<T>&`.
 template <class T, unsigned CAPACITY, class Allocator = ZelkAllocator>
 class FixedVector : public Vector<T, Allocator> {
     using Base = Vector<T, Allocator>;
@@ -20,8 +21,9 @@ public:
     FixedVector(const T* elements, unsigned count) : FixedVector() { Base::Assign(elements, count); }
     FixedVector(std::initializer_list<T> elements) : FixedVector() { Base::operator=(elements); }
     explicit FixedVector(const Base& other) : FixedVector() { Base::operator=(other); }
-    /// As by assignment: elements that fit into the buffer are moved one by one, more of them together with the memory
-    /// that holds them. Leaves `other` empty.
+    /// Moves the elements of `other` here and leaves it empty. Those that fit into the buffer are moved one by one. If
+    /// there are more, the vector takes over the memory that `other` owns; where they lie in a fixed buffer, they are
+    /// moved one by one into memory from the host, which can be refused.
     explicit FixedVector(Base&& other) noexcept : FixedVector() { Base::operator=(std::move(other)); }
     FixedVector(const FixedVector& other) : FixedVector(static_cast<const Base&>(other)) {}
     FixedVector(FixedVector&& other) noexcept : FixedVector(static_cast<Base&&>(other)) {}

@@ -21,6 +21,7 @@
 
 namespace Z4 {
 
+/// An entry of a map. The key stays as it is as long as the entry lives.
 template <class Key, class T>
 struct MapEntry {
     const Key key;
@@ -37,6 +38,9 @@ struct MapOrder {
     constexpr bool operator()(const Key& left, const Key& right) const { return left < right; }
 };
 
+/// An ordered map, used by one thread at a time; several threads may read one that nobody changes. map.h tells what it
+/// costs and what happens when memory is refused.
+///
 /// @tparam Key is never changed while it is in a map.
 /// @tparam Order a function object without state that is given two keys and says whether the first comes before the
 /// second. Keys of which neither comes before the other are the same key.
@@ -52,6 +56,7 @@ public:
     using Iterator = Private::MapIterator<Entry, Entry>;
     using ConstIterator = Private::MapIterator<Entry, const Entry>;
 
+    /// What an insertion came to.
     struct InsertResult {
         Iterator position; ///< the entry with that key, new or not; end() when memory was refused
         bool inserted;
@@ -59,7 +64,8 @@ public:
 
     constexpr Map() = default;
     constexpr explicit Map(const typename Allocator::Context&) {}
-    /// As by Insert(). Where memory is refused, the map has the entries up to there.
+    /// Inserts the entries one after another; of equal keys the first counts. When memory is refused, the map has the
+    /// entries before that one, and nothing tells so but Size().
     Map(std::initializer_list<Entry> entries) { Insert(entries.begin(), entries.end()); }
     Map(const Map& other) { CopyFrom(other); }
     /// Takes over the entries of `other`, in their places, and leaves it empty; so does the assignment below.

@@ -12,7 +12,8 @@
 
 namespace Z4 {
 
-/// The notifier for payloads of any kind, under Notifier. Its memory, a pointer for each sink, comes from the host.
+/// The notifier for payloads of any kind, on which Notifier is built; used by one thread at a time. Its memory, a
+/// pointer for each sink, comes from the host.
 class BaseNotifier {
 public:
     /// Who is told. Remove a sink before you destroy it, unless its notifier is destroyed first.
@@ -56,7 +57,8 @@ private:
     int m_contextId;
 };
 
-/// The notifier for payloads of one type: derive from `Notifier<Payload>::Sink`, and AddSink() the object.
+/// The notifier for payloads of one type, used by one thread at a time: derive from `Notifier<Payload>::Sink`, and
+/// AddSink() the object. Operations are those of BaseNotifier.
 /// @tparam Allocator an EalAllocator, whose context memory is taken for.
 template <class Payload, class Allocator = ZelkAllocator>
 class Notifier {
@@ -74,6 +76,7 @@ public:
         }
     };
 
+    /// Takes no memory. The arguments are for code that hands its allocator on; they change nothing.
     constexpr explicit Notifier(const Allocator& = Allocator(),
                                 const typename Allocator::Context& = typename Allocator::Context())
         : m_notifier(Allocator::GetId().GetId()) {}

@@ -24,6 +24,9 @@
 
 namespace Z4 {
 
+/// A string, used by one thread at a time, also where it shares its text with strings of other threads. string.h tells
+/// what positions and counts mean and what happens when memory is refused.
+///
 /// @tparam Char `char` or `wchar_t`.
 /// @tparam Allocator an EalAllocator.
 template <class Char, class Allocator = ZelkAllocator>
@@ -205,7 +208,7 @@ public:
     [[nodiscard]] Char* Edit() { return !IsEmpty() && Reserve(0) ? m_text.Edit() : nullptr; }
 
     /// The first position at which `text` stands, of those from `from` on; NPOS when there is none. An empty text
-    /// stands at each position up to Size().
+    /// stands at each position up to Size(); with a `from` above that, nothing is found.
     [[nodiscard]] unsigned Find(View text, unsigned from = 0) const {
         const unsigned size = Size();
         if (text.Size() > size || from > size - text.Size()) {

@@ -34,7 +34,10 @@ Z4_API void WarnOfExpensiveMove();
 
 } // namespace Private
 
-/// FixedStorage, MAX_CAPACITY, Capacity(), IsDynamic() and WasRefused() stand in vectorstorage.h.
+/// A dynamic array, used by one thread at a time; several threads may read one that nobody changes. vector.h tells how
+/// it grows, when its elements are lost, and how long pointers stay good. FixedStorage, MAX_CAPACITY, Capacity(),
+/// IsDynamic() and WasRefused() stand in vectorstorage.h.
+///
 /// @tparam T elements that can be moved; those operations that copy need elements that can be copied. Elements that can
 /// be copied byte by byte move that way, others by their move constructor and destructor.
 /// @tparam Allocator an EalAllocator.

@@ -9,8 +9,9 @@
 
 namespace Z4 {
 
-/// `ROW_COUNT` vectors of the class `R` one after another and nothing else. `COLUMN_COUNT` is how many columns the
-/// matrix has in mathematics; a SIMD row of a matrix of three columns has a fourth lane beyond them.
+/// A matrix: `ROW_COUNT` vectors of the class `R` one after another and nothing else. It is a plain value: different
+/// threads may read one at a time, and who writes must be alone. `COLUMN_COUNT` is how many columns the matrix has in
+/// mathematics; a SIMD row of a matrix of three columns has a fourth lane beyond them.
 template <class R, unsigned ROW_COUNT, unsigned COLUMN_COUNT>
 class MatrixGeneric {
 public:

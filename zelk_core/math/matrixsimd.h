@@ -82,7 +82,8 @@ struct MatrixRow<VectorSIMD4f> {
 
 } // namespace Private
 
-/// Linear: the images of the axes.
+/// Linear: the images of the axes x, y and z, each a row whose w lane is 0. A plain value, as all matrices here:
+/// different threads may read one at a time, and who writes must be alone.
 class MatrixSIMD33f : public HostNew<MatrixSIMD33f>, public MatrixGeneric<VectorSIMD4f, 3, 3> {
 public:
     using MatrixGeneric::MatrixGeneric;

@@ -1,7 +1,8 @@
 /// @file
 /// The plain vectors, named after their size and element type: Vector3f holds exactly three floats, and an array of it
 /// is tightly packed. Element types are float (f), double (d) and the integers of 16, 32 and 64 bits, signed (s) and
-/// unsigned (u). vectorgeneric.h gives what can be done with them.
+/// unsigned (u). vectorgeneric.h gives what can be done with them. Of the constants, ZERO and ONE have 0 and 1 in all
+/// components; BASE_I, BASE_J, BASE_K and BASE_L have 1 in x, y, z and w and 0 in the others.
 ///
 /// Vectors are plain values: different threads may read one at a time, and who writes must be alone. The constants are
 /// static data, so they can be read before, and in, any static initialiser.
@@ -14,6 +15,7 @@
 
 namespace Z4 {
 
+/// Two floats, x and y. A plain value; vectorarithmetic.h and vectorfunctions.h have the operations.
 class Vector2f : public VectorGeneric<float, 2> {
 public:
     using VectorGeneric::VectorGeneric;
@@ -28,6 +30,7 @@ public:
     Z4_API static const VectorGeneric<float, 2> MASK_2D;
 };
 
+/// Three floats, x, y and z. A plain value; vectorarithmetic.h and vectorfunctions.h have the operations.
 class Vector3f : public VectorGeneric<float, 3> {
 public:
     using VectorGeneric::VectorGeneric;
@@ -42,6 +45,7 @@ public:
     Z4_API static const VectorGeneric<float, 3> MASK_3D;
 };
 
+/// Four floats, x, y, z and w. A plain value; vectorarithmetic.h and vectorfunctions.h have the operations.
 class Vector4f : public VectorGeneric<float, 4> {
 public:
     using VectorGeneric::VectorGeneric;
@@ -58,6 +62,7 @@ public:
     Z4_API static const VectorGeneric<float, 4> MASK_4D;
 };
 
+/// Two doubles, x and y. A plain value; vectorarithmetic.h and vectorfunctions.h have the operations.
 class Vector2d : public VectorGeneric<double, 2> {
 public:
     using VectorGeneric::VectorGeneric;
@@ -70,6 +75,7 @@ public:
     Z4_API static const VectorGeneric<double, 2> MASK_2D;
 };
 
+/// Three doubles, x, y and z. A plain value; vectorarithmetic.h and vectorfunctions.h have the operations.
 class Vector3d : public VectorGeneric<double, 3> {
 public:
     using VectorGeneric::VectorGeneric;
@@ -84,6 +90,7 @@ public:
     Z4_API static const VectorGeneric<double, 3> MASK_3D;
 };
 
+/// Four doubles, x, y, z and w. A plain value; vectorarithmetic.h and vectorfunctions.h have the operations.
 class Vector4d : public VectorGeneric<double, 4> {
 public:
     using VectorGeneric::VectorGeneric;

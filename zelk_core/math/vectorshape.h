@@ -33,8 +33,9 @@ constexpr To ConvertElement(From value) {
 
 } // namespace Private
 
-/// `N` elements of type `T`, two to four of them, in the order x, y, z, w. They lie one after another and nothing else
-/// does, so an array of vectors is an array of elements, too.
+/// A vector of `N` elements of type `T`, two to four of them, in the order x, y, z, w. It is a plain value: different
+/// threads may read one at a time, and who writes must be alone. The elements lie one after another and nothing else is
+/// in it, so an array of vectors is an array of elements, too.
 template <class T, unsigned N>
 class VectorGeneric {
     static_assert(std::is_arithmetic_v<T> && N >= 2 && N <= 4);

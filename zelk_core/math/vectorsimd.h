@@ -10,7 +10,8 @@
 /// Objects are aligned to 16 bytes: by the compiler where they are variables and members, by base/hostnew.h after
 /// `new`, and by the caller in any other memory. Pass them by const reference. They are plain values: different threads
 /// may read one at a time, and who writes must be alone. The constants are static data, so they can be read before, and
-/// in, any static initialiser.
+/// in, any static initialiser. ZERO and ONE have 0 and 1 in all components; BASE_I, BASE_J, BASE_K and BASE_L have 1 in
+/// x, y, z and w and 0 in the others.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -21,7 +22,8 @@
 
 namespace Z4 {
 
-/// Four components, all of which `==` compares.
+/// Four components in a register, all of which `==` compares. A plain value: different threads may read one at a time,
+/// and who writes must be alone.
 class VectorSIMD4f : public VectorSIMD<VectorSIMD4f, 4> {
 public:
     /// Leaves the lanes unset: reading one before it is written is an error.
@@ -44,8 +46,8 @@ public:
     Z4_API static const __m128 MASK_4D;
 };
 
-/// Three components, which `==` compares. The w lane takes part in all operations on four lanes; it is 0 in the
-/// constants and after construction from components.
+/// Three components in a register, which `==` compares; for threads a plain value as VectorSIMD4f. The w lane takes
+/// part in all operations on four lanes; it is 0 in the constants and after construction from components.
 class VectorSIMD3f : public VectorSIMD<VectorSIMD3f, 3> {
 public:
     /// Leaves the lanes unset: reading one before it is written is an error.
@@ -66,7 +68,8 @@ public:
     Z4_API static const __m128 MASK_3D;
 };
 
-/// The first components as a plain vector. For other element types convert that in turn.
+/// The first two, three or four lanes as a plain vector of floats. For other element types convert that in turn:
+/// `Vector3d(ToVector3f(v))`.
 template <class V, unsigned N>
 [[nodiscard]] Vector4f ToVector4f(const VectorSIMD<V, N>& v) {
     Vector4f result;

@@ -5,8 +5,8 @@
 /// The network must have been started (InitializeOS()); until then the system refuses every call with
 /// ERR_DEVICE_NOT_READY. A `handle` is the system's. -1 stands for no socket; the system answers it with ERR_INVALID.
 ///
-/// A function that fails returns false, or -1 where it returns a handle or a count, and stores the reason in `error`.
-/// One that succeeds leaves `error` alone, but for Select(), which sets it to ERR_OK at its beginning. On a
+/// A function that fails returns false, or -1 where it returns a handle or a count, and stores the reason in `error`,
+/// as the number of an Error. One that succeeds leaves `error` as it was; only Select() sets it to ERR_OK. On a
 /// non-blocking socket, ERR_NOT_READY means that the operation would have had to wait.
 ///
 /// Any thread may call any function. Two threads may use one handle at once, one to send and one to receive; none may
@@ -18,6 +18,8 @@
 
 namespace Z4 {
 
+/// The system's socket calls, all static. Any thread may call any function; berkeleysocket.h tells what two threads may
+/// do with one handle, and how failures are reported.
 class BerkeleySocket {
 public:
     /// Which directions of a connection end.
@@ -27,7 +29,7 @@ public:
         SHUTDOWN_BOTH = 2,
     };
 
-    /// Select() waits without limit.
+    /// As the time-out of Select(): wait without limit.
     static constexpr unsigned long NO_TIMEOUT = 0xFFFFFFFF;
 
     /// Make a blocking socket, for streams (TCP) or for datagrams (UDP).
@@ -110,9 +112,9 @@ public:
     /// Whether small writes are collected by Nagle's algorithm (RFC 896), as they are on a new socket.
     Z4_API static bool SetNagleOnOff(bool on, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetNagleOnOff(bool& value, long handle, unsigned long& error);
-    /// Whether, and for how many seconds, closing waits for data that is still to be sent. Both are kept by the system
-    /// in one record; each setter reads it, and writes it back only where its own part is to change. More than 65535
-    /// seconds is ERR_INVALID.
+    /// Whether, and for how many seconds, closing waits for data that is still to be sent. The system keeps both in one
+    /// record, so two threads must not set them for one handle at the same time. More than 65535 seconds is
+    /// ERR_INVALID.
     Z4_API static bool SetLingerOnOff(bool on, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static bool GetLingerOnOff(bool& value, long handle, unsigned long& error);
     Z4_API static bool SetLingerSeconds(unsigned long seconds, long handle, unsigned long& error);

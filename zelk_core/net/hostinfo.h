@@ -25,12 +25,14 @@ public:
     /// address is "0.0.0.0" and the name is empty. Null is ERR_INVALID.
     Z4_API explicit HostInfo(const char* host);
 
+    /// Moving copies: the other object keeps what it knows.
     HostInfo(HostInfo&&) = default;
     HostInfo& operator=(HostInfo&&) = default;
 
     /// The name that the object was made of. Where it was made of an address, or of nothing, the first call looks up
-    /// the name of GetAddress(), which is the address again where the host has none; a failure of that makes the status
-    /// ERR_INVALID. The text is empty while the status is not ERR_OK. It belongs to this object.
+    /// the name of GetAddress(), which may take long. A host without a name gets the dotted address for one; when the
+    /// look-up fails, the status becomes ERR_INVALID. The text is empty while the status is not ERR_OK. It belongs to
+    /// this object and is never null.
     Z4_API const char* GetName();
 
     /// The dotted address, which belongs to this object.

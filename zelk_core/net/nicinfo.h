@@ -10,7 +10,8 @@ struct _IP_ADAPTER_ADDRESSES_LH;
 
 namespace Z4 {
 
-/// One adapter of a NICInfo, which owns it and its texts: they live as long as the NICInfo does.
+/// One adapter of a NICInfo, which owns it and its texts: they live as long as the NICInfo does. Any number of threads
+/// may read it.
 class NICEntry {
 public:
     /// The hardware address, "00:1A:2B:3C:4D:5E". Empty when there is none, and when it has more than 8 bytes.
@@ -38,8 +39,9 @@ private:
     const NICEntry* m_self; // itself, which the accessors go through
 };
 
-/// The adapters that the machine had at construction, in the system's order; later changes do not show. There are none
-/// when the system refuses the list or the host has no memory for it. Any number of threads may read one.
+/// The adapters that the machine had at construction, in the system's order; later changes do not show. The list is
+/// empty when the system refuses it or the host has no memory for it. The constructor takes that memory from the host,
+/// so a service must be started (base/lifecycle.h); the network need not be. Any number of threads may read one.
 ///
 ///     const Z4::NICInfo adapters;
 ///     for (const Z4::NICEntry& adapter : adapters) {
@@ -47,6 +49,7 @@ private:
 ///     }
 class NICInfo {
 public:
+    /// Goes over the adapters forward. Good as long as the NICInfo.
     class const_iterator {
     public:
         explicit const_iterator(const NICEntry* entry) : m_entry(entry) {}

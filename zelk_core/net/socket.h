@@ -34,8 +34,9 @@
 
 namespace Z4 {
 
-/// The network must have been started (InitializeOS()) before a socket is made. IPv4 only. Objects on the heap live in
-/// the host's memory.
+/// The base of TcpSocket and DatagramSocket. One object belongs to one thread at a time; socket.h tells how results are
+/// stored, and how to stop a thread that waits. The network must have been started (InitializeOS()) before a socket is
+/// made. IPv4 only. Objects on the heap live in the host's memory.
 class Z4_API Socket : public HostNew<Socket> {
 public:
     /// What Select(long) waits for; combine them by or.

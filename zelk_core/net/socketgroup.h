@@ -45,8 +45,8 @@ private:
     std::uint32_t m_handles[CAPACITY] = {};
 };
 
-/// Lets a socket put itself into a group: its class `T` derives from this and has GetHandle(). For a closed socket
-/// nothing happens, and IsInSet() is false.
+/// Lets a socket put itself into a group: its class `T` derives from this and has GetHandle(). Where the socket is
+/// closed, nothing happens and IsInSet() is false. A group belongs to one thread at a time, and so does a socket.
 template <class T>
 class BerkeleySocketGroupMember {
 public:

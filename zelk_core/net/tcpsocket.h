@@ -66,7 +66,8 @@ protected:
 };
 
 /// A stream socket of class `T`, TcpSocket or one derived from it, that can also be made of a connected handle, which
-/// it then owns. Made of -1 it is closed, made of nothing it is open.
+/// it then owns. Made of -1 it is closed; the default constructor opens a new socket. The thread rule is that of
+/// Socket.
 template <class T>
 class StreamSocket : public T {
 public:

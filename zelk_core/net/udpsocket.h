@@ -24,15 +24,16 @@ public:
 
     [[nodiscard]] bool Open() override;
 
-    /// As Receive(), from anybody; `peer` becomes the address of who sent it, and stays as it was on failure.
+    /// Receives one datagram as Receive() does, but from any sender, whose address is stored in `peer`; on failure that
+    /// stays as it was. The socket must have a port by then: bind it, connect it, or send first.
     [[nodiscard]] virtual long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size);
 
     /// Whether the socket may send to broadcast addresses; a new one may not.
     virtual bool SetBroadCast(bool on);
     virtual bool GetBroadCast();
 
-    /// As Send(), one datagram to `peer`. An address whose status is not ERR_OK, or that is none, is ERR_INVALID, and
-    /// the system is not asked.
+    /// Sends one datagram to `peer`, with the waiting and the results of Send(). Where the status of `peer` is not
+    /// ERR_OK, or where it holds no address, the failure is ERR_INVALID, and the system is not asked.
     [[nodiscard]] long SendTo(const SocketAddr& peer, const char* data, unsigned long size);
 };
 

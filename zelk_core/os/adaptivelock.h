@@ -13,7 +13,7 @@
 namespace Z4 {
 
 /// A recursive lock: the thread that holds it may lock it again, and must unlock it as often as it locked it. The lock
-/// is free for others after the last of these.
+/// is free for others after the last of these. Any number of threads may use it, by the rules of adaptivelock.h.
 class AdaptiveLock {
 public:
     /// A free lock with 100 further attempts.
@@ -49,13 +49,14 @@ private:
     unsigned long m_spinCount;
 };
 
-/// An AdaptiveLock, each operation the same, whose name says that its users never lock it twice. Nothing checks that:
-/// it is as recursive as the other.
+/// An AdaptiveLock, with the same operations and for as many threads, whose name says that no thread locks it while
+/// holding it. Nothing checks that: it is as recursive as the other.
 class AdaptiveLockNonRecursive {
 public:
-    /// A free lock with 100 further attempts; the argument is a name, as below.
+    /// A free lock with 100 further attempts. The argument is a name for the reader of your code; it is not kept and
+    /// may be null.
     AdaptiveLockNonRecursive(const char* = nullptr) {}
-    /// The arguments are those of AdaptiveLock.
+    /// A free lock; the arguments are those of AdaptiveLock's constructor.
     AdaptiveLockNonRecursive(unsigned long spinCount, const char* name) : m_lock(spinCount, name) {}
 
     void Lock() { m_lock.Lock(); }

@@ -24,8 +24,8 @@ template <class T>
 concept AtomicOperand = std::disjunction_v<std::is_integral<T>, std::is_enum<T>> && sizeof(T) % 4 == 0 &&
                         sizeof(T) <= 8;
 
-/// The operations, all static. Sums wrap around. Add(), Sub(), Increment() and Decrement() return the value after the
-/// operation, all others the value before it.
+/// The operations, all static, which any thread may call at any time. Sums wrap around. Add(), Sub(), Increment() and
+/// Decrement() return the value after the operation, all others the value before it.
 class Atomic {
 public:
     Atomic() = default;

@@ -11,7 +11,7 @@
 namespace Z4 {
 
 /// A recursive lock: the thread that holds it may lock it again, and must unlock it as often as it locked it. The lock
-/// is free for others after the last of these.
+/// is free for others after the last of these. Any number of threads may use it, by the rules of blockinglock.h.
 class BlockingLock {
 public:
     /// A free lock.
@@ -41,10 +41,11 @@ private:
     alignas(void*) unsigned char m_criticalSection[24];
 };
 
-/// A BlockingLock, each operation the same, whose name says that its users never lock it twice. Nothing checks that: it
-/// is as recursive as the other.
+/// A BlockingLock, with the same operations and for as many threads, whose name says that no thread locks it while
+/// holding it. Nothing checks that: it is as recursive as the other.
 class BlockingLockNonRecursive {
 public:
+    /// A free lock; the argument is that of BlockingLock's constructor.
     BlockingLockNonRecursive(const char* name = nullptr) : m_lock(name) {}
 
     void Lock() { m_lock.Lock(); }

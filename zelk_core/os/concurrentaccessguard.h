@@ -24,19 +24,20 @@ Z4_API void EndAccess(const void* access);
 
 } // namespace Private
 
-/// Stands beside the data that it marks. It has no state, so copying and assigning it does nothing; accesses are known
-/// by its address, and must end before it is destroyed.
+/// A guard that stands beside the data that it marks. Any thread may call any operation. It has no state, so copying
+/// and assigning it does nothing; accesses are known by its address, and must end before it is destroyed.
 class ConcurrentAccessGuard {
 public:
     /// The thread identity that stands for no thread.
     static constexpr unsigned long UNSET_THREAD_ID = 0;
 
 #if defined(ZELK_CHECKS)
-    /// The calling thread's access begins.
+    /// Begins an access by the calling thread. It returns at once. Where another thread's access runs, a checked
+    /// program reports that first.
     void Lock() {
         Z4_ASSERT(Private::BeginAccess(this, this), "No other thread accesses the data when an access begins.");
     }
-    /// It ends, on the same thread.
+    /// Ends the access that the calling thread began last by Lock(). Does nothing where it began none.
     void UnLock() {
         Private::EndAccess(this);
     }
@@ -46,7 +47,8 @@ public:
 #endif
 };
 
-/// Marks an access from here to the end of the scope. The guard must outlive it.
+/// Marks an access from here to the end of the scope: `AutoAccessGuard access(guard);`. The thread that made it must
+/// destroy it, and the ConcurrentAccessGuard must live until then.
 class [[nodiscard]] AutoAccessGuard {
 public:
 #if defined(ZELK_CHECKS)

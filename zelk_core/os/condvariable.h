@@ -11,8 +11,8 @@
 
 namespace Z4 {
 
-/// It needs no teardown and may be a static object that is ready before any code runs. No thread may wait on it when it
-/// is destroyed.
+/// The condition variable. Any thread may call any operation. It needs no teardown and may be a static object that is
+/// ready before any code runs. No thread may wait on it when it is destroyed.
 ///
 /// A wait can end without a signal, so wait in a loop that looks at the condition. A signal that comes while nobody
 /// waits is lost; that does no harm where the condition is changed only under the lock.
@@ -37,8 +37,9 @@ public:
     }
 
     /// Wait() for at most `ms` milliseconds. 0 gives up the lock for an instant, 0xFFFFFFFF waits without limit.
-    /// @return false when the time ran out. The calling thread holds the lock then, too, and the condition may have
-    /// come true meanwhile.
+    /// @return false when the time ran out, true after every other wake-up, with a signal or without one. The calling
+    /// thread holds the lock in both cases, so look at the condition in both: it may have come true as the time ran
+    /// out.
     template <class LockClass>
     bool WaitWithTimeout(LockClass& lock, unsigned long ms) {
         return WaitInternal(lock.GetInternalLockImpl(), ms);

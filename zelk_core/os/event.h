@@ -2,8 +2,7 @@
 /// An event that threads wait for, and waits on groups of events.
 ///
 /// An auto-reset event that is signalled releases one waiter and is not signalled any more then. A manual-reset event
-/// releases everybody until Reset(). Any thread may call anything at any time, but nobody may use an event while it is
-/// being destroyed.
+/// releases everybody until Reset().
 #pragma once
 
 #include <initializer_list>
@@ -11,7 +10,8 @@
 
 namespace Z4 {
 
-/// One event of the system.
+/// One event of the system, auto-reset or manual-reset. Any thread may call anything at any time, but nobody may use an
+/// event while it is being destroyed.
 class Event {
 public:
     /// @param initialState whether the event is signalled at first.

@@ -4,7 +4,8 @@
 
 namespace Z4 {
 
-/// Every operation does nothing and excludes nobody. There is no state to copy or to assign.
+/// A lock in name only: every operation does nothing and excludes nobody, on any thread. There is no state to copy or
+/// to assign.
 class NulLock {
 public:
     void Lock() {}

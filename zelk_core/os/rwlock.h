@@ -14,8 +14,8 @@
 
 namespace Z4 {
 
-/// The slim lock as it is. A thread that holds it, in whatever mode, must not lock it again, because it can wait for
-/// itself for ever then.
+/// A reader-writer lock for any number of threads, which is the slim lock of the system as it is. A thread that holds
+/// it, in whatever mode, must not lock it again, because it can wait for itself for ever then.
 class RWLockNonRecursive {
 public:
     /// @param spinCount ignored in this build, where the system decides how long to spin.
@@ -51,8 +51,9 @@ private:
     void* m_lock = nullptr;
 };
 
-/// A lock that a reader may read again and the writer may write again; each must unlock as often as it locked. We call
-/// that its levels.
+/// A reader-writer lock for any number of threads. A thread that is in as a reader may lock it for reading again, and
+/// the writer may lock it for writing again; each must unlock it as often as it locked it. Every locking that is not
+/// yet undone is one level.
 ///
 /// A thread that reads may read again, without waiting and without a system call, even while a writer waits. It is
 /// recognised by a table with room for four locks per thread. A fifth lock works, too, but its readers are not

@@ -6,9 +6,9 @@
 
 namespace Z4 {
 
-/// So many counts are free; Lock() takes one, and waits where there is none, and Unlock() gives one back. Nobody owns a
-/// count: one thread may take it and another give it back. Any thread may call anything at any time, but nobody may use
-/// a semaphore while it is being destroyed.
+/// A number of free counts. Lock() takes one of them and waits while there is none; Unlock() gives one back. Nobody
+/// owns a count: one thread may take it and another give it back. Any thread may call anything at any time, but nobody
+/// may use a semaphore while it is being destroyed.
 class Semaphore {
 public:
     /// Where a count is out of range, the name belongs to another kind of object, or the system fails, there is no

@@ -18,6 +18,7 @@ public:
     /// A copy is a lock of its own that begins in the state in which `other` is: the copy of a held lock is held, and
     /// somebody must unlock it.
     NonRecursiveSpinLock(const NonRecursiveSpinLock& other) : m_state(other.Load()) {}
+    /// Puts this lock into the state in which `other` is. Whoever held this one before has lost it.
     NonRecursiveSpinLock& operator=(const NonRecursiveSpinLock& other) {
         State().store(other.Load(), std::memory_order_relaxed);
         return *this;

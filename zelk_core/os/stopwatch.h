@@ -29,8 +29,10 @@ public:
     Z4_API void Restart();
     /// The interval ends now and is added to the total. Where none is running, the last interval is added once more.
     Z4_API void Stop();
-    /// Stops without adding anything. The total becomes 0, the last interval stays.
-    /// @param start is stored where an interval's begin is, and has no effect: the next Start() replaces it.
+    /// Stops the watch without adding the running interval. The total becomes 0; the length of the last interval stays
+    /// as it is.
+    /// @param start has no effect: it is stored as the beginning of an interval, which the next Start() replaces. Pass
+    /// 0.
     Z4_API void Reset(std::uint64_t start);
 
     /// Whether an interval is running.

@@ -27,10 +27,6 @@
 ///     if (error == Z4::ERR_OK) {
 ///         error = worker.CreateThread();
 ///     }
-///
-/// Any thread may call any operation at any time, Run() too, but nobody may while the object is being destroyed. Run()
-/// must return. A thread that ends itself in another way never counts as ended; where it is detached, the library goes
-/// on to use a record on its stack, which is gone.
 #pragma once
 
 #include <cstdint>
@@ -51,14 +47,18 @@ template <class Object>
 class ThreadLife;
 } // namespace Private
 
-/// One native thread at a time. The object can be created again once it was joined, or once a detached thread's Run()
-/// has returned. Many operations have a second, shorter name that does the same.
+/// An object that has one native thread at a time. A thread can be created again once the last one was joined, or once
+/// the Run() of a detached one has returned. Many operations have a second, shorter name that does the same.
+///
+/// Any thread may call any operation at any time, also from within Run(), but nobody may while the object is being
+/// destroyed. Run() must return. A thread that ends itself in another way never counts as ended; where it is detached,
+/// the library goes on to use a record on its stack, which is gone.
 ///
 /// A setting is kept until it is set again and serves every later creation. The thread is live from its creation until
-/// Run() has returned (states 1 to 3); a setting then reaches the thread itself, and is stored only where that
-/// succeeds (a name always). While the thread is not live, setters of priority and cores store even a value that they
-/// report as ERR_INVALID; the next creation then fails. A detached thread has no handle: while it is live, its settings
-/// cannot be changed (ERR_NOT_FOUND).
+/// Run() has returned (THREAD_STARTING to THREAD_RUNNING); a setting then reaches the thread itself, and is stored only
+/// where that succeeds (a name always). While the thread is not live, setters of priority and cores store even a value
+/// that they report as ERR_INVALID; the next creation then fails. A detached thread has no handle: while it is live,
+/// its settings cannot be changed (ERR_NOT_FOUND).
 ///
 /// Time-outs are in milliseconds; 0 does not wait, 0xFFFFFFFF waits without limit. Every change of the thread's state
 /// restarts the time-out of those who wait, so a wait can last longer than was asked.
@@ -108,8 +108,9 @@ public:
     [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended);
     [[nodiscard]] Z4_API Error CreateThread(unsigned int stackSize, bool startSuspended, bool detached);
 
-    /// SetThreadPriority() and SetAffinity(), whatever their results are, and then CreateThread(stackSize), whose
-    /// result is returned. Mind the order: the only argument of the first is the stack's size.
+    /// Sets what is given by SetThreadPriority() and SetAffinity(), calls CreateThread(stackSize) whatever their
+    /// results are, and returns the result of that. What is not given stays as it is set. Mind the order: the only
+    /// argument of the first form is the stack's size, and the first of the others is the priority.
     Z4_API ThreadErrorCodeWrapper StartThread(unsigned long stackSize);
     Z4_API ThreadErrorCodeWrapper StartThread(ThreadPriority priority, unsigned long stackSize);
     Z4_API ThreadErrorCodeWrapper StartThread(ThreadPriority priority, unsigned long stackSize, long affinity);
@@ -193,19 +194,20 @@ public:
     /// The stack's size in bytes, as given to the creation; 0 after a join and after a failed creation.
     Z4_API unsigned int GetThreadStackSize() const;
     Z4_API unsigned int GetStackSize() const;
-    /// The address just above the stack, 0 until the first thread has come to its entry and after a join. While a
-    /// detached object is created again, it is that of the last thread.
+    /// The address just above the stack. It is 0 until the first thread has come to its entry, and after a join. Where
+    /// a detached thread has ended and another is created, it is that of the ended one until the new one has come to
+    /// its entry.
     Z4_API unsigned int GetThreadStackAddress() const;
     Z4_API unsigned int GetStackAddress() const;
     /// As the last creation set it; false after one that failed.
     Z4_API bool IsDetached() const;
-    /// Whether the state is 1.
+    /// Whether the state is THREAD_STARTING.
     Z4_API bool IsStarting() const;
-    /// Whether the state is 3.
+    /// Whether the state is THREAD_RUNNING.
     Z4_API bool IsRunning() const;
-    /// Whether the state is 4 or 5.
+    /// Whether the state is THREAD_ENDED or THREAD_JOINED.
     Z4_API bool IsEnded() const;
-    /// Whether the state is 0, 4 or 5.
+    /// Whether there is no live thread: the state is THREAD_IDLE, THREAD_ENDED or THREAD_JOINED.
     Z4_API bool IsStopped() const;
 
     /// Stores in `size` how many bytes of the stack are committed so far. Only the thread itself can ask.
@@ -224,7 +226,8 @@ protected:
     /// BlockUntilStopped(), and where that is ERR_OK, JoinThread().
     Z4_API ThreadErrorCodeWrapper Join(unsigned long timeoutMs);
 
-    /// The mean of the two, each brought into the range -15 to 15 before; a half is rounded away from 0.
+    /// The mean of the two priorities. One that lies outside of -15 to 15 first becomes the nearer end of that range; a
+    /// half is rounded away from 0.
     Z4_API static ThreadPriority MiddlePriority(ThreadPriority a, ThreadPriority b);
 
 private:

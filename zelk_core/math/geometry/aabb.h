@@ -25,6 +25,8 @@ namespace Z4::Geometry {
 
 class GeometryOBB;
 
+/// A box along the axes of space. A plain value: different threads may read one at a time, and who writes must be
+/// alone. aabb.h tells which boxes are valid, and what becomes of NaN.
 class GeometryAABB : public HostNew<GeometryAABB> {
 public:
     /// The empty box: all four lanes of min are the largest finite float, those of max its negation.

@@ -25,6 +25,8 @@ namespace Z4::Geometry {
 
 class GeometryAABB;
 
+/// A box in any orientation. A plain value: different threads may read one at a time, and who writes must be alone.
+/// obb.h tells what is expected of the axes, and what becomes of NaN.
 class GeometryOBB : public HostNew<GeometryOBB> {
 public:
     /// A point at the origin, with the axes of space.

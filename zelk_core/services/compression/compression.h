@@ -48,7 +48,8 @@ public:
     virtual unsigned long GetAvailableInputSize() const = 0;
     /// Bytes of the output buffer that are still free.
     virtual unsigned long GetAvailableOutputSize() const = 0;
-    /// Bytes produced. For ZLib all that stand in the output buffer last fed, for Lzo those of the last Process().
+    /// Bytes produced. A ZLib object counts all that stand in the output buffer that was fed last, an Lzo object those
+    /// of the last Process().
     virtual unsigned long GetOutputDataSize() const = 0;
 
     /// Works as far as input and room reach.

@@ -22,7 +22,8 @@
 
 namespace Z4 {
 
-/// What both directions share. A block does not say how long it or its content is: the caller keeps both sizes.
+/// The base of LzoDeflate and LzoInflate: one thread at a time, as every CompressionInterface. A block does not say how
+/// long it or its content is: the caller keeps both sizes.
 class Z4_API Lzo : public CompressionInterface {
 public:
     /// What the object knows of its buffers.
@@ -65,9 +66,9 @@ private:
     int CallProcess() override = 0;
 };
 
-/// Compresses by LZO1X-1 or, for CMP_BEST, by the slow LZO1X-999, with 64 or 448 KiB of work memory from the host.
-/// Neither checks the room: **the output buffer must have GetSafeDeflateBufferSize() of the input size**, or memory
-/// behind it is overwritten. A library that is built with its checks reports a shorter one first.
+/// Compresses, for one thread at a time, by LZO1X-1 or, for CMP_BEST, by the slow LZO1X-999, with 64 or 448 KiB of work
+/// memory from the host. Neither checks the room: **the output buffer must have GetSafeDeflateBufferSize() of the input
+/// size**, or memory behind it is overwritten. A library that is built with its checks reports a shorter one first.
 class Z4_API LzoDeflate : public Lzo {
 public:
     ~LzoDeflate() override;
@@ -83,7 +84,7 @@ private:
     cmp_level m_level;
 };
 
-/// Expands. Takes no memory.
+/// Expands, for one thread at a time. Takes no memory.
 class Z4_API LzoInflate : public Lzo {
 public:
     ~LzoInflate() override;

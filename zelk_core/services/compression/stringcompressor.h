@@ -54,6 +54,7 @@ struct StringTreeNode;
 /// The fewer classes, the shorter the codes; 3 to 13 bits for a character are usual, 1 the least.
 class StringCompressor {
 public:
+    /// The classes of characters in a text, to be added up.
     enum Content : std::uint32_t {
         PUNCTUATION = 1,
         LOWER_CASE = 2,
@@ -124,11 +125,13 @@ public:
         unsigned long size;
     };
 
+    /// How Compress() works; the default is right for plain English texts.
     struct Options {
         std::uint32_t content = DETECT; ///< a sum of classes, or DETECT
         std::uint32_t flags = 0;        ///< a sum of Flags
     };
 
+    /// What became of a text.
     struct Compressed {
         Error error;
         unsigned long size;         ///< bytes to store or send, a multiple of 4; 0 on an error
@@ -136,6 +139,7 @@ public:
         unsigned long droppedCount; ///< characters that are lost
     };
 
+    /// What became of packed data.
     struct Expanded {
         Error error;
         unsigned long size; ///< characters written; there is no terminator behind them
@@ -172,7 +176,7 @@ public:
     /// does not fit is cut short, and no decoder can read it; and a text of more than MAX_BLOCK_LENGTH characters may
     /// be written up to 3 bytes beyond `outCapacity`, so that many must belong to the caller.
     /// @param outSize receives the size, behind which up to 3 bytes can hold the last bits: round it up to a multiple
-    /// of 4 before you store, copy or send the output. Unchanged on an error
+    /// of 4 before you store, copy or send the output. Unchanged on an error.
     /// @param encodedCount receives the number of characters that were not dropped, if it is not null. Texts of more
     /// than MAX_BLOCK_LENGTH *add* it to the value, so set it to 0 before.
     /// @param content a sum of classes, or DETECT, which takes PUNCTUATION + UPPER_CASE for a text of no class. The
@@ -190,15 +194,16 @@ public:
     ///
     /// A text that does not fit is cut off silently. The text also ends before a block without characters, which is
     /// what Compress makes of 8184 characters in a row that are all dropped. No zero is put behind the text.
-    /// @param outSize receives the number of characters written
-    /// @return ERR_UNSUPPORTED for a block of content 0, ERR_CORRUPTED_DATA for one that is smaller than its header
+    /// @param outSize receives the number of characters written.
+    /// @return ERR_UNSUPPORTED for a block of content 0, ERR_CORRUPTED_DATA for one that is smaller than its header.
     [[nodiscard]] Z4_API Private::ErrorCodeWrapper Decompress(const char* in, char* out, unsigned long outCapacity,
                                                               unsigned long& outSize);
 
     /// Decompress for input that is not to be trusted. For all that Compress wrote into enough room the result is the
     /// same, except that blocks without characters are passed over. What follows the last block is ignored.
-    /// @param inSize readable bytes at `in`, which include those behind the reported size
-    /// @param outSize receives the number of characters written, 0 on an error
+    /// @param inSize how many bytes at `in` may be read: the size that Compress reported, rounded up to a multiple of
+    /// 4.
+    /// @param outSize receives the number of characters written, 0 on an error.
     /// @return ERR_CORRUPTED_DATA where a block is not whole, its header is impossible, or its codes are not as long as
     /// it says; what `out` holds then means nothing.
     [[nodiscard]] Z4_API Private::ErrorCodeWrapper DecompressChecked(const char* in, unsigned long inSize, char* out,
@@ -212,7 +217,7 @@ public:
     /// @}
 
 protected:
-    /// The content of a text as Compress detects it. A negative length counts as 0.
+    /// The content of a text of `length` characters, as Compress detects it. A negative `length` counts as 0.
     Z4_API unsigned long DetectContent(const unsigned char* text, int length) const;
 
     /// Compress for texts of up to MAX_BLOCK_LENGTH; longer ones are ERR_INVALID. `more` tells whether blocks follow.

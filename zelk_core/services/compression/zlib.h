@@ -22,8 +22,8 @@ namespace Z4 {
 // Lzo overrides the same operations: the streams and the blocks keep different state, so the two share the interface
 // and no code.
 
-/// What both directions share. Input and output buffers can be of any size, 1 byte included, and be replaced at any
-/// time.
+/// The base of ZLibDeflate and ZLibInflate: one thread at a time, as every CompressionInterface. Input and output
+/// buffers can be of any size, 1 byte included, and be replaced at any time.
 class Z4_API ZLib : public CompressionInterface {
 public:
     ~ZLib() override;
@@ -56,11 +56,12 @@ private:
     static void Z4_CDECL Free(void* opaque, void* pointer);
 };
 
-/// Compresses. Takes about 260 KiB from the host.
+/// Compresses, for one thread at a time. Takes about 260 KiB from the host.
 class Z4_API ZLibDeflate : public ZLib {
 public:
     /// Calls Flush() if nobody did; how many bytes that gives, nobody learns. It can read the input that was fed last
-    /// and write to the last output buffer, so both must still be valid. Feed null ones before freeing them.
+    /// and write to the last output buffer, so both must still be valid. Where they are freed before, feed null ones
+    /// first.
     ~ZLibDeflate() override;
 
     /// @param level CMP_FAST is zlib's level 1, CMP_BEST its level 9, anything else its level 6.
@@ -87,7 +88,8 @@ private:
     int m_flushMode;
 };
 
-/// Expands. Takes about 7 KiB from the host, and 32 KiB more for a stream that does not end in the first Process().
+/// Expands, for one thread at a time. Takes about 7 KiB from the host, and 32 KiB more for a stream that does not end
+/// in the first Process().
 ///
 /// Any input is safe. Corrupt data is FAILED, and so is a stream with a preset dictionary; after that only Reset() and
 /// destruction help. A stream that stops short returns NEED_INPUT for ever: that there is no more, only the caller

@@ -10,8 +10,8 @@
 
 namespace Z4 {
 
-/// InitializeDbgHelpService() makes the object and lets it observe. Every function may be called by any thread at any
-/// time, except SingletonShutdown().
+/// The list of modules, one object for the process. InitializeDbgHelpService() makes it and lets it observe. Every
+/// function may be called by any thread at any time, except SingletonShutdown().
 ///
 /// GetCount(), GetModule() and FindModule() are the questions. The first question waits until WinDbgHelp is ready and
 /// reads the system's list; from then on the notifications of WinDbgHelp keep the list current. Threads that ask while
@@ -22,6 +22,7 @@ namespace Z4 {
 /// inside the loader and take memory from the host; so the host's memory table must never wait for the loader.
 class ProgramModuleDB {
 public:
+    /// A module, as the system told of it.
     struct Module {
         void* baseAddress;
         unsigned long size; ///< in bytes

@@ -14,13 +14,15 @@ template <class T>
 class Singleton;
 } // namespace Private
 
-/// Nothing is measured by itself: a thread calls Sample() where its stack is deep, at the cost of a lock, which all
-/// threads share, and a search among the threads seen so far. InitializeDbgHelpService() makes the object.
+/// The deepest use of its stack that each thread has measured. Nothing is measured by itself: a thread calls Sample()
+/// where its stack is deep, at the cost of a lock, which all threads share, and a search among the threads seen so far.
+/// InitializeDbgHelpService() makes the object.
 ///
 /// Every function may be called by any thread at any time, except SingletonShutdown(). This holds inside the system's
 /// loader, too, provided that the host's memory table may be called there.
 class StackSizeMonitorDb {
 public:
+    /// What is known of one thread.
     struct Entry {
         unsigned long threadId;   ///< the system's
         unsigned long largestUse; ///< in bytes, the largest of the thread's samples

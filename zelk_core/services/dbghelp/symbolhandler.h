@@ -22,7 +22,8 @@ struct SymbolInfo {
     unsigned long line;         ///< its line, from 1
 };
 
-/// A source of symbols for SymbolHandler. A program can derive its own, and make it by `new` in the host's memory.
+/// A source of symbols for SymbolHandler, which several threads may ask at once. A program can derive its own, and make
+/// it by `new` in the host's memory.
 class Z4_API SymbolDataBase : public HostNew<SymbolDataBase> {
 public:
     virtual ~SymbolDataBase();
@@ -31,15 +32,15 @@ public:
     /// rest alone. SymbolHandler calls it on whatever thread asks, on several at the same time.
     /// @return true when the function is known.
     virtual bool FindSymbol(const void* address, SymbolInfo& info) = 0;
-    /// Gives the object up: whoever calls this must not use it afterwards, as it destroys itself.
+    /// Destroys the object. The owner calls this, once, when nobody uses the object any more; SymbolHandler never does.
     virtual void Release() = 0;
 
 protected:
     SymbolDataBase() = default;
 };
 
-/// Answers from the modules of ProgramModuleDB and from a SymbolDataBase. InitializeDbgHelpService() makes the object
-/// and gives it a data base that asks WinDbgHelp.
+/// Names code by its address, from the modules of ProgramModuleDB and from a SymbolDataBase; one object for the
+/// process. InitializeDbgHelpService() makes the object and gives it a data base that asks WinDbgHelp.
 ///
 /// Every function may be called by any thread. Do not call Resolve() inside the system's loader, where WinDbgHelp must
 /// not be called, nor while the debug services are being shut down. After their shut-down, until the next start, every

@@ -39,9 +39,9 @@ template <class T>
 class Singleton;
 } // namespace Private
 
-/// Every function may be called by any thread at any time, except SingletonShutdown(). Where `dbghelp.dll` or one of
-/// its functions is missing, a call that needs it returns false, null or 0 and sets the thread's last system error to
-/// 127 (procedure not found).
+/// The debug-help library, one object for the process. Every function may be called by any thread at any time, except
+/// SingletonShutdown(). Where `dbghelp.dll` or one of its functions is missing, a call that needs it returns false,
+/// null or 0 and sets the thread's last system error to 127 (procedure not found).
 ///
 /// The library is loaded by its bare name, and the system looks beside the program before it looks in its own folders.
 /// So whoever can write to the program's folder can plant another library there. SetSystemLibraryOnly() restricts the

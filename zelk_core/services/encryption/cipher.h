@@ -14,8 +14,7 @@
 ///
 /// Buffers are the caller's and need no alignment. `in` and `out` may be the same buffer or overlap in any way: what
 /// stands in `in` at the call is what is worked on. Neither may be null unless the size is 0. Each block is enciphered
-/// by itself, so a buffer may be worked on in pieces whose sizes are multiples of 8. Any number of threads may use one
-/// object at once, as long as none sets its key or assigns to it.
+/// by itself, so a buffer may be worked on in pieces whose sizes are multiples of 8.
 #pragma once
 
 #include <cstddef>
@@ -28,8 +27,9 @@
 
 namespace Z4 {
 
-/// Copies unchanged. Code that takes any cipher takes a `Cipher&`. Objects made by `new` live in the host's memory;
-/// `new` gives null where the host refuses. Copies of an object share the memory of its name.
+/// The base of the ciphers, which copies its input unchanged. Code that takes any cipher takes a `Cipher&`. Any number
+/// of threads may use one object at once, as long as none sets its key or assigns to it. Objects made by `new` live in
+/// the host's memory; `new` gives null where the host refuses. Copies of an object share the memory of its name.
 class Z4_API Cipher : public HostNew<Cipher> {
 public:
     enum CipherType : std::uint32_t {
@@ -68,7 +68,8 @@ private:
 };
 
 /// TEA with 32 cycles (Wheeler and Needham, "TEA, a Tiny Encryption Algorithm", Fast Software Encryption 1994), words
-/// little-endian. Known to be weak: each key has three equivalent ones, and related keys break it.
+/// little-endian. Known to be weak: each key has three equivalent ones, and related keys break it. The thread rule is
+/// that of Cipher.
 class Z4_API Tea : public Cipher {
 public:
     /// Until a key is set, the key is 16 zero bytes, which no text can set.
@@ -104,8 +105,8 @@ private:
 };
 
 /// XTEA with 32 cycles (Needham and Wheeler, "Tea extensions", 1997), words little-endian. Everything else is as with
-/// Tea, the cipher type too. Neither is derived from the other, nor have they a base of their own: their layouts and
-/// their tables of virtual functions are fixed, each beside Cipher's.
+/// Tea, the thread rule and the cipher type too. Neither is derived from the other, nor have they a base of their own:
+/// their layouts and their tables of virtual functions are fixed, each beside Cipher's.
 class Z4_API XTea : public Cipher {
 public:
     XTea();

@@ -10,6 +10,7 @@ namespace Z4 {
 /// the Random object; the last ShutdownRandomService() undoes all three in the order object, core, operating-system
 /// room. When the host refuses the object's memory the service is up all the same: see Random.
 Z4_API void InitializeRandomService();
+/// Takes back one InitializeRandomService().
 Z4_API void ShutdownRandomService();
 
 } // namespace Z4

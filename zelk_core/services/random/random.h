@@ -1,10 +1,9 @@
 /// @file
 /// The process's random numbers: Random draws from one shared object, so that nobody has to hold a generator.
 ///
-/// InitializeRandomService() (lifecycle.h) makes the object, seeded from the clocks. Any thread may call anything
-/// between start-up and shut-down; uniform draws wait for each other, normal and exponential draws likewise, but not
-/// one kind for the other. What the generators are good for and where they are weak stands in
-/// subtractiverandomgenerator.h and zigrandomgenerator.h: nothing here is fit for secrets.
+/// InitializeRandomService() (lifecycle.h) makes the object, seeded from the clocks. Uniform draws wait for each other,
+/// and so do normal and exponential draws, but not one kind for the other. What the generators are good for and where
+/// they are weak stands in subtractiverandomgenerator.h and zigrandomgenerator.h: nothing here is fit for secrets.
 #pragma once
 
 #include <atomic>
@@ -15,12 +14,14 @@
 
 namespace Z4 {
 
-/// The object needs memory of the host. Where the host refused it, each call tries to make the object again. While that
-/// fails, SetSeed() does nothing, and a draw returns what a 0 from the generator would give: 0, `lo` or `mean`.
+/// The draws from the shared object, all static. Any thread may call anything but SingletonShutdown(), from the
+/// start-up of the service to its shut-down. The object needs memory of the host. Where the host refused it, each call
+/// tries to make the object again. While that fails, SetSeed() does nothing, and a draw returns what a 0 from the
+/// generator would give: 0, `lo` or `mean`.
 class Random {
 public:
-    /// The object; null when the host refuses its memory. It is made if there is none, as a draw does, too: without the
-    /// service, the next SingletonShutdown() then releases it.
+    /// The object; null when the host refuses its memory. It is made if there is none; a draw makes it, too. Where that
+    /// happens without the service, the object stays until somebody calls SingletonShutdown().
     Z4_API static Random* Instance();
     /// For the service's start-up: makes the object. Any thread, any number of times.
     Z4_API static void SingletonInit();
@@ -76,8 +77,9 @@ private:
     ZigRandomGenerator m_ziggurat;
 };
 
-/// The random-number function that a shuffle asks for: called with the number of elements left, it chooses one. It is
-/// biased as Random::InRangeS32() is. A shuffle with it reaches few of the orders that many elements can have.
+/// The random-number function that a shuffle asks for: called with the number of elements left, it chooses one. Any
+/// thread may call it, as Random. It is biased as Random::InRangeS32() is. A shuffle with it reaches few of the orders
+/// that many elements can have.
 class RandomShuffleFunctor {
 public:
     /// 0 to |`n`| - 1; 0, without a draw, when `n` is 0.

@@ -37,6 +37,7 @@ enum ClassFactoryEvent : unsigned {
     CLASS_FACTORY_REGISTERED = 2, ///< `creator` is registered now
 };
 
+/// The payload of every ClassFactoryEvent.
 struct ClassFactoryNotification {
     TypeID type;
     void* object;            ///< null with CLASS_FACTORY_REGISTERED
@@ -64,8 +65,10 @@ public:
     BaseClassFactory& operator=(const BaseClassFactory&) = default;
 };
 
-/// The identifier 0, which means no type, can be registered and is found then, but creates nothing. Where an operation
-/// needs memory and the host refuses it, the operation has no effect and returns what it returns on failure.
+/// Makes objects of registered classes by identifier; one object for the process. Nothing is locked: classfactory.h
+/// tells which threads may do what. The identifier 0, which means no type, can be registered and is found then, but
+/// creates nothing. Where an operation needs memory and the host refuses it, the operation has no effect and returns
+/// what it returns on failure.
 class ClassFactory : public BaseClassFactory {
 public:
     using Sink = Notifier<ClassFactoryNotification>::Sink;

@@ -22,9 +22,9 @@ constexpr TypeID ClassType(const char* name) {
 }
 
 /// Keeps a class registered from its construction to its destruction; a global in a module that is unloaded is
-/// destroyed by the unloading. The factory's user gets the objects as `Base*`. CreateInstance() takes an object's
-/// memory from the class's `operator new`, and `delete` of the Base gives it back; PlacementCreate() constructs in the
-/// given memory, where only the destructor is called.
+/// destroyed by the unloading. Make and destroy it while no other thread uses the factory. The factory's user gets the
+/// objects as `Base*`. CreateInstance() takes an object's memory from the class's `operator new`, and `delete` of the
+/// Base gives it back; PlacementCreate() constructs in the given memory, where only the destructor is called.
 /// @tparam Class has a default constructor.
 /// @tparam Base Class itself or a base of it; its destructor is virtual.
 template <class Class, class Base = Class>

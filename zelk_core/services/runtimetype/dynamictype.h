@@ -15,7 +15,8 @@ public:
 
     /// The name of the object's class. It stays valid as long as the class's module is loaded.
     virtual const char* GetTypeNameExt() { return "DynamicType"; }
-    /// Whether `type` is the object's class or one that the class is derived from. Never for no type.
+    /// Whether `type` is the object's class or one that the class is derived from; false for the identifier 0, which
+    /// means no type.
     virtual bool IsAKindOf(const TypeID& type) const { return type == StaticType(); }
 
     /// `Class::DynamicCast(object)` gives `object` as a `Class*` when it is of that class or of one derived from it,
