@@ -82,8 +82,9 @@ struct Operation {
     bool (*apply)(Real& real, Model& model, const Arguments& arguments);
 };
 
-/// Applies `steps` operations, chosen at random; the host refuses memory to every sixth. After each, `compare()` says
-/// what does not agree. The first failure ends the run and is told with the last ten operations.
+/// Applies `steps` operations, chosen at random. During every fourth the host refuses memory, from one of the first 20
+/// allocations on and mostly from an early one. After each, `compare()` says what does not agree. The first failure
+/// ends the run and is told with the last ten operations.
 template <class Real, class Model, class Arguments, class Compare>
 void RunModel(Real& real, Model& model, std::span<const Operation<Real, Model, Arguments>> operations, Input& input,
               unsigned steps, Compare compare) {
@@ -92,7 +93,7 @@ void RunModel(Real& real, Model& model, std::span<const Operation<Real, Model, A
         const auto& operation = operations[input.Below(static_cast<unsigned>(operations.size()))];
         const Model before = model;
         const Arguments arguments(before, input);
-        const unsigned refused = input.OnceIn(6) ? 1 + input.Below(2) : 0;
+        const unsigned refused = input.OnceIn(4) ? 1 + input.Below(input.OnceIn(2) ? 2 : 20) : 0;
         history.push_back(operation.name + (refused != 0 ? " without memory from " + std::to_string(refused) : ""));
         FailAllocations(refused);
         const bool granted = operation.apply(real, model, arguments);

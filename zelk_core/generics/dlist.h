@@ -62,7 +62,6 @@ public:
     constexpr void LinkAfter(DList& other) {
         Z4_ASSERT(other.IsLinked(), "The element beside which another is put is in a list.");
         if (this != &other) {
-            Unlink();
             LinkBefore(*other.m_next);
         }
     }
