@@ -35,8 +35,9 @@ void FormatDoesNotCompile();
 ///   one.
 /// - An unscoped enumeration counts as an integer of either sign; a scoped one must be cast. `bool` and character types
 ///   are integers.
-/// - `c` takes an `int` or an integer of the size of the format's characters, `s` a pointer to characters of that type,
-///   `f` and `g` a `float` or `double`, `p` any pointer, and `*` an `int` or a narrower integer.
+/// - `c` takes an `int` or an integer of the size of the format's characters, `s` a pointer to characters of the
+/// format's
+///   type, `f` and `g` a `float` or `double`, `p` any pointer, and `*` an `int` or a narrower integer.
 template <class Char, class... Arguments>
 constexpr FormatFault CheckFormat(const Char* format) {
     // One more, as there is no array of none.
