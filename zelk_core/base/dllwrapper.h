@@ -26,8 +26,7 @@ inline constexpr Message<const char*> DLL_NOT_LOADED{
 inline constexpr Message<const char*> DLL_NOT_VALID{
     EAL_LOG_ERROR, "base/dllwrapper", 133,
     "[Z4::DllWrapper] EAL_LOG_ERROR: Loaded the DLL called \"%s\" but this version is not valid. Calls to this DLL "
-    "will "
-    "be unsuccessful. You may need a different version or to specify a different path.\n\n"};
+    "will be unsuccessful. You may need a different version or to specify a different path.\n\n"};
 
 } // namespace Private
 

@@ -92,9 +92,9 @@ public:
     }
 
     /// Writes `value` for people to read, with the largest of the binary prefixes Ki, Mi, Gi, Ti, Pi and Ei that leaves
-    /// at least 1: 1536 with precision 1 is "1.5 KiB". The last digit is rounded exactly, up from half on; what becomes
-    /// 1024 so takes the next prefix: 1048575 with precision 1 is "1.0 MiB". A value below 1024 has no fraction: "512
-    /// B".
+    /// at least 1: 1536 with precision 1 is "1.5 KiB". A value below 1024 has no fraction: "512 B". The last digit is
+    /// rounded exactly, up from half on. What is rounded to 1024 takes the next prefix: 1048575 with precision 1 is
+    /// "1.0 MiB".
     /// @param size of `buffer` in characters. 18 and the unit's length are enough; a longer text is cut to `size` - 1
     /// characters and terminated, and with a size of 0 nothing is stored.
     /// @param unit what is counted, written behind the prefix. Null means "B". The empty unit gives "512" and "1.5 Ki".
