@@ -46,7 +46,7 @@ struct StringTreeNode;
 ///
 /// | class | characters, besides the space |
 /// |---|---|
-/// | PUNCTUATION (1) | `! " # $ % & ' ( ) * + , - . / = @ _ \` |
+/// | PUNCTUATION (1) | `! " # $ % & ( ) * + , - . / = @ _`, apostrophe, backslash |
 /// | LOWER_CASE (2) | a to z, carriage return, line feed |
 /// | UPPER_CASE (4) | A to Z, carriage return, line feed |
 /// | DIGITS (8) | 0 to 9, carriage return, line feed |
