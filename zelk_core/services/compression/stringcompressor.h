@@ -159,8 +159,8 @@ public:
     [[nodiscard]] Expanded Decompress(Packed in, Room out);
 
     /// @name The raw form
-    /// For data and callers that exist. Its size must be rounded up to a multiple of 4 by the caller, or the last bits
-    /// are lost and the text cannot be read again.
+    /// For callers that are written for this form, and for what they stored. It reports a size that can be up to 3
+    /// bytes short: round it up to a multiple of 4, or the last bits are lost and the text cannot be read again.
     ///
     /// The output is a sequence of blocks of up to 8184 characters, each at a multiple of 4 bytes from the beginning,
     /// in this form:
