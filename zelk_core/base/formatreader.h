@@ -11,9 +11,9 @@ namespace Z4 {
 enum class FormatFault : std::uint8_t {
     NONE,
     NO_FORMAT,              ///< a null pointer
-    UNKNOWN_CONVERSION,     ///< such as `%e`, `%n` and `%zu`
+    UNKNOWN_CONVERSION,     ///< such as `e`, `n` and `zu`
     INCOMPLETE_CONVERSION,  ///< the text ends within a conversion
-    LENGTH_WITHOUT_MEANING, ///< `h`, `l` or `ll` before a conversion of no integer; `%lf` and `%lg` are fine, as in C
+    LENGTH_WITHOUT_MEANING, ///< `h`, `l` or `ll` before a conversion of no integer; `lf` and `lg` are fine, as in C
     TOO_FEW_ARGUMENTS,
     TOO_MANY_ARGUMENTS,
     WRONG_ARGUMENT, ///< an argument is not of the type that its conversion or `*` takes

@@ -4,7 +4,9 @@
 /// Every service of the library has such a pair of functions, and all pairs work alike. The host installs its six
 /// tables (ealinterface.h), calls the Initialize function of each service that it wants, and at the end calls the
 /// Shutdown functions in reverse order. Whichever service is started first starts the host's log and memory tables; the
-/// shut-down of the last service shuts them down.
+/// shut-down of the last service shuts them down. Where these headers speak of the core, they mean these two tables
+/// with the count of their starts. A service takes one start of the core or several and gives back as many; how many
+/// they are makes no difference to its callers.
 ///
 /// A service may be started several times: it stays up until it has been shut down as often. Never shut a service down
 /// more often: a library built with ZELK_CHECKS reports it; in any library the service's count is then wrong, and its

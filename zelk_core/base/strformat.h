@@ -14,16 +14,16 @@
 namespace Z4 {
 
 /// Formats into a buffer of the caller's, on any thread. This differs from the C library: there is no exponent
-/// notation, so `%e` prints an "e" and takes no argument; `%g` prints what `%f` does, without the zeros at its end; a
-/// last digit is rounded up from half on; a floating-point zero has no sign; a null string prints nothing.
+/// notation, so the conversion `e` prints an "e" and takes no argument; `g` prints what `f` does, without the zeros at
+/// its end; a last digit is rounded up from half on; a floating-point zero has no sign; a null string prints nothing.
 ///
-/// A conversion is `%`, flags, width, precision, length and conversion character, in this order.
+/// A conversion is a percent sign, flags, width, precision, length and conversion character, in this order.
 ///
 /// - Flags, in any number and order. `-` justifies to the left. `0` pads a number with zeros between its sign or prefix
 ///   and its digits, also when it has a precision, but not together with `-`. `+` puts a "+" before a signed integer
 ///   that is not negative and before a floating-point number above zero. A space puts a space before the former and a
-///   "+" before the latter; `+` makes it have no effect. `#` chooses the alternate form of `o`, `x` and `X`. `'` is
-///   ignored.
+///   "+" before the latter; `+` makes it have no effect. `#` chooses the alternate form of `o`, `x` and `X`. An
+///   apostrophe is ignored.
 /// - Width: a decimal number, or `*` for an `int` argument; a negative argument justifies to the left and counts by
 ///   its magnitude. Nothing is ever cut to the width.
 /// - Precision: `.` and a decimal number (without one it is 0), or `.*` for an `int` argument; a negative argument is
@@ -43,7 +43,7 @@ namespace Z4 {
 /// - `g`: as `f`, then without the zeros at the end of the fraction, of which one digit always stays.
 /// - `s`: a string, at most precision characters of it, within which it need not be terminated. Null counts as empty.
 /// - `c`: a character, passed as `int`.
-/// - `%`: a percent sign. Like strings and characters it is padded to the width, with spaces only.
+/// - A second percent sign: a percent sign. Like strings and characters it is padded to the width, with spaces only.
 ///
 /// Another character in the place of the conversion is printed by itself, without flags and width (the arguments of
 /// `*` are taken). A format that ends within a conversion prints nothing for it.
@@ -65,8 +65,8 @@ public:
     Z4_API static int vsnprintf(char* buffer, unsigned size, const char* format, va_list arguments);
 
     /// vsnprintf() of the arguments that follow, for formats that are made at run time. Compilers check a literal by
-    /// the rules of the C library's `printf`: they let `%e` and `%zu` pass, which are none of this formatter's, and
-    /// refuse `D`, `O` and `U`.
+    /// the rules of the C library's `printf`: they let the conversion `e` and the length `z` pass, which are none of
+    /// this formatter's, and refuse `D`, `O` and `U`.
     Z4_PRINTF(3, 4)
     Z4_API static int snprintf(char* buffer, unsigned size, const char* format, ...);
 
@@ -79,8 +79,8 @@ public:
         return print(buffer, size, format.Get(), arguments...);
     }
 
-    /// vsnprintf() in wide characters: `size` and the result count them, `%s` takes a wide string and `%c` a wide
-    /// character. Buffer, format and strings may lie at odd addresses.
+    /// vsnprintf() in wide characters: `size` and the result count them, the conversion `s` takes a wide string and `c`
+    /// a wide character. Buffer, format and strings may lie at odd addresses.
     Z4_API static int vsnprintf(wchar_t* buffer, unsigned size, const wchar_t* format, va_list arguments);
 
     /// vsnprintf() of the arguments that follow, for formats that are made at run time. No compiler checks them.

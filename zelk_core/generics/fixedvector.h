@@ -23,7 +23,8 @@ public:
     explicit FixedVector(const Base& other) : FixedVector() { Base::operator=(other); }
     /// Moves the elements of `other` here and leaves it empty. Those that fit into the buffer are moved one by one. If
     /// there are more, the vector takes over the memory that `other` owns; where they lie in a fixed buffer, they are
-    /// moved one by one into memory from the host, which can be refused.
+    /// moved one by one into memory from the host, which can be refused. Moves one by one are logged as the move
+    /// assignment of Vector tells.
     explicit FixedVector(Base&& other) noexcept : FixedVector() { Base::operator=(std::move(other)); }
     FixedVector(const FixedVector& other) : FixedVector(static_cast<const Base&>(other)) {}
     FixedVector(FixedVector&& other) noexcept : FixedVector(static_cast<Base&&>(other)) {}

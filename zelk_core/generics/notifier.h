@@ -63,7 +63,8 @@ private:
 template <class Payload, class Allocator = ZelkAllocator>
 class Notifier {
 public:
-    /// Who is told, as BaseNotifier::Sink.
+    /// Who is told. As with BaseNotifier::Sink, remove a sink before you destroy it, unless its notifier is destroyed
+    /// first.
     class Sink : private BaseNotifier::Sink {
     public:
         /// @param payload good until this call returns.

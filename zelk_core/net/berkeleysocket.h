@@ -69,8 +69,8 @@ public:
 
     /// Store what has arrived, at least one byte of a stream or one whole datagram; a blocking socket waits for it. A
     /// datagram of more than `size` bytes fills the buffer, its rest is lost, and the failure is ERR_OVERFLOW.
+    /// ReceiveFrom() also stores in `peer` who sent the datagram; on failure `peer` stays as it was.
     /// @param size room at `data` in bytes.
-    /// @param peer who sent the datagram; untouched on failure.
     /// @return bytes stored, 0 at the end of a stream and for an empty datagram; -1 on failure.
     [[nodiscard]] Z4_API static long Receive(char* data, unsigned long size, long handle, unsigned long& error);
     [[nodiscard]] Z4_API static long ReceiveFrom(SocketAddr& peer, char* data, unsigned long size, long handle,

@@ -115,8 +115,9 @@ public:
     virtual bool IsValid() const;
 
     /// Port and dotted address that the socket was bound to, connected to or accepted from, whichever came last, also
-    /// after Close(); 0 and "0.0.0.0" before. No name is looked up: GetHostName() is the dotted address, too. The text
-    /// belongs to this object and lasts until the next call.
+    /// after Close(); 0 and "0.0.0.0" before. After a Bind() that the system refused, they tell the address that was
+    /// asked for. No name is looked up: GetHostName() is the dotted address, too. The text belongs to this object and
+    /// lasts until the next call.
     virtual unsigned short GetPortNumber() const;
     virtual const char* GetIpAddress() const;
     virtual const char* GetHostName() const;
@@ -130,7 +131,7 @@ public:
     void SetTimeout(unsigned long ms) { m_timeout = ms; }
     unsigned long GetTimeout() const { return m_timeout; }
 
-    /// Ends one direction of the connection, or both. The socket stays open.
+    /// Ends one direction of the connection, or both, as BerkeleySocket::Shutdown() does. The socket stays open.
     bool Shutdown(BerkeleySocket::ShutdownHow how);
 
     /// The system's handle, -1 for none. The socket keeps it.
@@ -138,9 +139,11 @@ public:
 
     /// Closes the socket, then takes over `handle`: a blocking socket of this kind that no other object owns, or -1 to
     /// stay closed. It must not be the socket's own handle, which would be closed first. The system is not asked for
-    /// the handle's address; the object keeps the address it had.
+    /// the handle's address; the object keeps the address it had. GetLastError() is ERR_OK afterwards, and the time-out
+    /// is NO_TIMEOUT.
     void Attach(long handle);
-    /// Gives the handle away, and whoever takes it closes it. This socket is closed then.
+    /// Gives the handle away, and whoever takes it closes it. This socket is closed then, and stores no result.
+    /// @return the handle; -1 when the socket was closed already.
     [[nodiscard]] long Detach();
 
 protected:

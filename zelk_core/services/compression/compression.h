@@ -2,8 +2,9 @@
 /// One interface for all compression of bytes: the caller feeds an input and an output buffer and says when to work.
 /// An object only points into the buffers; it writes no header, length or framing beyond its format's own.
 ///
-/// zlib.h has streams, which are worked on piece by piece; lzo.h has blocks, which are worked on as a whole and differ
-/// in what is told there. A stream is expanded like this, with `NEED_INPUT` and the like from CompressionInterface:
+/// zlib.h has streams, which are worked on piece by piece; lzo.h has blocks, which are worked on as a whole; that
+/// header tells what is different for them. A stream is expanded like this, with `NEED_INPUT` and the like from
+/// CompressionInterface:
 ///
 ///     ZLibInflate inflate;
 ///     char out[4096];

@@ -48,11 +48,11 @@ public:
     unsigned long GetOutputDataSize() const override;
 
     /// Processes the whole input.
-    /// @return DONE, with all input taken and the room reduced by what was produced. The place in the output buffer
-    /// does not move on, so feed both buffers before the next call. OUTPUT_FULL when a checked expansion lacks room:
-    /// repeat it from the block's start in a larger buffer. FAILED when the block is corrupt or the host refused the
-    /// work memory. After these two the sizes are as before the call, and the output buffer can hold a part of the
-    /// content. Never NEED_INPUT.
+    /// @return DONE, with all input taken and the room reduced by what was produced. Bytes behind the end of a block
+    /// that is expanded count as taken and are ignored. The place in the output buffer does not move on, so feed both
+    /// buffers before the next call. OUTPUT_FULL when a checked expansion lacks room: repeat it from the block's start
+    /// in a larger buffer. FAILED when the block is corrupt or the host refused the work memory. After these two the
+    /// sizes are as before the call, and the output buffer can hold a part of the content. Never NEED_INPUT.
     [[nodiscard]] int Process() override;
 
 protected:

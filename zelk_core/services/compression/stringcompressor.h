@@ -46,7 +46,7 @@ struct StringTreeNode;
 ///
 /// | class | characters, besides the space |
 /// |---|---|
-/// | PUNCTUATION (1) | `! " # $ % & ' ( ) * + , - . / = @ _ \` |
+/// | PUNCTUATION (1) | `! " # $ % & ( ) * + , - . / = @ _`, apostrophe, backslash |
 /// | LOWER_CASE (2) | a to z, carriage return, line feed |
 /// | UPPER_CASE (4) | A to Z, carriage return, line feed |
 /// | DIGITS (8) | 0 to 9, carriage return, line feed |
@@ -159,8 +159,8 @@ public:
     [[nodiscard]] Expanded Decompress(Packed in, Room out);
 
     /// @name The raw form
-    /// For data and callers that exist. Its size must be rounded up to a multiple of 4 by the caller, or the last bits
-    /// are lost and the text cannot be read again.
+    /// For callers that are written for this form, and for what they stored. It reports a size that can be up to 3
+    /// bytes short: round it up to a multiple of 4, or the last bits are lost and the text cannot be read again.
     ///
     /// The output is a sequence of blocks of up to 8184 characters, each at a multiple of 4 bytes from the beginning,
     /// in this form:

@@ -2,9 +2,9 @@
 /// Streams in the zlib format (RFC 1950: deflate with a header and an Adler-32 trailer, window of 32 KiB), by zlib.
 /// compression.h tells how to use them. All of zlib's memory comes from the host.
 ///
-/// The destructor of ZLibDeflate still writes: where nobody called Flush(), it ends the stream, from the input that was
-/// fed last into the output buffer that was fed last. Both must outlive the object. Where they do not, let go of them
-/// before:
+/// The destructor of ZLibDeflate still writes: where no Flush() has returned DONE yet, it goes on to end the stream,
+/// from the input that was fed last into the output buffer that was fed last. Both must outlive the object. Where they
+/// do not, let go of them before:
 ///
 ///     deflate.FeedInputBuffer(nullptr, 0);
 ///     deflate.FeedOutputBuffer(nullptr, 0);
@@ -59,9 +59,9 @@ private:
 /// Compresses, for one thread at a time. Takes about 260 KiB from the host.
 class Z4_API ZLibDeflate : public ZLib {
 public:
-    /// Calls Flush() if nobody did; how many bytes that gives, nobody learns. It can read the input that was fed last
-    /// and write to the last output buffer, so both must still be valid. Where they are freed before, feed null ones
-    /// first.
+    /// Calls Flush() once. Where one has returned DONE before, that does nothing. Otherwise it can read the input that
+    /// was fed last and write to the last output buffer, so both must still be valid; where they are freed before, feed
+    /// null ones first. Nobody learns how many bytes it wrote.
     ~ZLibDeflate() override;
 
     /// @param level CMP_FAST is zlib's level 1, CMP_BEST its level 9, anything else its level 6.

@@ -31,8 +31,10 @@ public:
     /// Starts the uniform stream of `seed` from its beginning, as SubtractiveRandomGenerator::SetSeed() does, and
     /// combines `seed` with the state of the other, as ZigRandomGenerator::SetSeed() does. Equal seeds therefore repeat
     /// the uniform draws, but not the normal and exponential ones. A seed of 0 starts the uniform stream at a place
-    /// taken from the clock and leaves the other as it is. The two are seeded one after the other: another thread can
-    /// draw in between.
+    /// taken from the clock and leaves the other as it is. Do not seed with Time::Get(): the state of the other begins
+    /// as the second in which the object was made, and seeding with that same second makes it 0, so that Normal()
+    /// returns `mean` and Exponential() 0 from then on. The two are seeded one after the other: another thread can draw
+    /// in between.
     Z4_API static void SetSeed(unsigned long seed);
 
     /// 0 to 9,999,999.

@@ -87,9 +87,10 @@ public:
     /// CreateInstance(), but the creator gets `memory`, and the sinks are called with CLASS_FACTORY_PLACED.
     /// @return as CreateInstance(); null, without a call of the creator, when `memory` is null.
     [[nodiscard]] Z4_API virtual void* PlacementCreate(TypeID type, void* memory);
-    /// Registers a class and calls the sinks with CLASS_FACTORY_REGISTERED. The first registration of an identifier
-    /// stays; a later one is refused, and the log has a warning if its creator is another one. `creator`, and the name
-    /// in `type`, must stay valid until the registration ends. A null creator is registered as one that makes nothing.
+    /// Registers a class, writes that to the log as an information, and calls the sinks with CLASS_FACTORY_REGISTERED.
+    /// The first registration of an identifier stays; a later one is refused, and the log has a warning if its creator
+    /// is another one. `creator`, and the name in `type`, must stay valid until the registration ends. A null creator
+    /// is registered as one that makes nothing.
     /// @return whether this call registered the class.
     Z4_API virtual bool RegisterCreatorFunc(CreatorFunction creator, TypeID type);
     /// Whether a class with this identifier is registered.

@@ -98,8 +98,8 @@ public:
     /// of 0, or a null `buffer`, nothing is written.
     ///
     /// - `true` or `false`; a character as itself; integers in decimal
-    /// - floating-point numbers as StrFormat's `%g`: without an exponent, with at most 6 fractional digits for a float
-    ///   and 9 for a double, one at least
+    /// - floating-point numbers by StrFormat's conversion `g`: without an exponent, with at most 6 fractional digits
+    ///   for a float and 9 for a double, one at least
     /// - pointers as `0x0012ABCD`
     /// - strings as their text, null as `(null)`; wide ones, and wide characters, in UTF-8, with U+FFFD for surrogates
     ///   that have no partner
