@@ -309,7 +309,7 @@ TEST(Obb, ChangesInPlace) {
     };
     const GeometryOBB original = made();
     for (float& number : numbers) {
-        for (const float change : {0.9e-6F, -0.9e-6F, 2e-6F, -2e-6F}) {
+        for (const float change : {0.9e-6F, -0.9e-6F, 1.1e-6F, -1.1e-6F}) {
             number = 0.5F + change;
             EXPECT_EQ(made() == original, std::fabs(change) < 1e-6F) << &number - numbers;
         }

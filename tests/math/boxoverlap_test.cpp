@@ -116,7 +116,7 @@ GeometryOBB RandomBox(Input& input, const MatrixSIMD44f& rotation) {
 
 /// Moves `b` until it nearly touches `a`, as seen along a random direction.
 void BringNear(Input& input, const GeometryOBB& a, GeometryOBB& b) {
-    const Vector3d way(input.Number(-1, 1), input.Number(-1, 1), input.Number(-1, 1));
+    const Vector3d way{input.Number(-1, 1), input.Number(-1, 1), input.Number(-1, 1)};
     const Vector3d start = Wide(a[input.Below(input.Below(2) == 0 ? 8 : 9)]);
     const auto place = [&](double distance) {
         const Vector3d center = start + way * distance;

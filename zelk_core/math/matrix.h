@@ -14,6 +14,7 @@
 namespace Z4 {
 
 // Classes rather than aliases of the template, as each exports its own constants.
+// NOLINTBEGIN(bugprone-macro-parentheses): a class is not declared with its name in parentheses
 #define Z4_DECLARE_MATRIX(name, row, rows, columns)             \
     class name : public MatrixGeneric<row, rows, columns> {     \
     public:                                                     \
@@ -23,6 +24,7 @@ namespace Z4 {
         Z4_API static const name IDENTITY;                      \
         Z4_API static const name ZERO;                          \
     };
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// Linear, of the plane: the images of the axes x and y.
 Z4_DECLARE_MATRIX(Matrix22f, Vector2f, 2, 2)

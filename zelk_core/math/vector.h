@@ -129,6 +129,7 @@ public:
     DO(Vector4u64, std::uint64_t, 4)
 
 // Classes rather than aliases of the template, as each exports its own constants.
+// NOLINTBEGIN(bugprone-macro-parentheses): a class is not declared with its name in parentheses
 #define Z4_DECLARE_INTEGER_VECTOR(name, element, size)     \
     class name : public VectorGeneric<element, size> {     \
     public:                                                \
@@ -138,6 +139,7 @@ public:
         Z4_API static const name ZERO;                     \
         Z4_API static const name ONE;                      \
     };
+// NOLINTEND(bugprone-macro-parentheses)
 
 Z4_FOR_EACH_INTEGER_VECTOR(Z4_DECLARE_INTEGER_VECTOR)
 
