@@ -2,10 +2,13 @@
 // that are not cleared, a handle closed or left open at the wrong time, an announcement that others notice.
 #include "crowd.h"
 #include "namerecorder.h"
+#include <tests/support/importhook.h>
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
 
 #include <array>
+#include <cerrno>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -15,6 +18,7 @@
 using namespace Z4;
 using ZelkTest::ExpectAnnouncement;
 using ZelkTest::Gate;
+using ZelkTest::ImportHook;
 using ZelkTest::LogCapture;
 using ZelkTest::NameRecorder;
 
@@ -51,6 +55,13 @@ struct WaitingThread {
     unsigned long id = 0;
 };
 
+void ExpectOnly(const LogCapture& log, const char* message) {
+    ASSERT_EQ(log.Lines().size(), 1u);
+    const ZelkTest::LogLine line = log.Lines()[0];
+    EXPECT_EQ(std::to_string(line.level) + ' ' + line.file + ' ' + std::to_string(line.line) + ' ' + line.text,
+              message);
+}
+
 DWORD g_foreignException;
 
 /// Raises while it sees the announcement, so that the announcement's own handler is asked about it.
@@ -67,8 +78,6 @@ LONG CALLBACK KeepCode(EXCEPTION_POINTERS* pointers) {
 }
 
 const auto DEAD_HANDLE = reinterpret_cast<void*>(0x123450);
-
-} // namespace
 
 TEST(ThreadCreate, RefusesBadArgumentsAndClearsItsResults) {
     const unsigned handles = ZelkTest::CountHandles();
@@ -93,14 +102,38 @@ TEST(ThreadCreate, RefusesBadArgumentsAndClearsItsResults) {
     ZelkTest::LeaveBehind(3); // with the suspended threads whose settings were refused
 }
 
-TEST(ThreadCreate, ReportsStacksThatAreNotToBeHad) {
-    if (ZelkTest::RunsUnderWine()) {
-        GTEST_SKIP() << "Wine's C run-time gives EINVAL for want of memory";
+int g_refusal;
+
+std::uintptr_t __cdecl RefuseThread(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) {
+    errno = g_refusal;
+    return g_refusal == EINVAL ? UINTPTR_MAX : 0;
+}
+
+TEST(ThreadCreate, TellsWhyThereIsNoThread) {
+    const LogCapture log;
+    const ZelkTest::Balance balance = ZelkTest::OutstandingMemory();
+    void* handle = DEAD_HANDLE;
+    {
+        const ImportHook refuse("_beginthreadex", reinterpret_cast<void*>(RefuseThread));
+        const struct {
+            int number;
+            Error error;
+        } rows[] = {{EAGAIN, ERR_OUT_OF_RESOURCES},
+                    {ENOMEM, ERR_OUT_OF_RESOURCES},
+                    {EACCES, ERR_OUT_OF_RESOURCES},
+                    {EINVAL, ERR_INVALID},
+                    {EIO, ERR_UNHANDLED}};
+        for (const auto& row : rows) {
+            g_refusal = row.number;
+            EXPECT_EQ(ThreadCreate(Attributes(), WaitAtGate, nullptr, handle), row.error) << row.number;
+            EXPECT_EQ(handle, nullptr);
+        }
     }
-    ThreadAttributes attributes = Attributes();
-    attributes.stackSize = 0xF0000000;
-    void* handle = nullptr;
-    EXPECT_EQ(ThreadCreate(attributes, WaitAtGate, nullptr, handle), ERR_OUT_OF_RESOURCES);
+    ExpectOnly(log, "2 os/private/nativethread_ms 217 _beginthreadex failed. Unknown error: 5\n");
+    ZelkTest::FailAllocations(1);
+    EXPECT_EQ(ThreadCreate(Attributes(), WaitAtGate, nullptr, handle), ERR_OUT_OF_RESOURCES);
+    ZelkTest::FailAllocations(0);
+    EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, balance.blocks);
 }
 
 TEST(ThreadCreate, AppliesTheSettingsAndRunsTheEntryOnItsThread) {
@@ -168,23 +201,43 @@ TEST(NativeThread, SettingsReachTheSystemAndComeBack) {
     EXPECT_EQ(ThreadChangeAffinity(thread.handle, all), ERR_OK);
 }
 
+BOOL g_boostDisabled;
+
+BOOL Knows(HANDLE thread) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return thread != DEAD_HANDLE;
+}
+
+BOOL WINAPI SetBoost(HANDLE thread, BOOL disable) {
+    g_boostDisabled = disable;
+    return Knows(thread);
+}
+
+BOOL WINAPI GetBoost(HANDLE thread, BOOL* disabled) {
+    *disabled = g_boostDisabled;
+    return Knows(thread);
+}
+
 TEST(NativeThread, BoostReachesTheSystemAndComesBack) {
-    if (ZelkTest::RunsUnderWine()) {
-        GTEST_SKIP() << "Wine does not keep the boost setting";
+    // Wine does not keep it.
+    const ImportHook set("SetThreadPriorityBoost", reinterpret_cast<void*>(SetBoost));
+    const ImportHook get("GetThreadPriorityBoost", reinterpret_cast<void*>(GetBoost));
+    ThreadSchedulingPolicy policy = THREAD_SCHEDULING_DYNAMIC_BOOST;
+    for (const unsigned value : {1u, 0u, 7u}) {
+        EXPECT_EQ(ThreadChangeSchedulingPolicy(nullptr, static_cast<ThreadSchedulingPolicy>(value)), ERR_OK);
+        EXPECT_EQ(g_boostDisabled != FALSE, value != 0);
+        EXPECT_EQ(ThreadGetSchedulingPolicy(nullptr, policy), ERR_OK);
+        EXPECT_EQ(policy, value != 0 ? 1 : 0);
+        bool enabled = value != 0;
+        EXPECT_EQ(BSP::ThreadGetPriorityBoostState({}, enabled), ERR_OK);
+        EXPECT_EQ(enabled, value == 0);
     }
-    const WaitingThread thread;
-    ThreadSchedulingPolicy policy = THREAD_SCHEDULING_FIXED_PRIORITY;
     EXPECT_EQ(ThreadChangeSchedulingPolicy(DEAD_HANDLE, policy), ERR_NOT_FOUND);
     EXPECT_EQ(ThreadGetSchedulingPolicy(DEAD_HANDLE, policy), ERR_NOT_FOUND);
     EXPECT_EQ(policy, THREAD_SCHEDULING_DYNAMIC_BOOST);
-    for (const unsigned value : {1u, 0u, 7u}) {
-        EXPECT_EQ(ThreadChangeSchedulingPolicy(thread.handle, static_cast<ThreadSchedulingPolicy>(value)), ERR_OK);
-        EXPECT_EQ(ThreadGetSchedulingPolicy(thread.handle, policy), ERR_OK);
-        EXPECT_EQ(policy, value != 0 ? 1 : 0);
-        bool enabled = value != 0;
-        EXPECT_EQ(BSP::ThreadGetPriorityBoostState({thread.handle, thread.id}, enabled), ERR_OK);
-        EXPECT_EQ(enabled, value == 0);
-    }
+    bool enabled = true;
+    EXPECT_EQ(BSP::ThreadGetPriorityBoostState({DEAD_HANDLE, 0}, enabled), ERR_DEVICE_NOT_READY);
+    EXPECT_TRUE(enabled);
 }
 
 TEST(NativeThread, HandlesWithoutAThreadAreNotFound) {
@@ -216,10 +269,7 @@ TEST(NativeThread, UnknownFailuresLeaveTheirNumberInTheLog) {
     ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), thread.handle, GetCurrentProcess(), &poor, SYNCHRONIZE, FALSE, 0));
     const LogCapture log;
     EXPECT_EQ(ThreadJoin(poor), ERR_UNHANDLED);
-    ASSERT_EQ(log.Lines().size(), 1u);
-    const ZelkTest::LogLine line = log.Lines()[0];
-    EXPECT_EQ(std::to_string(line.level) + ' ' + line.file + ' ' + std::to_string(line.line) + ' ' + line.text,
-              "2 os/private/nativethread_ms 41 Unknown error. GetLastError returns 5\n");
+    ExpectOnly(log, "2 os/private/nativethread_ms 41 Unknown error. GetLastError returns 5\n");
     EXPECT_TRUE(CloseHandle(poor)) << "a join that fails leaves the handle open";
 }
 
@@ -311,3 +361,5 @@ TEST(BSP, QueriesAnswerForLiveThreadsOnly) {
     EXPECT_EQ(BSP::ThreadGetStackSize({ended, 0}, size), ERR_DEVICE_NOT_READY);
     EXPECT_EQ(ThreadJoin(ended), ERR_OK);
 }
+
+} // namespace

@@ -3,7 +3,6 @@
 #include "crowd.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <new>
@@ -82,28 +81,6 @@ TEST(SemaphoreHandOver, LosesNoWakeUp) {
     ExpectNoLostHandOver(
         there, back, [](Semaphore& to) { to.Unlock(); }, [](Semaphore& from) { from.Lock(); });
     EXPECT_FALSE(there.TryLock() || back.TryLock());
-}
-
-TEST(SemaphoreContention, LetsInNoMoreThanItsCounts) {
-    constexpr unsigned COUNTS = 3;
-    Semaphore semaphore(COUNTS, COUNTS, nullptr);
-    std::atomic<unsigned> inside = 0;
-    std::atomic<unsigned> tooMany = 0;
-    RunCrowd(6, [&](unsigned) {
-        for (unsigned i = 0; i < Repeats(500, 5'000); ++i) {
-            if (i % 2 == 0 || !semaphore.TryLock()) {
-                semaphore.Lock();
-            }
-            tooMany += ++inside > COUNTS ? 1u : 0u;
-            if (i % 8 == 0) {
-                std::this_thread::yield();
-            }
-            --inside;
-            semaphore.Unlock();
-        }
-    });
-    EXPECT_EQ(tooMany, 0u);
-    EXPECT_EQ(FreeCounts(semaphore), COUNTS);
 }
 
 } // namespace

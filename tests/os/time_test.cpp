@@ -127,6 +127,7 @@ TEST(TimeDate, IsTheSystemsDateWithoutOffsets) {
 struct Fields {
     std::uint64_t start, cumulated, lastInterval;
     bool started;
+    bool operator==(const Fields&) const = default;
 };
 
 Fields Look(const StopWatch& watch) {
@@ -137,28 +138,22 @@ StopWatch Make(const Fields& fields) {
     return std::bit_cast<StopWatch>(fields);
 }
 
-TEST(StopWatchStates, ConstructorStartAndRestart) {
-    const Fields stopped = Look(StopWatch(false));
-    EXPECT_TRUE(stopped.start == 0 && stopped.cumulated == 0 && stopped.lastInterval == 0 && !stopped.started);
-
+TEST(StopWatchStates, StartKeepsWhatRestartClears) {
+    EXPECT_EQ(Look(StopWatch(false)), (Fields{0, 0, 0, false}));
     const std::uint64_t before = RawCounter();
-    const Fields running = Look(StopWatch(true));
-    EXPECT_TRUE(before <= running.start && running.start <= RawCounter());
-    EXPECT_TRUE(running.cumulated == 0 && running.lastInterval == 0 && running.started);
-
-    StopWatch watch = Make({1, 200, 30, false});
-    watch.Start();
-    EXPECT_TRUE(watch.IsStarted());
-    EXPECT_GE(Look(watch).start, before);
-    EXPECT_EQ(Look(watch).cumulated, 200u);
-    EXPECT_EQ(Look(watch).lastInterval, 30u);
-
-    watch = Make({1, 200, 30, true});
-    watch.Restart();
-    EXPECT_TRUE(watch.IsStarted());
-    EXPECT_GE(Look(watch).start, before);
-    EXPECT_EQ(Look(watch).cumulated, 0u);
-    EXPECT_EQ(Look(watch).lastInterval, 0u);
+    const StopWatch made(true);
+    StopWatch started = Make({1, 200, 30, false});
+    started.Start();
+    StopWatch restarted = Make({1, 200, 30, true});
+    restarted.Restart();
+    const std::uint64_t after = RawCounter();
+    for (const StopWatch& watch : {made, started, restarted}) {
+        const std::uint64_t begin = Look(watch).start;
+        EXPECT_TRUE(watch.IsStarted() && before <= begin && begin <= after);
+    }
+    EXPECT_EQ(Look(made), (Fields{Look(made).start, 0, 0, true}));
+    EXPECT_EQ(Look(started), (Fields{Look(started).start, 200, 30, true}));
+    EXPECT_EQ(Look(restarted), (Fields{Look(restarted).start, 0, 0, true}));
 }
 
 TEST(StopWatchStates, StopAddsTheIntervalEachTime) {
@@ -184,8 +179,7 @@ TEST(StopWatchStates, StopAddsTheIntervalEachTime) {
 TEST(StopWatchStates, ResetKeepsTheLastInterval) {
     StopWatch watch = Make({1, 200, 30, true});
     watch.Reset(77);
-    const Fields reset = Look(watch);
-    EXPECT_TRUE(reset.start == 77 && reset.cumulated == 0 && reset.lastInterval == 30 && !reset.started);
+    EXPECT_EQ(Look(watch), (Fields{77, 0, 30, false}));
     watch.Stop();
     EXPECT_EQ(watch.GetCumul(), 30u);
 }
