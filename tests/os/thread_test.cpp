@@ -89,11 +89,11 @@ TEST_F(ThreadTest, SettingsReachALiveThreadAndAreKeptByOthers) {
         EXPECT_EQ(thread.GetThreadSchedulingPolicy(), THREAD_SCHEDULING_DYNAMIC_BOOST);
 
         const bool mayCreate = state == THREAD_IDLE || state == THREAD_JOINED;
-        EXPECT_EQ(thread.CreateThread(0x20000, false, false), mayCreate ? ERR_OK : ERR_IN_PROGRESS);
-        EXPECT_EQ(thread.GetThreadStackSize(), mayCreate ? 0x20000u : 0u);
+        EXPECT_EQ(thread.CreateThread(0x20000, !mayCreate, !mayCreate), mayCreate ? ERR_OK : ERR_IN_PROGRESS);
         EXPECT_EQ(thread.StartThread(0x30000), ERR_IN_PROGRESS);
         EXPECT_EQ(thread.GetStackSize(), mayCreate ? 0x20000u : 0u) << "a refused call changes nothing";
-        static_cast<void>(thread.ResumeThread());
+        EXPECT_FALSE(thread.IsDetached());
+        EXPECT_EQ(thread.ResumeThread(), state == THREAD_SUSPENDED ? ERR_OK : ERR_CANNOT_ASSIGN);
         ReleaseStarts();
         outsideOfThis.release.Open();
         EXPECT_EQ(thread.Join(INFINITE), ERR_OK);
