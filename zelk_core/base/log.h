@@ -28,14 +28,6 @@ namespace Private {
 Z4_PRINTF(4, 5)
 Z4_API void Log(EalLogLevel level, const char* file, unsigned long line, const char* format, ...);
 
-/// Log() with a format that the compiler checks (formatcheck.h).
-template <class... Arguments>
-void LogPrint(EalLogLevel level, const char* file, unsigned long line, FormatString<Arguments...> format,
-              Arguments... arguments) {
-    void (*const log)(EalLogLevel, const char*, unsigned long, const char*, ...) = Log;
-    log(level, file, line, format.Get(), arguments...);
-}
-
 /// One of the library's fixed messages: where it stands and what it says. `Arguments` are the types of what its text
 /// formats, so that text and arguments are checked against each other when they are compiled.
 template <class... Arguments>
