@@ -61,8 +61,8 @@ struct Private::ThreadKind<Thread> {
 
     static Error WaitForEnd(const Thread& thread) {
         if (thread.m_threadId == GetCurrentThreadId()) {
-            CloseHandle(
-                thread.m_handle); // The object goes on its own thread's way out, which nobody can wait for here.
+            // The object goes on its own thread's way out, which nobody can wait for here.
+            CloseHandle(thread.m_handle);
             return ERR_UNREACHABLE;
         }
         return JoinOtherThread(thread.m_handle);
