@@ -41,6 +41,7 @@ public:
     SharedText(SharedText&& other) noexcept : m_header(std::exchange(other.m_header, nullptr)) {}
     ~SharedText() { Release(m_header); }
 
+    // It copies before it lets go of its own: NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
     SharedText& operator=(const SharedText& other) {
         SharedText(other).Swap(*this);
         return *this;
