@@ -116,6 +116,16 @@ TEST(Distance, TriangleHasTheseRegions) {
     }
 }
 
+// Its weights cancel: taken as they are, they give a point that is four times as far away.
+TEST(Distance, AThinTriangleHasANearestPointToo) {
+    std::array<float, 4> nearest{};
+    Z4::Geometry::ClosestTrianglePointToPoint({5, 6, -2, 0}, {5, 8, -5, 0}, {5, 1, 8, 0},
+                                              {4.99999428F, 4.49999714F, 1.50000191F, 0})
+        .Store(nearest.data());
+    EXPECT_NEAR(nearest[1], 6.3F, 0.01F);
+    EXPECT_NEAR(nearest[2], -1.84F, 0.01F);
+}
+
 TEST(Distance, SegmentHasATolerance) {
     const V a(0, 0, 0, 0);
     const V b(2, 0, 0, 0);
