@@ -1,7 +1,5 @@
 // What the host's threads have beyond the life that os/threadlife_test.cpp tests. Faults hunted: a request that does
-// not carry what was stored, a setting kept or lost by a refused call, a host without threads that hangs a join, an
-// entry with a misaligned stack on the reference host.
-#include <tests/os/stackprobe.h>
+// not carry what was stored, a setting kept or lost by a refused call, a host without threads that hangs a join.
 #include <tests/os/threadworker.h>
 #include <tests/support/contract.h>
 #include <tests/support/testhost.h>
@@ -116,21 +114,6 @@ TEST_F(RecordedThreads, ThatTheHostRefusesStayAtTheirStart) {
     EXPECT_EQ(worker.CreateThread(), ERR_OK);
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
     EXPECT_EQ(outside.runs, 1);
-}
-
-TEST(ReferenceHost, RunsThreadsOfEveryPriority) {
-    SetEalInterface(ZelkHost::ThreadTable());
-    Outside outside;
-    outside.release.Open();
-    unsigned misalignment = 99;
-    outside.work = [&] { misalignment = StackMisalignment(); };
-    Worker<OfHost> worker(outside);
-    for (int priority = EAL_THREAD_PRIORITY_IDLE; priority <= EAL_THREAD_PRIORITY_TIME_CRITICAL; ++priority) {
-        EXPECT_EQ(worker.StartThread(64 * 1024, static_cast<eal_thread_priority>(priority)), ERR_OK);
-        EXPECT_EQ(worker.JoinThread(), ERR_OK);
-        EXPECT_EQ(outside.runs, priority + 1);
-        EXPECT_EQ(misalignment, 0u);
-    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // which mixes with the next; a wake-up that comes when the barrier may be gone. The orders of threads, proof/ explores.
 #include "crowd.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <string>
 #include <tests/support/importhook.h>
@@ -23,11 +24,17 @@ TEST(ThreadBarrierParty, WaitsForTheLastAndTellsOne) {
     ThreadBarrier barrier(3);
     Actor first;
     Actor second;
+    std::atomic<bool> isThrough;
     for (int round = 0; round < 3; ++round) {
-        first.Waits([&] { EXPECT_FALSE(barrier.Wait()); });
+        isThrough = false;
+        first.Waits([&] {
+            EXPECT_FALSE(barrier.Wait());
+            isThrough = true;
+        });
         // A wake-up without cause, on the condition variable that a barrier begins with.
         WakeAllConditionVariable(reinterpret_cast<CONDITION_VARIABLE*>(&barrier));
         second.Waits([&] { EXPECT_FALSE(barrier.Wait()); });
+        EXPECT_FALSE(isThrough);
         EXPECT_TRUE(barrier.Wait());
         first.Proceeds();
         second.Proceeds();
