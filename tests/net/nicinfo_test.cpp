@@ -67,7 +67,7 @@ private:
         return NO_ERROR;
     }
 
-    ImportHook m_hook{"GetAdaptersAddresses", reinterpret_cast<void*>(Answer)};
+    ImportHook m_hook{"GetAdaptersAddresses", Answer};
 };
 
 /// "name index mac address address", and so on.
@@ -89,16 +89,13 @@ std::string Adapters() {
 constexpr const char* BOTH = "first 7 00:1A:2B:3C:4D:5E:FF:09 1.2.3.4 255.254.253.252;second 0 ;";
 
 TEST_F(NICInfoTest, AsksOnceMoreWhereTheListDoesNotFit) {
-    using testing::ElementsAre;
-    const FakeAdapters fits(0);
-    EXPECT_EQ(Adapters(), BOTH);
-    EXPECT_THAT(fits.m_sizes, ElementsAre(15'360u));
-    const FakeAdapters fitsLater(1);
-    EXPECT_EQ(Adapters(), BOTH);
-    EXPECT_THAT(fitsLater.m_sizes, ElementsAre(15'360u, FakeAdapters::NEEDED));
-    const FakeAdapters fitsNever(2);
-    EXPECT_EQ(Adapters(), "");
-    EXPECT_THAT(fitsNever.m_sizes, ElementsAre(15'360u, FakeAdapters::NEEDED));
+    for (const unsigned refusals : {0u, 1u, 2u}) {
+        const FakeAdapters adapters(refusals);
+        EXPECT_EQ(Adapters(), refusals < 2 ? BOTH : "");
+        EXPECT_EQ(adapters.m_sizes[0], 15'360u);
+        EXPECT_EQ(adapters.m_sizes.size(), refusals == 0 ? 1u : 2u);
+        EXPECT_EQ(adapters.m_sizes.back(), refusals == 0 ? 15'360u : FakeAdapters::NEEDED);
+    }
 }
 
 TEST_F(NICInfoTest, LivesWithoutMemory) {
