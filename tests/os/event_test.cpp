@@ -115,28 +115,29 @@ protected:
         return taken;
     }
 
-    static constexpr unsigned TRY = 0;
-    static constexpr unsigned WITH_TIMEOUT = 1; // of 1 ms
-    static constexpr unsigned WITHOUT_LIMIT = 2;
-
+    enum Way {
+        TRY,
+        WITH_TIMEOUT, // of 1 ms
+        WITHOUT_LIMIT
+    };
     /// Whether all were signalled; true without a limit, where nobody tells.
-    bool All(unsigned way, unsigned long count = SIZE) {
+    bool All(Way way, unsigned long count = SIZE) {
         if (way == WITHOUT_LIMIT) {
             Event::WaitAll(events, count);
-            return true;
         }
-        return way == TRY ? Event::TryWaitAll(events, count) : Event::WaitAllWithTimeout(events, count, 1);
+        return way == WITHOUT_LIMIT ||
+               (way == TRY ? Event::TryWaitAll(events, count) : Event::WaitAllWithTimeout(events, count, 1));
     }
     /// The event that was signalled.
-    Event* Any(unsigned way, unsigned long count = SIZE) {
+    Event* Any(Way way, unsigned long count = SIZE) {
         Event* signalled = events[1];
         if (way == WITHOUT_LIMIT) {
             Event::WaitAny(events, count, &signalled);
-        } else {
-            const bool found = way == TRY ? Event::TryWaitAny(events, count, &signalled)
-                                          : Event::WaitAnyWithTimeout(events, count, 1, &signalled);
-            EXPECT_EQ(found, signalled != nullptr);
+            return signalled;
         }
+        const bool found = way == TRY ? Event::TryWaitAny(events, count, &signalled)
+                                      : Event::WaitAnyWithTimeout(events, count, 1, &signalled);
+        EXPECT_EQ(found, signalled != nullptr);
         return signalled;
     }
 
@@ -150,7 +151,7 @@ TEST_F(EventGroup, OfNoOrTooManyEventsIsRefused) {
     SignalAll();
     for (const unsigned long count : {0ul, SIZE + 1, 0xFFFFFFFFul}) {
         const ExpectContract contract(LIBRARY_CHECKS ? 6 : 0);
-        for (const unsigned way : {TRY, WITH_TIMEOUT, WITHOUT_LIMIT}) {
+        for (const Way way : {TRY, WITH_TIMEOUT, WITHOUT_LIMIT}) {
             EXPECT_EQ(Any(way, count), nullptr) << count;
             EXPECT_EQ(All(way, count), way == WITHOUT_LIMIT) << count;
         }
@@ -169,7 +170,7 @@ TEST_F(EventGroup, WaitForAllTakesAllOrNone) {
         waiter.Proceeds();
         EXPECT_EQ(TakeAll(), 0u);
     }
-    for (const unsigned way : {TRY, WITH_TIMEOUT}) {
+    for (const Way way : {TRY, WITH_TIMEOUT}) {
         SignalAll();
         EXPECT_TRUE(All(way));
         EXPECT_EQ(TakeAll(), 0u);
@@ -181,7 +182,7 @@ TEST_F(EventGroup, WaitForAnyTakesTheFirstSignalled) {
     EXPECT_EQ(Any(WITH_TIMEOUT), nullptr);
     SignalAll();
     for (unsigned i = 0; i < SIZE; ++i) {
-        EXPECT_EQ(Any(i % 3), events[i]);
+        EXPECT_EQ(Any(static_cast<Way>(i % 3)), events[i]);
     }
     for (const unsigned long i : {0ul, 7ul, SIZE - 1}) {
         Actor waiter;
