@@ -115,28 +115,10 @@ protected:
         return taken;
     }
 
-    enum Way {
-        TRY,
-        WITH_TIMEOUT, // of 1 ms
-        WITHOUT_LIMIT
-    };
-    /// Whether all were signalled; true without a limit, where nobody tells.
-    bool All(Way way, unsigned long count = SIZE) {
-        if (way == WITHOUT_LIMIT) {
-            Event::WaitAll(events, count);
-        }
-        return way == WITHOUT_LIMIT ||
-               (way == TRY ? Event::TryWaitAll(events, count) : Event::WaitAllWithTimeout(events, count, 1));
-    }
-    /// The event that was signalled.
-    Event* Any(Way way, unsigned long count = SIZE) {
+    /// The event that one wait for any takes.
+    Event* TakeAny() {
         Event* signalled = events[1];
-        if (way == WITHOUT_LIMIT) {
-            Event::WaitAny(events, count, &signalled);
-            return signalled;
-        }
-        const bool found = way == TRY ? Event::TryWaitAny(events, count, &signalled)
-                                      : Event::WaitAnyWithTimeout(events, count, 1, &signalled);
+        const bool found = Event::TryWaitAny(events, SIZE, &signalled);
         EXPECT_EQ(found, signalled != nullptr);
         return signalled;
     }
@@ -150,11 +132,12 @@ private:
 TEST_F(EventGroup, OfNoOrTooManyEventsIsRefused) {
     SignalAll();
     for (const unsigned long count : {0ul, SIZE + 1, 0xFFFFFFFFul}) {
-        const ExpectContract contract(LIBRARY_CHECKS ? 6 : 0);
-        for (const Way way : {TRY, WITH_TIMEOUT, WITHOUT_LIMIT}) {
-            EXPECT_EQ(Any(way, count), nullptr) << count;
-            EXPECT_EQ(All(way, count), way == WITHOUT_LIMIT) << count;
-        }
+        const ExpectContract contract(LIBRARY_CHECKS ? 3 : 0);
+        Event* signalled = events[1];
+        EXPECT_FALSE(Event::TryWaitAll(events, count));
+        EXPECT_FALSE(Event::TryWaitAny(events, count, &signalled));
+        EXPECT_EQ(signalled, nullptr);
+        Event::WaitAll(events, count);
     }
     EXPECT_EQ(TakeAll(), SIZE);
 }
@@ -163,33 +146,30 @@ TEST_F(EventGroup, WaitForAllTakesAllOrNone) {
     for (const unsigned long missing : {0ul, 1ul, SIZE - 1}) {
         SignalAll();
         events[missing]->Reset();
-        EXPECT_FALSE(All(TRY) || All(WITH_TIMEOUT));
+        EXPECT_FALSE(Event::TryWaitAll(events, SIZE));
         Actor waiter;
-        waiter.Waits([&] { All(WITHOUT_LIMIT); });
+        waiter.Waits([&] { Event::WaitAll(events, SIZE); });
         events[missing]->SetDone();
         waiter.Proceeds();
         EXPECT_EQ(TakeAll(), 0u);
     }
-    for (const Way way : {TRY, WITH_TIMEOUT}) {
-        SignalAll();
-        EXPECT_TRUE(All(way));
-        EXPECT_EQ(TakeAll(), 0u);
-    }
+    SignalAll();
+    EXPECT_TRUE(Event::TryWaitAll(events, SIZE));
+    EXPECT_EQ(TakeAll(), 0u);
 }
 
 TEST_F(EventGroup, WaitForAnyTakesTheFirstSignalled) {
-    EXPECT_EQ(Any(TRY), nullptr);
-    EXPECT_EQ(Any(WITH_TIMEOUT), nullptr);
     SignalAll();
     for (unsigned i = 0; i < SIZE; ++i) {
-        EXPECT_EQ(Any(static_cast<Way>(i % 3)), events[i]);
+        EXPECT_EQ(TakeAny(), events[i]);
     }
-    for (const unsigned long i : {0ul, 7ul, SIZE - 1}) {
-        Actor waiter;
-        waiter.Waits([&] { EXPECT_EQ(Any(WITHOUT_LIMIT), events[i]); });
-        events[i]->SetDone();
-        waiter.Proceeds();
-    }
+    EXPECT_EQ(TakeAny(), nullptr);
+    Event* signalled = nullptr;
+    Actor waiter;
+    waiter.Waits([&] { Event::WaitAny(events, SIZE, &signalled); });
+    events[7]->SetDone();
+    waiter.Proceeds();
+    EXPECT_EQ(signalled, events[7]);
     SignalAll();
     EXPECT_TRUE(Event::TryWaitAny(events, SIZE, nullptr)) << "nobody wants to know which";
     EXPECT_EQ(TakeAll(), SIZE - 1);
@@ -206,6 +186,9 @@ TEST_F(EventGroup, IsAListToo) {
     for (Event* const event : signalled) {
         EXPECT_EQ(event, &second);
     }
+    first.SetDone();
+    EXPECT_TRUE(Event::TryWaitAll({&first, &second}) && Event::WaitAllWithTimeout({&first, &second}, 1));
+    Event::WaitAll({&first, &second});
 }
 
 } // namespace

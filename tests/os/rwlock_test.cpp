@@ -200,60 +200,43 @@ TEST(RWLockHoldings, AgreeWithAModelOnRandomUse) {
     }
 }
 
-/// A second copy of the library, loaded while the process runs.
-class LateLibrary {
-public:
-    LateLibrary() {
-        char original[MAX_PATH];
-        GetModuleFileNameA(GetModuleHandleA(ZELK_DLL_FILE), original, sizeof original);
-        m_path = original + std::to_string(GetCurrentProcessId()) + ".dll";
-        CopyFileA(original, m_path.c_str(), FALSE);
-        m_module = LoadLibraryA(m_path.c_str());
-    }
-    ~LateLibrary() {
-        FreeLibrary(m_module);
-        DeleteFileA(m_path.c_str());
-    }
-    LateLibrary(const LateLibrary&) = delete;
-    LateLibrary& operator=(const LateLibrary&) = delete;
-
-    // For an object and no argument, the same as a member function's convention, which no free function may have.
-    using Operation = void(__fastcall*)(RWLock*);
-    Operation Find(const char* name) const {
-        return reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
-    }
-
-private:
-    std::string m_path;
-    HMODULE m_module;
-};
-
 TEST(RWLockHoldings, BelongToEachThreadOfALibraryLoadedLate) {
+    char original[MAX_PATH];
+    GetModuleFileNameA(GetModuleHandleA(ZELK_DLL_FILE), original, sizeof original);
+    const std::string copy = original + std::to_string(GetCurrentProcessId()) + ".dll";
+    ASSERT_TRUE(CopyFileA(original, copy.c_str(), FALSE));
     // Again and again, since each time the threads get new copies of the thread-local data.
     for (int i = 0; i < 20; ++i) {
         Actor older;
-        const LateLibrary late;
-        const auto lockReader = late.Find("_ZN2Z46RWLock10LockReaderEv");
-        const auto unlockReader = late.Find("_ZN2Z46RWLock12UnlockReaderEv");
-        ASSERT_TRUE(lockReader != nullptr && unlockReader != nullptr);
-        Actor younger;
+        const HMODULE late = LoadLibraryA(copy.c_str());
         std::array<RWLock, 5> locks;
-        const auto twice = [&locks](LateLibrary::Operation operation) {
+        const auto callTwice = [&](const char* name) {
+            // For an object and no argument, the same as a member function's convention, which no free function may
+            // have.
+            const auto function = reinterpret_cast<void*>(GetProcAddress(late, name));
+            const auto operation = reinterpret_cast<void(__fastcall*)(RWLock*)>(function);
             for (RWLock& lock : locks) {
                 operation(&lock);
                 operation(&lock);
             }
         };
-        for (const auto operation : {lockReader, unlockReader}) {
-            for (Actor* const actor : {&older, &younger}) {
-                actor->Does([&] { twice(operation); });
-            }
-            twice(operation);
-            for (std::size_t k = 0; k < locks.size(); ++k) {
-                EXPECT_EQ(SharedHolds(locks[k]), operation == unlockReader ? 0u : k < 4 ? 3u : 6u) << k;
+        {
+            Actor younger;
+            for (const char* const name : {"_ZN2Z46RWLock10LockReaderEv", "_ZN2Z46RWLock12UnlockReaderEv"}) {
+                older.Does([&] { callTwice(name); });
+                younger.Does([&] { callTwice(name); });
+                callTwice(name);
+                for (std::size_t k = 0; k < locks.size(); ++k) {
+                    EXPECT_EQ(SharedHolds(locks[k]), std::strstr(name, "Unlock") != nullptr ? 0u
+                                                     : k < 4                                ? 3u
+                                                                                            : 6u)
+                        << k;
+                }
             }
         }
+        FreeLibrary(late);
     }
+    DeleteFileA(copy.c_str());
 }
 
 } // namespace
