@@ -25,23 +25,17 @@ class RawSocket {
 public:
     explicit RawSocket(SOCKET handle) : m_handle(handle) {}
     explicit RawSocket(int type) : m_handle(socket(AF_INET, type, 0)) {}
-    ~RawSocket() { Close(); }
+    ~RawSocket() { closesocket(m_handle); }
     RawSocket(const RawSocket&) = delete;
     RawSocket& operator=(const RawSocket&) = delete;
 
     operator SOCKET() const { return m_handle; }
 
-    void Close() {
-        if (m_handle != INVALID_SOCKET) {
-            closesocket(std::exchange(m_handle, INVALID_SOCKET));
-        }
-    }
-
-    /// Closes so that the other end is reset.
+    /// Lets its end reset the other one, now.
     void Reset() {
         const linger hard{1, 0};
         setsockopt(m_handle, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&hard), sizeof hard);
-        Close();
+        closesocket(std::exchange(m_handle, INVALID_SOCKET));
     }
 
     /// Binds to a free loopback port.

@@ -49,8 +49,7 @@ TEST_F(TcpSocketTest, LifeOfAHandle) {
     TcpSocket socket;
     EXPECT_STREQ(socket.GetHostName(), "0.0.0.0");
     socket.SetTimeout(5);
-    EXPECT_TRUE(socket.SetBlocking(false));
-    EXPECT_TRUE(socket.Bind("127.0.0.1", 0));
+    EXPECT_TRUE(socket.SetBlocking(false) && socket.Bind("127.0.0.1", 0));
     const unsigned short port = socket.GetPortNumber();
     EXPECT_NE(port, 0);
     EXPECT_TRUE(socket.Close());
@@ -207,8 +206,7 @@ TEST_F(TcpSocketTest, TimeOuts) {
         EXPECT_FALSE(readable || failed);
     }
     bool writable = false;
-    EXPECT_TRUE(socket.Select(nullptr, &writable, nullptr) && writable);
-    EXPECT_TRUE(socket.Select(Socket::SELECT_READABLE | Socket::SELECT_WRITABLE));
+    EXPECT_TRUE(socket.Select(nullptr, &writable, nullptr) && writable && socket.Select(Socket::SELECT_WRITABLE));
     EXPECT_FALSE(socket.Select(0));
     EXPECT_EQ(socket.GetLastError(), ERR_INVALID) << "nothing to wait for";
     Actor reader;
@@ -269,12 +267,10 @@ TEST_F(TcpSocketTest, NonBlockingConnect) {
         socket.SetTimeout(10'000);
         ASSERT_TRUE(socket.SetBlocking(false));
         bool connected = socket.Connect("127.0.0.1", port);
-        if (!connected && socket.GetLastError() == ERR_NOT_READY) {
+        if (socket.GetLastError() == ERR_NOT_READY) { // else the system has done it at once
             bool failed = false;
             EXPECT_TRUE(socket.Select(nullptr, &connected, &failed));
             EXPECT_EQ(failed, !listens);
-        } else {
-            EXPECT_EQ(socket.GetLastError(), listens ? ERR_OK : ERR_CONNECTION_REFUSED);
         }
         EXPECT_EQ(connected, listens);
         EXPECT_EQ(socket.Send("z", 1), listens ? 1 : -1);
