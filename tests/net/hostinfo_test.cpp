@@ -112,27 +112,25 @@ TEST_F(HostInfoTest, FailuresOfTheResolver) {
     }
 }
 
-int g_conversion;
-int g_conversionError;
+struct Conversion {
+    int result, number;
+    Error error;
+} g_conversion;
 
 int WSAAPI Convert(int, const char*, void*) {
-    WSASetLastError(g_conversionError);
-    return g_conversion;
+    WSASetLastError(g_conversion.number);
+    return g_conversion.result;
 }
 
 TEST_F(HostInfoTest, FailuresOfTheConversionToAnAddress) {
     const ImportHook hook("inet_pton", Convert);
-    const struct {
-        int result, number;
-        Error error;
-    } rows[] = {{0, WSAEFAULT, ERR_INVALID},
-                {-1, WSAEFAULT, ERR_INVALID},
-                {-1, WSAEAFNOSUPPORT, ERR_UNSUPPORTED},
-                {-1, WSAEINVAL, ERR_UNHANDLED}};
-    for (const auto& [result, number, error] : rows) {
-        g_conversion = result;
-        g_conversionError = number;
-        EXPECT_EQ(SocketAddr("1.2.3.4", 80).GetStatus(), error) << result << " with " << number;
+    const Conversion rows[] = {{0, WSAEFAULT, ERR_INVALID},
+                               {-1, WSAEFAULT, ERR_INVALID},
+                               {-1, WSAEAFNOSUPPORT, ERR_UNSUPPORTED},
+                               {-1, WSAEINVAL, ERR_UNHANDLED}};
+    for (const auto& row : rows) {
+        g_conversion = row;
+        EXPECT_EQ(SocketAddr("1.2.3.4", 80).GetStatus(), row.error) << row.result << " with " << row.number;
     }
     HostInfo host("1.2.3.4");
     EXPECT_STREQ(host.GetName(), "");
