@@ -279,15 +279,4 @@ TEST(ThreadNames, OtherExceptionsPassTheAnnouncementByUnseen) {
     EXPECT_EQ(g_foreignException, 0xE1234567u);
 }
 
-TEST(ThreadGetCurrentStackAttributes, SpansTheLocals) {
-    unsigned base = 0;
-    unsigned size = 0;
-    EXPECT_EQ(ThreadGetCurrentStackAttributes(base, size), ERR_OK);
-    const auto here = reinterpret_cast<std::uintptr_t>(&base);
-    EXPECT_TRUE(base - size <= here && here < base);
-    MEMORY_BASIC_INFORMATION region{};
-    ASSERT_NE(VirtualQuery(&base, &region, sizeof(region)), 0u);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(region.BaseAddress) + region.RegionSize, base);
-}
-
 } // namespace
