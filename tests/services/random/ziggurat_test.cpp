@@ -2,6 +2,7 @@
 // header promises. reference.py computes the expected rows.
 #include "checksum.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <tests/support/counts.h>
@@ -15,40 +16,6 @@ namespace {
 
 constexpr unsigned DRAWS = ZelkTest::Repeats(200'000, 10'000'000);
 
-std::uint32_t CrcOfDraws(std::uint32_t seed, float (Ziggurat::*draw)()) {
-    Ziggurat generator;
-    generator.Seed(seed);
-    std::vector<float> draws(100'000);
-    for (float& deviate : draws) {
-        deviate = (generator.*draw)();
-    }
-    return Checksum(draws);
-}
-
-/// Five standard deviations of a count.
-void ExpectCount(unsigned count, double probability, double limit) {
-    const double expected = DRAWS * probability;
-    EXPECT_NEAR(count, expected, 5 * std::sqrt(expected * (1 - probability)) + 1) << "beyond " << limit;
-}
-
-// The exponential distribution as the saturated thresholds make it: above the base layer the curve less the layer's
-// height; in the base layer, half of the draws evenly up to half its width, the other half the tail.
-constexpr double EDGE = 7.697117470131487;
-constexpr double TAIL = 7.69711;
-constexpr double LAYER = 3.949659822581572e-3;
-const double HEIGHT = std::exp(-EDGE);
-const double HALF_WIDTH = LAYER / HEIGHT / 2;
-
-double ChanceToExceed(double x) {
-    if (x >= TAIL) {
-        return LAYER / 2 * std::exp(TAIL - x);
-    }
-    const double base = x < HALF_WIDTH ? LAYER / 2 * (1 - x / HALF_WIDTH) : 0;
-    return std::exp(-x) - HEIGHT - (EDGE - x) * HEIGHT + base + LAYER / 2;
-}
-
-} // namespace
-
 TEST(Ziggurat, EqualsTheReference) {
     const struct {
         std::uint32_t seed;
@@ -60,65 +27,86 @@ TEST(Ziggurat, EqualsTheReference) {
         {0x80000000, 0xA16B3318, 0x9A644A59},
         {0xFFFFFFFF, 0xF84CEBDD, 0x9E7FA55B},
     };
+    const auto crcOfDraws = [](std::uint32_t seed, float (Ziggurat::*draw)()) {
+        Ziggurat generator;
+        generator.Seed(seed);
+        std::vector<float> draws(100'000);
+        std::generate(draws.begin(), draws.end(), [&] { return (generator.*draw)(); });
+        return Checksum(draws);
+    };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.seed);
-        EXPECT_EQ(CrcOfDraws(row.seed, &Ziggurat::Normal), row.normal);
-        EXPECT_EQ(CrcOfDraws(row.seed, &Ziggurat::Exponential), row.exponential);
+        EXPECT_EQ(crcOfDraws(row.seed, &Ziggurat::Normal), row.normal);
+        EXPECT_EQ(crcOfDraws(row.seed, &Ziggurat::Exponential), row.exponential);
     }
 }
 
-TEST(Ziggurat, NormalDeviatesHaveTheirMomentsAndTails) {
-    Ziggurat generator;
-    generator.Seed(2'024);
-    const double limits[] = {0.5, 1, 2, 3, 3.44262, 4, 4.5};
-    unsigned beyond[2][std::size(limits)] = {};
-    double sums[4] = {};
-    for (unsigned i = 0; i < DRAWS; ++i) {
-        const double x = static_cast<double>(generator.Normal());
-        sums[0] += x;
-        sums[1] += x * x;
-        sums[2] += x * x * x;
-        sums[3] += x * x * x * x;
-        for (std::size_t k = 0; k < std::size(limits) && std::abs(x) > limits[k]; ++k) {
-            ++beyond[x < 0 ? 1 : 0][k];
-        }
+// The exponential distribution as the saturated thresholds make it: above the base layer the curve less the layer's
+// height; in the base layer, half of the draws evenly up to half its width, the other half the tail.
+double ExponentialExceeds(double x) {
+    constexpr double EDGE = 7.697117470131487;
+    constexpr double TAIL = 7.69711;
+    constexpr double LAYER = 3.949659822581572e-3;
+    const double height = std::exp(-EDGE);
+    const double halfWidth = LAYER / height / 2;
+    if (x >= TAIL) {
+        return LAYER / 2 * std::exp(TAIL - x);
     }
-    // Variances of a normal deviate's first four powers.
-    const double moments[][2] = {{0, 1}, {1, 2}, {0, 15}, {3, 96}};
-    for (unsigned k = 0; k < 4; ++k) {
-        EXPECT_NEAR(sums[k] / DRAWS, moments[k][0], 5 * std::sqrt(moments[k][1] / DRAWS)) << "power " << k + 1;
-    }
-    for (std::size_t k = 0; k < std::size(limits); ++k) {
-        const double probability = 0.5 * std::erfc(limits[k] / std::sqrt(2.0));
-        ExpectCount(beyond[0][k], probability, limits[k]);
-        ExpectCount(beyond[1][k], probability, -limits[k]);
-    }
+    const double base = x < halfWidth ? LAYER / 2 * (1 - x / halfWidth) : 0;
+    return std::exp(-x) - height - (EDGE - x) * height + base + LAYER / 2;
 }
 
-TEST(Ziggurat, ExponentialDeviatesHaveTheTailThatTheirTablesMake) {
-    Ziggurat generator;
-    generator.Seed(2'025);
-    const double limits[] = {0.01, 0.1, 1, 2, 4, 4.3486, 5, 6, 7, 7.5, 7.697, 8, 9, 11, 14};
-    unsigned beyond[std::size(limits)] = {};
-    double sum = 0;
-    double sumOfSquares = 0;
-    for (unsigned i = 0; i < DRAWS; ++i) {
-        const double x = static_cast<double>(generator.Exponential());
-        sum += x;
-        sumOfSquares += x * x;
-        for (std::size_t k = 0; k < std::size(limits) && x > limits[k]; ++k) {
-            ++beyond[k];
+double NormalExceeds(double x) {
+    return 0.5 * std::erfc(x / std::sqrt(2.0));
+}
+
+TEST(Ziggurat, DeviatesHaveTheirMomentsAndTails) {
+    const struct {
+        float (Ziggurat::*draw)();
+        double (*exceeds)(double limit);
+        double mean;
+        double variance;
+        double varianceOfSquares;
+        std::vector<double> limits;
+    } rows[] = {
+        {&Ziggurat::Normal,
+         NormalExceeds,
+         0,
+         1,
+         2,
+         {-4.5, -4, -3.44262, -3, -2, -1, -0.5, 0, 0.5, 1, 2, 3, 3.44262, 4}},
+        // By integrating x and x^2.
+        {&Ziggurat::Exponential,
+         ExponentialExceeds,
+         1.004067,
+         1.051812,
+         9,
+         {0.01, 0.1, 1, 2, 4, 4.3486, 5, 6, 7, 7.5, 7.697, 8, 9, 11, 14}},
+    };
+    for (const auto& row : rows) {
+        Ziggurat generator;
+        generator.Seed(2'024);
+        std::vector<unsigned> beyond(row.limits.size());
+        double sum = 0;
+        double sumOfSquares = 0;
+        for (unsigned i = 0; i < DRAWS; ++i) {
+            const double x = static_cast<double>((generator.*row.draw)());
+            sum += x;
+            sumOfSquares += x * x;
+            for (std::size_t k = 0; k < row.limits.size() && x > row.limits[k]; ++k) {
+                ++beyond[k];
+            }
+        }
+        // Each within five standard deviations.
+        const double mean = sum / DRAWS;
+        EXPECT_NEAR(mean, row.mean, 5 * std::sqrt(row.variance / DRAWS));
+        EXPECT_NEAR(sumOfSquares / DRAWS - mean * mean, row.variance, 5 * std::sqrt(row.varianceOfSquares / DRAWS));
+        for (std::size_t k = 0; k < row.limits.size(); ++k) {
+            const double probability = row.exceeds(row.limits[k]);
+            const double deviation = std::sqrt(DRAWS * probability * (1 - probability));
+            EXPECT_NEAR(beyond[k], DRAWS * probability, 5 * deviation + 1) << "beyond " << row.limits[k];
         }
     }
-    for (std::size_t k = 0; k < std::size(limits); ++k) {
-        ExpectCount(beyond[k], ChanceToExceed(limits[k]), limits[k]);
-    }
-    // What the header promises, by integrating x and x^2 over the distribution above.
-    const double mean = sum / DRAWS;
-    EXPECT_NEAR(mean, 1.004067, 5 * std::sqrt(1.052 / DRAWS));
-    EXPECT_NEAR(sumOfSquares / DRAWS - mean * mean, 1.051812, 5 * std::sqrt(9.0 / DRAWS));
-    // The tail is as heavy as documented, and no exponential tail.
-    EXPECT_NEAR(ChanceToExceed(TAIL) / std::exp(-EDGE), 4.349, 0.001);
 }
 
 TEST(Ziggurat, SeedsAreMixedInAndZeroIsAFixedPoint) {
@@ -138,3 +126,5 @@ TEST(Ziggurat, SeedsAreMixedInAndZeroIsAFixedPoint) {
     generator.Seed(5);
     EXPECT_NE(generator.Shr3(), other.Shr3());
 }
+
+} // namespace
