@@ -140,17 +140,10 @@ TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     EXPECT_FALSE(SymbolHandler::Instance().Resolve(&local, info)) << "no module";
     EXPECT_STREQ(info.module, "");
     EXPECT_STREQ(info.function, "");
-}
-
-TEST_F(DbgHelpTest, ServicesStartAgain) {
-    InitializeDbgHelpService(false);
     ShutdownDbgHelpService();
-    SymbolInfo info;
-    EXPECT_TRUE(SymbolHandler::Instance().Resolve(reinterpret_cast<const char*>(&ZelkTestLandmark), info)) << "nested";
-    ShutdownDbgHelpService();
-    EXPECT_FALSE(SymbolHandler::Instance().Resolve(reinterpret_cast<const char*>(&ZelkTestLandmark), info));
+    EXPECT_FALSE(SymbolHandler::Instance().Resolve(address, info));
     InitializeDbgHelpService(false);
-    EXPECT_TRUE(SymbolHandler::Instance().Resolve(reinterpret_cast<const char*>(&ZelkTestLandmark), info));
+    EXPECT_TRUE(SymbolHandler::Instance().Resolve(address, info));
 }
 
 Z4_NOINLINE unsigned long SampleDeep(unsigned depth) {
@@ -171,12 +164,10 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
         monitor.Sample();
     }).join();
     StackSizeMonitorDb::Entry entry;
-    ASSERT_TRUE(monitor.FindThread(id, entry));
+    ASSERT_TRUE(monitor.GetEntry(0, entry) && monitor.FindThread(id, entry));
     EXPECT_EQ(entry.largestUse, deep);
     EXPECT_GT(entry.size, deep);
     EXPECT_FALSE(monitor.FindThread(GetCurrentThreadId(), entry));
-    EXPECT_EQ(monitor.GetCount(), 1u);
-    EXPECT_TRUE(monitor.GetEntry(0, entry));
     ZelkHost::FailAllocations(1);
     monitor.Sample();
     EXPECT_EQ(ZelkHost::FailAllocations(0), 1u);

@@ -216,18 +216,16 @@ TEST_F(StandInTest, StartUpDoesNotWaitButTheFirstCallDoes) {
     WinDbgHelp::SetLoadSymbols(true);
 }
 
-unsigned g_stackSize;
-
-std::uintptr_t __cdecl RefuseThread(void*, unsigned stackSize, unsigned(__stdcall*)(void*), void*, unsigned,
-                                    unsigned*) {
-    g_stackSize = stackSize;
-    return 0;
-}
-
 TEST_F(StandInTest, LoadsOnTheCallersThreadWhereNoOtherCanBeStarted) {
-    const ImportHook hook("_beginthreadex", RefuseThread);
+    static unsigned stackSize;
+    const ImportHook hook(
+        "_beginthreadex",
+        +[](void*, unsigned size, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) -> std::uintptr_t {
+            stackSize = size;
+            return 0;
+        });
     WinDbgHelp& debugHelp = WinDbgHelp::Instance();
-    EXPECT_EQ(g_stackSize, 4u << 20);
+    EXPECT_EQ(stackSize, 4u << 20);
     EXPECT_TRUE(debugHelp.IsReady());
     EXPECT_TRUE(debugHelp.IsLoaded());
     ASSERT_EQ(m_library.Count("SymInitialize"), 1u);
@@ -241,15 +239,7 @@ TEST_F(StandInTest, AHostThatAsksForSymbolsWhileTheLoaderLogsIsAnswered) {
         WinDbgHelp::Instance().SymGetOptions();
     };
     SetEalInterface(log);
-    const WinDbgHelp& debugHelp = WinDbgHelp::Instance();
-    for (unsigned i = 0; !debugHelp.IsReady(); ++i) {
-        Sleep(1);
-        if (i == 10'000) {
-            std::puts("The loader thread waits for itself.");
-            std::fflush(stdout);
-            TerminateProcess(GetCurrentProcess(), 1);
-        }
-    }
+    Actor().Does([] { WinDbgHelp::Instance().IsLoaded(); }); // else the loader waits for itself
     ReinstallHost();
     EXPECT_EQ(m_library.Count("SymGetOptions"), 2u);
 }
@@ -271,31 +261,23 @@ TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
 }
 
 TEST_F(StandInTest, NotificationsAreCutToTheirRoomAndEndWithTheObject) {
-    static std::wstring told;
+    static std::size_t lengths[2];
     const auto observe = [](const WinDbgHelp::DllNotificationData& data, void*) {
-        told += std::to_wstring(std::wcslen(data.baseName)) + L" " + std::to_wstring(std::wcslen(data.fullName)) +
-                (data.unloaded ? L" unloaded " : L" loaded ");
+        lengths[0] = std::wcslen(data.baseName);
+        lengths[1] = std::wcslen(data.fullName);
     };
     EXPECT_EQ(Start().RegisterDllNotificationCallback(observe, nullptr), ERR_OK);
+    std::wstring characters(2000, L'n');
+    const UNICODE_STRING name{4000, 4000, characters.data()};
     const struct {
-        ULONG reason;
-        USHORT baseLength;
-        USHORT fullLength;
-    } rows[] = {{1, 259, 1023}, {2, 260, 1024}, {2, 0, 2000}};
-    for (const auto& row : rows) {
-        std::wstring name(2000, L'n');
-        const UNICODE_STRING base{static_cast<USHORT>(2 * row.baseLength), 4000, name.data()};
-        const UNICODE_STRING full{static_cast<USHORT>(2 * row.fullLength), 4000, name.data()};
-        const struct {
-            ULONG flags;
-            const UNICODE_STRING* fullName;
-            const UNICODE_STRING* baseName;
-            void* address;
-            ULONG size;
-        } data{0, &full, &base, nullptr, 0};
-        m_library.notify(row.reason, &data, m_library.context);
-    }
-    EXPECT_EQ(told, L"259 1023 loaded 259 1023 unloaded 0 1023 unloaded ");
+        ULONG flags;
+        const UNICODE_STRING* fullName;
+        const UNICODE_STRING* baseName;
+        void* address;
+        ULONG size;
+    } data{0, &name, &name, nullptr, 0};
+    m_library.notify(1, &data, m_library.context);
+    EXPECT_THAT(lengths, ElementsAre(259, 1023));
     WinDbgHelp::SingletonShutdown();
     EXPECT_EQ(m_library.notify, nullptr);
 }
