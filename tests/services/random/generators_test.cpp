@@ -1,12 +1,15 @@
-// Faults hunted: any slip in tables and draws, which are here without their lock, and distributions other than the
-// header promises. reference.py computes the expected rows.
-#include "checksum.h"
-
+// Faults hunted: any slip in tables and draws, which are here without their locks; ranges that overflow at the ends of
+// 32 bits; distributions other than the header promises.
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <tests/support/counts.h>
+#include <tests/support/rows.h>
 #include <vector>
+#include <zelk_core/base/hash.h>
+#include <zelk_core/services/random/private/range.h>
+#include <zelk_core/services/random/subtractiverandomgenerator.h>
 #include <zelk_core/services/random/zigrandomgenerator.h>
 
 using namespace Z4;
@@ -16,29 +19,58 @@ namespace {
 
 constexpr unsigned DRAWS = ZelkTest::Repeats(200'000, 10'000'000);
 
-TEST(Ziggurat, EqualsTheReference) {
+template <class Draw>
+std::uint32_t CrcOf(std::uint64_t count, Draw draw) {
+    std::vector<decltype(draw())> draws(static_cast<std::size_t>(count));
+    std::generate(draws.begin(), draws.end(), draw);
+    std::uint32_t crc = 0xFFFFFFFF;
+    for (std::size_t i = 0; i < 4 * draws.size(); ++i) {
+        crc = Private::CrcStepByte(crc, reinterpret_cast<const unsigned char*>(draws.data())[i],
+                                   Private::CRC_TABLE.entries);
+    }
+    return ~crc;
+}
+
+TEST(Generators, EqualTheReference) {
+    for (const ZelkTest::Row& row : ZelkTest::Rows("random.txt")) {
+        const std::string name = row.Text(0);
+        const auto seed = static_cast<std::uint32_t>(row.Number(1));
+        Private::SubtractiveSequence sequence;
+        sequence.Seed(static_cast<std::int32_t>(seed));
+        Ziggurat ziggurat;
+        ziggurat.Seed(seed);
+        const std::uint32_t crc = name == "uniform"  ? CrcOf(row.Number(2), [&] { return sequence.Draw(); })
+                                  : name == "normal" ? CrcOf(row.Number(2), [&] { return ziggurat.Normal(); })
+                                                     : CrcOf(row.Number(2), [&] { return ziggurat.Exponential(); });
+        EXPECT_EQ(crc, row.Number(3)) << row.Where();
+    }
+}
+
+TEST(RangeOfDraws, WrapsAtTheEndsAndNeverTraps) {
     const struct {
-        std::uint32_t seed;
-        std::uint32_t normal;
-        std::uint32_t exponential;
+        std::int32_t base;
+        std::int32_t divisor;
+        std::int32_t draw;
+        std::int32_t expected;
     } rows[] = {
-        {0x00000001, 0x5FD7EA16, 0x4BA592BD},
-        {0x00003039, 0x32617C1B, 0x248C9F64},
-        {0x80000000, 0xA16B3318, 0x9A644A59},
-        {0xFFFFFFFF, 0xF84CEBDD, 0x9E7FA55B},
-    };
-    const auto crcOfDraws = [](std::uint32_t seed, float (Ziggurat::*draw)()) {
-        Ziggurat generator;
-        generator.Seed(seed);
-        std::vector<float> draws(100'000);
-        std::generate(draws.begin(), draws.end(), [&] { return (generator.*draw)(); });
-        return Checksum(draws);
+        {5, 10, 27, 12},
+        {10, -6, 5, 15},
+        {10, -6, 6, 10},
+        {INT_MAX, 2, 1, INT_MIN},
+        {0, INT_MIN, 9'999'999, 9'999'999},
+        {3, -1, 9'999'999, 3},
+        {0, INT_MIN, INT_MAX, INT_MAX},
+        {INT_MIN, INT_MAX, 9'999'999, INT_MIN + 9'999'999},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.seed);
-        EXPECT_EQ(crcOfDraws(row.seed, &Ziggurat::Normal), row.normal);
-        EXPECT_EQ(crcOfDraws(row.seed, &Ziggurat::Exponential), row.exponential);
+        EXPECT_EQ(Private::OffsetByRemainder(row.base, row.divisor, [&row] { return row.draw; }), row.expected)
+            << row.base << ' ' << row.divisor << ' ' << row.draw;
     }
+    bool drawn = false;
+    EXPECT_EQ(Private::OffsetByRemainder(INT_MIN, 0, [&drawn] { return drawn = true; }), INT_MIN);
+    EXPECT_FALSE(drawn);
+    EXPECT_EQ(Private::WrappedDifference(INT_MAX, INT_MIN), -1);
+    EXPECT_EQ(Private::WrappedSum(INT_MAX, 1), INT_MIN);
 }
 
 // The exponential distribution as the saturated thresholds make it: above the base layer the curve less the layer's
@@ -64,23 +96,14 @@ TEST(Ziggurat, DeviatesHaveTheirMomentsAndTails) {
     const struct {
         float (Ziggurat::*draw)();
         double (*exceeds)(double limit);
-        double mean;
-        double variance;
-        double varianceOfSquares;
+        double moments[3]; ///< mean, variance, and variance of the square
         std::vector<double> limits;
     } rows[] = {
-        {&Ziggurat::Normal,
-         NormalExceeds,
-         0,
-         1,
-         2,
-         {-4.5, -4, -3.44262, -3, -2, -1, -0.5, 0, 0.5, 1, 2, 3, 3.44262, 4}},
+        {&Ziggurat::Normal, NormalExceeds, {0, 1, 2}, {-4.5, -4, -3.44262, -3, -2, -1, -0.5, 0, 1, 2, 3, 3.44262, 4}},
         // By integrating x and x^2.
         {&Ziggurat::Exponential,
          ExponentialExceeds,
-         1.004067,
-         1.051812,
-         9,
+         {1.004067, 1.051812, 9},
          {0.01, 0.1, 1, 2, 4, 4.3486, 5, 6, 7, 7.5, 7.697, 8, 9, 11, 14}},
     };
     for (const auto& row : rows) {
@@ -99,8 +122,8 @@ TEST(Ziggurat, DeviatesHaveTheirMomentsAndTails) {
         }
         // Each within five standard deviations.
         const double mean = sum / DRAWS;
-        EXPECT_NEAR(mean, row.mean, 5 * std::sqrt(row.variance / DRAWS));
-        EXPECT_NEAR(sumOfSquares / DRAWS - mean * mean, row.variance, 5 * std::sqrt(row.varianceOfSquares / DRAWS));
+        EXPECT_NEAR(mean, row.moments[0], 5 * std::sqrt(row.moments[1] / DRAWS));
+        EXPECT_NEAR(sumOfSquares / DRAWS - mean * mean, row.moments[1], 5 * std::sqrt(row.moments[2] / DRAWS));
         for (std::size_t k = 0; k < row.limits.size(); ++k) {
             const double probability = row.exceeds(row.limits[k]);
             const double deviation = std::sqrt(DRAWS * probability * (1 - probability));
