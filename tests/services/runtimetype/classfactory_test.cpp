@@ -5,7 +5,6 @@
 #include <tests/support/random.h>
 #include <tests/support/testhost.h>
 
-#include <cstdarg>
 #include <cstdio>
 #include <functional>
 #include <gtest/gtest.h>
@@ -50,12 +49,10 @@ const ClassRegistration<Circle, Shape> g_secondCircle(ClassType("Circle"));
 bool g_circleMovedIn; ///< into the first factory of this program
 constexpr TypeID CIRCLE = ClassType("Circle");
 
-std::string Format(const char* format, ...) {
+template <class... Arguments>
+std::string Format(const char* format, Arguments... arguments) {
     char text[256];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof(text), format, arguments);
-    va_end(arguments);
+    std::snprintf(text, sizeof(text), format, arguments...);
     return text;
 }
 
