@@ -11,6 +11,7 @@
 #include <set>
 #include <tests/os/crowd.h>
 #include <tests/support/counts.h>
+#include <tests/support/random.h>
 #include <vector>
 
 namespace {
@@ -102,51 +103,13 @@ TEST_P(Memory, ArgumentsThatCannotBeServedGiveNull) {
         EXPECT_EQ(Allocate(size, 4), nullptr) << size;
     }
     m_table.free(nullptr);
-}
-
-TEST_P(Memory, ReallocationKeepsContentAndContext) {
-    char* block = Allocate(100, 4);
-    std::memset(block, 'a', 100);
-    for (std::size_t before = 100; const std::size_t size : {101u, 5000u, 40u, 0u, 64u}) {
-        block = static_cast<char*>(m_table.realloc(block, size, 64));
-        ASSERT_TRUE(block != nullptr && Address(block) % 64 == 0);
-        const std::size_t kept = std::min(size, before);
-        EXPECT_EQ(std::count(block, block + kept, 'a'), static_cast<std::ptrdiff_t>(kept));
-        EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).blocks, 1u);
-        EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).bytes, size);
-        std::memset(block, 'a', size);
-        before = size;
-    }
+    char* const block = Allocate(64, 4);
+    std::memset(block, 'a', 64);
     ZelkHost::FailAllocations(1);
     EXPECT_EQ(m_table.realloc(block, 1000, 4), nullptr);
     EXPECT_EQ(m_table.realloc(block, 1000, 3), nullptr);
     EXPECT_EQ(std::count(block, block + 64, 'a'), 64) << "a refused reallocation leaves the block as it was";
     m_table.free(block);
-}
-
-TEST_P(Memory, StatisticsAndNamesBelongToTheirContext) {
-    const int id = FreshContext(0);
-    char name[] = "tests";
-    m_table.name_id(id, name);
-    name[0] = '?';
-    m_table.name_id(FreshContext(1), nullptr);
-    char* const first = Allocate(100, 1, id);
-    m_table.free(Allocate(1000000, 16, id));
-    m_table.free(Allocate(1, 16, id));
-    char* const other = Allocate(7, 1, FreshContext(1));
-
-    const std::vector<ZelkHost::MemoryContext> contexts = ZelkHost::GetMemoryContexts();
-    const auto named = std::find_if(contexts.begin(), contexts.end(), [&](auto& entry) { return entry.id == id; });
-    ASSERT_NE(named, contexts.end());
-    EXPECT_EQ(named->name, "tests");
-    const MemoryStatistics& statistics = named->statistics;
-    EXPECT_EQ((std::vector{statistics.blocks, statistics.bytes, statistics.peakBytes}),
-              (std::vector<std::size_t>{1, 100, 1000100}));
-    EXPECT_EQ(statistics.allocations, 3u);
-    EXPECT_EQ(ZelkHost::GetMemoryStatistics(FreshContext(1)).bytes, 7u);
-    EXPECT_EQ(ZelkHost::GetMemoryStatistics(0x7E57FFFF).allocations, 0u);
-    m_table.free(first);
-    m_table.free(other);
 }
 
 TEST_P(Memory, RefusesTheAllocationsAskedFor) {
@@ -171,33 +134,43 @@ TEST_P(Memory, RefusesTheAllocationsAskedFor) {
     }
 }
 
+// Each has a context, and keeps its counts, too.
 TEST_P(Memory, ThreadsShareTheTable) {
     constexpr unsigned ROUNDS = ZelkTest::Repeats(2'000, 20'000);
-    const std::uint64_t before = ZelkHost::GetMemoryStatistics(ID).allocations;
     ZelkTest::RunCrowd(4, [](unsigned index) {
+        const int id = FreshContext(static_cast<int>(index));
         const char tag = "abcd"[index];
-        struct {
-            char* block;
-            std::size_t size;
-        } kept[8] = {};
+        ZelkTest::Input input(index);
+        char* blocks[8];
+        std::generate(blocks, blocks + 8, [&] { return Allocate(0, 1, id); });
+        std::size_t sizes[8] = {};
+        std::size_t bytes = 0;
+        std::size_t peak = 0;
         for (unsigned i = 0; i < ROUNDS; ++i) {
-            auto& [block, size] = kept[i % 8];
-            ASSERT_EQ(std::count(block, block + size, tag), static_cast<std::ptrdiff_t>(size));
-            m_table.free(block);
-            size = i * 37 % 500;
-            block = Allocate(size, std::size_t{1} << i % 6);
-            std::memset(block, tag, size);
+            const unsigned slot = input.Below(8);
+            const std::size_t alignment = std::size_t{1} << input.Below(8);
+            const std::size_t before = std::exchange(sizes[slot], input.Below(input.OnceIn(8) ? 9000 : 10) * 31 % 9000);
+            peak = std::max(peak, bytes + sizes[slot]);
+            bytes += sizes[slot] - before;
+            char* const block = static_cast<char*>(m_table.realloc(blocks[slot], sizes[slot], alignment));
+            ASSERT_TRUE(block != nullptr && Address(block) % alignment == 0);
+            ASSERT_TRUE(std::all_of(block, block + std::min(sizes[slot], before), [=](char c) { return c == tag; }));
+            blocks[slot] = static_cast<char*>(std::memset(block, tag, sizes[slot]));
         }
-        for (const auto& each : kept) {
-            m_table.free(each.block);
-        }
+        const MemoryStatistics statistics = ZelkHost::GetMemoryStatistics(id);
+        EXPECT_EQ((std::vector{statistics.blocks, statistics.bytes, statistics.peakBytes}),
+                  (std::vector<std::size_t>{8, bytes, peak}));
+        EXPECT_EQ(statistics.allocations, 8 + ROUNDS);
+        std::for_each(blocks, blocks + 8, m_table.free);
+        EXPECT_EQ(ZelkHost::GetMemoryStatistics(id).bytes, 0u);
     });
-    EXPECT_EQ(ZelkHost::GetMemoryStatistics(ID).allocations, before + 4 * ROUNDS);
 }
 
 TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
     char* const block = Allocate(123, 4);
-    m_table.name_id(ID, "tests");
+    char name[] = "tests";
+    m_table.name_id(ID, name);
+    name[0] = '?';
     const ZelkTest::CapturedError error;
     m_table.init(Z4::EAL_MEM_VERSION);
     m_table.init(Z4::EAL_MEM_VERSION);
@@ -207,12 +180,18 @@ TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
     EXPECT_EQ(error.Text(), "zelk_host: context 0x7E570001 (tests) holds 1 blocks, 123 bytes\n");
     m_table.shutdown();
     EXPECT_EQ(ZelkHost::ReportLeaks(), 1u);
+    m_table.name_id(ID, nullptr);
+    const std::vector<ZelkHost::MemoryContext> contexts = ZelkHost::GetMemoryContexts();
+    const auto context = std::find_if(contexts.begin(), contexts.end(), [](auto& entry) { return entry.id == ID; });
+    ASSERT_NE(context, contexts.end());
+    EXPECT_TRUE(context->name.empty() && context->statistics.blocks == 1);
+    EXPECT_EQ(ZelkHost::GetMemoryStatistics(0x7E57FFFF).allocations, 0u);
     m_table.free(block);
     EXPECT_EQ(ZelkHost::ReportLeaks(), 0u);
 }
 
 TEST_P(Memory, NoSlotLetsARefusalOut) {
-    const int id = FreshContext(2);
+    const int id = FreshContext(4);
     const std::string name(100, 'n');
     const std::string path = ZelkTest::TemporaryFile().Utf8();
     char* const block = Allocate(8, 4);
@@ -220,7 +199,7 @@ TEST_P(Memory, NoSlotLetsARefusalOut) {
     Z4::eal_file_handle file = nullptr;
     g_heapRefuses = true;
     m_table.name_id(id, name.c_str());
-    char* const refused = Allocate(8, 4, FreshContext(3));
+    char* const refused = Allocate(8, 4, FreshContext(5));
     m_table.shutdown(); // reports the block
     const Z4::eal_file_status status = ZelkHost::FileTable().open(path.c_str(), Z4::EAL_FILE_READ, &file);
     const bool exists = ZelkHost::FileTable().exists(path.c_str()) != 0;
@@ -254,17 +233,16 @@ std::size_t FreeAddresses() {
 
 TEST_P(GuardedMemory, AddressesLastThroughManyBlocks) {
     constexpr unsigned BLOCKS = ZelkTest::Repeats(2'000, 100'000);
-    std::vector<char*> lasting;
+    std::vector<char*> blocks;
     for (unsigned i = 0; i < BLOCKS; ++i) {
-        char* const block = Allocate(i % 3000, 4);
-        ASSERT_NE(block, nullptr) << i;
-        if (i % (BLOCKS / 100) == 0) {
-            lasting.push_back(block);
-        } else {
-            m_table.free(block);
+        blocks.push_back(Allocate(i % 3000, 4));
+        ASSERT_NE(blocks.back(), nullptr) << i;
+        if (i % (BLOCKS / 100) != 0) { // few last
+            m_table.free(blocks.back());
+            blocks.pop_back();
         }
     }
-    std::for_each(lasting.begin(), lasting.end(), m_table.free);
+    std::for_each(blocks.begin(), blocks.end(), m_table.free);
     // The newest 256 MiB of freed addresses stay inaccessible; older ones are the system's again.
     constexpr std::size_t LARGE = 27'000'000;
     const std::size_t before = FreeAddresses();
