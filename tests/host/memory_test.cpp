@@ -134,64 +134,70 @@ TEST_P(Memory, RefusesTheAllocationsAskedFor) {
     }
 }
 
-// Each has a context, and keeps its counts, too.
 TEST_P(Memory, ThreadsShareTheTable) {
     constexpr unsigned ROUNDS = ZelkTest::Repeats(2'000, 20'000);
-    ZelkTest::RunCrowd(4, [](unsigned index) {
-        const int id = FreshContext(static_cast<int>(index));
-        const char tag = "abcd"[index];
+    constexpr unsigned THREADS = 4;
+    constexpr unsigned SLOTS = 8;
+    const std::uint64_t before = ZelkHost::GetMemoryStatistics(ID).allocations;
+    std::string contents[THREADS * SLOTS];
+    char* blocks[THREADS * SLOTS];
+    std::generate(std::begin(blocks), std::end(blocks), [] { return Allocate(0, 1); });
+    ZelkTest::RunCrowd(THREADS, [&](unsigned index) {
         ZelkTest::Input input(index);
-        char* blocks[8];
-        std::generate(blocks, blocks + 8, [&] { return Allocate(0, 1, id); });
-        std::size_t sizes[8] = {};
-        std::size_t bytes = 0;
-        std::size_t peak = 0;
         for (unsigned i = 0; i < ROUNDS; ++i) {
-            const unsigned slot = input.Below(8);
+            const unsigned slot = index * SLOTS + input.Below(SLOTS);
+            std::string& content = contents[slot];
             const std::size_t alignment = std::size_t{1} << input.Below(8);
-            const std::size_t before = std::exchange(sizes[slot], input.Below(input.OnceIn(8) ? 9000 : 10) * 31 % 9000);
-            peak = std::max(peak, bytes + sizes[slot]);
-            bytes += sizes[slot] - before;
-            char* const block = static_cast<char*>(m_table.realloc(blocks[slot], sizes[slot], alignment));
+            const std::size_t size = input.Below(input.OnceIn(8) ? 9000 : 300) / 4 * input.Below(4);
+            char* const block = static_cast<char*>(m_table.realloc(blocks[slot], size, alignment));
             ASSERT_TRUE(block != nullptr && Address(block) % alignment == 0);
-            ASSERT_TRUE(std::all_of(block, block + std::min(sizes[slot], before), [=](char c) { return c == tag; }));
-            blocks[slot] = static_cast<char*>(std::memset(block, tag, sizes[slot]));
+            ASSERT_TRUE(content.compare(0, size, block, std::min(size, content.size())) == 0);
+            blocks[slot] = static_cast<char*>(std::memset(block, static_cast<int>('a' + slot), size));
+            content.assign(size, static_cast<char>('a' + slot));
         }
-        const MemoryStatistics statistics = ZelkHost::GetMemoryStatistics(id);
-        EXPECT_EQ((std::vector{statistics.blocks, statistics.bytes, statistics.peakBytes}),
-                  (std::vector<std::size_t>{8, bytes, peak}));
-        EXPECT_EQ(statistics.allocations, 8 + ROUNDS);
-        std::for_each(blocks, blocks + 8, m_table.free);
-        EXPECT_EQ(ZelkHost::GetMemoryStatistics(id).bytes, 0u);
     });
+    std::size_t bytes = 0;
+    for (const std::string& content : contents) {
+        bytes += content.size();
+    }
+    const MemoryStatistics statistics = ZelkHost::GetMemoryStatistics(ID);
+    EXPECT_EQ(statistics.blocks, THREADS * SLOTS);
+    EXPECT_EQ(statistics.bytes, bytes);
+    EXPECT_EQ(statistics.allocations - before, THREADS * (SLOTS + ROUNDS));
+    std::for_each(std::begin(blocks), std::end(blocks), m_table.free);
 }
 
 TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
-    char* const block = Allocate(123, 4);
+    const int id = FreshContext(0);
     char name[] = "tests";
-    m_table.name_id(ID, name);
+    m_table.name_id(id, name);
     name[0] = '?';
+    char* const block = Allocate(123, 4, id);
+    m_table.free(Allocate(1000, 4, id));
     const ZelkTest::CapturedError error;
     m_table.init(Z4::EAL_MEM_VERSION);
     m_table.init(Z4::EAL_MEM_VERSION);
     m_table.shutdown();
     EXPECT_EQ(error.Text(), "");
     m_table.shutdown();
-    EXPECT_EQ(error.Text(), "zelk_host: context 0x7E570001 (tests) holds 1 blocks, 123 bytes\n");
+    char report[80];
+    std::snprintf(report, sizeof report, "zelk_host: context 0x%08X (tests) holds 1 blocks, 123 bytes\n", id);
+    EXPECT_EQ(error.Text(), report);
     m_table.shutdown();
     EXPECT_EQ(ZelkHost::ReportLeaks(), 1u);
-    m_table.name_id(ID, nullptr);
+    m_table.name_id(id, nullptr);
     const std::vector<ZelkHost::MemoryContext> contexts = ZelkHost::GetMemoryContexts();
-    const auto context = std::find_if(contexts.begin(), contexts.end(), [](auto& entry) { return entry.id == ID; });
+    const auto context = std::find_if(contexts.begin(), contexts.end(), [=](auto& entry) { return entry.id == id; });
     ASSERT_NE(context, contexts.end());
-    EXPECT_TRUE(context->name.empty() && context->statistics.blocks == 1);
+    EXPECT_EQ(context->name, "");
+    EXPECT_EQ(context->statistics.peakBytes, 1123u);
     EXPECT_EQ(ZelkHost::GetMemoryStatistics(0x7E57FFFF).allocations, 0u);
     m_table.free(block);
     EXPECT_EQ(ZelkHost::ReportLeaks(), 0u);
 }
 
 TEST_P(Memory, NoSlotLetsARefusalOut) {
-    const int id = FreshContext(4);
+    const int id = FreshContext(1);
     const std::string name(100, 'n');
     const std::string path = ZelkTest::TemporaryFile().Utf8();
     char* const block = Allocate(8, 4);
@@ -199,7 +205,7 @@ TEST_P(Memory, NoSlotLetsARefusalOut) {
     Z4::eal_file_handle file = nullptr;
     g_heapRefuses = true;
     m_table.name_id(id, name.c_str());
-    char* const refused = Allocate(8, 4, FreshContext(5));
+    char* const refused = Allocate(8, 4, FreshContext(2));
     m_table.shutdown(); // reports the block
     const Z4::eal_file_status status = ZelkHost::FileTable().open(path.c_str(), Z4::EAL_FILE_READ, &file);
     const bool exists = ZelkHost::FileTable().exists(path.c_str()) != 0;
