@@ -225,7 +225,7 @@ void AddOriented(Digest& digest, Input& input) {
 template <std::size_t COUNT>
 void AddQueries(Digest& digest, Input& input, const ZelkTest::Query (&queries)[COUNT]) {
     const Points p(input);
-    for (const ZelkTest::Query query : queries) {
+    for (const ZelkTest::Query& query : queries) {
         const ZelkTest::Answer answer = query(p.p);
         digest.Add(answer.returned);
         for (const float t : answer.t) {
@@ -235,17 +235,6 @@ void AddQueries(Digest& digest, Input& input, const ZelkTest::Query (&queries)[C
         digest.Add(answer.points[1]);
     }
 }
-
-using namespace ZelkTest::Queries;
-
-constexpr ZelkTest::Query FAST_QUERIES[] = {
-    SEGMENT,  SEGMENT_2D,      SEGMENT_DISTANCE,  LINE,          LINE_2D,  LINE_POINT, LINES,  LINES_POINTS,
-    SEGMENTS, POINT_RECTANGLE, SEGMENT_RECTANGLE, LINE_TRIANGLE, TRIANGLE, BOX,        BOX_2D,
-};
-constexpr ZelkTest::Query CONSISTENT_QUERIES[] = {
-    SEGMENT_CONSISTENT, SEGMENT_TOLERANT_2D,     SEGMENT_T_2D,        LINE_CONSISTENT,
-    LINES_CONSISTENT,   LINES_POINTS_CONSISTENT, SEGMENTS_CONSISTENT, SEGMENTS_2D,
-};
 
 } // namespace
 
@@ -281,7 +270,7 @@ void DigestGeometry(Digest& digest) {
     for (int round = 0; round < ROUNDS; ++round) {
         AddBounds(digest, input);
         AddOriented(digest, input);
-        AddQueries(digest, input, FAST_QUERIES);
+        AddQueries(digest, input, ZelkTest::Queries::FAST);
     }
 }
 
@@ -295,6 +284,6 @@ void DigestConsistentGeometry(Digest& digest) {
         digest.Add(box.GetXYAxesCosAngle());
         box.TransformConsistent(other.GetMatrix());
         AddBox(digest, box);
-        AddQueries(digest, input, CONSISTENT_QUERIES);
+        AddQueries(digest, input, ZelkTest::Queries::CONSISTENT);
     }
 }
