@@ -167,22 +167,6 @@ TEST(Map, BehavesAsTheModel) {
     EXPECT_EQ(Counted::alive, 0);
 }
 
-TEST(Map, StaysBalancedInEveryOrderOfInsertionAndRemoval) {
-    // Ascending, descending and scattered keys, each removed in each of these orders.
-    constexpr unsigned COUNT = 500;
-    const auto key = [](unsigned order, unsigned i) {
-        return order == 0 ? i : order == 1 ? COUNT - 1 - i : i * 7 % COUNT;
-    };
-    for (unsigned order = 0; order < 9; ++order) {
-        Map<unsigned, unsigned> map;
-        for (unsigned i = 0; i < 2 * COUNT; ++i) {
-            ASSERT_TRUE(i < COUNT ? map.Insert(key(order / 3, i), i).inserted : map.Erase(key(order % 3, i - COUNT)));
-            ASSERT_TRUE(Z4::MapProbe::IsBalanced(map));
-        }
-        EXPECT_EQ(map.begin(), map.end());
-    }
-}
-
 TEST(Map, EntriesStayInTheirPlaceAndArgumentsUnused) {
     Map<int, std::string> map{{2, "two"}, {1, "one"}, {3, "three"}};
     const auto one = map.Find(1);
