@@ -1,10 +1,9 @@
 // Formats that are refused though they are right, accepted though they are wrong, or read otherwise than by the
-// formatter.
+// formatter. What the compiler refuses stands in formats.txt.
 #include <cstring>
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <string>
-#include <type_traits>
 #include <zelk_core/base/strformat.h>
 
 using Z4::FormatFault;
@@ -93,26 +92,5 @@ TEST(CheckFormat, KnowsTheFormattersConversions) {
             << format;
     }
 }
-
-template <class Char, unsigned SIZE>
-struct Literal {
-    consteval Literal(const Char (&from)[SIZE]) {
-        for (unsigned i = 0; i < SIZE; ++i) {
-            text[i] = from[i];
-        }
-    }
-    Char text[SIZE];
-};
-
-template <Literal LITERAL, class... Arguments>
-concept Compiles = requires {
-    typename std::bool_constant<(
-        Z4::BasicFormatString<std::remove_cvref_t<decltype(LITERAL.text[0])>, Arguments...>(LITERAL.text), true)>;
-};
-static_assert(Compiles<"%d %s", int, const char*> && Compiles<L"%d %s", int, const wchar_t*>);
-static_assert(!Compiles<"%zu", unsigned> && !Compiles<L"%zu", unsigned>);
-static_assert(!Compiles<"%e", double> && !Compiles<L"%e", double>);
-static_assert(!Compiles<"%d", unsigned> && !Compiles<L"%s", const char*>);
-static_assert(!Compiles<"%d %d", int> && !Compiles<"%d", int, int> && !Compiles<"%">);
 
 } // namespace
