@@ -22,8 +22,7 @@ TEST(Platform, AgreesWithTheSystem) {
     EXPECT_EQ(platform.GetNbProcessors(), system.dwNumberOfProcessors);
     EXPECT_EQ(platform.GetNbCore(), platform.GetNbProcessors());
     EXPECT_TRUE(platform.GetRegionSize() == 0x10000 && platform.GetMinAddress() == 0x10000);
-    EXPECT_GT(platform.GetMaxAddress(), platform.GetMinAddress());
-    EXPECT_GT(platform.GetMemorySize(), 64u << 20);
+    EXPECT_TRUE(platform.GetMaxAddress() > 0x10000 && platform.GetMemorySize() > 64 << 20);
 
     const char* drives = platform.GetDrivesNames();
     EXPECT_STREQ(drives, "\\\\");

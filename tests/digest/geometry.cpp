@@ -22,23 +22,17 @@ constexpr int ROUNDS = 4000;
 
 // Where input is drawn for several parameters, it is in braces, which fix the order.
 
-enum class Kind {
-    GENERAL,
-    COARSE,
-    EDGES,
-    COUNT
-};
+/// How numbers are drawn: in general position, on a coarse grid, or with edge numbers among them.
+using Kind = float (*)(Input& input);
+constexpr Kind KINDS[] = {[](Input& input) { return input.Number(10); }, [](Input& input) { return input.Coarse(); },
+                          [](Input& input) { return input.Number(); }};
 
 Kind DrawKind(Input& input) {
-    return static_cast<Kind>(input.Below(static_cast<unsigned>(Kind::COUNT)));
-}
-
-float Number(Input& input, Kind kind) {
-    return kind == Kind::GENERAL ? input.Number(10) : kind == Kind::COARSE ? input.Coarse() : input.Number();
+    return KINDS[input.Below(3)];
 }
 
 VectorSIMD4f Point(Input& input, Kind kind) {
-    return VectorSIMD4f{Number(input, kind), Number(input, kind), Number(input, kind), Number(input, kind)};
+    return VectorSIMD4f{kind(input), kind(input), kind(input), kind(input)};
 }
 VectorSIMD4f Point(Input& input) {
     return Point(input, DrawKind(input));
@@ -67,7 +61,7 @@ struct Points {
 /// The axes are a quaternion's, made without trigonometric functions; or those of no box at all.
 GeometryOBB Box(Input& input) {
     const Kind kind = DrawKind(input);
-    if (kind == Kind::EDGES) {
+    if (kind == KINDS[2]) {
         const VectorSIMD4f axes[3] = {Point(input, kind), Point(input, kind), Point(input, kind)};
         return GeometryOBB{Point(input, kind), axes, Point(input, kind)};
     }
@@ -103,7 +97,7 @@ template <class V>
 V PlainVector(Input& input, Kind kind) {
     V result;
     for (unsigned i = 0; i < V::SIZE; ++i) {
-        result[i] = static_cast<typename V::Element>(Number(input, kind));
+        result[i] = static_cast<typename V::Element>(kind(input));
     }
     return result;
 }
@@ -227,7 +221,7 @@ void DigestMath(Digest& digest) {
 void DigestRotations(Digest& digest) {
     Input input;
     for (int round = 0; round < ROUNDS; ++round) {
-        const VectorSIMD4f axis = Point(input, input.Below(2) != 0 ? Kind::COARSE : Kind::GENERAL);
+        const VectorSIMD4f axis = Point(input, KINDS[input.Below(2)]);
         AddMatrix(digest, Z4::MakeRotation<Z4::MatrixSIMD34f>(axis, static_cast<double>(input.Number(4))));
         GeometryOBB box = Box(input);
         box.Rotate(axis, input.Number(4));
