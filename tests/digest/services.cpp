@@ -1,5 +1,6 @@
 #include "digest.h"
 
+#include <algorithm>
 #include <vector>
 #include <zelk_core/services/compression/lzo.h>
 #include <zelk_core/services/compression/stringcompressor.h>
@@ -53,13 +54,13 @@ Bytes Sample(Input& input, unsigned size) {
 void AddProcessed(Digest& digest, Z4::CompressionInterface& codec, const Bytes& sample, std::size_t piece) {
     Bytes output(2 * sample.size() + 1000);
     codec.FeedOutputBuffer(output.data(), static_cast<unsigned long>(output.size()));
-    for (std::size_t at = 0; at < sample.size(); at += piece) {
-        const std::size_t left = sample.size() - at;
-        codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(left < piece ? left : piece));
+    for (std::size_t at = 0, size = 0; at < sample.size(); at += size) {
+        size = std::min(piece, sample.size() - at);
+        codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(size));
         digest.Add(codec.Process());
     }
-    digest.Add(codec.Flush());
-    digest.Add(codec.GetOutputDataSize());
+    const auto flushed = codec.Flush();
+    digest.Add(flushed, codec.GetOutputDataSize());
     digest.Add(output.data(), output.size());
 }
 
@@ -78,6 +79,19 @@ void AddCipher(Digest& digest) {
         Bytes nonsense(size + 16);
         digest.Add(cipher.Decode(plain.data(), nonsense.data(), size / 8 * 8));
         digest.Add(nonsense.data(), nonsense.size());
+    }
+}
+
+template <class Codec>
+void AddCodec(Digest& digest, std::size_t piece) {
+    using Z4::CompressionInterface;
+    Input input;
+    for (const auto level :
+         {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
+        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
+            Codec codec(level);
+            AddProcessed(digest, codec, Sample(input, size), piece);
+        }
     }
 }
 
@@ -108,28 +122,11 @@ void DigestCiphers(Digest& digest) {
 }
 
 void DigestZLib(Digest& digest) {
-    using Z4::CompressionInterface;
-    Input input;
-    for (const auto level :
-         {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
-        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
-            Z4::ZLibDeflate codec(level);
-            AddProcessed(digest, codec, Sample(input, size), 7000);
-        }
-    }
+    AddCodec<Z4::ZLibDeflate>(digest, 7000);
 }
 
 void DigestLzo(Digest& digest) {
-    using Z4::CompressionInterface;
-    Input input;
-    for (const auto level :
-         {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
-        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
-            Z4::LzoDeflate codec(level);
-            const Bytes sample = Sample(input, size);
-            AddProcessed(digest, codec, sample, sample.size());
-        }
-    }
+    AddCodec<Z4::LzoDeflate>(digest, SIZE_MAX);
 }
 
 void DigestStringCompressor(Digest& digest) {
@@ -144,9 +141,7 @@ void DigestStringCompressor(Digest& digest) {
         const Z4::Error error =
             compressor.Compress(text.data(), size, output.data(), static_cast<unsigned long>(output.size()), outSize,
                                 &encoded, Z4::StringCompressor::DETECT, input.Below(8));
-        digest.Add(static_cast<std::int32_t>(error));
-        digest.Add(outSize);
-        digest.Add(encoded);
+        digest.Add(static_cast<std::int32_t>(error), outSize, encoded);
         digest.Add(output.data(), output.size());
     }
 }
