@@ -3,6 +3,7 @@
 #include <random>
 #include <tests/support/guardedpage.h>
 #include <zelk_core/base/private/hashcrc.h>
+#include <zelk_core/base/private/processorfeatures.h>
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/private/hashbytes.h>
 #include <zelk_core/base/private/hashcrc.h>
+#include <zelk_core/base/private/processorfeatures.h>
 
 namespace Z4 {
 

@@ -13,9 +13,6 @@ inline constexpr unsigned CRC_PCLMUL_MIN = 16;
 /// Only where HasPclmul().
 std::uint32_t CrcPclmul(const unsigned char* buffer, unsigned size, std::uint32_t crc);
 
-/// Whether the processor has carry-less multiplication and SSE4.1.
-bool HasPclmul();
-
 using CrcFunction = decltype(&CrcPortable);
 
 /// The variant for a processor that has, or has not, what HasPclmul() asks for.
