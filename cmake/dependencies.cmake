@@ -32,6 +32,9 @@ list(TRANSFORM lzo_sources APPEND .c)
 add_library(zelk_lzo STATIC EXCLUDE_FROM_ALL ${lzo_sources})
 target_include_directories(zelk_lzo SYSTEM PUBLIC ${ZELK_DEPS}/lzo2/include PRIVATE ${ZELK_DEPS}/lzo2/src)
 
+# As its own build has it: its checksum takes a third of the time then, and inflating five sixths.
+target_compile_options(zelk_zlib PRIVATE -O3)
+
 foreach(library zelk_zlib zelk_lzo)
     target_compile_options(${library} PRIVATE -w -fvisibility=hidden)
     if(WIN32 AND NOT ZELK_MS_ABI)
