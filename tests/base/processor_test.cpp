@@ -145,9 +145,11 @@ TEST(Processor, FeaturesNeedTheProcessorAndTheSystem) {
     EXPECT_EQ(read(1u << 1, {}, 0), "") << "no SSE4.1";
 }
 
-TEST(Crc, IsFoldedWhereTheProcessorCan) {
+TEST(Crc, IsFoldedAsWideAsTheProcessorCan) {
     const std::uint32_t features = Cpuid(1).ecx;
     EXPECT_EQ(HasPclmul(), (features & 1u << 1) != 0 && (features & 1u << 19) != 0);
-    EXPECT_EQ(ChooseCrc(true), CrcPclmul);
-    EXPECT_EQ(ChooseCrc(false), CrcPortable);
+    EXPECT_EQ(ChooseCrc(true, true, true), CrcAvx512);
+    EXPECT_EQ(ChooseCrc(true, true, false), CrcVpclmul);
+    EXPECT_EQ(ChooseCrc(true, false, false), CrcPclmul);
+    EXPECT_EQ(ChooseCrc(false, false, false), CrcPortable);
 }

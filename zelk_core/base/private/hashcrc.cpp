@@ -23,7 +23,7 @@ std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::u
 constinit std::atomic<CrcFunction> g_crc{CrcChooseAndRun};
 
 std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
-    const CrcFunction choice = ChooseCrc(HasPclmul());
+    const CrcFunction choice = ChooseCrc(HasPclmul(), HasVpclmul(), HasFastAvx512());
     g_crc.store(choice, std::memory_order_relaxed);
     return choice(buffer, size, crc);
 }
@@ -33,7 +33,7 @@ std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::u
 } // namespace Private
 
 std::uint32_t Hash::CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
-    if (size < Private::CRC_PCLMUL_MIN) {
+    if (size < Private::CRC_FOLD_MIN) {
         return Private::CrcPortable(buffer, size, crc);
     }
     return Private::g_crc.load(std::memory_order_relaxed)(buffer, size, crc);

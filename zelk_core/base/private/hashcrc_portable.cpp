@@ -42,7 +42,13 @@ std::uint32_t CrcPortable(const unsigned char* buffer, unsigned size, std::uint3
     return ~value;
 }
 
-CrcFunction ChooseCrc(bool hasPclmul) {
+CrcFunction ChooseCrc(bool hasPclmul, bool hasVpclmul, bool hasFastAvx512) {
+    if (hasFastAvx512) {
+        return CrcAvx512;
+    }
+    if (hasVpclmul) {
+        return CrcVpclmul;
+    }
     return hasPclmul ? CrcPclmul : CrcPortable;
 }
 
