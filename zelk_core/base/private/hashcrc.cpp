@@ -33,15 +33,14 @@ std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::u
 } // namespace Private
 
 std::uint32_t Hash::CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
-    if (size < Private::CRC_FOLD_MIN) {
-        return Private::CrcPortable(buffer, size, crc);
-    }
     return Private::g_crc.load(std::memory_order_relaxed)(buffer, size, crc);
 }
 
 std::uint32_t Hash::CRC(const char* string, std::uint32_t crc) {
     const Private::Bytes bytes = Private::BytesOf(string);
-    return CRC(bytes.data, bytes.size, crc);
+    // Most names are short, and what would be called leaves those to this one, too.
+    return bytes.size < Private::CRC_FOLD_MIN ? Private::CrcPortable(bytes.data, bytes.size, crc)
+                                              : CRC(bytes.data, bytes.size, crc);
 }
 
 std::uint32_t Hash::CRC(const wchar_t* string, std::uint32_t crc) {

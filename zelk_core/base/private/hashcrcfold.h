@@ -96,8 +96,8 @@ __m128i FoldVectors(const unsigned char*& p, unsigned& size, std::uint32_t crc) 
     return Wide::Narrow(sum3);
 }
 
-/// The sum of what is left, of which the last 16 bytes may be read.
-__m128i FoldRest(__m128i sum, const unsigned char* p, unsigned left) {
+/// The sum of what is left behind at least 16 bytes. Inline, as a call would make short input align the stack.
+Z4_ALWAYS_INLINE __m128i FoldRest(__m128i sum, const unsigned char* p, unsigned left) {
     const __m128i factors = Factors<128>();
     for (; left >= 16; left -= 16, p += 16) {
         sum = Bytes16::Fold(sum, factors, Bytes16::Load(p));
