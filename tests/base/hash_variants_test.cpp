@@ -1,8 +1,11 @@
-// All variants of CRC against its definition: the DLL calls the one that its processor has, the others never.
+// All variants of a hash against its definition: the DLL calls the one that its processor has, the others never.
+#include <bit>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <random>
 #include <tests/support/guardedpage.h>
 #include <zelk_core/base/private/hashcrc.h>
+#include <zelk_core/base/private/hashxx.h>
 #include <zelk_core/base/private/processorfeatures.h>
 
 namespace {
@@ -76,5 +79,37 @@ INSTANTIATE_TEST_SUITE_P(Hash, CrcVariant,
                                          Variant{"Vpclmul", HasVpclmul(), CrcVpclmul},
                                          Variant{"Avx512", HasFastAvx512(), CrcAvx512}),
                          [](const auto& variant) { return variant.param.name; });
+
+class XXH32Variant : public testing::TestWithParam<std::pair<bool, decltype(&Stripes32Portable)>> {};
+
+// One accumulator after the other, each over its quarter of every stripe.
+TEST_P(XXH32Variant, EveryCountOfStripes) {
+    const auto [available, stripes32] = GetParam();
+    if (!available) {
+        GTEST_SKIP() << "this processor has not what the variant needs";
+    }
+    const ZelkTest::GuardedPage page;
+    std::mt19937 random(12);
+    for (unsigned stripes = 1; stripes <= 40; ++stripes) {
+        unsigned char* const input = page.End() - 16 * stripes;
+        const auto seed = static_cast<std::uint32_t>(random());
+        std::uint32_t expected = 0;
+        constexpr int ROTATIONS[] = {1, 7, 12, 18};
+        const std::uint32_t starts[] = {seed + 0x9E3779B1u + 0x85EBCA77u, seed + 0x85EBCA77u, seed, seed - 0x9E3779B1u};
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            std::uint32_t accumulator = starts[lane];
+            for (unsigned stripe = 0; stripe < stripes; ++stripe) {
+                const auto word = static_cast<std::uint32_t>(random());
+                std::memcpy(input + 16 * stripe + 4 * lane, &word, 4);
+                accumulator = std::rotl(accumulator + word * 0x85EBCA77u, 13) * 0x9E3779B1u;
+            }
+            expected += std::rotl(accumulator, ROTATIONS[lane]);
+        }
+        ASSERT_EQ(stripes32(input, stripes, seed), expected) << stripes << " stripes";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Hash, XXH32Variant,
+                         testing::Values(std::pair{true, &Stripes32Portable}, std::pair{HasAvx2(), &Stripes32Avx2}));
 
 } // namespace
