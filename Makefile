@@ -17,7 +17,7 @@ help:
 	@echo 'make mutants   apply the recorded faults (of ROOM=os) one at a time: a test must fail on each'
 	@echo 'make checked   all tests on a DLL that checks its callers'
 	@echo 'make coverage  which branches of the library the tests take, and a list of those they do not'
-	@echo 'make bench     measure every room beside its peers and print the ratios'
+	@echo 'make bench     measure every room beside its peers, and list what became slower (build/bench/bench.md)'
 	@echo 'make sanitize  the portable rooms under AddressSanitizer and UBSan'
 	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
 	@echo 'make proof     what threads may meet, under every schedule with few preemptions'

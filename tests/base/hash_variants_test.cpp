@@ -1,8 +1,14 @@
-// Both variants of CRC against its definition: the DLL calls the one that its processor has, the other never.
+// All variants of a hash against its definition: the DLL calls the one that its processor has, the others never.
+#include <bit>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <tests/support/guardedpage.h>
 #include <tests/support/random.h>
 #include <zelk_core/base/private/hashcrc.h>
+#include <zelk_core/base/private/hashxx.h>
+#include <zelk_core/base/private/processorfeatures.h>
+
+using namespace Z4::Private;
 
 namespace {
 
@@ -24,7 +30,8 @@ void ExpectDefinition(Crc crc) {
     EXPECT_EQ(crc(nullptr, 0, 77), 77u);
     const ZelkTest::GuardedPage page;
     ZelkTest::Input input(11);
-    for (unsigned size = 0; size <= 260; ++size) {
+    // The widest takes 256 bytes a step: two steps, and whatever may be left behind them.
+    for (unsigned size = 0; size <= 780; ++size) {
         unsigned char* const place = page.End() - size;
         for (unsigned content = 0; content < 4; ++content) {
             for (unsigned i = 0; i < size; ++i) {
@@ -36,23 +43,58 @@ void ExpectDefinition(Crc crc) {
             }
         }
     }
-    for (unsigned offset = 0; offset < 16; ++offset) {
-        for (unsigned size = 0; size <= 140; ++size) {
-            const unsigned char* const place = page.End() - 256 + offset;
+    for (unsigned offset = 0; offset < 64; ++offset) {
+        for (unsigned size = 0; size <= 300; size += 1 + size / 16) {
+            const unsigned char* const place = page.End() - 364 + offset;
             ASSERT_EQ(crc(place, size, 5), BitwiseCrc(place, size, 5)) << size << " at " << offset;
         }
     }
 }
 
-TEST(CrcVariant, Portable) {
-    ExpectDefinition(Z4::Private::CrcPortable);
+class CrcVariant : public testing::TestWithParam<std::pair<bool, Crc>> {};
+
+TEST_P(CrcVariant, EveryLengthAlignmentAndContent) {
+    const auto [available, crc] = GetParam();
+    if (!available) {
+        GTEST_SKIP() << "this processor has not what the variant needs";
+    }
+    ExpectDefinition(crc);
 }
 
-TEST(CrcVariant, Pclmul) {
-    if (!Z4::Private::HasPclmul()) {
-        GTEST_SKIP() << "this processor has no such instruction";
+INSTANTIATE_TEST_SUITE_P(Hash, CrcVariant,
+                         testing::Values(std::pair{true, &CrcPortable}, std::pair{HasPclmul(), &CrcPclmul},
+                                         std::pair{HasVpclmul(), &CrcVpclmul}, std::pair{HasFastAvx512(), &CrcAvx512}));
+
+class XXH32Variant : public testing::TestWithParam<std::pair<bool, decltype(&Stripes32Portable)>> {};
+
+// One accumulator after the other, each over its quarter of every stripe.
+TEST_P(XXH32Variant, EveryCountOfStripes) {
+    const auto [available, stripes32] = GetParam();
+    if (!available) {
+        GTEST_SKIP() << "this processor has not what the variant needs";
     }
-    ExpectDefinition(Z4::Private::CrcPclmul);
+    const ZelkTest::GuardedPage page;
+    ZelkTest::Input input(12);
+    for (unsigned stripes = 1; stripes <= 40; ++stripes) {
+        unsigned char* const input = page.End() - 16 * stripes;
+        const auto seed = input.Bits();
+        std::uint32_t expected = 0;
+        constexpr int ROTATIONS[] = {1, 7, 12, 18};
+        const std::uint32_t starts[] = {seed + 0x9E3779B1u + 0x85EBCA77u, seed + 0x85EBCA77u, seed, seed - 0x9E3779B1u};
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            std::uint32_t accumulator = starts[lane];
+            for (unsigned stripe = 0; stripe < stripes; ++stripe) {
+                const auto word = input.Bits();
+                std::memcpy(input + 16 * stripe + 4 * lane, &word, 4);
+                accumulator = std::rotl(accumulator + word * 0x85EBCA77u, 13) * 0x9E3779B1u;
+            }
+            expected += std::rotl(accumulator, ROTATIONS[lane]);
+        }
+        ASSERT_EQ(stripes32(input, stripes, seed), expected) << stripes << " stripes";
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(Hash, XXH32Variant,
+                         testing::Values(std::pair{true, &Stripes32Portable}, std::pair{HasAvx2(), &Stripes32Avx2}));
 
 } // namespace

@@ -7,7 +7,7 @@
 #include <tests/support/rows.h>
 #include <utility>
 #include <zelk_core/base/private/hashcrc.h>
-#include <zelk_core/base/private/processor.h>
+#include <zelk_core/base/private/processorfeatures.h>
 
 using namespace Z4;
 using namespace Z4::Private;
@@ -69,10 +69,35 @@ TEST(Processor, AHypervisorThatNeverEndsTheListIsLeft) {
     EXPECT_TRUE(sizes.l1 == 32 * 1024 && sizes.l2 == Platform::UNKNOWN_SIZE);
 }
 
-// By the bits in the processor's own words: leaf 1, ECX, bit 1 for the multiplication and bit 19 for SSE4.1.
-TEST(Crc, IsFoldedWhereTheProcessorCan) {
+// The wider registers are there only where the system keeps them; a processor that cannot tell is not asked.
+TEST(Processor, FeaturesNeedTheProcessorAndTheSystem) {
+    constexpr std::uint32_t SSSE3 = 1u << 9;
+    constexpr std::uint32_t PCLMUL = 1u << 1 | 1u << 19;
+    constexpr std::uint32_t OSXSAVE = 1u << 27;
+    constexpr CpuidRegisters LEAF7{0, 1u << 5 | 1u << 16 | 1u << 30 | 1u << 31, 1u << 10, 0};
+    static std::uint32_t states;
+    const auto read = [](std::uint32_t leaf1, CpuidRegisters leaf7, std::uint32_t systemStates, bool bf16 = true) {
+        g_answers = {{{1, 0}, {0, 0, leaf1, 0}}, {{7, 0}, leaf7}, {{7, 1}, {bf16 ? 1u << 5 : 0, 0, 0, 0}}};
+        states = systemStates;
+        const ProcessorFeatures found = ReadFeatures(Answer, [] { return states; });
+        return std::string(found.ssse3 ? "s" : "") + (found.pclmul ? "p" : "") + (found.avx2 ? "2" : "") +
+               (found.vpclmul ? "v" : "") + (found.fastAvx512 ? "5" : "");
+    };
+    EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, LEAF7, 0xE7), "sp2v5");
+    EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, LEAF7, 0xE7, false), "sp2v") << "Ice Lake's clock falls";
+    EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, LEAF7, 0x07), "sp2v") << "the system keeps 32 bytes";
+    EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, LEAF7, 0x03), "sp") << "the system keeps 16 bytes";
+    EXPECT_EQ(read(SSSE3 | PCLMUL, LEAF7, 0xE7), "sp") << "nobody knows what the system keeps";
+    EXPECT_EQ(read(SSSE3 | OSXSAVE, LEAF7, 0xE7), "s2");
+    EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, {0, 1u << 5, 0, 0}, 0x07), "sp2");
+    EXPECT_EQ(read(1u << 1, {}, 0), "") << "no SSE4.1";
+}
+
+TEST(Crc, IsFoldedAsWideAsTheProcessorCan) {
     const std::uint32_t features = Cpuid(1).ecx;
     EXPECT_EQ(HasPclmul(), (features & 1u << 1) != 0 && (features & 1u << 19) != 0);
-    EXPECT_EQ(ChooseCrc(true), CrcPclmul);
-    EXPECT_EQ(ChooseCrc(false), CrcPortable);
+    EXPECT_EQ(ChooseCrc(true, true, true), CrcAvx512);
+    EXPECT_EQ(ChooseCrc(true, true, false), CrcVpclmul);
+    EXPECT_EQ(ChooseCrc(true, false, false), CrcPclmul);
+    EXPECT_EQ(ChooseCrc(false, false, false), CrcPortable);
 }

@@ -1,7 +1,14 @@
-// Faults hunted: any slip in the arithmetic of single blocks, against published vectors. That many blocks at once are
-// the same as single ones, at every count and alignment, is what fuzz/cipher_fuzz.cpp holds.
+// Faults hunted: any slip in the arithmetic of single blocks, against published vectors; and of many at once, against
+// single ones, in every variant: the library itself calls the one that its processor has. Every count and alignment is
+// what fuzz/cipher_fuzz.cpp holds.
+#include <cstring>
 #include <gtest/gtest.h>
+#include <tests/support/guardedpage.h>
+#include <tests/support/random.h>
 #include <tests/support/rows.h>
+#include <utility>
+#include <vector>
+#include <zelk_core/base/private/processorfeatures.h>
 #include <zelk_core/services/encryption/private/blocks.h>
 
 using namespace Z4::Private;
@@ -29,5 +36,37 @@ TEST(CipherBlocks, PublishedVectors) {
         EXPECT_EQ((std::vector{back.y, back.z}), plain);
     }
 }
+
+class BlockKernelsVariant : public testing::TestWithParam<std::pair<bool, const BlockKernels*>> {};
+
+TEST_P(BlockKernelsVariant, StridesAreSingleBlocks) {
+    const auto [available, kernels] = GetParam();
+    if (!available) {
+        GTEST_SKIP() << "this processor has not what the variant needs";
+    }
+    constexpr decltype(&TeaEncodeBlock) SINGLE[] = {TeaEncodeBlock, TeaDecodeBlock, XTeaEncodeBlock, XTeaDecodeBlock};
+    constexpr std::uint32_t KEY[] = {0x01234567, 0x92345678, 0x23456789, 0xF456789A};
+    constexpr unsigned STRIDES = 3;
+    const ZelkTest::GuardedPage page;
+    ZelkTest::Input input(13);
+    for (unsigned cipher = 0; cipher < 4; ++cipher) {
+        std::vector<CipherBlock> blocks(STRIDES * kernels->blocksPerStride);
+        for (CipherBlock& block : blocks) {
+            block = {input.Bits(), input.Bits()};
+        }
+        char* const data = reinterpret_cast<char*>(page.End()) - 8 * blocks.size();
+        std::memcpy(data, blocks.data(), 8 * blocks.size());
+        kernels->work[cipher](data, STRIDES, KEY);
+        for (std::size_t i = 0; i < blocks.size(); ++i) {
+            const CipherBlock expected = SINGLE[cipher](blocks[i], KEY);
+            ASSERT_EQ(std::memcmp(data + 8 * i, &expected, 8), 0) << "cipher " << cipher << ", block " << i;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cipher, BlockKernelsVariant,
+                         testing::Values(std::pair{true, &BLOCK_KERNELS_SSE2},
+                                         std::pair{HasAvx2(), &BLOCK_KERNELS_AVX2},
+                                         std::pair{HasFastAvx512(), &BLOCK_KERNELS_AVX512}));
 
 } // namespace
