@@ -75,13 +75,17 @@ using GuardedMemoryDeathTest = Memory;
 
 TEST_P(Memory, EveryAlignmentAndSizeIsServedExactly) {
     std::set<char*> blocks;
+    std::vector<std::pair<char*, char*>> filled;
     for (std::size_t alignment = 1; alignment <= 128 * 1024; alignment *= 2) {
-        for (const std::size_t size : {0u, 1u, 3u, 4u, 5u, 12u, 100u, 4095u, 4096u, 4097u, 70000u, 300000u}) {
+        // 16, 112, 144 and 32752 fill what the plain heap keeps for them.
+        for (const std::size_t size :
+             {0u, 1u, 3u, 4u, 5u, 12u, 16u, 100u, 112u, 144u, 4095u, 4096u, 4097u, 32752u, 32753u, 70000u, 300000u}) {
             SCOPED_TRACE(testing::Message() << size << " bytes aligned to " << alignment);
             char* const block = Allocate(size, alignment);
             ASSERT_TRUE(block != nullptr && blocks.insert(block).second);
             EXPECT_EQ(Address(block) % alignment, 0u);
-            std::memset(block, 0x11, size);
+            std::memset(block, static_cast<char>(filled.size()), size);
+            filled.emplace_back(block, block + size);
             if (GetParam() == MemoryMode::GUARD_END) {
                 // No better aligned than asked: only so far from the page's end.
                 const std::size_t step = std::min(alignment, PAGE);
@@ -90,6 +94,10 @@ TEST_P(Memory, EveryAlignmentAndSizeIsServedExactly) {
             EXPECT_TRUE(GetParam() != MemoryMode::GUARD_START || IsInaccessible(block - 1));
             EXPECT_TRUE(!IsGuarded() || IsInaccessible(block) == (size == 0));
         }
+    }
+    for (std::size_t i = 0; i < filled.size(); ++i) {
+        const auto [first, last] = filled[i];
+        EXPECT_EQ(std::count(first, last, static_cast<char>(i)), last - first) << "block " << i << " was overrun";
     }
     std::for_each(blocks.begin(), blocks.end(), m_table.free);
     EXPECT_TRUE(!IsGuarded() || std::all_of(blocks.begin(), blocks.end(), IsInaccessible));

@@ -381,8 +381,13 @@ private:
 
     T* AppendSmall(T value) {
         if (this->HasRoom(1)) [[likely]] {
-            Elements::Construct(m_data + m_size, std::move(value));
-            return m_data + m_size++;
+            // In this order, as an element could be this vector's size for all the compiler knows: it would read that
+            // anew.
+            const unsigned size = m_size;
+            T* const place = m_data + size;
+            m_size = size + 1;
+            Elements::Construct(place, std::move(value));
+            return place;
         }
         return AppendSmallGrowing(std::move(value));
     }
