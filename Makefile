@@ -104,7 +104,7 @@ install-msabi: OPTIONS = --library --msabi
 install install-msabi:
 	@scripts/setup $(OPTIONS)
 	cmake --preset $(PRESET) -DZELK_CORE_LZO=$(LZO) >/dev/null
-	cmake --build --preset $(PRESET) --target zelk_host
+	cmake --build --preset $(PRESET) --target zelk_package
 	cmake --install build/$(PRESET) --prefix $(PREFIX)
 
 # The tree is the one that is committed.
@@ -112,8 +112,8 @@ dist: docs
 	@scripts/setup --library --msabi
 	cmake --preset package -DZELK_CORE_LZO=$(LZO) >/dev/null
 	cmake --preset package-msabi -DZELK_CORE_LZO=$(LZO) >/dev/null
-	cmake --build --preset package --target zelk_host
-	cmake --build --preset package-msabi --target zelk_host
+	cmake --build --preset package --target zelk_package
+	cmake --build --preset package-msabi --target zelk_package
 	scripts/dist build/dist
 
 check: build/mingw/build.ninja build/sanitize/build.ninja

@@ -17,8 +17,10 @@ set(output ${PROJECT_BINARY_DIR}/package)
 
 set(targets zelk_core zelk_host)
 if(ZELK_MS_ABI)
-    list(APPEND targets zelk_msabi_dll zelk_msabi_program)
+    list(APPEND targets zelk_msabi_module zelk_msabi_program)
 endif()
+add_custom_target(zelk_package) # all that is installed
+add_dependencies(zelk_package ${targets})
 set_target_properties(zelk_core PROPERTIES ZELK_CORE_LZO ${ZELK_CORE_LZO} EXPORT_PROPERTIES ZELK_CORE_LZO)
 install(TARGETS ${targets} EXPORT zelk_core-${abi}
     RUNTIME DESTINATION ${bin} ARCHIVE DESTINATION ${lib} FILE_SET HEADERS

@@ -62,7 +62,7 @@ list(TRANSFORM cxx_headers PREPEND "-isystem ")
 
 set(link_flags
     -L${ZELK_MSABI}/lib
-    -Xlinker /nodefaultlib            # the run-time support is zelk_core::msabi_program's or zelk_core::msabi_dll's
+    -Xlinker /nodefaultlib            # the run-time support is zelk_core::msabi_program's or zelk_core::msabi_module's
     -Xlinker /debug)
 
 list(JOIN compiler_flags " " compiler_flags)

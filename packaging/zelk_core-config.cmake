@@ -1,5 +1,5 @@
 # Defines zelk_core::zelk_core and zelk_core::host in the compiler's C++ ABI, in the Microsoft ABI also what clang without
-# that compiler's run-time needs (zelk_core::msabi_program, zelk_core::msabi_dll), and zelk_core_LZO: whether LZO is built
+# that compiler's run-time needs (zelk_core::msabi_program, zelk_core::msabi_module), and zelk_core_LZO: whether LZO is built
 # in.
 if("${CMAKE_CXX_COMPILER_ID}" STREQUAL "MSVC" OR "${CMAKE_CXX_SIMULATE_ID}" STREQUAL "MSVC")
     set(zelk_core_ABI msabi)
