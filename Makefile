@@ -7,7 +7,8 @@ BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup setup-msabi demo test soak pinned mutants checked coverage bench sanitize fuzz proof msabi docs install check clean
+.PHONY: help setup setup-msabi demo test soak pinned mutants checked coverage bench sanitize fuzz proof msabi docs install \
+    install-msabi dist check clean
 
 help:
 	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
@@ -23,7 +24,8 @@ help:
 	@echo 'make proof     what threads may meet, under every schedule with few preemptions'
 	@echo 'make msabi     the DLL in the Microsoft C++ ABI, with its tests and checks'
 	@echo 'make docs      HTML in build/docs'
-	@echo 'make install   headers, DLL, symbols and packages to PREFIX=$(PREFIX)'
+	@echo 'make install   headers, DLL, symbols, host and packages to PREFIX=$(PREFIX); install-msabi: in the other ABI'
+	@echo 'make dist      archives to hand out, and their checksums, in build/dist'
 	@echo 'make check     what CI checks besides tests: format, lint, exports, reproducible build'
 
 setup:
@@ -102,12 +104,30 @@ docs: setup
 	scripts/floors --draw build/docs/pictures/house.svg
 	ZELK_VERSION=$$(sed -n 's/.*_STRING "\(.*\)"/\1/p' zelk_core/base/version.h) doxygen docs/Doxyfile
 
-install: build/mingw/build.ninja
-	cmake --build --preset mingw --target zelk_core
-	cmake --install build/mingw --prefix $(PREFIX)
+# Without what only tests use. LZO=OFF leaves out LZO.
+LZO ?= ON
+install: PRESET = package
+install: OPTIONS = --library
+install-msabi: PRESET = package-msabi
+install-msabi: OPTIONS = --library --msabi
+install install-msabi:
+	@scripts/setup $(OPTIONS)
+	cmake --preset $(PRESET) -DZELK_CORE_LZO=$(LZO) >/dev/null
+	cmake --build --preset $(PRESET) --target zelk_package
+	cmake --install build/$(PRESET) --prefix $(PREFIX)
+
+# The tree is the one that is committed.
+dist: docs
+	@scripts/setup --library --msabi
+	cmake --preset package -DZELK_CORE_LZO=$(LZO) >/dev/null
+	cmake --preset package-msabi -DZELK_CORE_LZO=$(LZO) >/dev/null
+	cmake --build --preset package --target zelk_package
+	cmake --build --preset package-msabi --target zelk_package
+	scripts/dist build/dist
 
 check: build/mingw/build.ninja build/sanitize/build.ninja
 	scripts/check
 
 clean:
-	rm -rf build/mingw build/checked build/coverage build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/install
+	rm -rf build/mingw build/checked build/coverage build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/install \
+	    build/package build/package-msabi build/dist

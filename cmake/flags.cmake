@@ -4,7 +4,9 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+if(PROJECT_IS_TOP_LEVEL OR NOT CMAKE_RUNTIME_OUTPUT_DIRECTORY)
+    set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+endif()
 
 # Whether this is the Microsoft C++ ABI; the other is that of GCC for Windows and of native builds.
 string(COMPARE EQUAL "${CMAKE_CXX_SIMULATE_ID}" MSVC ZELK_MS_ABI)
@@ -17,6 +19,14 @@ add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=
     -ffile-prefix-map=${ZELK_DEPS}=deps) # last, as the sources can lie within
 if(ZELK_MS_ABI)
     add_compile_options(-fdebug-compilation-dir=. -gno-codeview-command-line)
+    # Nor in the debug database: not its own name's, not the objects', and the libraries are reached through a link in the
+    # build folder (msabi/CMakeLists.txt). Without a date equal sources give equal bits.
+    add_link_options(LINKER:/pdbaltpath:%_PDB% LINKER:/pdbsourcepath:build LINKER:/Brepro LINKER:/WX)
+    if(PROJECT_IS_TOP_LEVEL)
+        foreach(kind EXE SHARED)
+            string(REPLACE "-L${ZELK_MSABI}/lib" -Llib CMAKE_${kind}_LINKER_FLAGS "${CMAKE_${kind}_LINKER_FLAGS}")
+        endforeach()
+    endif()
 endif()
 if(ZELK_SANITIZE)
     # The check of virtual calls reads type information, which the library has none of.
@@ -24,10 +34,14 @@ if(ZELK_SANITIZE)
     add_link_options(-fsanitize=${ZELK_SANITIZE})
 endif()
 
+# What the headers need, of users' compilers too: SIMD types, and floating point with the library's own bits. The platform's
+# malloc aligns to 8 bytes, where GCC 12 believes in 16: containers of SIMD vectors would not be aligned. Clang knows.
+set(ZELK_HEADER_FLAGS -msse2 -mfpmath=sse -ffp-contract=off -faligned-new=8)
+
 add_library(zelk_flags INTERFACE)
 target_include_directories(zelk_flags INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(zelk_flags INTERFACE
-    -ffp-contract=off
+    "$<$<COMPILE_LANGUAGE:CXX>:${ZELK_HEADER_FLAGS}>"
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-qual -Wundef
     -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wno-format-nonliteral -Wimplicit-fallthrough
     -Wmissing-declarations
@@ -42,8 +56,6 @@ if(WIN32)
     if(NOT ZELK_MS_ABI)
         # 32-bit Windows promises callers' stacks aligned to 4 bytes only; SSE code needs 16. Clang knows.
         target_compile_options(zelk_flags INTERFACE -mincoming-stack-boundary=2)
-        # Its malloc aligns to 8 bytes, where GCC 12 believes in 16: containers of SIMD vectors would not be aligned.
-        target_compile_options(zelk_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-faligned-new=8>)
     endif()
 else()
     target_compile_definitions(zelk_flags INTERFACE ZELK_CORE_STATIC)

@@ -4,13 +4,22 @@ include(${CMAKE_CURRENT_LIST_DIR}/packages.cmake)
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 get_filename_component(source ${CMAKE_CURRENT_LIST_DIR} DIRECTORY)
-if(NOT ZELK_DEPS)
-    set(ZELK_DEPS ${source}/build/deps)
+zelk_find_emulator()
+
+# ZELK_MSABI is the folder that msabi/prepare made.
+if(NOT ZELK_MSABI)
+    if(ZELK_DEPS)
+        set(ZELK_MSABI ${ZELK_DEPS}/msabi)
+    else()
+        execute_process(COMMAND ${source}/msabi/prepare --where OUTPUT_VARIABLE ZELK_MSABI OUTPUT_STRIP_TRAILING_WHITESPACE)
+    endif()
 endif()
-list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ZELK_DEPS)
-set(ZELK_MSABI ${ZELK_DEPS}/msabi) # what msabi/prepare made
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ZELK_MSABI)
+if(NOT EXISTS ${ZELK_MSABI}/.complete)
+    message(FATAL_ERROR "Headers and libraries for the Microsoft C++ ABI are not in ${ZELK_MSABI}. Let "
+        "${source}/msabi/prepare ${ZELK_MSABI} put them there (it wants no root), or name another folder by -DZELK_MSABI=...")
+endif()
 set(root ${ZELK_MSABI}/root/usr)
-set(CMAKE_CROSSCOMPILING_EMULATOR ${source}/scripts/wine-run)
 
 # The tools, all of one release.
 file(STRINGS ${source}/msabi/llvm-release release)
@@ -52,12 +61,9 @@ list(TRANSFORM headers PREPEND "-isystem ")
 list(TRANSFORM cxx_headers PREPEND "-isystem ")
 
 set(link_flags
-    -Llib                             # by a link in the build folder: no path of this machine may reach the debug database,
-    -Xlinker /pdbaltpath:%_PDB%       # nor the database's own,
-    -Xlinker /pdbsourcepath:build     # nor its objects'
-    -Xlinker /nodefaultlib            # the run-time support is our own (msabi/CMakeLists.txt)
-    -Xlinker /debug -Xlinker /Brepro  # symbols, and no date: equal sources give equal bits
-    -Xlinker /WX)
+    -L${ZELK_MSABI}/lib
+    -Xlinker /nodefaultlib            # the run-time support is zelk_core::msabi_program's or zelk_core::msabi_module's
+    -Xlinker /debug)
 
 list(JOIN compiler_flags " " compiler_flags)
 list(JOIN standard_library_flags " " standard_library_flags)
@@ -68,6 +74,7 @@ set(CMAKE_CXX_FLAGS_INIT "${compiler_flags} ${standard_library_flags} ${cxx_head
 set(CMAKE_RC_FLAGS_INIT "-I ${root}/include/wine/wine/windows")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${link_flags}")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "${link_flags}")
 foreach(language C CXX)
     set(CMAKE_${language}_STANDARD_LIBRARIES "-lkernel32 -lmsvcrt -lntdll" CACHE STRING "")
 endforeach()

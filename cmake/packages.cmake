@@ -5,7 +5,7 @@ include_guard(GLOBAL)
 # zelk_require(VARIABLE WHAT): ends the configuration where VARIABLE, the result of a search for WHAT, says that it failed.
 function(zelk_require variable what)
     if(NOT ${variable})
-        message(FATAL_ERROR "Not found: ${what}. scripts/setup installs what is missing; scripts/packages lists it.")
+        message(FATAL_ERROR "Not found: ${what}. In a checkout, scripts/setup installs what is missing.")
     endif()
 endfunction()
 
@@ -23,3 +23,11 @@ function(zelk_find_headers variable header)
     list(JOIN ARGN " or " folders)
     zelk_require(${variable} "${header} in ${folders}")
 endfunction()
+
+# zelk_find_emulator(): lets CMake run the target's programs, by the checkout's own Wine prefix where this is a checkout.
+macro(zelk_find_emulator)
+    find_program(ZELK_EMULATOR NAMES wine-run wine HINTS ${CMAKE_CURRENT_LIST_DIR}/../scripts)
+    if(ZELK_EMULATOR)
+        set(CMAKE_CROSSCOMPILING_EMULATOR ${ZELK_EMULATOR})
+    endif()
+endmacro()

@@ -78,6 +78,41 @@ extern "C" BOOL __stdcall _DllMainCRTStartup(HINSTANCE, DWORD reason, void*) {
     return TRUE;
 }
 
+#elif defined(MSABI_MODULE)
+
+extern "C" {
+
+Function __cdecl __dllonexit(Function function, Function** begin, Function** end);
+void* __cdecl malloc(size_t size);
+void __cdecl free(void* memory);
+
+// What the module does at its end, in the order in which it was asked for. The C library lengthens the list, but begins
+// none.
+static Function* g_atExit = nullptr;
+static Function* g_atExitEnd = nullptr;
+
+int __cdecl atexit(Function function) {
+    return __dllonexit(function, &g_atExit, &g_atExitEnd) != nullptr ? 0 : -1;
+}
+
+BOOL __stdcall _DllMainCRTStartup(HINSTANCE, DWORD reason, void*) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        g_atExit = g_atExitEnd = static_cast<Function*>(malloc(32 * sizeof(Function)));
+        if (g_atExit == nullptr) {
+            return FALSE;
+        }
+        Initialise();
+    } else if (reason == DLL_PROCESS_DETACH) {
+        while (g_atExitEnd != g_atExit) {
+            (*--g_atExitEnd)();
+        }
+        free(g_atExit);
+    }
+    return TRUE;
+}
+
+} // extern "C"
+
 #else
 
 extern "C" {

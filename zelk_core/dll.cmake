@@ -6,11 +6,10 @@ add_library(zelk_core::zelk_core ALIAS zelk_core)
 target_sources(zelk_core PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${public_headers})
 target_compile_definitions(zelk_core PRIVATE ZELK_CORE_BUILD)
 target_link_libraries(zelk_core PRIVATE
-    $<BUILD_INTERFACE:zelk_dll_flags> $<BUILD_INTERFACE:zelk_zlib> $<BUILD_INTERFACE:zelk_lzo>
+    $<BUILD_INTERFACE:zelk_dll_flags> "$<BUILD_INTERFACE:${compression_libraries}>"
     $<BUILD_INTERFACE:ntdll> $<BUILD_INTERFACE:ws2_32> $<BUILD_INTERFACE:iphlpapi>)
 target_compile_features(zelk_core INTERFACE cxx_std_20)
-# GCC takes `new` to align to 16 bytes; the run-time aligns to 8, so that containers of SIMD types would be misaligned.
-target_compile_options(zelk_core INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-faligned-new=8>)
+target_compile_options(zelk_core INTERFACE "$<$<COMPILE_LANG_AND_ID:CXX,GNU,Clang>:${ZELK_HEADER_FLAGS}>")
 set_target_properties(zelk_core PROPERTIES
     OUTPUT_NAME ${ZELK_DLL_NAME}
     PREFIX ""
@@ -19,10 +18,13 @@ set_target_properties(zelk_core PROPERTIES
     VERIFY_INTERFACE_HEADER_SETS ON)
 if(ZELK_MS_ABI)
     target_link_libraries(zelk_core PRIVATE $<BUILD_INTERFACE:zelk_msabi_dll>)
-    set(launcher ${PROJECT_SOURCE_DIR}/msabi/compile ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER_LAUNCHER})
-    set_target_properties(zelk_core PROPERTIES
-        CXX_COMPILER_LAUNCHER "${launcher}"
-        ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}) # the import library beside the DLL
+    # A project around this one builds from another folder, where that link is not.
+    if(PROJECT_IS_TOP_LEVEL)
+        set(launcher ${PROJECT_SOURCE_DIR}/msabi/compile ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER_LAUNCHER})
+        set_target_properties(zelk_core PROPERTIES CXX_COMPILER_LAUNCHER "${launcher}")
+    endif()
+    # The import library beside the DLL.
+    set_target_properties(zelk_core PROPERTIES ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
     set(symbols $<TARGET_PDB_FILE:zelk_core>)
 else()
     # CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.
@@ -39,6 +41,8 @@ else()
         VERBATIM)
     set(symbols $<TARGET_FILE:zelk_core>.debug)
 endif()
+
+set_target_properties(zelk_core PROPERTIES ZELK_SYMBOLS "${symbols}") # for the installation
 
 # What scripts need to know of the build, for them to source. `tools` is what the names of the tools for object files begin
 # with.
@@ -62,18 +66,4 @@ set(expected ${public_headers})
 list(REMOVE_ITEM expected zelk_core.h)
 if(NOT umbrella STREQUAL expected)
     message(FATAL_ERROR "zelk_core.h must include these and only these, in this order: ${expected}")
-endif()
-
-include(GNUInstallDirs)
-include(CMakePackageConfigHelpers)
-install(TARGETS zelk_core EXPORT zelk_core_targets FILE_SET HEADERS)
-install(FILES ${symbols} DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(EXPORT zelk_core_targets NAMESPACE zelk_core:: FILE zelk_core-config.cmake
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelk_core)
-write_basic_package_version_file(zelk_core-config-version.cmake COMPATIBILITY SameMinorVersion)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelk_core-config-version.cmake
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelk_core)
-if(NOT ZELK_MS_ABI) # whose compilers' users have no pkg-config, and its flags are GCC's
-    configure_file(zelk_core.pc.in zelk_core.pc @ONLY)
-    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelk_core.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endif()

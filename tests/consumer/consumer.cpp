@@ -1,36 +1,159 @@
-// A host of its own, as small as can be, on the installed library.
+// Somebody's program: a line or two from every room, through nothing but the installed package.
+#include <windows.h> // first, since its macros must not get in the way
+
 #include <cstdio>
-#include <cstdlib>
-#include <malloc.h>
+#include <cstring>
+#include <host/zelkhost.h>
+#include <vector>
 #include <zelk_core/zelk_core.h>
 
-int main() {
-    Z4::eal_mem_dll_interface memory{};
-    memory.init = [](unsigned) { return 0; };
-    memory.shutdown = [] { return 0; };
-    memory.alloc = [](std::size_t size, std::size_t alignment, unsigned, int) {
-        return _aligned_malloc(size, alignment);
-    };
-    memory.free = [](void* pointer) { _aligned_free(pointer); };
-    memory.name_id = [](int, const char*) {};
-    Z4::SetEalInterface(memory);
+namespace {
 
-    static unsigned printed = 0;
-    Z4::eal_log_dll_interface log{};
-    log.init = [](unsigned) { return 0; };
-    log.shutdown = [] { return 0; };
-    log.is_enabled = [](int, unsigned) -> unsigned char { return 1; };
-    log.vprint = [](int, unsigned, const char*, unsigned long, const char* format, va_list arguments) {
-        ++printed;
-        std::vprintf(format, arguments);
-    };
-    Z4::SetEalInterface(log);
-
-    Z4::InitializeBase();
-    Z4::LogPlatformInfo();
+bool Base() {
     char text[64];
-    const int length = Z4::StrFormat::Print(text, sizeof(text), "%u processors", Z4::Platform::GetRef().GetNbCore());
-    std::puts(text);
-    Z4::ShutdownBase();
-    return printed == 1 && length > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    Z4::StrFormat::Print(text, sizeof text, "%08X of %s", Z4::Hash::CRC("123456789"), Z4_CORE_VERSION_STRING);
+    return std::strcmp(text, "CBF43926 of " Z4_CORE_VERSION_STRING) == 0 && Z4::Platform::GetRef().GetNbCore() > 0;
+}
+
+class OwnThread : public Z4::Thread {
+public:
+    void Run() override { Z4::Atomic::Increment(m_runs); }
+    unsigned m_runs = 0;
+};
+
+bool Threads() {
+    OwnThread thread;
+    return thread.CreateThread() == Z4::ERR_OK && thread.JoinThread() == Z4::ERR_OK && thread.m_runs == 1;
+}
+
+class ThreadOfTheHost : public Z4::EalThread {
+public:
+    ThreadOfTheHost() : EalThread(7) {}
+    void Run() override { Z4::Atomic::Increment(m_runs); }
+    unsigned m_runs = 0;
+};
+
+bool HostThreads() {
+    ThreadOfTheHost thread;
+    return thread.CreateThread() == Z4::ERR_OK && thread.JoinThread() == Z4::ERR_OK && thread.m_runs == 1;
+}
+
+bool Generics() {
+    Z4::Map<Z4::ZelkString, unsigned> lengths;
+    Z4::Vector<Z4::ZelkString> words{"one", "three"};
+    for (const Z4::ZelkString& word : words) {
+        lengths.Insert(word, word.Size());
+    }
+    const auto found = lengths.Find("three");
+    return lengths.Size() == 2 && found != lengths.end() && found->value == 5;
+}
+
+// Vectors of SIMD vectors are where a compiler that aligns `new` otherwise would come to grief.
+bool Math() {
+    const std::vector<Z4::VectorSIMD4f> corners{{-1, -1, -1, 0}, {1, 2, 3, 0}};
+    const Z4::Geometry::GeometryAABB box(corners.data(), 2);
+    return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter());
+}
+
+bool Random() {
+    const long drawn = Z4::Random::InRangeS32Inclusive(3, 5);
+    return drawn >= 3 && drawn <= 5;
+}
+
+bool Encryption() {
+    char text[] = "sixteen letters!";
+    Z4::XTea cipher;
+    return cipher.SetKey(text) && cipher.Encode(text, text, 16) == 16 && cipher.Decode(text, text, 16) == 16 &&
+           std::strcmp(text, "sixteen letters!") == 0;
+}
+
+/// To and fro; without LZO nothing comes, and the sizes stay.
+bool Lzo(const char* data, unsigned long size) {
+    std::vector<char> block(Z4::Lzo::GetSafeDeflateBufferSize(size));
+    Z4::LzoDeflate deflate(Z4::CompressionInterface::CMP_BEST);
+    deflate.FeedInputBuffer(data, size);
+    deflate.FeedOutputBuffer(block.data(), block.size());
+    if (!Z4::Lzo::IsAvailable()) {
+        return deflate.Process() == Z4::CompressionInterface::FAILED && deflate.GetAvailableInputSize() == size &&
+               deflate.GetOutputDataSize() == 0;
+    }
+    const bool isPacked = deflate.Process() == Z4::CompressionInterface::DONE;
+    std::vector<char> back(size);
+    Z4::LzoInflate inflate(true);
+    inflate.FeedInputBuffer(block.data(), deflate.GetOutputDataSize());
+    inflate.FeedOutputBuffer(back.data(), size);
+    return isPacked && inflate.Process() == Z4::CompressionInterface::DONE && std::memcmp(back.data(), data, size) == 0;
+}
+
+bool Compression() {
+    const char zeros[1000] = {};
+    char packed[100];
+    Z4::ZLibDeflate deflate(Z4::CompressionInterface::CMP_FAST);
+    deflate.FeedInputBuffer(zeros, sizeof zeros);
+    deflate.FeedOutputBuffer(packed, sizeof packed);
+    static_cast<void>(deflate.Process());
+    if (deflate.Flush() != Z4::CompressionInterface::DONE || deflate.GetOutputDataSize() >= sizeof packed) {
+        return false;
+    }
+    return Lzo(zeros, sizeof zeros) && Z4::Lzo::IsAvailable() == EXPECT_LZO;
+}
+
+class Shape : public Z4::DynamicType {
+    Z4_DYNAMIC_TYPE(Shape, Z4::DynamicType)
+};
+Z4_REGISTER_CLASS(Shape, Z4::DynamicType)
+
+bool RuntimeType() {
+    void* const shape = Z4::ClassFactory::Instance().CreateInstance(Z4::ClassType("Shape"));
+    delete static_cast<Shape*>(shape);
+    return shape != nullptr;
+}
+
+bool DebugHelp() {
+    Z4::ProgramModuleDB::Module module{};
+    return Z4::ProgramModuleDB::Instance().FindModule(reinterpret_cast<const void*>(&DebugHelp), module) &&
+           module.size != 0;
+}
+
+bool Network() {
+    Z4::TcpSocket listener;
+    return listener.Bind("127.0.0.1", 0) && listener.Listen(1) && listener.GetPortNumber() != 0 &&
+           Z4::HostInfo::IsIPAddress("127.0.0.1");
+}
+
+const struct {
+    const char* name;
+    void (*start)();
+    void (*stop)();
+    bool (*works)();
+} ROOMS[] = {
+    {"base", Z4::InitializeBase, Z4::ShutdownBase, Base},
+    {"os", Z4::InitializeOS, Z4::ShutdownOS, Threads},
+    {"net", Z4::InitializeOS, Z4::ShutdownOS, Network},
+    {"eal_utils", Z4::InitializeEalUtils, Z4::ShutdownEalUtils, HostThreads},
+    {"generics", Z4::InitializeGenerics, Z4::ShutdownGenerics, Generics},
+    {"math", Z4::InitializeMath, Z4::ShutdownMath, Math},
+    {"random", Z4::InitializeRandomService, Z4::ShutdownRandomService, Random},
+    {"encryption", Z4::InitializeEncryptionService, Z4::ShutdownEncryptionService, Encryption},
+    {"compression", Z4::InitializeCompressionService, Z4::ShutdownCompressionService, Compression},
+    {"runtimetype", Z4::InitializeRuntimeTypeService, Z4::ShutdownRuntimeTypeService, RuntimeType},
+    {"dbghelp", Z4::InitializeDbgHelpService, Z4::ShutdownDbgHelpService, DebugHelp},
+};
+
+} // namespace
+
+int main() {
+    ZelkHost::Install();
+    int failures = 0;
+    for (const auto& room : ROOMS) {
+        room.start();
+        if (!room.works()) {
+            std::printf("consumer: %s does not work\n", room.name);
+            ++failures;
+        }
+        room.stop();
+    }
+    failures += ZelkHost::ReportLeaks() != 0;
+    std::puts(failures == 0 ? "consumer: all rooms work" : "consumer: failed");
+    return failures;
 }

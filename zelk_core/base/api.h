@@ -5,6 +5,16 @@
 /// where the portable sources are linked straight into a program.
 #pragma once
 
+#if (defined(_MSVC_LANG) ? _MSVC_LANG : __cplusplus) < 202002L
+#    error "zelk_core needs C++20: compile with -std=c++20 or later"
+#endif
+#if !defined(__SSE2_MATH__) && !(defined(_M_IX86_FP) && _M_IX86_FP >= 2) && !defined(_M_X64)
+#    error "zelk_core computes in SSE2 registers: compile for an x86 processor with -msse2 -mfpmath=sse"
+#endif
+#if defined(__FAST_MATH__) || defined(_M_FP_FAST)
+#    error "zelk_core promises exact floating point: compile without -ffast-math, -Ofast or /fp:fast"
+#endif
+
 #if defined(_MSC_VER)
 #    define Z4_NOINLINE __declspec(noinline)
 #    define Z4_ALWAYS_INLINE __forceinline
@@ -81,13 +91,18 @@ inline bool CompareExchange(volatile long long& value, long long& expected, long
         second
 #endif
 
-#if defined(_WIN32)
-/// Calling convention of every function that the library and its host pass to each other by pointer.
+/// Calling convention of every function that the library and its host pass to each other by pointer. GCC and clang take
+/// this one where none is written, as long as `-mrtd` does not tell them otherwise. Where it is written, GCC makes it a
+/// part of exported names and clang does not, so that neither would find what the other one has exported.
+#if defined(_MSC_VER)
 #    define Z4_CDECL __cdecl
-/// The system's own, for functions that are handed on to it.
-#    define Z4_STDCALL __stdcall
 #else
 #    define Z4_CDECL
+#endif
+/// The system's own, for functions that are handed on to it.
+#if defined(_WIN32)
+#    define Z4_STDCALL __stdcall
+#else
 #    define Z4_STDCALL
 #endif
 

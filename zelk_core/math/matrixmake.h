@@ -37,7 +37,7 @@ constexpr M MakeZero() {
 /// matrix is built once and used often.
 inline void FillRotation(double x, double y, double z, double angle, double (&rows)[3][3]) {
     const double length = Lanes::SquareRoot((x * x + y * y) + z * z);
-    if (!(length > 0 && length <= std::numeric_limits<double>::max())) {
+    if (!(length > 0 && length <= (std::numeric_limits<double>::max)())) {
         FillRotation(1, 0, 0, 0, rows);
         return;
     }

@@ -38,7 +38,7 @@ struct MatrixRow {
     static constexpr bool Reciprocal(Number number, Number& result) {
         result = 1 / number;
         const Number magnitude = result < 0 ? -result : result;
-        return magnitude > 0 && magnitude <= std::numeric_limits<Number>::max();
+        return magnitude > 0 && magnitude <= (std::numeric_limits<Number>::max)();
     }
 
     /// As many of these components as a row has.

@@ -46,7 +46,7 @@ struct MatrixRow<VectorSIMD4f> {
     static bool Reciprocal(const Number& number, Number& result) {
         result = NumberOf(1) / number;
         const Number magnitude = Abs(result);
-        const Number greatest = NumberOf(std::numeric_limits<float>::max());
+        const Number greatest = NumberOf((std::numeric_limits<float>::max)());
         return AllTrue(And(Greater(magnitude, NumberOf(0)), LessEqual(magnitude, greatest)));
     }
 

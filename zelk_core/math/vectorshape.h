@@ -17,15 +17,16 @@ constexpr To ConvertElement(From value) {
     if constexpr (std::is_integral_v<To> && std::is_floating_point_v<From>) {
         using Limits = std::numeric_limits<To>;
         // One above the greatest, a power of two, is exact in every floating-point type; the greatest is not.
-        constexpr auto HALF = static_cast<To>(Limits::max() / 2 + 1);
+        // In parentheses here and elsewhere: the system's header may have defined a macro of that name.
+        constexpr auto HALF = static_cast<To>((Limits::max)() / 2 + 1);
         constexpr From END = static_cast<From>(HALF) * 2;
         if (value >= END) {
-            return Limits::max();
+            return (Limits::max)();
         }
-        if (value >= static_cast<From>(Limits::min())) {
+        if (value >= static_cast<From>((Limits::min)())) {
             return static_cast<To>(value);
         }
-        return value < 0 ? Limits::min() : 0;
+        return value < 0 ? (Limits::min)() : 0;
     } else {
         return static_cast<To>(value);
     }

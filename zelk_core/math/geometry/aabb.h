@@ -41,8 +41,8 @@ public:
 
     /// Makes this the empty box.
     void Init() {
-        m_min = VectorSIMD4f::Broadcast(std::numeric_limits<float>::max());
-        m_max = VectorSIMD4f::Broadcast(-std::numeric_limits<float>::max());
+        m_min = VectorSIMD4f::Broadcast((std::numeric_limits<float>::max)());
+        m_max = VectorSIMD4f::Broadcast(-(std::numeric_limits<float>::max)());
     }
 
     /// Grows as far as needed to hold the point, or the other box, in all four lanes.

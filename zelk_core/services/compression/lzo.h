@@ -14,6 +14,10 @@
 ///
 /// Expand data that comes from elsewhere with LzoInflate(true). LzoInflate(false) believes its input and overwrites
 /// memory where that is damaged.
+///
+/// LZO is under the GPL, and a library can be built without it (`-DZELK_CORE_LZO=OFF`). Its classes are all there then,
+/// but every Process() is FAILED and takes and produces nothing. Lzo::IsAvailable() tells at run time, and the
+/// installed packages say it, too: `zelk_core_LZO` in CMake, and the variable `lzo` in pkg-config.
 #pragma once
 
 #include <zelk_core/base/api.h>
@@ -37,6 +41,10 @@ public:
 
     ~Lzo() override;
 
+    /// Whether the library was built with LZO. Where it was not, every Process() of the derived classes is FAILED. Any
+    /// thread, also before start-up.
+    static bool IsAvailable();
+
     /// The room in bytes that LzoDeflate needs for `size` bytes of input, whatever they are: size + size / 16 + 67.
     /// From 4,042,322,098 bytes on the sum passes 32 bits and is useless: it wraps around to less than `size`.
     static constexpr unsigned long GetSafeDeflateBufferSize(unsigned long size) { return size + (size >> 4) + 67; }
@@ -51,8 +59,9 @@ public:
     /// @return DONE, with all input taken and the room reduced by what was produced. Bytes behind the end of a block
     /// that is expanded count as taken and are ignored. The place in the output buffer does not move on, so feed both
     /// buffers before the next call. OUTPUT_FULL when a checked expansion lacks room: repeat it from the block's start
-    /// in a larger buffer. FAILED when the block is corrupt or the host refused the work memory. After these two the
-    /// sizes are as before the call, and the output buffer can hold a part of the content. Never NEED_INPUT.
+    /// in a larger buffer. FAILED when the block is corrupt, the host refused the work memory, or the library was built
+    /// without LZO. After these two the sizes are as before the call, and the output buffer can hold a part of the
+    /// content. Never NEED_INPUT.
     [[nodiscard]] int Process() override;
 
 protected:
