@@ -89,9 +89,7 @@ msabi: build/msabi/build.ninja
 	scripts/check-reproducible msabi
 
 docs: setup
-	mkdir -p build/docs/pictures
-	scripts/floors --draw build/docs/pictures/house.svg
-	ZELK_VERSION=$$(sed -n 's/.*_STRING "\(.*\)"/\1/p' zelk_core/base/version.h) doxygen docs/Doxyfile
+	scripts/docs
 
 install: build/mingw/build.ninja
 	cmake --build --preset mingw --target zelk_core

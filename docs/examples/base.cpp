@@ -5,7 +5,7 @@ void ShowBase() {
     // A checksum that goes on where another one ended, and a hash that the compiler computes.
     const unsigned crc = Z4::Hash::CRC("lazy dog", Z4::Hash::CRC("The "));
     std::printf("%s\n", crc == Z4::Hash::CRC("The lazy dog") ? "in two parts: the same" : "different");
-    constexpr unsigned MESH = Z4::Hash::CTCRC32B("mesh", 0);
+    constexpr unsigned MESH = Z4::Hash::CTCRC32B("mesh", 0xFFFFFFFF);
 
     // The format is checked against its arguments by the compiler; the buffer is never overrun.
     char line[20];
