@@ -7,7 +7,7 @@ BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup setup-msabi demo test soak pinned mutants checked bench sanitize fuzz proof msabi docs install check clean
+.PHONY: help setup setup-msabi demo test soak pinned mutants checked bench sanitize fuzz proof msabi docs docs-check guide-check picture install check clean
 
 help:
 	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
@@ -21,7 +21,7 @@ help:
 	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
 	@echo 'make proof     what threads may meet, under every schedule with few preemptions'
 	@echo 'make msabi     the DLL in the Microsoft C++ ABI, with its tests and checks'
-	@echo 'make docs      HTML in build/docs'
+	@echo 'make docs      HTML in build/docs; make docs-check reads it in a browser'
 	@echo 'make install   headers, DLL, symbols and packages to PREFIX=$(PREFIX)'
 	@echo 'make check     what CI checks besides tests: format, lint, exports, reproducible build'
 
@@ -91,6 +91,20 @@ msabi: build/msabi/build.ninja
 docs: setup
 	scripts/docs
 
+docs-check: docs
+	scripts/check-docs
+
+# Does what "Getting started" says, with an installation of this checkout.
+guide-check: PREFIX = $(CURDIR)/build/guide-prefix
+guide-check: install
+	scripts/check-guide $(PREFIX)
+
+# The picture in README.md, which the tests compare with what the example draws.
+picture: build/mingw/build.ninja
+	cmake --build --preset mingw --target picture
+	scripts/wine-run build/mingw/bin/picture.exe build/geometry.svg >/dev/null
+	tr -d '\r' <build/geometry.svg >docs/pictures/geometry.svg
+
 install: build/mingw/build.ninja
 	cmake --build --preset mingw --target zelk_core
 	cmake --install build/mingw --prefix $(PREFIX)
@@ -99,4 +113,4 @@ check: build/mingw/build.ninja build/sanitize/build.ninja
 	scripts/check
 
 clean:
-	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/install
+	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/guide build/guide-prefix build/install
