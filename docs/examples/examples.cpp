@@ -21,11 +21,14 @@ int main() {
         {"net", ShowNet},
         {"host", ShowHost},
     };
+    //! [frame]
     ZelkHost::Install();
-    Z4::InitializeBase();
+    Z4::InitializeBase(); // any service starts the host's log and memory
     for (const Example& example : EXAMPLES) {
         std::printf("%s\n", example.room);
         example.show();
     }
-    Z4::ShutdownBase();
+    Z4::ShutdownBase(); // whatever holds memory is gone by now
+    //! [frame]
+    ShowReplacedSlot();
 }

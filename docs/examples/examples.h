@@ -18,4 +18,5 @@ void ShowMath();
 void ShowNet();
 void ShowOs();
 void ShowRandom();
+void ShowReplacedSlot();
 void ShowRuntimeType();
