@@ -29,6 +29,7 @@ private:
     int m_id;
 };
 
+/// No context.
 inline constexpr int EAL_ID_VOID = -1;
 /// The context under which the library takes its own memory and writes its messages.
 inline constexpr int EAL_ID_ZELK_CORE = 0x40100001;

@@ -286,7 +286,10 @@ private:
     Text m_text;
 };
 
+/// Strings in the memory of the library's own context.
+/// @{
 using ZelkString = ZelkBasicString<char>;
 using ZelkWString = ZelkBasicString<wchar_t>;
+/// @}
 
 } // namespace Z4
