@@ -7,7 +7,7 @@ BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup setup-msabi demo test soak pinned mutants checked bench sanitize fuzz proof msabi docs docs-check guide-check picture install check clean
+.PHONY: help setup setup-msabi demo test soak pinned mutants checked bench sanitize fuzz proof msabi docs install check clean
 
 help:
 	@echo 'make demo      set up, build, and run the tour (on FILE=path, or on a text of its own)'
@@ -91,11 +91,12 @@ msabi: build/msabi/build.ninja
 docs: setup
 	scripts/docs
 
+.PHONY: docs-check guide-check picture
 docs-check: docs
 	scripts/check-docs
 
 # Does what "Getting started" says, with an installation of this checkout.
-guide-check: PREFIX = $(CURDIR)/build/guide-prefix
+guide-check: PREFIX = $(CURDIR)/build/docs/prefix
 guide-check: install
 	scripts/check-guide $(PREFIX)
 
@@ -113,4 +114,4 @@ check: build/mingw/build.ninja build/sanitize/build.ninja
 	scripts/check
 
 clean:
-	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/guide build/guide-prefix build/install
+	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/install
