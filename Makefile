@@ -21,7 +21,8 @@ help:
 	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
 	@echo 'make proof     what threads may meet, under every schedule with few preemptions'
 	@echo 'make msabi     the DLL in the Microsoft C++ ABI, with its tests and checks'
-	@echo 'make docs      HTML in build/docs; make docs-check reads it in a browser'
+	@echo 'make docs-check  reads in a browser what make docs made'
+	@echo 'make docs      HTML in build/docs'
 	@echo 'make install   headers, DLL, symbols and packages to PREFIX=$(PREFIX)'
 	@echo 'make check     what CI checks besides tests: format, lint, exports, reproducible build'
 
@@ -88,9 +89,6 @@ msabi: build/msabi/build.ninja
 	ctest --preset msabi
 	scripts/check-reproducible msabi
 
-docs: setup
-	scripts/docs
-
 .PHONY: docs-check guide-check picture
 docs-check: docs
 	scripts/check-docs
@@ -105,6 +103,9 @@ picture: build/mingw/build.ninja
 	cmake --build --preset mingw --target picture
 	scripts/wine-run build/mingw/bin/picture.exe build/geometry.svg >/dev/null
 	tr -d '\r' <build/geometry.svg >docs/pictures/geometry.svg
+
+docs: setup
+	scripts/docs
 
 install: build/mingw/build.ninja
 	cmake --build --preset mingw --target zelk_core
