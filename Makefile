@@ -23,6 +23,7 @@ help:
 	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
 	@echo 'make proof     what threads may meet, under every schedule with few preemptions'
 	@echo 'make msabi     the DLL in the Microsoft C++ ABI, with its tests and checks'
+	@echo 'make docs-check  reads in a browser what make docs made'
 	@echo 'make docs      HTML in build/docs'
 	@echo 'make install   headers, DLL, symbols, host and packages to PREFIX=$(PREFIX); install-msabi: in the other ABI'
 	@echo 'make dist      archives to hand out, and their checksums, in build/dist'
@@ -99,10 +100,23 @@ msabi: build/msabi/build.ninja
 	ctest --preset msabi
 	scripts/check-reproducible msabi
 
+.PHONY: docs-check guide-check picture
+docs-check: docs
+	scripts/check-docs
+
+# Does what "Getting started" says, with an installation of this checkout.
+guide-check: PREFIX = $(CURDIR)/build/docs/prefix
+guide-check: install
+	scripts/check-guide $(PREFIX)
+
+# The picture in README.md, which the tests compare with what the example draws.
+picture: build/mingw/build.ninja
+	cmake --build --preset mingw --target picture
+	scripts/wine-run build/mingw/bin/picture.exe build/geometry.svg >/dev/null
+	tr -d '\r' <build/geometry.svg >docs/pictures/geometry.svg
+
 docs: setup
-	mkdir -p build/docs/pictures
-	scripts/floors --draw build/docs/pictures/house.svg
-	ZELK_VERSION=$$(sed -n 's/.*_STRING "\(.*\)"/\1/p' zelk_core/base/version.h) doxygen docs/Doxyfile
+	scripts/docs
 
 # Without what only tests use. LZO=OFF leaves out LZO.
 LZO ?= ON

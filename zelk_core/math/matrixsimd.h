@@ -91,7 +91,8 @@ public:
     Z4_API static const MatrixSIMD33f ZERO;
 };
 
-/// Affine: the images of the axes and the translation, four rows. Row 3 of its IDENTITY is 0 in all lanes.
+/// Affine: the images of the axes and the translation, four rows. Row 3 of its IDENTITY is 0 in all lanes. A plain
+/// value.
 class MatrixSIMD34f : public HostNew<MatrixSIMD34f>, public MatrixGeneric<VectorSIMD4f, 4, 3> {
 public:
     using MatrixGeneric::MatrixGeneric;
@@ -101,7 +102,7 @@ public:
     Z4_API static const MatrixSIMD34f ZERO;
 };
 
-/// Full homogeneous: it is affine where the w lanes of its rows are 0, 0, 0, 1.
+/// Full homogeneous: it is affine where the w lanes of its rows are 0, 0, 0, 1. A plain value.
 class MatrixSIMD44f : public HostNew<MatrixSIMD44f>, public MatrixGeneric<VectorSIMD4f, 4, 4> {
 public:
     using MatrixGeneric::MatrixGeneric;
