@@ -144,7 +144,7 @@ struct Modelled {
     }
     void ExpectEqual() {
         EXPECT_EQ(Look(lock).holds, holds);
-        EXPECT_EQ(Look(lock).writerId, holds < 0 ? GetCurrentThreadId() : NO_WRITER);
+        ASSERT_EQ(Look(lock).writerId, holds < 0 ? GetCurrentThreadId() : NO_WRITER);
         EXPECT_TRUE(lock.IsReaderLockActive() == (holds > 0) && lock.IsSharedLockActive() == (holds > 0));
         EXPECT_TRUE(lock.IsWriterLockActive() == (holds < 0) && lock.IsExclusiveLockActive() == (holds < 0));
         if (holds < 0) {
