@@ -40,21 +40,22 @@ TEST_F(DbgHelpTest, TellsOfLoadsAndUnloads) {
     WinDbgHelp& debugHelp = WinDbgHelp::Instance();
     ASSERT_TRUE(debugHelp.IsLoaded());
     EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(nullptr, nullptr), ERR_INVALID);
-    struct {
+    struct Noted {
         std::vector<WinDbgHelp::DllNotificationData> events;
         std::wstring fullName; ///< of the last
         bool asks = false;
-    } static noted;
-    const auto note = [](const WinDbgHelp::DllNotificationData& data, void*) {
+    } noted;
+    const auto note = [](const WinDbgHelp::DllNotificationData& data, void* context) {
+        Noted& own = *static_cast<Noted*>(context);
         if (_wcsicmp(data.baseName, L"avifil32.dll") == 0) {
-            noted.events.push_back(data);
-            noted.fullName = data.fullName;
-            if (noted.asks) {
+            own.events.push_back(data);
+            own.fullName = data.fullName;
+            if (own.asks) {
                 WinDbgHelp::Instance().SymGetOptions();
             }
         }
     };
-    EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(note, nullptr), ERR_OK);
+    EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(note, &noted), ERR_OK);
     const HMODULE module = LoadLibraryA(STRANGER);
     ProgramModuleDB::Module found;
     EXPECT_TRUE(ProgramModuleDB::Instance().FindModule(module, found));
@@ -72,7 +73,7 @@ TEST_F(DbgHelpTest, TellsOfLoadsAndUnloads) {
     noted.asks = true;
     const ZelkTest::ExpectContract asks(ZelkTest::LIBRARY_CHECKS ? 2 : 0);
     FreeLibrary(LoadLibraryA(STRANGER));
-    EXPECT_EQ(debugHelp.UnregisterDllNotificationCallback(note, nullptr), ERR_OK);
+    EXPECT_EQ(debugHelp.UnregisterDllNotificationCallback(note, &noted), ERR_OK);
     FreeLibrary(LoadLibraryA(STRANGER));
     EXPECT_EQ(noted.events.size(), 4u) << "told no more";
 }
