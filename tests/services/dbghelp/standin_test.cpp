@@ -269,15 +269,16 @@ TEST_F(StandInTest, NotificationsAreCutToTheirRoomAndEndWithTheObject) {
         lengths[1] = std::wcslen(data.fullName);
     };
     EXPECT_EQ(Start().RegisterDllNotificationCallback(observe, nullptr), ERR_OK);
-    std::wstring characters(2000, L'n');
-    const UNICODE_STRING name{4000, 4000, characters.data()};
+    std::wstring characters(1024, L'n');
+    const UNICODE_STRING base{2 * 260, 2 * 260, characters.data()};
+    const UNICODE_STRING full{2 * 1024, 2 * 1024, characters.data()};
     const struct {
         ULONG flags;
         const UNICODE_STRING* fullName;
         const UNICODE_STRING* baseName;
         void* address;
         ULONG size;
-    } data{0, &name, &name, nullptr, 0};
+    } data{0, &full, &base, nullptr, 0};
     m_library.notify(1, &data, m_library.context);
     EXPECT_THAT(lengths, ElementsAre(259, 1023));
     WinDbgHelp::SingletonShutdown();

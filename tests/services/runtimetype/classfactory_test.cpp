@@ -160,6 +160,8 @@ TEST_F(Factory, FollowsItsRulesWhateverComes) {
     Sink sink;
     ASSERT_TRUE(Instance().AddSink(sink));
     ASSERT_FALSE(Instance().AddSink(sink));
+    Opened::UnRegister(TypeID(5));
+    ASSERT_EQ(TakeLog(), Lines{}) << "an empty factory misses nothing";
     for (unsigned step = 0; step < 12'000; ++step) {
         const TypeID type(model.zoo[input.Below(static_cast<unsigned>(model.zoo.size()))]);
         const unsigned operation = input.Below(1000);
