@@ -182,6 +182,7 @@ TEST_P(Memory, TheLastShutdownReportsWhatEachContextHolds) {
     name[0] = '?';
     char* const block = Allocate(123, 4, id);
     m_table.free(Allocate(1000, 4, id));
+    m_table.free(Allocate(1, 4, id));
     const ZelkTest::CapturedError error;
     m_table.init(Z4::EAL_MEM_VERSION);
     m_table.init(Z4::EAL_MEM_VERSION);

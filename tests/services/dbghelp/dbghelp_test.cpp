@@ -36,50 +36,46 @@ protected:
     ~DbgHelpTest() override { ShutdownDbgHelpService(); }
 };
 
-/// Notes what it is told of the stranger.
-struct Observer {
-    std::vector<WinDbgHelp::DllNotificationData> events;
-    std::wstring fullName; ///< of the last
-    bool asks = false;
-
-    Observer() { EXPECT_EQ(WinDbgHelp::Instance().RegisterDllNotificationCallback(Call, this), ERR_OK); }
-    ~Observer() { EXPECT_EQ(WinDbgHelp::Instance().UnregisterDllNotificationCallback(Call, this), ERR_OK); }
-    Observer(const Observer&) = delete;
-    Observer& operator=(const Observer&) = delete;
-
-    static void Z4_CDECL Call(const WinDbgHelp::DllNotificationData& data, void* context) {
-        Observer& self = *static_cast<Observer*>(context);
+TEST_F(DbgHelpTest, TellsOfLoadsAndUnloads) {
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    ASSERT_TRUE(debugHelp.IsLoaded());
+    EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(nullptr, nullptr), ERR_INVALID);
+    struct Noted {
+        std::vector<WinDbgHelp::DllNotificationData> events;
+        std::wstring fullName; ///< of the last
+        bool asks = false;
+    } noted;
+    const auto note = [](const WinDbgHelp::DllNotificationData& data, void* context) {
+        Noted& own = *static_cast<Noted*>(context);
         if (_wcsicmp(data.baseName, L"avifil32.dll") == 0) {
-            self.events.push_back(data);
-            self.fullName = data.fullName;
-            if (self.asks) {
+            own.events.push_back(data);
+            own.fullName = data.fullName;
+            if (own.asks) {
                 WinDbgHelp::Instance().SymGetOptions();
             }
         }
-    }
-};
-
-TEST_F(DbgHelpTest, TellsOfLoadsAndUnloads) {
-    ASSERT_TRUE(WinDbgHelp::Instance().IsLoaded());
-    EXPECT_EQ(WinDbgHelp::Instance().RegisterDllNotificationCallback(nullptr, nullptr), ERR_INVALID);
-    Observer observer;
+    };
+    EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(note, &noted), ERR_OK);
     const HMODULE module = LoadLibraryA(STRANGER);
     ProgramModuleDB::Module found;
     EXPECT_TRUE(ProgramModuleDB::Instance().FindModule(module, found));
     EXPECT_EQ(found.baseAddress, static_cast<void*>(module));
     FreeLibrary(module);
     EXPECT_FALSE(ProgramModuleDB::Instance().FindModule(module, found));
-    EXPECT_NE(observer.fullName.find(L"\\"), std::wstring::npos);
-    ASSERT_EQ(observer.events.size(), 2u);
-    EXPECT_TRUE(observer.events[1].unloaded && !observer.events[0].unloaded);
-    for (const auto& event : observer.events) {
+    EXPECT_NE(noted.fullName.find(L"\\"), std::wstring::npos);
+    ASSERT_EQ(noted.events.size(), 2u);
+    EXPECT_TRUE(noted.events[1].unloaded && !noted.events[0].unloaded);
+    for (const auto& event : noted.events) {
         EXPECT_NE(event.timeStamp, 0);
         EXPECT_EQ(event.baseAddress, static_cast<void*>(module));
         EXPECT_EQ(event.size, found.size);
     }
-    observer.asks = true;
+    noted.asks = true;
     const ZelkTest::ExpectContract asks(ZelkTest::LIBRARY_CHECKS ? 2 : 0);
     FreeLibrary(LoadLibraryA(STRANGER));
+    EXPECT_EQ(debugHelp.UnregisterDllNotificationCallback(note, &noted), ERR_OK);
+    FreeLibrary(LoadLibraryA(STRANGER));
+    EXPECT_EQ(noted.events.size(), 4u) << "told no more";
 }
 
 /// Observers that tell their names. The first removes itself and the third, and adds the fourth.
