@@ -13,31 +13,18 @@ namespace {
 
 // The generators proper have locks, which portable programs lack; those draw from what lies behind the locks.
 #if defined(ZELK_CORE_STATIC)
-class Uniform : public Z4::Private::SubtractiveSequence {
-public:
-    explicit Uniform(std::uint32_t seed) { Seed(static_cast<std::int32_t>(seed)); }
-    std::int32_t Next() { return Draw(); }
+struct Uniform : Z4::Private::SubtractiveSequence {
+    void SetSeed(std::uint32_t seed) { Seed(static_cast<std::int32_t>(seed)); }
+    std::int32_t RandS32() { return Draw(); }
 };
-
-class Ziggurat : public Z4::Private::Ziggurat {
-public:
+struct Ziggurat : Z4::Private::Ziggurat {
     explicit Ziggurat(std::uint32_t seed) { Seed(seed); }
-    float NextNormal() { return Normal(); }
-    float NextExponential() { return Exponential(); }
+    float RNOR(float, float) { return Normal(); }
+    float REXP() { return Exponential(); }
 };
 #else
-class Uniform : public Z4::SubtractiveRandomGenerator {
-public:
-    explicit Uniform(std::uint32_t seed) { SetSeed(seed); }
-    std::int32_t Next() { return RandS32(); }
-};
-
-class Ziggurat : public Z4::ZigRandomGenerator {
-public:
-    explicit Ziggurat(std::uint32_t seed) : ZigRandomGenerator(seed) {}
-    float NextNormal() { return RNOR(0, 1); }
-    float NextExponential() { return REXP(); }
-};
+using Uniform = Z4::SubtractiveRandomGenerator;
+using Ziggurat = Z4::ZigRandomGenerator;
 #endif
 
 using Bytes = std::vector<char>;
@@ -99,9 +86,10 @@ void AddCodec(Digest& digest, std::size_t piece) {
 
 void DigestUniformDraws(Digest& digest) {
     for (const std::uint32_t seed : {1u, 2u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
-        Uniform generator(seed);
+        Uniform generator;
+        generator.SetSeed(seed);
         for (int i = 0; i < 2000; ++i) {
-            digest.Add(generator.Next());
+            digest.Add(generator.RandS32());
         }
     }
 }
@@ -110,8 +98,8 @@ void DigestZigguratDraws(Digest& digest) {
     for (const std::uint32_t seed : {1u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
         Ziggurat generator(seed);
         for (int i = 0; i < 20'000; ++i) {
-            digest.Add(generator.NextNormal());
-            digest.Add(generator.NextExponential());
+            digest.Add(generator.RNOR(0, 1));
+            digest.Add(generator.REXP());
         }
     }
 }
