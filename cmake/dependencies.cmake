@@ -45,6 +45,13 @@ foreach(library zelk_zlib zelk_lzo)
     endif()
 endforeach()
 
+# Decimal text to floating-point numbers. Through a folder of its own, as the next.
+zelk_find_headers(ZELK_FAST_FLOAT fast_float/fast_float.h /usr/include)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/fast_float)
+file(CREATE_LINK ${ZELK_FAST_FLOAT}/fast_float ${PROJECT_BINARY_DIR}/fast_float/fast_float SYMBOLIC)
+add_library(zelk_fast_float INTERFACE)
+target_include_directories(zelk_fast_float SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/fast_float)
+
 # Through a folder of its own: beside it lie the build machine's headers, which are none of the target's.
 zelk_find_headers(ZELK_GLM glm/glm.hpp /usr/include)
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/glm)

@@ -6,7 +6,7 @@ add_library(zelk_core::zelk_core ALIAS zelk_core)
 target_sources(zelk_core PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${public_headers})
 target_compile_definitions(zelk_core PRIVATE ZELK_CORE_BUILD)
 target_link_libraries(zelk_core PRIVATE
-    $<BUILD_INTERFACE:zelk_dll_flags> $<BUILD_INTERFACE:zelk_zlib> $<BUILD_INTERFACE:zelk_lzo>
+    $<BUILD_INTERFACE:zelk_dll_flags> $<BUILD_INTERFACE:zelk_zlib> $<BUILD_INTERFACE:zelk_lzo> $<BUILD_INTERFACE:zelk_fast_float>
     $<BUILD_INTERFACE:ntdll> $<BUILD_INTERFACE:ws2_32> $<BUILD_INTERFACE:iphlpapi>)
 target_compile_features(zelk_core INTERFACE cxx_std_20)
 # GCC takes `new` to align to 16 bytes; the run-time aligns to 8, so that containers of SIMD types would be misaligned.

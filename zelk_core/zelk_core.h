@@ -4,19 +4,26 @@
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/assert.h>
+#include <zelk_core/base/byteorder.h>
 #include <zelk_core/base/dllwrapper.h>
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/base/ealinterface.h>
 #include <zelk_core/base/error.h>
 #include <zelk_core/base/formatcheck.h>
 #include <zelk_core/base/formatreader.h>
+#include <zelk_core/base/guid.h>
 #include <zelk_core/base/hash.h>
 #include <zelk_core/base/hostnew.h>
 #include <zelk_core/base/layout.h>
 #include <zelk_core/base/lifecycle.h>
 #include <zelk_core/base/log.h>
+#include <zelk_core/base/path.h>
 #include <zelk_core/base/platform.h>
+#include <zelk_core/base/str.h>
 #include <zelk_core/base/strformat.h>
+#include <zelk_core/base/structureswap.h>
+#include <zelk_core/base/strview.h>
+#include <zelk_core/base/utf.h>
 #include <zelk_core/base/version.h>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
