@@ -25,6 +25,7 @@
 #include <zelk_core/base/strview.h>
 #include <zelk_core/base/utf.h>
 #include <zelk_core/base/version.h>
+#include <zelk_core/eal_utils/ealfile.h>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/generics/dlist.h>

@@ -17,6 +17,7 @@ using ZelkTest::TemporaryFile;
 
 const eal_file_dll_interface& g_table = ZelkHost::FileTable();
 constexpr unsigned READ_WRITE_CREATE = EAL_FILE_READ | EAL_FILE_WRITE | EAL_FILE_CREATE;
+constexpr unsigned ASYNC_READ_WRITE_CREATE = READ_WRITE_CREATE | EAL_FILE_ASYNC;
 
 std::string Pattern(std::size_t size) {
     std::string text(size, '\0');
@@ -101,9 +102,11 @@ std::uint64_t SizeOf(eal_file_handle file) {
     return size;
 }
 
-TEST(HostFiles, BlockingTransfersArePositional) {
+class HostFilesOf : public testing::TestWithParam<unsigned> {};
+
+TEST_P(HostFilesOf, BlockingTransfersArePositional) {
     const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), GetParam());
     ASSERT_EQ(file.Status(), EAL_FILE_OK);
     const std::string text = Pattern(100000);
     file.Write(text.substr(60000), 60000);
@@ -123,12 +126,62 @@ TEST(HostFiles, BlockingTransfersArePositional) {
     EXPECT_EQ(name.Content(), text);
 }
 
+// The host remembers where the system's pointer stands; whatever fails leaves it elsewhere.
+TEST_P(HostFilesOf, ATransferThatFailedMovesNoLaterOne) {
+    const TemporaryFile name;
+    OpenFile file(name.Utf8(), GetParam());
+    file.Write("0123456789", 0);
+    EXPECT_EQ(file.Read(3, 0), "012");
+    void* const reserved = VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS);
+    std::uint32_t transferred = 7;
+    for (const std::uint64_t offset : {3u, 5u}) {
+        EXPECT_NE(g_table.read(file, reserved, 2, offset, &transferred), EAL_FILE_OK);
+        EXPECT_EQ(transferred, 0u);
+        EXPECT_EQ(file.Read(2, 3), "34");
+        EXPECT_EQ(file.Read(2, 5), "56");
+    }
+    VirtualFree(reserved, 0, MEM_RELEASE);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, HostFilesOf, testing::Values(READ_WRITE_CREATE, ASYNC_READ_WRITE_CREATE));
+
+TEST(HostFiles, AsynchronousTransfersAreForFilesOpenedSo) {
+    const TemporaryFile name;
+    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    Completions completions;
+    char byte = 0;
+    EXPECT_EQ(g_table.read_async(file, &byte, 1, 0, Completions::Complete, &completions), EAL_FILE_UNSUPPORTED);
+    EXPECT_EQ(g_table.write_async(file, &byte, 1, 0, Completions::Complete, &completions), EAL_FILE_UNSUPPORTED);
+}
+
+TEST(HostFiles, LongPaths) {
+    const TemporaryFile name;
+    std::filesystem::path folder = name.Path();
+    std::filesystem::create_directory(folder);
+    const std::string inner(120, 'x');
+    std::string path = name.Utf8();
+    for (int level = 0; level < 3; ++level) {
+        path += "/./" + inner;
+        folder /= inner;
+        ASSERT_TRUE(CreateDirectoryW((LR"(\\?\)" + folder.wstring()).c_str(), nullptr));
+    }
+    path += "/file";
+    EXPECT_EQ(g_table.exists(path.c_str()), 0);
+    EXPECT_EQ(StatusOfOpen(path, READ_WRITE_CREATE), EAL_FILE_OK);
+    EXPECT_NE(g_table.exists(path.c_str()), 0);
+    EXPECT_EQ(StatusOfOpen(path + "/none", EAL_FILE_READ), EAL_FILE_PATH_NOT_FOUND);
+    DeleteFileW((LR"(\\?\)" + (folder / "file").wstring()).c_str());
+    for (int level = 0; level < 4; ++level, folder = folder.parent_path()) {
+        EXPECT_TRUE(RemoveDirectoryW((LR"(\\?\)" + folder.wstring()).c_str()));
+    }
+}
+
 TEST(HostFiles, AsynchronousTransfersCompleteOnceEach) {
     constexpr std::uint32_t PIECE = 5000;
     constexpr unsigned PIECES = 64;
     const std::string text = Pattern(PIECE * PIECES);
     const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
     ASSERT_EQ(file.Status(), EAL_FILE_OK);
     Completions writes;
     for (unsigned i = PIECES; i-- != 0;) {
@@ -176,7 +229,7 @@ TEST(HostFiles, ACompletionMayStartTheNextOperationButNotCloseItsFile) {
     };
     const TemporaryFile name;
     std::ofstream(name.Path()) << "one by one";
-    OpenFile file(name.Utf8(), EAL_FILE_READ);
+    OpenFile file(name.Utf8(), EAL_FILE_READ | EAL_FILE_ASYNC);
     Chain chain{file, 0, "", EAL_FILE_OK};
     ASSERT_EQ(g_table.read_async(file, &chain.byte, 1, 0, Chain::Next, &chain), EAL_FILE_OK);
     file.Close();
@@ -186,7 +239,7 @@ TEST(HostFiles, ACompletionMayStartTheNextOperationButNotCloseItsFile) {
 
 TEST(HostFiles, TheLastShutdownEndsTheThreadAndTheNextOperationStartsAnother) {
     const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
     const auto completingThread = [&] {
         Completions completions;
         EXPECT_EQ(g_table.write_async(file, "x", 1, 0, Completions::Complete, &completions), EAL_FILE_OK);
@@ -217,7 +270,7 @@ BOOL WINAPI RefusePost(HANDLE, DWORD, ULONG_PTR, OVERLAPPED*) {
 
 TEST(HostFiles, WhatTheSystemWillNotQueueFailsAndNothingWaitsForIt) {
     const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
     Completions completions;
     char byte = 0;
     const auto read = [&] { return g_table.read_async(file, &byte, 1, 0, Completions::Complete, &completions); };
@@ -240,7 +293,7 @@ TEST(HostFiles, WhatTheSystemWillNotQueueFailsAndNothingWaitsForIt) {
 unsigned Mode(const std::string& letters) {
     unsigned mode = 0;
     for (const char letter : letters) {
-        mode |= 1u << std::string("rwctxu?").find(letter); // in the order of eal_file_mode; ? is none
+        mode |= 1u << std::string("rwctxua?").find(letter); // in the order of eal_file_mode; ? is none
     }
     return mode;
 }
@@ -340,7 +393,7 @@ TEST(HostFiles, TransfersThatCannotStartSayWhy) {
     const TemporaryFile name;
     char buffer[16] = {};
     {
-        const OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+        const OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
         EXPECT_THAT(TransferStatuses(nullptr, buffer, 16, 0), Each(EAL_FILE_INVALID_HANDLE));
         EXPECT_THAT(TransferStatuses(file, nullptr, 16, 0), Each(EAL_FILE_INVALID_ARGUMENT));
         for (const std::uint64_t offset : {0xFFFFFFFFFFFFFFFFull, 0xFFFFFFFFFFFFFFFEull, 0x7FFFFFFFFFFFFFF8ull}) {
@@ -356,7 +409,7 @@ TEST(HostFiles, TransfersThatCannotStartSayWhy) {
     EXPECT_EQ(g_table.flush(nullptr), EAL_FILE_INVALID_HANDLE);
     EXPECT_EQ(g_table.close(nullptr), EAL_FILE_INVALID_HANDLE);
 
-    const OpenFile reader(name.Utf8(), EAL_FILE_READ);
+    const OpenFile reader(name.Utf8(), EAL_FILE_READ | EAL_FILE_ASYNC);
     EXPECT_THAT(TransferStatuses(reader, buffer, 16, 0),
                 ElementsAre(EAL_FILE_OK, EAL_FILE_OK, EAL_FILE_ACCESS_DENIED, EAL_FILE_ACCESS_DENIED));
     EXPECT_EQ(g_table.flush(reader), EAL_FILE_OK);
@@ -365,7 +418,7 @@ TEST(HostFiles, TransfersThatCannotStartSayWhy) {
 // These fail only after the system has begun with them.
 TEST(HostFiles, TransfersFromAndToInaccessibleMemoryFailOnce) {
     const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
     file.Write("some text", 0);
     void* const reserved = VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS);
     ASSERT_NE(reserved, nullptr);
@@ -381,7 +434,7 @@ TEST(HostFiles, UnbufferedTransfersObeyTheAlignment) {
     EXPECT_EQ(g_table.sector_size(buffered), 1u);
     buffered.Close();
 
-    const OpenFile file(name.Utf8(), READ_WRITE_CREATE | EAL_FILE_UNBUFFERED);
+    const OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE | EAL_FILE_UNBUFFERED);
     ASSERT_EQ(file.Status(), EAL_FILE_OK);
     const std::uint32_t alignment = g_table.buffer_alignment(file);
     const std::uint32_t sector = g_table.sector_size(file);
