@@ -119,3 +119,11 @@
 #include <zelk_core/services/runtimetype/lifecycle.h>
 #include <zelk_core/services/runtimetype/typeid.h>
 #include <zelk_core/services/runtimetype/variabletype.h>
+#include <zelk_core/streams/bufferedstream.h>
+#include <zelk_core/streams/compressedstream.h>
+#include <zelk_core/streams/filestream.h>
+#include <zelk_core/streams/memorystream.h>
+#include <zelk_core/streams/stream.h>
+#include <zelk_core/streams/streamreader.h>
+#include <zelk_core/streams/streamwriter.h>
+#include <zelk_core/streams/substream.h>
