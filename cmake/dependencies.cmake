@@ -11,7 +11,7 @@ function(zelk_source link name file source)
         execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/fetch ${ZELK_DEPS} ${name} RESULT_VARIABLE failed)
         if(failed)
             message(FATAL_ERROR "The sources of ${name} could not be fetched. Name the folder where they are unpacked, by "
-                "-DZELK_ZLIB_SOURCE=... or -DZELK_LZO_SOURCE=...")
+                "-DZELK_ZLIB_SOURCE=..., -DZELK_LZO_SOURCE=... or -DZELK_FAST_FLOAT_SOURCE=...")
         endif()
     elseif(NOT EXISTS ${source}/${file})
         message(FATAL_ERROR "${source} has no ${file}: these are not the sources of ${name}")
@@ -44,6 +44,12 @@ if(ZELK_CORE_LZO)
     target_include_directories(zelk_lzo SYSTEM PUBLIC ${third_party}/lzo/include PRIVATE ${third_party}/lzo/src)
     list(APPEND compression_libraries zelk_lzo)
 endif()
+
+# Decimal text to floating-point numbers: headers only.
+zelk_source(fast_float fast-float include/fast_float/fast_float.h "${ZELK_FAST_FLOAT_SOURCE}")
+add_library(zelk_fast_float INTERFACE)
+target_include_directories(zelk_fast_float SYSTEM INTERFACE ${third_party}/fast_float/include)
+set(third_party_libraries ${compression_libraries} zelk_fast_float)
 
 # As its own build has it: its checksum takes a third of the time then, and inflating five sixths.
 target_compile_options(zelk_zlib PRIVATE -O3)

@@ -9,7 +9,7 @@ constexpr std::size_t LONGEST_PATH = 32766; // without its terminator
 
 bool IsValidMode(unsigned mode) {
     constexpr unsigned ALL = Z4::EAL_FILE_READ | Z4::EAL_FILE_WRITE | Z4::EAL_FILE_CREATE | Z4::EAL_FILE_TRUNCATE |
-                             Z4::EAL_FILE_EXCLUSIVE | Z4::EAL_FILE_UNBUFFERED;
+                             Z4::EAL_FILE_EXCLUSIVE | Z4::EAL_FILE_UNBUFFERED | Z4::EAL_FILE_ASYNC;
     const bool accesses = (mode & (Z4::EAL_FILE_READ | Z4::EAL_FILE_WRITE)) != 0;
     const bool truncatesUnwritable = (mode & Z4::EAL_FILE_TRUNCATE) != 0 && (mode & Z4::EAL_FILE_WRITE) == 0;
     const bool exclusiveUncreated = (mode & Z4::EAL_FILE_EXCLUSIVE) != 0 && (mode & Z4::EAL_FILE_CREATE) == 0;
@@ -36,7 +36,8 @@ DWORD Disposition(unsigned mode) {
 }
 
 DWORD Flags(unsigned mode) {
-    return FILE_FLAG_OVERLAPPED | ((mode & Z4::EAL_FILE_UNBUFFERED) != 0 ? FILE_FLAG_NO_BUFFERING : 0);
+    return ((mode & Z4::EAL_FILE_ASYNC) != 0 ? FILE_FLAG_OVERLAPPED : 0) |
+           ((mode & Z4::EAL_FILE_UNBUFFERED) != 0 ? FILE_FLAG_NO_BUFFERING : 0);
 }
 
 std::uint32_t SectorSizeOf(const std::wstring& path) {
@@ -66,6 +67,26 @@ Z4::eal_file_status OpenFailure(const std::wstring& path) {
 
 } // namespace
 
+std::wstring SystemPath(const std::wstring& path) {
+    constexpr std::size_t LONGEST_PLAIN = 247; // with room for a short name, as for folders
+    constexpr wchar_t PREFIX[] = L"\\\\?\\";
+    if (path.size() <= LONGEST_PLAIN || path.starts_with(PREFIX)) {
+        return path;
+    }
+    // Behind the prefix the system takes names as they stand, so slashes, dots and the current folder are resolved
+    // here.
+    std::wstring full(LONGEST_PATH + 1, L'\0');
+    const DWORD size = GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    if (size == 0 || size >= full.size()) {
+        return path;
+    }
+    full.resize(size);
+    if (full.starts_with(L"\\\\.\\")) {
+        return path; // a device
+    }
+    return full.starts_with(L"\\\\") ? PREFIX + (L"UNC" + full.substr(1)) : PREFIX + full;
+}
+
 Z4::eal_file_status File::Open(const char* path, unsigned mode, std::unique_ptr<File>& file) {
     if (!IsValidMode(mode)) {
         return Z4::EAL_FILE_INVALID_ARGUMENT;
@@ -77,7 +98,9 @@ Z4::eal_file_status File::Open(const char* path, unsigned mode, std::unique_ptr<
     if (wide.size() > LONGEST_PATH) {
         return Z4::EAL_FILE_PATH_TOO_LONG; // the system would say that it finds none
     }
+    wide = SystemPath(wide);
     auto opened = std::make_unique<File>();
+    opened->isAsync = (mode & Z4::EAL_FILE_ASYNC) != 0;
     opened->writable = (mode & Z4::EAL_FILE_WRITE) != 0;
     opened->alignment = (mode & Z4::EAL_FILE_UNBUFFERED) != 0 ? SectorSizeOf(wide) : 1;
     opened->handle =
@@ -88,9 +111,11 @@ Z4::eal_file_status File::Open(const char* path, unsigned mode, std::unique_ptr<
     if (GetFileType(opened->handle) != FILE_TYPE_DISK) {
         return Z4::EAL_FILE_NOT_SEEKABLE;
     }
-    opened->blockingEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    if (opened->blockingEnd == nullptr) {
-        return StatusOf(GetLastError());
+    if (opened->isAsync) {
+        opened->blockingEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        if (opened->blockingEnd == nullptr) {
+            return StatusOf(GetLastError());
+        }
     }
     file = std::move(opened);
     return Z4::EAL_FILE_OK;

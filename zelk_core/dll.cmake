@@ -6,7 +6,7 @@ add_library(zelk_core::zelk_core ALIAS zelk_core)
 target_sources(zelk_core PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${public_headers})
 target_compile_definitions(zelk_core PRIVATE ZELK_CORE_BUILD)
 target_link_libraries(zelk_core PRIVATE
-    $<BUILD_INTERFACE:zelk_dll_flags> "$<BUILD_INTERFACE:${compression_libraries}>"
+    $<BUILD_INTERFACE:zelk_dll_flags> "$<BUILD_INTERFACE:${third_party_libraries}>"
     $<BUILD_INTERFACE:ntdll> $<BUILD_INTERFACE:ws2_32> $<BUILD_INTERFACE:iphlpapi>)
 target_compile_features(zelk_core INTERFACE cxx_std_20)
 target_compile_options(zelk_core INTERFACE "$<$<COMPILE_LANG_AND_ID:CXX,GNU,Clang>:${ZELK_HEADER_FLAGS}>")

@@ -5,6 +5,7 @@
 #include <host/zelkhost.h>
 #include <windows.h>
 #include <zelk_core/base/error.h>
+#include <zelk_core/eal_utils/ealfile.h>
 
 namespace Packer {
 

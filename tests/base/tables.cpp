@@ -4,6 +4,7 @@
 #include <cstring>
 #include <initializer_list>
 #include <zelk_core/base/error.h>
+#include <zelk_core/eal_utils/ealfile.h>
 #include <zelk_core/base/private/processor.h>
 
 using namespace Z4;

@@ -17,6 +17,9 @@ constexpr struct {
 } ROOMS[] = {
     {"formatter", DigestFormatter},
     {"hashes", DigestHashes},
+    {"byte-order", DigestByteOrder},
+    {"identifiers", DigestIdentifiers},
+    {"utf", DigestUtf},
     {"containers", DigestContainers},
     {"math", DigestMath},
     {"rotations", DigestRotations},

@@ -70,6 +70,9 @@ public:
 /// Each adds the results of its room.
 void DigestFormatter(Digest& digest);
 void DigestHashes(Digest& digest);
+void DigestByteOrder(Digest& digest);
+void DigestIdentifiers(Digest& digest);
+void DigestUtf(Digest& digest);
 void DigestContainers(Digest& digest);
 void DigestMath(Digest& digest);
 void DigestRotations(Digest& digest);

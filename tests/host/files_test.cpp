@@ -20,6 +20,7 @@ using ZelkTest::TemporaryFile;
 
 const eal_file_dll_interface& g_table = ZelkHost::FileTable();
 constexpr unsigned READ_WRITE_CREATE = EAL_FILE_READ | EAL_FILE_WRITE | EAL_FILE_CREATE;
+constexpr unsigned ASYNC_READ_WRITE_CREATE = READ_WRITE_CREATE | EAL_FILE_ASYNC;
 
 /// An open file of the table's, closed at the end.
 class OpenFile {
@@ -96,13 +97,65 @@ std::uint64_t SizeOf(eal_file_handle file) {
     return size;
 }
 
+class HostFilesOf : public testing::TestWithParam<unsigned> {};
+
+// The host remembers where the system's pointer stands; whatever fails leaves it elsewhere.
+TEST_P(HostFilesOf, ATransferThatFailedMovesNoLaterOne) {
+    const TemporaryFile name;
+    OpenFile file(name.Utf8(), GetParam());
+    file.Write("0123456789", 0);
+    EXPECT_EQ(file.Read(3, 0), "012");
+    void* const reserved = VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS);
+    std::uint32_t transferred = 7;
+    for (const std::uint64_t offset : {3u, 5u}) {
+        EXPECT_NE(g_table.read(file, reserved, 2, offset, &transferred), EAL_FILE_OK);
+        EXPECT_EQ(transferred, 0u);
+        EXPECT_EQ(file.Read(2, 3), "34");
+        EXPECT_EQ(file.Read(2, 5), "56");
+    }
+    VirtualFree(reserved, 0, MEM_RELEASE);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, HostFilesOf, testing::Values(READ_WRITE_CREATE, ASYNC_READ_WRITE_CREATE));
+
+TEST(HostFiles, AsynchronousTransfersAreForFilesOpenedSo) {
+    const TemporaryFile name;
+    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    Completions completions;
+    char byte = 0;
+    EXPECT_EQ(g_table.read_async(file, &byte, 1, 0, Completions::Complete, &completions), EAL_FILE_UNSUPPORTED);
+    EXPECT_EQ(g_table.write_async(file, &byte, 1, 0, Completions::Complete, &completions), EAL_FILE_UNSUPPORTED);
+}
+
+TEST(HostFiles, LongPaths) {
+    const TemporaryFile name;
+    std::filesystem::path folder = name.Path();
+    std::filesystem::create_directory(folder);
+    const std::string inner(120, 'x');
+    std::string path = name.Utf8();
+    for (int level = 0; level < 3; ++level) {
+        path += "/./" + inner;
+        folder /= inner;
+        ASSERT_TRUE(CreateDirectoryW((LR"(\\?\)" + folder.wstring()).c_str(), nullptr));
+    }
+    path += "/file";
+    EXPECT_EQ(g_table.exists(path.c_str()), 0);
+    EXPECT_EQ(StatusOfOpen(path, READ_WRITE_CREATE), EAL_FILE_OK);
+    EXPECT_NE(g_table.exists(path.c_str()), 0);
+    EXPECT_EQ(StatusOfOpen(path + "/none", EAL_FILE_READ), EAL_FILE_PATH_NOT_FOUND);
+    DeleteFileW((LR"(\\?\)" + (folder / "file").wstring()).c_str());
+    for (int level = 0; level < 4; ++level, folder = folder.parent_path()) {
+        EXPECT_TRUE(RemoveDirectoryW((LR"(\\?\)" + folder.wstring()).c_str()));
+    }
+}
+
 TEST(HostFiles, TransfersArePositionalAndCompleteOnce) {
     constexpr std::uint32_t PIECE = 5000;
     constexpr unsigned PIECES = 64;
     std::string text(PIECE * PIECES, '\0');
     ZelkTest::Input().Fill(text.data(), text.size());
     const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
     Completions writes;
     for (unsigned i = PIECES; --i != 0;) {
         EXPECT_EQ(g_table.write_async(file, &text[i * PIECE], PIECE, i * PIECE, Completions::Complete, &writes),
@@ -163,7 +216,7 @@ TEST(HostFiles, ACompletionMayStartTheNextOperationButNotCloseItsFile) {
     };
     const TemporaryFile name;
     std::ofstream(name.Path()) << "one by one";
-    OpenFile file(name.Utf8(), EAL_FILE_READ);
+    OpenFile file(name.Utf8(), EAL_FILE_READ | EAL_FILE_ASYNC);
     Chain chain{file, ""};
     chain.Next();
     file.Close();
@@ -173,7 +226,7 @@ TEST(HostFiles, ACompletionMayStartTheNextOperationButNotCloseItsFile) {
 
 TEST(HostFiles, TheLastShutdownEndsTheThreadAndTheNextOperationStartsAnother) {
     const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
     for (int round = 0; round < 3; ++round) {
         g_table.init(EAL_FILE_VERSION);
         g_table.init(EAL_FILE_VERSION);
@@ -199,7 +252,7 @@ BOOL WINAPI RefusePost(HANDLE, DWORD, ULONG_PTR, OVERLAPPED*) {
 
 TEST(HostFiles, WhatTheSystemWillNotQueueFailsAndNothingWaitsForIt) {
     const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
     Completions completions;
     char byte = 0;
     const auto read = [&] { return g_table.read_async(file, &byte, 1, 0, Completions::Complete, &completions); };
@@ -228,7 +281,7 @@ TEST(HostFiles, OpenModesDoWhatTheySay) {
         SCOPED_TRACE(row.Where());
         unsigned mode = 0;
         for (const char letter : row.Text(0)) {
-            mode |= 1u << std::string("rwctxu?").find(letter); // in the order of eal_file_mode; ? is none
+            mode |= 1u << std::string("rwctxua?").find(letter); // in the order of eal_file_mode; ? is none
         }
         const TemporaryFile missing;
         EXPECT_EQ(StatusOfOpen(missing.Utf8(), mode), statuses.at(row.Text(1)));
@@ -328,7 +381,7 @@ TEST(HostFiles, TransfersThatCannotStartSayWhy) {
     file.Close();
     EXPECT_EQ(name.Content(), "some text");
 
-    const OpenFile reader(name.Utf8(), EAL_FILE_READ);
+    const OpenFile reader(name.Utf8(), EAL_FILE_READ | EAL_FILE_ASYNC);
     EXPECT_THAT(TransferStatuses(reader, buffer, 16, 0),
                 testing::ElementsAre(EAL_FILE_OK, EAL_FILE_OK, EAL_FILE_ACCESS_DENIED, EAL_FILE_ACCESS_DENIED));
     EXPECT_EQ(g_table.flush(reader), EAL_FILE_OK);
@@ -341,7 +394,7 @@ TEST(HostFiles, UnbufferedTransfersObeyTheAlignment) {
     EXPECT_EQ(g_table.sector_size(buffered), 1u);
     buffered.Close();
 
-    const OpenFile file(name.Utf8(), READ_WRITE_CREATE | EAL_FILE_UNBUFFERED);
+    const OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE | EAL_FILE_UNBUFFERED);
     const std::uint32_t sector = g_table.sector_size(file);
     ASSERT_TRUE(std::has_single_bit(g_table.buffer_alignment(file)) && std::has_single_bit(sector) && sector >= 512);
     alignas(4096) static char block[2 * 4096];

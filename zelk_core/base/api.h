@@ -79,6 +79,13 @@ inline bool CompareExchange(volatile long long& value, long long& expected, long
 #    define Z4_NO_SANITIZE_ADDRESS __attribute__((no_sanitize_address))
 #endif
 
+/// Whether the compiler knows `value` already, as it does the length of a literal; never, with some compilers.
+#if defined(__GNUC__) || defined(__clang__)
+#    define Z4_IS_CONSTANT(value) __builtin_constant_p(value)
+#else
+#    define Z4_IS_CONSTANT(value) false
+#endif
+
 /// Declares two overloads of one virtual function, so that they take their slots in the order written here: one ABI
 /// numbers overloads as they come, the other from the last to the first.
 #if defined(_MSC_VER)

@@ -113,6 +113,7 @@ enum eal_file_mode : unsigned {
     EAL_FILE_TRUNCATE = 8,    ///< empty a file that exists; needs EAL_FILE_WRITE
     EAL_FILE_EXCLUSIVE = 16,  ///< with EAL_FILE_CREATE: fail with EAL_FILE_ALREADY_EXISTS when the file exists
     EAL_FILE_UNBUFFERED = 32, ///< go past the system's cache; see `buffer_alignment` and `sector_size`
+    EAL_FILE_ASYNC = 64,      ///< allow `read_async` and `write_async`, which may make the other transfers slower
 };
 
 /// An open file of the host's; null stands for none.
@@ -122,9 +123,10 @@ using eal_file_handle = void*;
 using eal_file_completion = void(Z4_CDECL*)(void* context, eal_file_status status, std::uint32_t transferred);
 
 /// Files. A handle has no position: each transfer names its offset from the file's beginning in bytes, so that threads
-/// can share a handle. A read that meets the end of the file transfers what there is, possibly nothing, and is
-/// EAL_FILE_OK. `init` and `shutdown` nest: each InitializeEalUtils() calls `init`, each ShutdownEalUtils() calls
-/// `shutdown`, and the table is used until the last `shutdown`.
+/// can share a handle. A transfer may be short: it moves fewer bytes than asked, is EAL_FILE_OK, and the library asks
+/// for the rest. Only a read of 0 bytes says that the file ends there. `init` and `shutdown` nest: each
+/// InitializeEalUtils() calls `init`, each ShutdownEalUtils() calls `shutdown`, and the table is used until the last
+/// `shutdown`.
 struct eal_file_dll_interface {
     int(Z4_CDECL* init)(unsigned version);
     int(Z4_CDECL* shutdown)();
@@ -139,7 +141,8 @@ struct eal_file_dll_interface {
     /// many bytes were read, on failure too; `transferred` is never null.
     eal_file_status(Z4_CDECL* read)(eal_file_handle handle, void* buffer, std::uint32_t size, std::uint64_t offset,
                                     std::uint32_t* transferred);
-    /// Starts a read and returns without waiting for it. When it returns EAL_FILE_OK, the host calls `completion`
+    /// Starts a read and returns without waiting for it; EAL_FILE_UNSUPPORTED for a file that was opened without
+    /// EAL_FILE_ASYNC. When it returns EAL_FILE_OK, the host calls `completion`
     /// exactly once, possibly before this call returns, and `buffer` is valid until then. With another result it never
     /// calls it.
     eal_file_status(Z4_CDECL* read_async)(eal_file_handle handle, void* buffer, std::uint32_t size,

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <zelk_core/base/api.h>
-#include <zelk_core/base/ealinterface.h>
 
 namespace Z4 {
 
@@ -97,13 +96,5 @@ constexpr bool operator==(ThreadErrorCodeWrapper result, Error error) {
 }
 /// Two results of different kinds do not compare. Where that is meant, cast both to Error.
 bool operator==(ThreadErrorCodeWrapper, Private::ErrorCodeWrapper) = delete;
-
-/// The results of the host's file table (eal_file_dll_interface) as the library's codes. Any thread may ask at any
-/// time.
-class EalFile {
-public:
-    /// The Error for `status`; ERR_UNHANDLED for a number that is no eal_file_status.
-    [[nodiscard]] Z4_API static Private::ErrorCodeWrapper TranslateError(eal_file_status status);
-};
 
 } // namespace Z4

@@ -17,12 +17,20 @@
 #include <utility>
 #include <zelk_core/base/assert.h>
 #include <zelk_core/base/hash.h>
+#include <zelk_core/base/str.h>
 #include <zelk_core/base/strformat.h>
 #include <zelk_core/generics/ealallocator.h>
 #include <zelk_core/generics/sharedtext.h>
 #include <zelk_core/generics/textalgorithms.h>
 
 namespace Z4 {
+
+namespace Private {
+
+template <class T, class Char>
+concept Viewable = std::is_convertible_v<const T&, BasicStrView<Char>>;
+
+} // namespace Private
 
 /// A string, used by one thread at a time, also where it shares its text with strings of other threads. string.h tells
 /// what positions and counts mean and what happens when memory is refused.
@@ -37,23 +45,7 @@ public:
     /// What operations take as a text: a terminated one (null counts as empty), a string, or a pointer and a size. It
     /// may be a part of the very string that it is passed to. A view owns nothing: do not keep one longer than its
     /// text, which no thread may change meanwhile.
-    class View {
-    public:
-        constexpr View() = default;
-        View(const Char* text) : m_text(text), m_size(Private::TextLength(text)) {}
-        /// @param text may be null when `size` is 0.
-        constexpr View(const Char* text, unsigned size) : m_text(text), m_size(size) {
-            Z4_ASSERT(text != nullptr || size == 0, "A text that is not empty is not null.");
-        }
-        View(const ZelkBasicString& string) : m_text(string.CStr()), m_size(string.Size()) {}
-
-        constexpr const Char* Data() const { return m_text; }
-        constexpr unsigned Size() const { return m_size; }
-
-    private:
-        const Char* m_text = nullptr;
-        unsigned m_size = 0;
-    };
+    using View = BasicStrView<Char>;
 
     /// "To the end" as a count, "nowhere" as the answer of a search.
     static constexpr unsigned NPOS = 0xFFFFFFFF;
@@ -81,6 +73,8 @@ public:
     }
     ZelkBasicString& operator=(const Char* text) { return *this = View(text); }
 
+    /// Good until this string is changed or destroyed.
+    operator View() const { return {CStr(), Size()}; }
     /// The text with its terminator, never null. Good until this string is changed or destroyed.
     const Char* CStr() const { return m_text.Begin(); }
     unsigned Size() const { return m_text.Size(); }
@@ -125,9 +119,9 @@ public:
     bool Erase(unsigned position, unsigned count = NPOS) { return Replace(position, count, View()); }
     /// Puts `text`, or `newCount` times `character`, in the place of `count` characters from `position` on.
     bool Replace(unsigned position, unsigned count, View text) {
-        const typename Text::Gap gap = m_text.OpenGap(position, count, text.Size(), text.Data());
+        const typename Text::Gap gap = m_text.OpenGap(position, count, CountOf(text), text.Data());
         if (gap.isOpen) {
-            Private::MoveText(gap.place, text.Data(), text.Size());
+            Private::MoveText(gap.place, text.Data(), CountOf(text));
             m_text.CloseGap(gap);
         }
         return gap.isOpen;
@@ -210,37 +204,19 @@ public:
     /// The first position at which `text` stands, of those from `from` on; NPOS when there is none. An empty text
     /// stands at each position up to Size(); with a `from` above that, nothing is found.
     [[nodiscard]] unsigned Find(View text, unsigned from = 0) const {
-        const unsigned size = Size();
-        if (text.Size() > size || from > size - text.Size()) {
-            return NPOS;
-        }
-        if (text.Size() == 0) {
-            return from;
-        }
-        const Char* const found = Private::FindText(begin() + from, end(), text.Data(), text.Size());
-        return found != end() ? static_cast<unsigned>(found - begin()) : NPOS;
+        return static_cast<unsigned>(Str::Find(View(*this), text, from));
     }
     [[nodiscard]] unsigned Find(Char character, unsigned from = 0) const { return Find(View(&character, 1), from); }
     /// The last position at which `text` stands, of those up to `from`; NPOS when there is none.
     [[nodiscard]] unsigned FindLast(View text, unsigned from = NPOS) const {
-        const unsigned size = Size();
-        if (text.Size() > size) {
-            return NPOS;
-        }
-        const unsigned last = size - text.Size();
-        for (unsigned i = (from < last ? from : last) + 1; i-- > 0;) {
-            if (IsAt(i, text)) {
-                return i;
-            }
-        }
-        return NPOS;
+        return static_cast<unsigned>(Str::FindLast(View(*this), text, from));
     }
     [[nodiscard]] unsigned FindLast(Char character, unsigned from = NPOS) const {
         return FindLast(View(&character, 1), from);
     }
     [[nodiscard]] bool Contains(View text) const { return Find(text) != NPOS; }
-    [[nodiscard]] bool StartsWith(View text) const { return text.Size() <= Size() && IsAt(0, text); }
-    [[nodiscard]] bool EndsWith(View text) const { return text.Size() <= Size() && IsAt(Size() - text.Size(), text); }
+    [[nodiscard]] bool StartsWith(View text) const { return Str::StartsWith(View(*this), text); }
+    [[nodiscard]] bool EndsWith(View text) const { return Str::EndsWith(View(*this), text); }
 
     /// The part of `count` characters from `position` on. The whole text is shared, a part of it is copied.
     [[nodiscard]] ZelkBasicString Substring(unsigned position, unsigned count = NPOS) const {
@@ -252,20 +228,23 @@ public:
     /// Compares by the unsigned values of the first characters that differ; of two texts that begin alike the shorter
     /// comes first.
     /// @return below, at or above 0 as this text comes before `other`, equals it, or comes after it.
-    [[nodiscard]] int Compare(View other) const { return Compare(*this, other); }
-    friend bool operator==(View left, View right) {
-        return left.Size() == right.Size() &&
-               (left.Data() == right.Data() || Private::CompareText(left.Data(), right.Data(), left.Size()) == 0);
+    [[nodiscard]] int Compare(View other) const { return Str::Compare(View(*this), other); }
+    template <class Other>
+    requires Private::Viewable<Other, Char>
+    friend bool operator==(const ZelkBasicString& left, const Other& right) { return View(left) == View(right); }
+    template <class Other>
+    requires Private::Viewable<Other, Char>
+    friend std::strong_ordering operator<=>(const ZelkBasicString& left, const Other& right) {
+        return View(left) <=> View(right);
     }
-    friend std::strong_ordering operator<=>(View left, View right) { return Compare(left, right) <=> 0; }
     /// One text behind the other; empty when memory is refused.
-    friend ZelkBasicString operator+(View left, View right) {
-        ZelkBasicString sum;
-        if (left.Size() <= MAX_SIZE && right.Size() <= MAX_SIZE && sum.Reserve(left.Size() + right.Size())) {
-            sum.Append(left);
-            sum.Append(right);
-        }
-        return sum;
+    template <class Other>
+    requires Private::Viewable<Other, Char>
+    friend ZelkBasicString operator+(const ZelkBasicString& left, const Other& right) { return Join(left, right); }
+    template <class Other>
+    requires(Private::Viewable<Other, Char> && !std::is_same_v<Other, ZelkBasicString>) friend ZelkBasicString
+    operator+(const Other& left, const ZelkBasicString& right) {
+        return Join(left, right);
     }
 
     /// Hash::XXH32() over the bytes of the text.
@@ -276,11 +255,15 @@ public:
     void Swap(ZelkBasicString& other) noexcept { m_text.Swap(other.m_text); }
 
 private:
-    bool IsAt(unsigned position, View text) const {
-        return Private::CompareText(CStr() + position, text.Data(), text.Size()) == 0;
-    }
-    static int Compare(View left, View right) {
-        return Private::CompareText(left.Data(), left.Size(), right.Data(), right.Size());
+    /// What is too long for every string stays so in 32 bits.
+    static unsigned CountOf(View text) { return text.Size() < NPOS ? static_cast<unsigned>(text.Size()) : NPOS; }
+    static ZelkBasicString Join(View left, View right) {
+        ZelkBasicString sum;
+        if (left.Size() <= MAX_SIZE && right.Size() <= MAX_SIZE && sum.Reserve(CountOf(left) + CountOf(right))) {
+            sum.Append(left);
+            sum.Append(right);
+        }
+        return sum;
     }
 
     Text m_text;

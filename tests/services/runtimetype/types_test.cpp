@@ -7,6 +7,7 @@
 #include <limits>
 #include <string>
 #include <tests/support/model.h>
+#include <zelk_core/base/utf.h>
 #include <zelk_core/services/runtimetype/dynamictype.h>
 #include <zelk_core/services/runtimetype/variabletype.h>
 
@@ -155,7 +156,8 @@ TEST(VariableType, KnowsThePrimitives) {
         EXPECT_EQ(text, form.text);
         char cut[4] = "###";
         EXPECT_EQ(type.Print(cut, 3, value), length);
-        EXPECT_EQ(std::string(cut), form.text.substr(0, 2));
+        // No character of UTF-8 is split.
+        EXPECT_EQ(cut, std::string(form.text, 0, Utf::Cut(form.text.c_str(), 2).Size()));
         EXPECT_EQ(type.Print(nullptr, 0, value), length);
         EXPECT_EQ(type.Print(text, sizeof(text), nullptr), 0);
         EXPECT_STREQ(text, "");

@@ -1,6 +1,7 @@
 #include <iterator>
 #include <zelk_core/base/error.h>
 #include <zelk_core/base/layout.h>
+#include <zelk_core/base/private/translation.h>
 
 namespace Z4 {
 
@@ -47,23 +48,8 @@ constexpr const char* ERROR_TEXTS[] = {
 };
 static_assert(std::size(ERROR_TEXTS) == ERR_CORRUPTED_DATA + 1);
 
-struct Translation {
-    int number;
-    Error error;
-};
-
-template <std::size_t N>
-constexpr Error Translate(const Translation (&table)[N], int number) {
-    for (const Translation& entry : table) {
-        if (entry.number == number) {
-            return entry.error;
-        }
-    }
-    return ERR_UNHANDLED;
-}
-
 // The numbers are the platform's WSAE... values, kept as numbers because this file knows no platform.
-constexpr Translation SOCKET_ERRORS[] = {
+constexpr Private::Translation SOCKET_ERRORS[] = {
     {0, ERR_OK},
     {10013, ERR_ACCESS_DENIED},      // WSAEACCES
     {10022, ERR_INVALID},            // WSAEINVAL
@@ -96,31 +82,6 @@ constexpr Translation SOCKET_ERRORS[] = {
     {10093, ERR_DEVICE_NOT_READY},   // WSANOTINITIALISED
 };
 
-constexpr Translation FILE_STATUSES[] = {
-    {EAL_FILE_OK, ERR_OK},
-    {EAL_FILE_TIMEOUT, ERR_TIMEOUT},
-    {EAL_FILE_NOT_FOUND, ERR_NOT_FOUND},
-    {EAL_FILE_ACCESS_DENIED, ERR_ACCESS_DENIED},
-    {EAL_FILE_SHARING_VIOLATION, ERR_ACCESS_DENIED},
-    {EAL_FILE_LOCKED, ERR_ACCESS_DENIED},
-    {EAL_FILE_UNSUPPORTED, ERR_UNSUPPORTED},
-    {EAL_FILE_INVALID_ARGUMENT, ERR_INVALID},
-    {EAL_FILE_INVALID_HANDLE, ERR_INVALID},
-    {EAL_FILE_PATH_NOT_FOUND, ERR_NOT_FOUND},
-    {EAL_FILE_INVALID_NAME, ERR_INVALID},
-    {EAL_FILE_INVALID_OFFSET, ERR_INVALID},
-    {EAL_FILE_PATH_TOO_LONG, ERR_OVERFLOW},
-    {EAL_FILE_ALREADY_EXISTS, ERR_ALREADY_EXISTS},
-    {EAL_FILE_WRITE_PROTECTED, ERR_ACCESS_DENIED},
-    {EAL_FILE_IS_DIRECTORY, ERR_ACCESS_DENIED},
-    {EAL_FILE_DISK_FULL, ERR_OUT_OF_RESOURCES},
-    {EAL_FILE_TOO_MANY_OPEN, ERR_OUT_OF_RESOURCES},
-    {EAL_FILE_DEVICE_NOT_READY, ERR_NOT_READY},
-    {EAL_FILE_NOT_SEEKABLE, ERR_UNSUPPORTED},
-    {EAL_FILE_HOST_SPECIFIC, ERR_EAL_SPECIFIC},
-    {EAL_FILE_NOT_IMPLEMENTED, ERR_UNSUPPORTED},
-};
-
 } // namespace
 
 const char* GetErrorString(Error error) {
@@ -130,11 +91,7 @@ const char* GetErrorString(Error error) {
 }
 
 Error Private::TranslateSocketError(int number) {
-    return Translate(SOCKET_ERRORS, number);
-}
-
-Private::ErrorCodeWrapper EalFile::TranslateError(eal_file_status status) {
-    return Translate(FILE_STATUSES, status);
+    return Private::Translate(SOCKET_ERRORS, number);
 }
 
 } // namespace Z4

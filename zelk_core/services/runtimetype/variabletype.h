@@ -102,7 +102,7 @@ public:
     ///   for a float and 9 for a double, one at least
     /// - pointers as `0x0012ABCD`
     /// - strings as their text, null as `(null)`; wide ones, and wide characters, in UTF-8, with U+FFFD for surrogates
-    ///   that have no partner
+    ///   that have no partner, and cut between its characters
     /// - VARIABLE_NONE, and any variable whose address is null, as the empty text
     ///
     /// @return the length of the complete text without its terminator, whether it fitted or not.

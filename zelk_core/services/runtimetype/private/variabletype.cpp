@@ -1,6 +1,9 @@
 #include <cstddef>
 #include <cstring>
+#include <zelk_core/base/byteorder.h>
+#include <zelk_core/base/str.h>
 #include <zelk_core/base/strformat.h>
+#include <zelk_core/base/utf.h>
 #include <zelk_core/services/runtimetype/variabletype.h>
 
 namespace Z4 {
@@ -20,59 +23,10 @@ T Read(const void* value) {
     return result;
 }
 
-unsigned int WideLength(const wchar_t* text) {
-    unsigned int length = 0;
-    while (text[length] != 0) {
-        ++length;
-    }
-    return length;
-}
-
-/// The code point at `text[i]`, moving `i` past it; a zero ends the text.
-std::uint32_t DecodeUtf16(const wchar_t* text, unsigned int length, unsigned int& i) {
-    constexpr std::uint32_t REPLACEMENT = 0xFFFD;
-    const std::uint32_t unit = text[i++];
-    if (unit < 0xD800 || unit > 0xDFFF) {
-        return unit;
-    }
-    const std::uint32_t low = i < length ? text[i] : 0;
-    if (unit > 0xDBFF || low < 0xDC00 || low > 0xDFFF) {
-        return REPLACEMENT;
-    }
-    ++i;
-    return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
-}
-
-/// @return how many bytes of `bytes` the code point takes.
-unsigned int EncodeUtf8(std::uint32_t codePoint, unsigned char bytes[4]) {
-    if (codePoint < 0x80) {
-        bytes[0] = static_cast<unsigned char>(codePoint);
-        return 1;
-    }
-    const unsigned int count = codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
-    for (unsigned int i = count - 1; i > 0; --i) {
-        bytes[i] = static_cast<unsigned char>(0x80 | (codePoint & 0x3F));
-        codePoint >>= 6;
-    }
-    bytes[0] = static_cast<unsigned char>((0xF00U >> count & 0xF0) | codePoint);
-    return count;
-}
-
-int PrintWide(char* buffer, unsigned int size, const wchar_t* text, unsigned int length) {
-    unsigned int written = 0;
-    for (unsigned int i = 0; i < length;) {
-        unsigned char bytes[4];
-        const unsigned int count = EncodeUtf8(DecodeUtf16(text, length, i), bytes);
-        for (unsigned int k = 0; k < count; ++k, ++written) {
-            if (buffer != nullptr && written + 1 < size) {
-                buffer[written] = static_cast<char>(bytes[k]);
-            }
-        }
-    }
-    if (buffer != nullptr && size != 0) {
-        buffer[written < size ? written : size - 1] = '\0';
-    }
-    return static_cast<int>(written);
+int PrintWide(char* buffer, unsigned int size, WStrView text) {
+    std::size_t length = 0;
+    Utf::ToUtf8Lossy(buffer, buffer != nullptr ? size : 0, text, length);
+    return static_cast<int>(length);
 }
 
 } // namespace
@@ -83,22 +37,25 @@ unsigned int VariableType::Size(void* value) const {
     }
     if (m_tag == VARIABLE_STRING) {
         const char* const text = Read<const char*>(value);
-        return text == nullptr ? 0 : static_cast<unsigned int>(std::strlen(text)) + 1;
+        return text == nullptr ? 0 : static_cast<unsigned int>(Str::Length(text)) + 1;
     }
     const wchar_t* const text = Read<const wchar_t*>(value);
-    return text == nullptr ? 0 : (WideLength(text) + 1) * static_cast<unsigned int>(sizeof(wchar_t));
+    return text == nullptr ? 0 : static_cast<unsigned int>((Str::Length(text) + 1) * sizeof(wchar_t));
 }
 
 void VariableType::SwapByte(void* value) const {
     if (value == nullptr || IsPointer()) {
         return;
     }
-    auto* const bytes = static_cast<unsigned char*>(value);
-    for (unsigned int low = 0, high = Size(); low + 1 < high; ++low) {
-        --high;
-        const unsigned char byte = bytes[low];
-        bytes[low] = bytes[high];
-        bytes[high] = byte;
+    switch (Size()) {
+    case 2:
+        return StoreBig(value, LoadLittle<std::uint16_t>(value));
+    case 4:
+        return StoreBig(value, LoadLittle<std::uint32_t>(value));
+    case 8:
+        return StoreBig(value, LoadLittle<std::uint64_t>(value));
+    default:
+        return;
     }
 }
 
@@ -113,7 +70,7 @@ int VariableType::Print(char* buffer, unsigned int size, void* value) const {
         return print("%c", static_cast<int>(Read<unsigned char>(value)));
     case VARIABLE_WCHAR: {
         const wchar_t character = Read<wchar_t>(value);
-        return PrintWide(buffer, size, &character, 1);
+        return PrintWide(buffer, size, {&character, 1});
     }
     case VARIABLE_INT8:
         return print("%d", static_cast<int>(Read<std::int8_t>(value)));
@@ -143,7 +100,7 @@ int VariableType::Print(char* buffer, unsigned int size, void* value) const {
     }
     case VARIABLE_WSTRING: {
         const wchar_t* const text = Read<const wchar_t*>(value);
-        return text != nullptr ? PrintWide(buffer, size, text, WideLength(text)) : print("%s", "(null)");
+        return text != nullptr ? PrintWide(buffer, size, text) : print("%s", "(null)");
     }
     default:
         return print("%s", "");

@@ -1,0 +1,130 @@
+// Texts that nobody vouches for: wildcards against their definition, UTF and identifiers against their own way back,
+// decimal numbers against the standard library. The first byte chooses, the others are the text.
+#include "body.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+#include <zelk_core/base/guid.h>
+#include <zelk_core/base/path.h>
+#include <zelk_core/base/str.h>
+#include <zelk_core/base/utf.h>
+
+namespace {
+
+using Z4::Str;
+using Z4::StrView;
+using Z4::Utf;
+
+void Require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
+/// The characters as wildcards count them: those of UTF-8, else bytes.
+std::vector<std::string> CharactersOf(StrView text) {
+    std::vector<std::string> characters;
+    while (!text.IsEmpty()) {
+        std::size_t size = 4 < text.Size() ? 4 : text.Size();
+        while (size > 1) {
+            StrView rest = text.Substring(0, size);
+            Utf::Decode(rest);
+            if (rest.IsEmpty() && Utf::IsValidUtf8(text.Substring(0, size))) {
+                break;
+            }
+            --size;
+        }
+        characters.emplace_back(text.Data(), size);
+        text = text.Substring(size);
+    }
+    return characters;
+}
+
+void RequireWildcards(StrView text, StrView pattern) {
+    const std::vector<std::string> characters = CharactersOf(text);
+    // One column for each character of the pattern: after which characters of the text it can stand.
+    std::vector<bool> reached(characters.size() + 1, false);
+    reached[0] = true;
+    std::vector<std::string> wanted = CharactersOf(pattern);
+    for (const std::string& want : wanted) {
+        std::vector<bool> next(reached.size(), false);
+        for (std::size_t i = 0; i < reached.size(); ++i) {
+            if (want == "*") {
+                next[i] = reached[i] || (i != 0 && next[i - 1]);
+            } else {
+                next[i] = i != 0 && reached[i - 1] && (want == "?" || want == characters[i - 1]);
+            }
+        }
+        reached = next;
+    }
+    Require(Str::Matches(text, pattern) == reached.back());
+}
+
+void RequireUtf(StrView text) {
+    std::vector<wchar_t> wide(text.Size() + 1);
+    std::vector<char> narrow(3 * text.Size() + 1);
+    std::size_t wideLength = 0;
+    std::size_t length = 0;
+    std::size_t badAt = 0;
+    const bool isValid = Utf::ToUtf16(wide.data(), wide.size(), text, wideLength, &badAt) == Z4::ERR_OK;
+    Require(isValid == Utf::IsValidUtf8(text) && isValid == (badAt == text.Size()));
+    Require(Utf::ToUtf8(narrow.data(), narrow.size(), {wide.data(), wideLength}, length) == Z4::ERR_OK);
+    Require(StrView(narrow.data(), length) == text.Substring(0, badAt));
+    Require(Utf::ToUtf16Lossy(wide.data(), wide.size(), text, wideLength) == Z4::ERR_OK);
+    std::size_t characters = 0;
+    for (StrView rest = text; !rest.IsEmpty();) {
+        characters += Utf::Decode(rest) >= 0x10000 ? 2 : 1;
+    }
+    Require(characters == wideLength);
+    Require(Utf::Cut(text, text.Size() / 2).Size() <= text.Size() / 2);
+}
+
+void RequireNumber(StrView text) {
+    double value = 7;
+    const Z4::Error error = Str::ToDouble(text, value);
+    const bool hasPlus = !text.IsEmpty() && text[0] == '+';
+    const StrView plain = hasPlus ? text.Substring(1) : text;
+    double expected = 7;
+    const auto [end, problem] = std::from_chars(plain.begin(), plain.end(), expected);
+    const bool isNumber = !plain.IsEmpty() && end == plain.end() && problem != std::errc::invalid_argument &&
+                          !(hasPlus && plain[0] == '-') && Str::Find(plain, "(") == Str::NPOS;
+    if (Str::Find(plain, "(") == Str::NPOS) {
+        Require(isNumber == (error != Z4::ERR_INVALID));
+    }
+    Require(error == Z4::ERR_OVERFLOW || error == Z4::ERR_OK || value == 7);
+    if (isNumber && problem == std::errc()) {
+        Require(error == Z4::ERR_OK && (value == expected || (std::isnan(value) && std::isnan(expected))));
+    }
+}
+
+void RequireIdentifier(StrView text) {
+    Z4::GUID guid{};
+    if (Z4::GUID::Parse(text, guid) == Z4::ERR_OK) {
+        char written[Z4::GUID::FORMAT_SIZE];
+        const auto form = text.Size() == 36 ? Z4::GUID::DASHED : text.Size() == 38 ? Z4::GUID::BRACED : Z4::GUID::BARE;
+        Require(Str::EqualsNoCase(text, {written, guid.Format(written, sizeof(written), form)}));
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < 2) {
+        return 0;
+    }
+    const StrView text(reinterpret_cast<const char*>(data) + 2, size - 2);
+    RequireUtf(text);
+    RequireNumber(text);
+    RequireIdentifier(text);
+    const std::size_t patternSize = data[1] % (text.Size() + 1);
+    RequireWildcards(text.Substring(patternSize), text.Substring(0, patternSize));
+    Z4::Path::IsSafeRelative(text) ? Require(Str::FindAny(text, ":*?") == Str::NPOS) : void();
+    return 0;
+}

@@ -1,0 +1,118 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+#include <zelk_core/base/guid.h>
+#include <zelk_core/base/hash.h>
+
+namespace {
+
+using Z4::GUID;
+using Z4::operator""_guid;
+
+std::string Text(const GUID& guid, GUID::Form form = GUID::DASHED) {
+    char text[GUID::FORMAT_SIZE];
+    guid.Format(text, sizeof(text), form);
+    return text;
+}
+
+constexpr GUID SAMPLE = "{00112233-4455-6677-8899-AABBCCDDEEFF}"_guid;
+static_assert(SAMPLE.data1 == 0x00112233 && SAMPLE.data2 == 0x4455 && SAMPLE.data4[7] == 0xFF);
+static_assert(SAMPLE == "00112233445566778899aabbccddeeff"_guid && GUID{}.IsNil() && !SAMPLE.IsNil());
+
+TEST(Guid, TextsAndBytes) {
+    EXPECT_EQ(Text(SAMPLE), "00112233-4455-6677-8899-aabbccddeeff");
+    EXPECT_EQ(Text(SAMPLE, GUID::BRACED), "{00112233-4455-6677-8899-aabbccddeeff}");
+    EXPECT_EQ(Text(SAMPLE, GUID::BARE), "00112233445566778899aabbccddeeff");
+    char cut[5] = "xxxx";
+    EXPECT_EQ(SAMPLE.Format(nullptr, 0, GUID::BRACED), 38u);
+    EXPECT_EQ(SAMPLE.Format(cut, 4), 36u);
+    EXPECT_EQ(std::string(cut, 5), std::string("001\0\0", 5));
+    std::uint8_t bytes[16];
+    SAMPLE.ToBytes(bytes);
+    for (unsigned i = 0; i < 16; ++i) {
+        EXPECT_EQ(bytes[i], 0x11 * i);
+    }
+    EXPECT_EQ(GUID::FromBytes(bytes), SAMPLE);
+    EXPECT_EQ(SAMPLE.GetHash(3), Z4::Hash::XXH32(reinterpret_cast<const unsigned char*>(&SAMPLE), 16, 3));
+}
+
+// Every single character of a text put wrong, and each text cut or extended, is no identifier and changes nothing.
+TEST(Guid, OnlyWholeTextsOfOneFormAreRead) {
+    for (const GUID::Form form : {GUID::DASHED, GUID::BRACED, GUID::BARE}) {
+        const std::string text = Text(SAMPLE, form);
+        GUID read{};
+        ASSERT_EQ(GUID::Parse({text.data(), text.size()}, read), Z4::ERR_OK);
+        EXPECT_EQ(read, SAMPLE);
+        const GUID before = read;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            for (const char wrong : {'g', 'G', '\0', '/', ':', '@', '`', '\x80', ' ', '-', '{'}) {
+                std::string changed = text;
+                changed[i] = wrong;
+                if (changed != text) {
+                    ASSERT_EQ(GUID::Parse({changed.data(), changed.size()}, read), Z4::ERR_INVALID) << changed;
+                }
+            }
+            ASSERT_EQ(GUID::Parse({text.data(), i}, read), Z4::ERR_INVALID);
+        }
+        EXPECT_EQ(GUID::Parse((text + "0").c_str(), read), Z4::ERR_INVALID);
+        EXPECT_EQ(read, before);
+    }
+    GUID read{};
+    EXPECT_EQ(GUID::Parse("{00112233-4455-6677-8899-AABBCCDDEEFf}", read), Z4::ERR_OK);
+    EXPECT_EQ(read, SAMPLE);
+    EXPECT_EQ(GUID::Parse(nullptr, read), Z4::ERR_INVALID);
+}
+
+TEST(Guid, OrderIsThatOfTheTexts) {
+    const GUID sorted[] = {GUID{},
+                           "00000000-0000-0000-0000-000000000001"_guid,
+                           "00000000-0000-0001-0000-000000000000"_guid,
+                           "00000000-8000-0000-ff00-000000000000"_guid,
+                           "01000000-0000-0000-0000-000000000000"_guid,
+                           "ff000000-0000-0000-0000-000000000000"_guid};
+    for (const GUID& left : sorted) {
+        for (const GUID& right : sorted) {
+            EXPECT_EQ(left < right, Text(left) < Text(right));
+            EXPECT_EQ(left == right, &left == &right);
+        }
+    }
+}
+
+// The example of RFC 9562, appendix A.4; the rows, around the ends of blocks, are what Python computes.
+TEST(Guid, NamedOnes) {
+    EXPECT_EQ(Text(GUID::FromName(Z4::GUID_SPACE_DNS, "www.example.com")), "2ed6657d-e927-568b-95e1-2665a8aea6a2");
+    EXPECT_EQ(GUID::FromName(Z4::GUID_SPACE_DNS, "").GetVersion(), 5u);
+    const struct {
+        unsigned length;
+        const char* text;
+    } rows[] = {{39, "f4eaee1e-e483-528b-88bd-6b8932ab6e2b"},  {40, "f562c38a-a8fe-5cdd-b523-6f30cfb54847"},
+                {47, "b18474ae-5fc6-5d04-aa24-a5be94234955"},  {48, "8fa6ffa9-9280-5899-a2d8-b082ccdf6380"},
+                {112, "f531054f-eafa-5f71-a62b-6dd48019d086"}, {1000, "68491f23-75a7-557d-943b-00881c13ae1e"}};
+    for (const auto& row : rows) {
+        const std::string name(row.length, 'x');
+        EXPECT_EQ(Text(GUID::FromName(Z4::GUID_SPACE_URL, {name.data(), name.size()})), row.text) << row.length;
+    }
+}
+
+#if defined(_WIN32)
+TEST(Guid, GeneratedOnesDifferAndSayHowTheyWereMade) {
+    std::set<GUID> all;
+    std::uint32_t ever = 0;
+    std::uint32_t always = 0xFFFFFFFF;
+    for (int i = 0; i < 20000; ++i) {
+        GUID guid{};
+        ASSERT_EQ(GUID::Generate(guid), Z4::ERR_OK);
+        ASSERT_EQ(guid.GetVersion(), 4u);
+        ASSERT_EQ(guid.data4[0] & 0xC0, 0x80);
+        ever |= guid.data1;
+        always &= guid.data1;
+        all.insert(guid);
+    }
+    EXPECT_EQ(all.size(), 20000u);
+    EXPECT_EQ(ever, 0xFFFFFFFF);
+    EXPECT_EQ(always, 0u);
+}
+#endif
+
+} // namespace

@@ -1,0 +1,152 @@
+// Hunted here: bytes that are lost when a call of the host's fails, an error that nobody hears of, memory that stays.
+#include "files.h"
+
+#include <algorithm>
+#include <zelk_core/streams/compressedstream.h>
+#include <zelk_core/streams/filestream.h>
+#include <zelk_core/streams/memorystream.h>
+#include <zelk_core/streams/streamreader.h>
+#include <zelk_core/streams/streamwriter.h>
+
+namespace {
+
+using namespace Z4;
+
+class StreamFaults : public ZelkTest::WithFiles {};
+
+/// Writes the text in pieces; where a write or flush fails, clears the error and goes on behind what was taken.
+/// @return how many errors there were.
+int WriteAll(Stream& stream, const std::string& text, std::uint32_t piece) {
+    int errors = 0;
+    const auto cleared = [&] {
+        if (stream.GetError() == ERR_OK) {
+            return false;
+        }
+        EXPECT_EQ(stream.GetError(), ERR_EAL_SPECIFIC);
+        stream.ClearError();
+        ++errors;
+        return true;
+    };
+    for (std::uint64_t at = 0; at < text.size(); at = stream.Tell()) {
+        const auto size = static_cast<std::uint32_t>(std::min<std::uint64_t>(piece, text.size() - at));
+        stream.Write(text.data() + at, size);
+        cleared();
+    }
+    do {
+        stream.Flush();
+    } while (cleared());
+    return errors;
+}
+
+TEST_F(StreamFaults, AnyFailedWriteCanBeRepeated) {
+    const std::string text = ZelkTest::Sample(300);
+    for (const std::uint32_t buffer : {0u, 16u, 1000u}) {
+        for (const std::uint32_t piece : {1u, 15u, 40u, 300u}) {
+            for (std::size_t n = 1;; ++n) {
+                FileStream stream(buffer);
+                ASSERT_EQ(stream.Open("file", EalFile::REPLACE), ERR_OK);
+                ZelkHost::InjectFileFaults({.calls = ZelkHost::CALL_WRITE, .first = n, .largestTransfer = 11});
+                const int errors = WriteAll(stream, text, piece);
+                ASSERT_EQ(stream.Close(), ERR_OK);
+                ASSERT_EQ(Content(), text) << buffer << ' ' << piece << ' ' << n;
+                const std::size_t failed = ZelkHost::InjectFileFaults({});
+                ASSERT_EQ(static_cast<std::size_t>(errors), failed);
+                if (failed == 0) {
+                    break;
+                }
+            }
+        }
+    }
+}
+
+// A disk that is full at every byte, of which nobody but Close() tells.
+TEST_F(StreamFaults, AFullDiskIsReportedAndLeavesTheFront) {
+    const std::string text = ZelkTest::Sample(100);
+    for (std::uint64_t room = 0; room <= 100; ++room) {
+        FileStream stream(16);
+        ASSERT_EQ(stream.Open("file", EalFile::REPLACE), ERR_OK);
+        ZelkHost::InjectFileFaults({.room = room});
+        for (const char& byte : text) {
+            stream.Write(&byte, 1);
+        }
+        ASSERT_EQ(stream.Close(), room < 100 ? ERR_OUT_OF_RESOURCES : ERR_OK);
+        ASSERT_EQ(Content(), text.substr(0, static_cast<std::size_t>(room)));
+        ZelkHost::InjectFileFaults({});
+    }
+}
+
+TEST_F(StreamFaults, OnlyADestructorThatLosesBytesLogs) {
+    const ZelkTest::LogCapture log;
+    {
+        FileStream stream;
+        ASSERT_EQ(stream.Open("file", EalFile::REPLACE), ERR_OK);
+        stream.Write("abc", 3);
+    }
+    EXPECT_EQ(Content(), "abc");
+    log.ExpectOnly({});
+    {
+        FileStream stream;
+        ASSERT_EQ(stream.Open("file", EalFile::REPLACE), ERR_OK);
+        stream.Write("abcd", 4);
+        ZelkHost::InjectFileFaults({.room = 1});
+    }
+    log.ExpectOnly({{4, "streams/private/bufferedstream", 100,
+                     "[Z4::BufferedStream] EAL_LOG_ERROR: A stream was destroyed that could not be written to its end "
+                     "(3 bytes are left): Ran out of resources. Close streams and look at the result.\n\n"}});
+}
+
+/// Reads and writes through every class; true when all went well.
+bool UseAll() {
+    FileStream out(64);
+    if (out.Open("file", EalFile::REPLACE) != ERR_OK) {
+        return false;
+    }
+    DeflateStream deflate(out, CompressionInterface::CMP_FAST);
+    StreamWriter writer(deflate, BIG_ENDIAN_ORDER);
+    ZelkString text;
+    const bool hasText = text.Resize(5000, 'x');
+    writer.WriteString(text);
+    const bool isPacked = deflate.Close() == ERR_OK;
+    if (out.Close() != ERR_OK || !isPacked || !hasText) {
+        return false;
+    }
+    FileStream in(64);
+    if (in.Open("file", EalFile::READ_ONLY) != ERR_OK) {
+        return false;
+    }
+    InflateStream inflate(in, 10000);
+    StreamReader reader(inflate, BIG_ENDIAN_ORDER);
+    ZelkString back;
+    reader.ReadString(back, 6000);
+    MemoryStream memory;
+    memory.Write(back.CStr(), back.Size());
+    Vector<unsigned char> bytes;
+    const bool isWhole = memory.MoveTo(bytes) && bytes.Size() == 5000;
+    const Error inflated = inflate.Close();
+    const Error error = in.Close();
+    EXPECT_TRUE(inflated != ERR_CORRUPTED_DATA) << "a refusal is no damage";
+    return inflated == ERR_OK && error == ERR_OK && isWhole;
+}
+
+TEST_F(StreamFaults, EveryCallAndEveryAllocationMayFail) {
+    const ZelkTest::LogCapture log;
+    for (const unsigned call :
+         {ZelkHost::CALL_OPEN, ZelkHost::CALL_CLOSE, ZelkHost::CALL_READ, ZelkHost::CALL_WRITE, ZelkHost::CALL_SIZE}) {
+        std::size_t failed = 1;
+        for (std::size_t n = 1; failed != 0; ++n) {
+            ZelkHost::InjectFileFaults({.calls = call, .first = n});
+            const bool isDone = UseAll();
+            failed = ZelkHost::InjectFileFaults({});
+            ASSERT_EQ(isDone, failed == 0) << call << ' ' << n;
+        }
+    }
+    bool isDone = false;
+    for (std::size_t n = 1; !isDone; ++n) {
+        ASSERT_LT(n, 200u);
+        ZelkTest::FailAllocations(n, 1);
+        isDone = UseAll();
+        ZelkTest::FailAllocations(0);
+    }
+}
+
+} // namespace

@@ -1,0 +1,225 @@
+// Hunted here: a window that shows other bytes than the device has, after any order of reads, writes and seeks.
+#include "files.h"
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <zelk_core/streams/filestream.h>
+#include <zelk_core/streams/memorystream.h>
+#include <zelk_core/streams/substream.h>
+
+namespace {
+
+using namespace Z4;
+using ZelkTest::MemoryFiles;
+
+class Streams : public ZelkTest::WithFiles {};
+
+/// Random operations on a stream and on a text with a position; what the stream holds at last is compared by `content`.
+void CompareWithModel(Stream& stream, std::string model, std::uint64_t room, std::uint32_t seed) {
+    ZelkTest::Input input(seed);
+    std::uint64_t position = 0;
+    const bool canWrite = (stream.GetAbilities() & Stream::CAN_WRITE) != 0;
+    for (int step = 0; step < 1500; ++step) {
+        char buffer[40];
+        const std::uint32_t size = input.Below(input.OnceIn(2) ? 5 : sizeof(buffer));
+        const std::string rest = position < model.size() ? model.substr(static_cast<std::size_t>(position)) : "";
+        std::uint32_t ready = 0;
+        std::uint64_t length = 0;
+        switch (input.Below(canWrite ? 8 : 6)) {
+        case 0:
+        case 1: {
+            const std::uint32_t read = stream.Read(buffer, size);
+            ASSERT_EQ(std::string(buffer, read), rest.substr(0, size)) << seed << ' ' << step;
+            position += read;
+            break;
+        }
+        case 2: {
+            const auto target = static_cast<std::int64_t>(input.Below(static_cast<std::uint32_t>(room + 1)));
+            const auto origin = static_cast<SeekOrigin>(input.Below(3));
+            const auto from = origin == SEEK_FROM_CURRENT ? static_cast<std::int64_t>(position)
+                              : origin == SEEK_FROM_END   ? static_cast<std::int64_t>(model.size())
+                                                          : 0;
+            ASSERT_TRUE(stream.Seek(target - from, origin)) << seed << ' ' << step;
+            position = static_cast<std::uint64_t>(target);
+            break;
+        }
+        case 3: {
+            const void* const data = stream.Peek(ready);
+            ASSERT_EQ(data == nullptr, rest.empty()) << seed << ' ' << step;
+            ASSERT_EQ(std::string(static_cast<const char*>(data), ready), rest.substr(0, ready));
+            break;
+        }
+        case 4:
+            if (size <= rest.size()) {
+                ASSERT_TRUE(stream.Skip(size));
+                position += size;
+            }
+            break;
+        case 5:
+            ASSERT_TRUE(stream.GetLength(length));
+            ASSERT_EQ(length, model.size()) << seed << ' ' << step;
+            ASSERT_EQ(stream.IsAtEnd(), rest.empty());
+            ASSERT_TRUE(!input.OnceIn(4) || stream.Flush());
+            break;
+        default:
+            if (position + size <= room) {
+                input.Fill(buffer, size);
+                ASSERT_TRUE(stream.Write(buffer, size)) << seed << ' ' << step;
+                const auto at = static_cast<std::size_t>(position);
+                model.resize(size != 0 ? std::max<std::size_t>(model.size(), at + size) : model.size());
+                model.replace(std::min(at, model.size()), size, buffer, size);
+                position += size;
+            }
+        }
+        ASSERT_EQ(stream.Tell(), position) << seed << ' ' << step;
+        ASSERT_EQ(stream.GetError(), ERR_OK);
+    }
+    ASSERT_TRUE(stream.Seek(0, SEEK_FROM_BEGIN));
+    std::string all(model.size() + 1, '\0');
+    all.resize(stream.Read(all.data(), static_cast<std::uint32_t>(all.size())));
+    ASSERT_EQ(all, model);
+}
+
+TEST_F(Streams, EveryClassIsASequenceOfBytes) {
+    const std::string text = ZelkTest::Sample(100);
+    std::uint32_t seed = 1;
+    for (const std::uint32_t buffer : {0u, 1u, 7u, 64u, 65536u}) {
+        for (const std::uint32_t largest : {1u, 7u, 0xFFFFFFFFu}) {
+            ZelkHost::InjectFileFaults({.largestTransfer = largest});
+            for (const unsigned mode : {EalFile::READ_ONLY, EalFile::UPDATE}) {
+                Content() = text;
+                FileStream file(buffer);
+                ASSERT_EQ(file.Open("file", mode), ERR_OK);
+                CompareWithModel(file, text, 200, ++seed);
+                ASSERT_EQ(file.Close(), ERR_OK);
+            }
+            for (const unsigned mode : {EalFile::READ_ONLY, EalFile::UPDATE}) {
+                Content() = text;
+                FileStream file;
+                ASSERT_EQ(file.Open("file", mode), ERR_OK);
+                SubStream part(file, 30, mode == EalFile::READ_ONLY ? 50 : 100, buffer);
+                CompareWithModel(part, text.substr(30, mode == EalFile::READ_ONLY ? 50 : 70), 100, ++seed);
+                ASSERT_EQ(part.Close(), ERR_OK);
+                ASSERT_EQ(file.Close(), ERR_OK);
+                ASSERT_EQ(Content().substr(0, 30), text.substr(0, 30));
+            }
+        }
+        MemoryStream view(text.data(), 100);
+        CompareWithModel(view, text, 200, ++seed);
+        std::string memory = text + std::string(100, 'x');
+        MemoryStream fixed(memory.data(), 200, 100);
+        CompareWithModel(fixed, text, 200, ++seed);
+        MemoryStream growing;
+        CompareWithModel(growing, "", 2000, ++seed);
+        Vector<unsigned char> content;
+        const std::string held(reinterpret_cast<const char*>(growing.GetData()), growing.GetSize());
+        ASSERT_TRUE(growing.MoveTo(content) && growing.GetSize() == 0 && growing.Tell() == 0);
+        ASSERT_EQ(std::string(content.begin(), content.end()), held);
+    }
+}
+
+TEST_F(Streams, ErrorsStayUntilTheyAreCleared) {
+    MemoryStream stream("abcdef", 6);
+    char buffer[8];
+    EXPECT_TRUE(stream.ReadExactly(buffer, 4));
+    std::fill(buffer, buffer + 8, 'x');
+    EXPECT_FALSE(stream.ReadExactly(buffer, 8));
+    EXPECT_EQ(std::string(buffer, 8), std::string("ef\0\0\0\0\0\0", 8));
+    EXPECT_EQ(stream.GetError(), ERR_CORRUPTED_DATA);
+    stream.Fail(ERR_TIMEOUT);
+    EXPECT_FALSE(stream.Seek(0, SEEK_FROM_BEGIN) || stream.Skip(0) || stream.Flush() || stream.Sync());
+    std::uint32_t size = 9;
+    std::uint64_t length = 9;
+    EXPECT_TRUE(stream.Peek(size) == nullptr && size == 0 && !stream.GetLength(length) && length == 0);
+    EXPECT_TRUE(stream.Read(buffer, 1) == 0 && stream.IsAtEnd());
+    EXPECT_EQ(stream.GetError(), ERR_CORRUPTED_DATA) << "the first one stays";
+    stream.ClearError();
+    EXPECT_TRUE(stream.Seek(-1, SEEK_FROM_END) && stream.Read(buffer, 8) == 1 && buffer[0] == 'f');
+    EXPECT_FALSE(stream.Write("x", 1));
+    EXPECT_EQ(stream.GetError(), ERR_UNSUPPORTED);
+    stream.ClearError();
+    EXPECT_FALSE(stream.Seek(-7, SEEK_FROM_END));
+    EXPECT_EQ(stream.Close(), ERR_INVALID);
+    EXPECT_EQ(stream.Close(), ERR_INVALID);
+    EXPECT_EQ(stream.GetAbilities(), 0u);
+}
+
+TEST_F(Streams, WhatDoesNotFitIsCut) {
+    char memory[6] = "abcd";
+    MemoryStream fixed(memory, 5, 4);
+    EXPECT_TRUE(fixed.Seek(3, SEEK_FROM_BEGIN));
+    EXPECT_FALSE(fixed.Write("XYZ", 3));
+    EXPECT_EQ(fixed.GetError(), ERR_OVERFLOW);
+    EXPECT_STREQ(memory, "abcXY");
+    fixed.ClearError();
+    EXPECT_TRUE(fixed.Seek(0, SEEK_FROM_BEGIN) && fixed.Read(memory, 6) == 5);
+    MemoryStream whole(memory, 5, 5);
+    SubStream part(whole, 1, 3);
+    EXPECT_TRUE(part.Write("12345", 5)) << "in the buffer";
+    EXPECT_FALSE(part.Flush());
+    EXPECT_EQ(part.Close(), ERR_OVERFLOW);
+    EXPECT_STREQ(memory, "a123Y");
+    MemoryStream view(memory, 5);
+    SubStream tooLong(view, 3, 100);
+    std::uint64_t length = 0;
+    EXPECT_TRUE(tooLong.GetLength(length) && length == 2);
+    EXPECT_EQ(SubStream(view, 9, UINT64_MAX).GetError(), ERR_INVALID);
+    EXPECT_TRUE(SubStream(view, 9, 1).IsAtEnd());
+}
+
+TEST_F(Streams, WholeFilesAtOnce) {
+    const std::string text = ZelkTest::Sample(1000);
+    EXPECT_EQ(SaveFile("file", text.data(), 1000), ERR_OK);
+    EXPECT_EQ(Content(), text);
+    Vector<unsigned char> bytes;
+    ZelkString string;
+    EXPECT_EQ(LoadFile("file", bytes, 1000), ERR_OK);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), text);
+    EXPECT_EQ(LoadFile("file", string, 1000), ERR_OK);
+    EXPECT_EQ(std::string(string.CStr(), string.Size()), text);
+    EXPECT_EQ(LoadFile("file", bytes, 999), ERR_OVERFLOW);
+    EXPECT_TRUE(bytes.IsEmpty());
+    EXPECT_EQ(LoadFile("none", string, 999), ERR_NOT_FOUND);
+    EXPECT_TRUE(string.IsEmpty());
+    EXPECT_EQ(SaveFile("empty", nullptr, 0), ERR_OK);
+    EXPECT_EQ(LoadFile("empty", bytes, 0), ERR_OK);
+    EXPECT_EQ(SaveFile(nullptr, "", 0), ERR_INVALID);
+    for (const std::uint64_t limit : {0ull, 999ull, 1000ull, 5000ull}) {
+        FileStream from(64);
+        ASSERT_EQ(from.Open("file", EalFile::READ_ONLY), ERR_OK);
+        MemoryStream to;
+        std::uint64_t copied = 7;
+        EXPECT_EQ(CopyStream(from, to, limit, copied), limit >= 1000);
+        EXPECT_EQ(copied, std::min<std::uint64_t>(limit, 1000));
+        EXPECT_EQ(from.Close(), limit >= 1000 ? ERR_OK : ERR_OVERFLOW);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(to.GetData()), to.GetSize()), text.substr(0, to.GetSize()));
+    }
+}
+
+TEST_F(Streams, OpeningAgainAndTakingOver) {
+    Content() = "0123456789";
+    FileStream stream;
+    char byte = 0;
+    EXPECT_EQ(stream.Read(&byte, 1), 0u);
+    EXPECT_EQ(stream.GetError(), ERR_NOT_READY);
+    EXPECT_EQ(stream.Open("file", EalFile::READ_ONLY | EAL_FILE_UNBUFFERED), ERR_UNSUPPORTED);
+    EXPECT_EQ(stream.Open("none", EalFile::READ_ONLY), ERR_NOT_FOUND);
+    for (int round = 0; round < 2; ++round) {
+        EalFile file;
+        ASSERT_EQ(file.Open("file", EalFile::UPDATE), ERR_OK);
+        ASSERT_EQ(file.Seek(4, SEEK_FROM_BEGIN), ERR_OK);
+        ASSERT_EQ(stream.Open(std::move(file), Stream::CAN_READ), ERR_OK);
+        EXPECT_EQ(stream.Open("file", EalFile::READ_ONLY), ERR_INVALID);
+        EXPECT_TRUE(stream.ReadExactly(&byte, 1) && byte == '4' && stream.Tell() == 5);
+        EXPECT_FALSE(stream.Write("x", 1));
+        stream.ClearError();
+        EXPECT_TRUE(stream.Sync());
+        EXPECT_EQ(stream.Close(), ERR_OK);
+        EXPECT_FALSE(stream.Seek(0, SEEK_FROM_BEGIN));
+        EXPECT_EQ(stream.Close(), ERR_OK);
+    }
+    EXPECT_EQ(MemoryFiles::Flushes(), 2);
+}
+
+} // namespace

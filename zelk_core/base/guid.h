@@ -1,0 +1,157 @@
+/// @file
+/// Globally unique identifiers (RFC 9562, where they are called UUIDs), with their text, their bytes, and new ones.
+///
+/// `Z4::GUID` has the layout of the platform's type of that name, so either may be copied into the other. Where both
+/// are visible, after `using namespace Z4` beside the platform's headers, the plain name is ambiguous: write
+/// `Z4::GUID`.
+///
+/// The numbers in memory are in the processor's order, which is not the order of the text; only ToBytes() and
+/// FromBytes() know the order that files and networks use. Any thread may call everything here at any time.
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <zelk_core/base/api.h>
+#include <zelk_core/base/error.h>
+#include <zelk_core/base/strview.h>
+
+namespace Z4 {
+
+struct GUID {
+    std::uint32_t data1;
+    std::uint16_t data2;
+    std::uint16_t data3;
+    std::uint8_t data4[8];
+
+    /// The forms of the text; its digits are lower case.
+    enum Form : int {
+        DASHED = 0, ///< 6ba7b810-9dad-11d1-80b4-00c04fd430c8
+        BRACED = 1, ///< {6ba7b810-9dad-11d1-80b4-00c04fd430c8}
+        BARE = 2,   ///< 6ba7b8109dad11d180b400c04fd430c8
+    };
+    /// Room for any form with its terminator.
+    static constexpr std::size_t FORMAT_SIZE = 39;
+
+    /// Reads a text of exactly one form, in upper or lower case, with nothing around it.
+    /// @return ERR_INVALID for anything else; `guid` stays as it was then.
+    [[nodiscard]] Z4_API static Error Parse(StrView text, GUID& guid);
+
+    /// A new identifier: version 4, 122 bits from the system's generator of random numbers for keys.
+    /// @return ERR_NOT_READY, with `guid` as it was, when the system has no such numbers.
+    [[nodiscard]] Z4_API static Error Generate(GUID& guid);
+
+    /// The identifier of `name` within a name space: version 5. The same name in the same space gives the same
+    /// identifier everywhere and always.
+    [[nodiscard]] Z4_API static GUID FromName(const GUID& space, StrView name);
+
+    /// From and to the order of files and networks, where the text's first two digits are the first byte.
+    [[nodiscard]] Z4_API static GUID FromBytes(const std::uint8_t (&bytes)[16]);
+    Z4_API void ToBytes(std::uint8_t (&bytes)[16]) const;
+
+    /// Writes the text to `to`, cut to fit `size` characters with its terminator; with a `size` of 0 nothing is
+    /// written.
+    /// @return the length of the whole text, whether it fitted or not.
+    Z4_API std::size_t Format(char* to, std::size_t size, Form form = DASHED) const;
+
+    /// Whether all bits are 0, as those of no identifier that somebody made.
+    [[nodiscard]] constexpr bool IsNil() const { return *this == GUID{}; }
+    /// How it was made, by its own account: 4 for random, 5 for named ones; 0 to 15.
+    [[nodiscard]] constexpr unsigned GetVersion() const { return data3 >> 12; }
+    /// Hash::XXH32() over the 16 bytes in memory.
+    [[nodiscard]] Z4_API std::uint32_t GetHash(std::uint32_t seed = 0) const;
+
+    friend constexpr bool operator==(const GUID&, const GUID&) = default;
+    /// In the order of the texts.
+    friend constexpr std::strong_ordering operator<=>(const GUID&, const GUID&) = default;
+};
+
+namespace Private {
+
+inline constexpr unsigned NO_DIGIT = 0xFF;
+
+/// The values of the characters 0-9, a-z and A-Z as digits; NO_DIGIT for all others.
+struct DigitTable {
+    constexpr DigitTable() : values() {
+        for (unsigned i = 0; i < 256; ++i) {
+            const unsigned letter = i | 0x20;
+            const unsigned value = i >= '0' && i <= '9'             ? i - '0'
+                                   : letter >= 'a' && letter <= 'z' ? letter - 'a' + 10
+                                                                    : NO_DIGIT;
+            values[i] = static_cast<unsigned char>(value);
+        }
+    }
+    constexpr unsigned operator[](char character) const { return values[static_cast<unsigned char>(character)]; }
+
+    unsigned char values[256];
+};
+inline constexpr DigitTable DIGITS;
+
+/// Puts `count` hexadecimal digits from `text` on into `value`, and moves on. What is no digit sets bits in `wrong`
+/// above the lowest four.
+template <class T>
+constexpr void TakeHexadecimal(const char*& text, unsigned count, T& value, unsigned& wrong) {
+    std::uint32_t sum = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        const unsigned digit = DIGITS[*text++];
+        wrong |= digit;
+        sum = sum << 4 | digit;
+    }
+    value = static_cast<T>(sum);
+}
+
+/// GUID::Parse(), also for compilers.
+constexpr bool ParseGuid(StrView text, GUID& guid) {
+    const char* at = text.Data();
+    const bool isBraced = text.Size() == 38;
+    const bool isDashed = isBraced || text.Size() == 36;
+    if (!isDashed && text.Size() != 32) {
+        return false;
+    }
+    if (isBraced && (text[0] != '{' || text[37] != '}')) {
+        return false;
+    }
+    at += isBraced ? 1 : 0;
+    if (isDashed && (at[8] != '-' || at[13] != '-' || at[18] != '-' || at[23] != '-')) {
+        return false;
+    }
+    const unsigned dash = isDashed ? 1 : 0;
+    GUID read{};
+    unsigned wrong = 0;
+    TakeHexadecimal(at, 8, read.data1, wrong);
+    at += dash;
+    TakeHexadecimal(at, 4, read.data2, wrong);
+    at += dash;
+    TakeHexadecimal(at, 4, read.data3, wrong);
+    at += dash;
+    for (unsigned i = 0; i < 8; ++i) {
+        at += i == 2 ? dash : 0;
+        TakeHexadecimal(at, 2, read.data4[i], wrong);
+    }
+    if (wrong > 15) {
+        return false;
+    }
+    guid = read;
+    return true;
+}
+
+} // namespace Private
+
+/// `"6ba7b810-9dad-11d1-80b4-00c04fd430c8"_guid`, in any form; another text does not compile.
+consteval GUID operator""_guid(const char* text, std::size_t size) {
+    GUID guid{};
+    if (!Private::ParseGuid(StrView(text, size), guid)) {
+        text = nullptr;
+        guid.data4[0] = static_cast<std::uint8_t>(*text); // no constant: stops the compiler
+    }
+    return guid;
+}
+
+/// The name spaces of RFC 9562 for FromName(): of domain names, of addresses in the web, of object identifiers in
+/// dotted decimals, and of directory names.
+inline constexpr GUID GUID_SPACE_DNS = "6ba7b810-9dad-11d1-80b4-00c04fd430c8"_guid;
+inline constexpr GUID GUID_SPACE_URL = "6ba7b811-9dad-11d1-80b4-00c04fd430c8"_guid;
+inline constexpr GUID GUID_SPACE_OID = "6ba7b812-9dad-11d1-80b4-00c04fd430c8"_guid;
+inline constexpr GUID GUID_SPACE_X500 = "6ba7b814-9dad-11d1-80b4-00c04fd430c8"_guid;
+
+} // namespace Z4

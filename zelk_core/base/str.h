@@ -1,0 +1,188 @@
+/// @file
+/// What can be done with texts: compare, search, cut, copy into fixed room, and read and write numbers.
+///
+/// Only the letters A to Z have a case, and only blank, tab, line feed, vertical tab, form feed and carriage return are
+/// space: there is no locale. UTF-8 passes through unharmed, as none of its other bytes looks like one of these; utf.h
+/// knows its characters. Nothing allocates memory. Any thread may call everything at any time, on texts that nobody
+/// changes meanwhile.
+///
+/// Functions that write to `to`, room for `size` characters, cut what does not fit and always terminate it; with a
+/// `size` of 0 they write nothing, and `to` may be null. They return the length that the whole text has, without the
+/// terminator, so a result of `size` or more says that it was cut.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+#include <zelk_core/base/api.h>
+#include <zelk_core/base/error.h>
+#include <zelk_core/base/strview.h>
+
+namespace Z4 {
+
+namespace Private {
+
+/// The largest whole number and the smallest, the latter without its sign. Numbers are passed in as many bits as they
+/// need, as two's complement.
+template <class Bits>
+struct NumberRange {
+    Bits largest;
+    Bits smallest;
+};
+
+[[nodiscard]] Z4_API Error ReadNumber(StrView& rest, NumberRange<std::uint32_t> range, unsigned radix,
+                                      std::uint32_t& value);
+[[nodiscard]] Z4_API Error ReadNumber(StrView& rest, NumberRange<std::uint64_t> range, unsigned radix,
+                                      std::uint64_t& value);
+Z4_API std::size_t WriteNumber(char* to, std::size_t size, std::uint64_t magnitude, bool isNegative, unsigned radix);
+
+template <class T>
+concept PlainInteger = std::is_integral_v<T> && !std::is_same_v<std::remove_cv_t<T>, bool>;
+
+} // namespace Private
+
+/// The operations, all static; str.h tells what all of them have in common. Those with wide texts do the same with
+/// them.
+class Str {
+public:
+    Str() = delete;
+
+    /// "To the end" as a count, "nowhere" as the answer of a search.
+    static constexpr std::size_t NPOS = StrView::NPOS;
+
+    /// The number of characters before the terminator, but no more than `limit`; 0 for null. It reads whole aligned
+    /// blocks of 16 bytes, so bytes around the text, but never of another page.
+    [[nodiscard]] static std::size_t Length(const char* text, std::size_t limit = NPOS) {
+        return Private::TextLength(text, limit);
+    }
+    [[nodiscard]] static std::size_t Length(const wchar_t* text, std::size_t limit = NPOS) {
+        return Private::TextLength(text, limit);
+    }
+
+    /// Copies a text, which may overlap `to`.
+    Z4_API static std::size_t Copy(char* to, std::size_t size, StrView text);
+    Z4_API static std::size_t Copy(wchar_t* to, std::size_t size, WStrView text);
+    /// Copies a text behind the one that stands in `to`. Where none ends there within `size` characters, nothing
+    /// changes, and the result is `size` plus that of `text`.
+    Z4_API static std::size_t Append(char* to, std::size_t size, StrView text);
+    Z4_API static std::size_t Append(wchar_t* to, std::size_t size, WStrView text);
+
+    /// Below, at or above 0 as `left` comes before, equals or comes after `right`: by the unsigned values of the first
+    /// characters that differ; of two texts that begin alike the shorter comes first. `==` and `<=>` of views are the
+    /// same.
+    [[nodiscard]] Z4_API static int Compare(StrView left, StrView right);
+    [[nodiscard]] Z4_API static int Compare(WStrView left, WStrView right);
+    /// The same with A to Z taken for a to z.
+    [[nodiscard]] Z4_API static int CompareNoCase(StrView left, StrView right);
+    [[nodiscard]] Z4_API static int CompareNoCase(WStrView left, WStrView right);
+    [[nodiscard]] Z4_API static bool EqualsNoCase(StrView left, StrView right);
+    [[nodiscard]] Z4_API static bool EqualsNoCase(WStrView left, WStrView right);
+
+    [[nodiscard]] static bool StartsWith(StrView text, StrView what) {
+        return what.Size() <= text.Size() && text.Substring(0, what.Size()) == what;
+    }
+    [[nodiscard]] static bool StartsWith(WStrView text, WStrView what) {
+        return what.Size() <= text.Size() && text.Substring(0, what.Size()) == what;
+    }
+    [[nodiscard]] static bool EndsWith(StrView text, StrView what) {
+        return what.Size() <= text.Size() && text.Substring(text.Size() - what.Size()) == what;
+    }
+    [[nodiscard]] static bool EndsWith(WStrView text, WStrView what) {
+        return what.Size() <= text.Size() && text.Substring(text.Size() - what.Size()) == what;
+    }
+    [[nodiscard]] static bool StartsWithNoCase(StrView text, StrView what) {
+        return what.Size() <= text.Size() && EqualsNoCase(text.Substring(0, what.Size()), what);
+    }
+    [[nodiscard]] static bool EndsWithNoCase(StrView text, StrView what) {
+        return what.Size() <= text.Size() && EqualsNoCase(text.Substring(text.Size() - what.Size()), what);
+    }
+
+    /// The first position at which `what` stands, of those from `from` on; NPOS when there is none. An empty `what`
+    /// stands at each position up to the size. Sixteen positions are tested at a time by the first and the last
+    /// character of `what`; texts that agree in these everywhere take as many steps as the product of both sizes.
+    [[nodiscard]] Z4_API static std::size_t Find(StrView text, StrView what, std::size_t from = 0);
+    [[nodiscard]] Z4_API static std::size_t Find(WStrView text, WStrView what, std::size_t from = 0);
+    [[nodiscard]] Z4_API static std::size_t FindNoCase(StrView text, StrView what, std::size_t from = 0);
+    /// The last position at which `what` stands, of those up to `from`; NPOS when there is none.
+    [[nodiscard]] Z4_API static std::size_t FindLast(StrView text, StrView what, std::size_t from = NPOS);
+    [[nodiscard]] Z4_API static std::size_t FindLast(WStrView text, WStrView what, std::size_t from = NPOS);
+    /// The first position, from `from` on, of a character that is in `set`.
+    [[nodiscard]] Z4_API static std::size_t FindAny(StrView text, StrView set, std::size_t from = 0);
+    [[nodiscard]] Z4_API static std::size_t FindAny(WStrView text, WStrView set, std::size_t from = 0);
+
+    /// What is space to Trim().
+    static constexpr StrView SPACE = StrView(" \t\n\v\f\r", 6);
+
+    /// `text` without those characters at its ends that are in `set`.
+    [[nodiscard]] static StrView Trim(StrView text, StrView set = SPACE) { return TrimLeft(TrimRight(text, set), set); }
+    [[nodiscard]] Z4_API static StrView TrimLeft(StrView text, StrView set = SPACE);
+    [[nodiscard]] Z4_API static StrView TrimRight(StrView text, StrView set = SPACE);
+    /// Takes `rest` apart, one `part` a call, at each `separator`: "a,,b" has three parts, the second of them empty,
+    /// and
+    /// "" has one, which is empty. After the last part `rest` is null, which a view of a text, even an empty one, is
+    /// not.
+    ///
+    ///     for (StrView rest = line, part; Str::Split(rest, ',', part);)
+    ///
+    /// @return false when there is no further part.
+    [[nodiscard]] Z4_API static bool Split(StrView& rest, char separator, StrView& part);
+
+    /// Puts A to Z, or a to z, into the other case.
+    Z4_API static void ToLower(char* text, std::size_t size);
+    Z4_API static void ToUpper(char* text, std::size_t size);
+
+    /// Whether `pattern` describes the whole text. In it `*` stands for any characters, or none, and `?` for one. A
+    /// character is one of UTF-8, or a byte where the text is ill-formed. At most as many steps as the product of both
+    /// sizes.
+    [[nodiscard]] Z4_API static bool Matches(StrView text, StrView pattern);
+    [[nodiscard]] Z4_API static bool MatchesNoCase(StrView text, StrView pattern);
+
+    /// Reads a whole number: the whole text is an optional sign and digits, with letters of any case for those above 9.
+    /// @param radix 2 to 36.
+    /// @return ERR_INVALID for a text that is no number, a negative one for an unsigned `T`, and another radix; `value`
+    /// stays as it was. ERR_OVERFLOW for a number that `T` does not hold; `value` is the nearest that it does.
+    template <Private::PlainInteger T>
+    [[nodiscard]] static Error ToInt(StrView text, T& value, unsigned radix = 10) {
+        T read = value;
+        const Error error = ParseInt(text, read, radix);
+        if (error == ERR_INVALID || !text.IsEmpty()) {
+            return ERR_INVALID;
+        }
+        value = read;
+        return error;
+    }
+    /// Takes the longest number off the front of `rest`; `rest` too stays as it was after ERR_INVALID.
+    template <Private::PlainInteger T>
+    [[nodiscard]] static Error ParseInt(StrView& rest, T& value, unsigned radix = 10) {
+        using Bits = std::conditional_t<sizeof(T) <= 4, std::uint32_t, std::uint64_t>;
+        constexpr auto LARGEST = static_cast<Bits>(std::numeric_limits<T>::max());
+        Bits bits = 0;
+        const Error error = Private::ReadNumber(
+            rest, Private::NumberRange<Bits>{LARGEST, std::is_signed_v<T> ? LARGEST + 1 : 0}, radix, bits);
+        if (error != ERR_INVALID) {
+            value = static_cast<T>(bits);
+        }
+        return error;
+    }
+    /// Reads a decimal number: the whole text is an optional sign and digits, with a point and an exponent where there
+    /// are such, or `inf`, `infinity` or `nan` in any case. The result is the nearest that the type holds, to even
+    /// where two are, however long the text is (Lemire, "Number Parsing at a Gigabyte per Second", 2021). A text
+    /// beneath the smallest number is 0.
+    /// @return ERR_INVALID for a text that is no number; `value` stays as it was. ERR_OVERFLOW for one that is too
+    /// large; `value` is infinite.
+    [[nodiscard]] Z4_API static Error ToDouble(StrView text, double& value);
+    [[nodiscard]] Z4_API static Error ToFloat(StrView text, float& value);
+
+    /// Writes the shortest text of a number, with lower-case letters for digits above 9; 65 characters at most.
+    /// Floating-point numbers are StrFormat's.
+    /// @param radix 2 to 36; another is taken for 10.
+    template <Private::PlainInteger T>
+    static std::size_t FromInt(char* to, std::size_t size, T value, unsigned radix = 10) {
+        const bool isNegative = value < T{};
+        const auto bits = static_cast<std::uint64_t>(value);
+        return Private::WriteNumber(to, size, isNegative ? 0 - bits : bits, isNegative, radix);
+    }
+};
+
+} // namespace Z4
