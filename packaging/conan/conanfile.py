@@ -6,7 +6,7 @@ import os
 import re
 
 from conan import ConanFile
-from conan.errors import ConanInvalidConfiguration
+from conan.errors import ConanException, ConanInvalidConfiguration
 from conan.tools.cmake import CMake, CMakeToolchain, cmake_layout
 from conan.tools.files import copy, get, load
 
@@ -41,14 +41,19 @@ class ZelkCore(ConanFile):
             raise ConanInvalidConfiguration("zelk_core is built for 32-bit Windows by GCC or clang")
 
     def source(self):
-        for name in self.conan_data["sources"]:
-            get(self, **self.conan_data["sources"][name], strip_root=True, destination=os.path.join("third_party", name))
+        mirror = os.environ.get("ZELK_DEBIAN_MIRROR")
+        if not mirror:
+            raise ConanException("Set ZELK_DEBIAN_MIRROR to the address of a mirror of Debian.")
+        for name, archive in self.conan_data["sources"].items():
+            get(self, f"{mirror}/{archive['url']}", sha256=archive["sha256"], strip_root=True,
+                destination=os.path.join("third_party", name))
 
     def generate(self):
         toolchain = CMakeToolchain(self)
         toolchain.cache_variables.update({
             "ZELK_ZLIB_SOURCE": os.path.join(self.source_folder, "third_party", "zlib"),
             "ZELK_LZO_SOURCE": os.path.join(self.source_folder, "third_party", "lzo2"),
+            "ZELK_FAST_FLOAT_SOURCE": os.path.join(self.source_folder, "third_party", "fast-float"),
             "ZELK_CORE_LZO": bool(self.options.lzo),
             "ZELK_CORE_TESTS": False,
             "ZELK_CORE_BENCHMARKS": False,
