@@ -7,7 +7,7 @@ BENCH_FLAGS ?= --benchmark_repetitions=9 --benchmark_enable_random_interleaving=
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.05
 
 .DEFAULT_GOAL := help
-.PHONY: help setup setup-msabi demo test soak pinned mutants checked bench sanitize fuzz proof msabi docs install \
+.PHONY: help setup setup-msabi demo test soak pinned mutants checked coverage bench sanitize fuzz proof msabi docs install \
     install-msabi dist check clean
 
 help:
@@ -17,11 +17,13 @@ help:
 	@echo 'make pinned    print anew what tests/pinned holds of digests and tables'
 	@echo 'make mutants   apply the recorded faults (of ROOM=os) one at a time: a test must fail on each'
 	@echo 'make checked   all tests on a DLL that checks its callers'
-	@echo 'make bench     measure every room beside its peers and print the ratios'
+	@echo 'make coverage  which branches of the library the tests take, and a list of those they do not'
+	@echo 'make bench     measure every room beside its peers, and list what became slower (build/bench/bench.md)'
 	@echo 'make sanitize  the portable rooms under AddressSanitizer and UBSan'
 	@echo 'make fuzz      each fuzzer for FUZZ_SECONDS=$(FUZZ_SECONDS) seconds'
 	@echo 'make proof     what threads may meet, under every schedule with few preemptions'
 	@echo 'make msabi     the DLL in the Microsoft C++ ABI, with its tests and checks'
+	@echo 'make docs-check  reads in a browser what make docs made'
 	@echo 'make docs      HTML in build/docs'
 	@echo 'make install   headers, DLL, symbols, host and packages to PREFIX=$(PREFIX); install-msabi: in the other ABI'
 	@echo 'make dist      archives to hand out, and their checksums, in build/dist'
@@ -60,6 +62,14 @@ checked: build/checked/build.ninja
 	cmake --build --preset checked --target all
 	ctest --preset checked --exclude-regex guard_start
 
+# Counts of an earlier run would be added to. The plain lanes take square roots from the C library where nothing is
+# optimized, and it rounds some of them twice.
+coverage: build/coverage/build.ninja
+	cmake --build --preset coverage
+	find build/coverage -name '*.gcda' -delete
+	ctest --preset coverage --exclude-regex digest_plain_lanes
+	scripts/coverage
+
 bench: build/mingw/build.ninja
 	cmake --build --preset mingw --target benchmarks
 	scripts/bench $(BENCH_FLAGS)
@@ -90,10 +100,23 @@ msabi: build/msabi/build.ninja
 	ctest --preset msabi
 	scripts/check-reproducible msabi
 
+.PHONY: docs-check guide-check picture
+docs-check: docs
+	scripts/check-docs
+
+# Does what "Getting started" says, with an installation of this checkout.
+guide-check: PREFIX = $(CURDIR)/build/docs/prefix
+guide-check: install
+	scripts/check-guide $(PREFIX)
+
+# The picture in README.md, which the tests compare with what the example draws.
+picture: build/mingw/build.ninja
+	cmake --build --preset mingw --target picture
+	scripts/wine-run build/mingw/bin/picture.exe build/geometry.svg >/dev/null
+	tr -d '\r' <build/geometry.svg >docs/pictures/geometry.svg
+
 docs: setup
-	mkdir -p build/docs/pictures
-	scripts/floors --draw build/docs/pictures/house.svg
-	ZELK_VERSION=$$(sed -n 's/.*_STRING "\(.*\)"/\1/p' zelk_core/base/version.h) doxygen docs/Doxyfile
+	scripts/docs
 
 # Without what only tests use. LZO=OFF leaves out LZO.
 LZO ?= ON
@@ -120,5 +143,5 @@ check: build/mingw/build.ninja build/sanitize/build.ninja
 	scripts/check
 
 clean:
-	rm -rf build/mingw build/checked build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/install \
+	rm -rf build/mingw build/checked build/coverage build/msabi build/sanitize build/fuzz build/proof build/mutants build/docs build/install \
 	    build/package build/package-msabi build/dist

@@ -66,6 +66,7 @@ BENCHMARK(Plain<Private::XTeaDecodeBlock>)->Name("XTea_Decode/plain")->Apply(Siz
 int main(int argc, char** argv) {
     ZelkHost::Install();
     InitializeEncryptionService();
+    benchmark::AddCustomContext("plain", "a loop over single blocks, as the ciphers' descriptions read");
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     ShutdownEncryptionService();

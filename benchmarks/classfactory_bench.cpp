@@ -1,19 +1,16 @@
-// The factory among many classes beside the plain ordered map that one would write instead, and a creation beside a
-// call of the creator alone. Below, the containers beside their peers.
-#include <algorithm>
-#include <benchmark/benchmark.h>
+// The factory's look-up beside the maps that one would write instead, and a creation beside a call of the creator
+// alone. The argument is the number of classes; `predictable` asks for 16 of them in turn. --large adds ten millions.
+#include "keys.h"
+
+#include <cstring>
 #include <host/zelkhost.h>
 #include <map>
-#include <random>
-#include <string>
-#include <vector>
+#include <unordered_map>
 #include <zelk_core/zelk_core.h>
 
 namespace {
 
 using namespace Z4;
-
-constexpr unsigned CLASSES = 10000;
 
 int g_object;
 
@@ -26,124 +23,109 @@ struct Record {
     const char* name;
 };
 
-using StdMap = std::map<std::uint32_t, Record>;
-using ZelkMap = Map<std::uint32_t, Record>;
+unsigned CountOf(const benchmark::State& state) {
+    return static_cast<unsigned>(state.range(0));
+}
 
-/// Identifiers of class names, in an order of their own.
-const std::vector<TypeID>& Types() {
-    static const std::vector<TypeID> types = [] {
-        std::vector<TypeID> result;
-        for (unsigned i = 0; i < CLASSES; ++i) {
-            result.emplace_back(Hash::CRC(("Engine::Component" + std::to_string(i)).c_str()));
+/// A factory with this many classes; the one before goes.
+ClassFactory& FactoryOf(unsigned count) {
+    static unsigned registered = 0;
+    if (registered != count) {
+        ClassFactory::SingletonShutdown();
+        ClassFactory::SingletonInit();
+        for (unsigned i = 0; i < count; ++i) {
+            ClassFactory::Instance().RegisterCreatorFunc(Create, TypeID(Bench::Key(i)));
         }
-        std::shuffle(result.begin(), result.end(), std::mt19937(1));
-        return result;
-    }();
-    return types;
-}
-
-std::uint32_t IdentifierOf(const TypeID& type) {
-    return static_cast<unsigned long>(type);
-}
-
-/// Calls `function` with one type after the other of the first `state.range(0)`: all of them in turn, or a few hot
-/// ones.
-template <class Function>
-void ForTypes(benchmark::State& state, Function function) {
-    const std::vector<TypeID>& types = Types();
-    const auto count = static_cast<std::size_t>(state.range(0));
-    std::size_t i = 0;
-    for (auto _ : state) {
-        function(types[i]);
-        i = i + 1 < count ? i + 1 : 0;
+        registered = count;
     }
-}
-
-void LookUpFactory(benchmark::State& state) {
-    ClassFactory& factory = ClassFactory::Instance();
-    ForTypes(state, [&](TypeID type) { benchmark::DoNotOptimize(factory.IsRegistered(type)); });
+    return ClassFactory::Instance();
 }
 
 template <class AnyMap>
-AnyMap Filled() {
-    AnyMap map;
-    for (const TypeID& type : Types()) {
-        if constexpr (std::is_same_v<AnyMap, StdMap>) {
-            map.emplace(IdentifierOf(type), Record{Create, nullptr});
-        } else {
-            map.Emplace(IdentifierOf(type), Record{Create, nullptr});
+const AnyMap& MapOf(unsigned count) {
+    static AnyMap map;
+    if (map.size() != count) {
+        map.clear();
+        for (unsigned i = 0; i < count; ++i) {
+            map.emplace(Bench::Key(i), Record{Create, nullptr});
         }
     }
     return map;
 }
+using StdMap = std::map<std::uint32_t, Record>;
+using StdHashMap = std::unordered_map<std::uint32_t, Record>;
 
-void LookUpStdMap(benchmark::State& state) {
-    const StdMap map = Filled<StdMap>();
-    ForTypes(state, [&](TypeID type) { benchmark::DoNotOptimize(map.find(IdentifierOf(type)) != map.end()); });
+void FindInFactory(benchmark::State& state) {
+    ClassFactory& factory = FactoryOf(CountOf(state));
+    Bench::ForRandomKeys(state, CountOf(state),
+                         [&](std::uint32_t key) { benchmark::DoNotOptimize(factory.IsRegistered(TypeID(key))); });
+}
+void FindHotInFactory(benchmark::State& state) {
+    ClassFactory& factory = FactoryOf(CountOf(state));
+    Bench::ForHotKeys(state, [&](std::uint32_t key) { benchmark::DoNotOptimize(factory.IsRegistered(TypeID(key))); });
 }
 
-void LookUpMap(benchmark::State& state) {
-    const ZelkMap map = Filled<ZelkMap>();
-    ForTypes(state, [&](TypeID type) { benchmark::DoNotOptimize(map.Find(IdentifierOf(type)) != map.end()); });
+template <class AnyMap>
+void FindInMap(benchmark::State& state) {
+    const AnyMap& map = MapOf<AnyMap>(CountOf(state));
+    Bench::ForRandomKeys(state, CountOf(state),
+                         [&](std::uint32_t key) { benchmark::DoNotOptimize(map.find(key) != map.end()); });
+}
+template <class AnyMap>
+void FindHotInMap(benchmark::State& state) {
+    const AnyMap& map = MapOf<AnyMap>(CountOf(state));
+    Bench::ForHotKeys(state, [&](std::uint32_t key) { benchmark::DoNotOptimize(map.find(key) != map.end()); });
 }
 
 void CreateByFactory(benchmark::State& state) {
-    ClassFactory& factory = ClassFactory::Instance();
-    ForTypes(state, [&](TypeID type) { benchmark::DoNotOptimize(factory.CreateInstance(type)); });
+    ClassFactory& factory = FactoryOf(CountOf(state));
+    Bench::ForRandomKeys(state, CountOf(state),
+                         [&](std::uint32_t key) { benchmark::DoNotOptimize(factory.CreateInstance(TypeID(key))); });
 }
-
 void CreateDirectly(benchmark::State& state) {
     CreatorFunction creator = Create;
     benchmark::DoNotOptimize(creator);
-    ForTypes(state, [&](TypeID type) {
-        benchmark::DoNotOptimize(type);
+    Bench::ForRandomKeys(state, CountOf(state), [&](std::uint32_t key) {
+        benchmark::DoNotOptimize(key);
         benchmark::DoNotOptimize(creator(nullptr));
     });
 }
 
-template <class AnyMap>
-void Fill(benchmark::State& state) {
+void RegisterAndEnd(benchmark::State& state) {
+    FactoryOf(0);
     for (auto _ : state) {
-        const AnyMap map = Filled<AnyMap>();
-        benchmark::DoNotOptimize(&map);
+        FactoryOf(CountOf(state));
+        FactoryOf(0);
     }
 }
 
-template <class AnyMap>
-void Iterate(benchmark::State& state) {
-    const AnyMap map = Filled<AnyMap>();
-    for (auto _ : state) {
-        unsigned count = 0;
-        for (const auto& entry : map) {
-            benchmark::DoNotOptimize(&entry);
-            ++count;
-        }
-        benchmark::DoNotOptimize(count);
+void Add(bool isLarge, const char* name, void (*function)(benchmark::State&)) {
+    const auto row = benchmark::RegisterBenchmark(name, function);
+    row->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000);
+    if (isLarge) {
+        row->Arg(10000000);
     }
 }
-
-BENCHMARK(LookUpFactory)->Name("lookup_of_10000_classes/zelk_factory")->Arg(CLASSES)->Arg(16);
-BENCHMARK(LookUpStdMap)->Name("lookup_of_10000_classes/std_map")->Arg(CLASSES)->Arg(16);
-BENCHMARK(CreateByFactory)->Name("creation/zelk_factory")->Arg(CLASSES)->Arg(16);
-BENCHMARK(CreateDirectly)->Name("creation/creator_alone")->Arg(CLASSES)->Arg(16);
-BENCHMARK(LookUpMap)->Name("map_find/zelk_map")->Arg(CLASSES)->Arg(16);
-BENCHMARK(LookUpStdMap)->Name("map_find/std_map")->Arg(CLASSES)->Arg(16);
-BENCHMARK(Fill<ZelkMap>)->Name("map_fill_and_free/zelk_map");
-BENCHMARK(Fill<StdMap>)->Name("map_fill_and_free/std_map");
-BENCHMARK(Iterate<ZelkMap>)->Name("map_iterate/zelk_map");
-BENCHMARK(Iterate<StdMap>)->Name("map_iterate/std_map");
 
 } // namespace
+
+BENCHMARK(FindHotInFactory)->Name("class_find_predictable/zelk_factory")->Arg(10000);
+BENCHMARK(FindHotInMap<StdMap>)->Name("class_find_predictable/std_map")->Arg(10000);
+BENCHMARK(FindHotInMap<StdHashMap>)->Name("class_find_predictable/std_unordered_map")->Arg(10000);
+BENCHMARK(CreateByFactory)->Name("creation/zelk_factory")->Arg(10000);
+BENCHMARK(CreateDirectly)->Name("creation/creator_alone")->Arg(10000);
+BENCHMARK(RegisterAndEnd)->Name("class_register_all_and_end/zelk_factory")->Arg(1000)->Arg(10000)->Arg(100000);
 
 int main(int argc, char** argv) {
     ZelkHost::Options options;
     options.logLevels = 0;
     ZelkHost::Install(options);
     InitializeRuntimeTypeService();
-    for (const TypeID& type : Types()) {
-        ClassFactory::Instance().RegisterCreatorFunc(Create, type);
-    }
     benchmark::Initialize(&argc, argv);
+    const bool isLarge = argc > 1 && std::strcmp(argv[1], "--large") == 0;
+    Add(isLarge, "class_find_random/zelk_factory", FindInFactory);
+    Add(isLarge, "class_find_random/std_map", FindInMap<StdMap>);
+    Add(isLarge, "class_find_random/std_unordered_map", FindInMap<StdHashMap>);
     benchmark::RunSpecifiedBenchmarks();
     ShutdownRuntimeTypeService();
 }

@@ -1,17 +1,19 @@
 // Every row `family/zelk_core/bytes` stands beside the peer's, `family/peer/bytes`.
-#define XXH_STATIC_LINKING_ONLY
-#define XXH_IMPLEMENTATION
-#include <xxhash.h>
-
 #include <benchmark/benchmark.h>
 #include <cstdint>
 #include <cstring>
+#include <libdeflate.h>
 #include <string>
 #include <vector>
+#include <xxhash.h>
 #include <zelk_core/base/hash.h>
 #include <zlib.h>
 
 using Z4::Hash;
+
+#define TEXT_OF(macro) #macro
+#define TEXT(macro) TEXT_OF(macro)
+#define XXHASH_VERSION TEXT(XXH_VERSION_MAJOR) "." TEXT(XXH_VERSION_MINOR) "." TEXT(XXH_VERSION_RELEASE)
 
 namespace {
 
@@ -130,14 +132,25 @@ void Measure(benchmark::State& state, unsigned size, Function function) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * size);
 }
 
-template <class Ours, class Peer>
-void AddPair(const std::string& family, const std::string& peerName, std::initializer_list<unsigned> sizes, Ours ours,
-             Peer peer) {
+/// A peer's function and its name in the rows.
+template <class Function>
+struct Peer {
+    const char* name;
+    Function function;
+};
+
+template <class Function>
+void AddRows(const std::string& family, const char* who, const std::vector<unsigned>& sizes, Function function) {
     for (const unsigned size : sizes) {
-        const std::string bytes = "/" + std::to_string(size);
-        benchmark::RegisterBenchmark((family + "/zelk_core" + bytes).c_str(), Measure<Ours>, size, ours);
-        benchmark::RegisterBenchmark((family + "/" + peerName + bytes).c_str(), Measure<Peer>, size, peer);
+        const std::string name = family + "/" + who + "/" + std::to_string(size);
+        benchmark::RegisterBenchmark(name.c_str(), Measure<Function>, size, function);
     }
+}
+
+template <class Ours, class... Functions>
+void Compare(const std::string& family, const std::vector<unsigned>& sizes, Ours ours, Peer<Functions>... peers) {
+    AddRows(family, "zelk_core", sizes, ours);
+    (AddRows(family, peers.name, sizes, peers.function), ...);
 }
 
 const char* AsString(const unsigned char* buffer) {
@@ -151,28 +164,40 @@ int main(int argc, char** argv) {
     constexpr unsigned MIB = 1024 * 1024;
     using Bytes = const unsigned char*;
 
-    AddPair(
-        "CRC", "zlib", {4, 16, 64, 100, KIB, MIB}, [](Bytes p, unsigned n) { return Hash::CRC(p, n); },
-        [](Bytes p, unsigned n) { return crc32(0, p, n); });
-    AddPair(
-        "CRC_string", "plain", {4, 8, 16, 24, KIB}, [](Bytes p, unsigned) { return Hash::CRC(AsString(p)); },
-        [](Bytes p, unsigned) { return PlainCrc(AsString(p)); });
-    AddPair(
-        "XXH32", "xxhash", {16, 64, KIB, MIB}, [](Bytes p, unsigned n) { return Hash::XXH32(p, n); },
-        [](Bytes p, unsigned n) { return XXH32(p, n, 0); });
-    AddPair(
-        "XXH64", "xxhash", {16, 32, 64, 100, KIB, MIB}, [](Bytes p, unsigned n) { return Hash::XXH64(p, n); },
-        [](Bytes p, unsigned n) { return XXH64(p, n, 0); });
-    AddPair(
-        "FNV32", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::FNV32(p, n); }, PlainFnv32);
-    AddPair(
-        "FNV64", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::FNV64(p, n); }, PlainFnv64);
-    AddPair(
-        "Dobbs", "plain", {24, 1020}, [](Bytes p, unsigned n) { return Hash::Dobbs(p, n); }, PlainLookup2);
-    AddPair(
-        "Fast", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::Fast(p, n); }, PlainFast);
-    AddPair(
-        "Knuth", "plain", {20, KIB}, [](Bytes p, unsigned n) { return Hash::Knuth(p, n); }, PlainKnuth);
+    benchmark::AddCustomContext("zlib", "crc32 of zlib " ZLIB_VERSION " with -O3");
+    benchmark::AddCustomContext("libdeflate", "libdeflate_crc32 of libdeflate " LIBDEFLATE_VERSION_STRING
+                                              ", by carry-less multiplication in vectors of 16 bytes");
+    benchmark::AddCustomContext("xxhash", "the xxHash library " XXHASH_VERSION " with -O3, linked statically");
+    benchmark::AddCustomContext("plain",
+                                "the published loop, compiled into the caller; of CRC_string, zlib's table and a loop "
+                                "up to the terminator");
+    // From words to what leaves every cache: how cost grows.
+    const std::vector<unsigned> scale{8, 16, 64, 100, 128, 256, KIB, 4 * KIB, 64 * KIB, MIB, 16 * MIB, 64 * MIB};
+    Compare(
+        "CRC", scale, [](Bytes p, unsigned n) { return Hash::CRC(p, n); },
+        Peer{"zlib", [](Bytes p, unsigned n) { return crc32(0, p, n); }},
+        Peer{"libdeflate", [](Bytes p, unsigned n) { return libdeflate_crc32(0, p, n); }});
+    Compare(
+        "CRC_string", {4, 8, 16, 24, KIB}, [](Bytes p, unsigned) { return Hash::CRC(AsString(p)); },
+        Peer{"plain", [](Bytes p, unsigned) { return PlainCrc(AsString(p)); }});
+    Compare(
+        "XXH32", scale, [](Bytes p, unsigned n) { return Hash::XXH32(p, n); },
+        Peer{"xxhash", [](Bytes p, unsigned n) { return XXH32(p, n, 0); }});
+    Compare(
+        "XXH64", scale, [](Bytes p, unsigned n) { return Hash::XXH64(p, n); },
+        Peer{"xxhash", [](Bytes p, unsigned n) { return XXH64(p, n, 0); }});
+    const std::vector<unsigned> words{20, KIB, MIB};
+    Compare(
+        "FNV32", words, [](Bytes p, unsigned n) { return Hash::FNV32(p, n); }, Peer{"plain", PlainFnv32});
+    Compare(
+        "FNV64", words, [](Bytes p, unsigned n) { return Hash::FNV64(p, n); }, Peer{"plain", PlainFnv64});
+    const std::vector<unsigned> blocks{24, 1020, MIB - 4};
+    Compare(
+        "Dobbs", blocks, [](Bytes p, unsigned n) { return Hash::Dobbs(p, n); }, Peer{"plain", PlainLookup2});
+    Compare(
+        "Fast", words, [](Bytes p, unsigned n) { return Hash::Fast(p, n); }, Peer{"plain", PlainFast});
+    Compare(
+        "Knuth", words, [](Bytes p, unsigned n) { return Hash::Knuth(p, n); }, Peer{"plain", PlainKnuth});
 
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

@@ -45,6 +45,22 @@ void RawLockedDraw(benchmark::State& state) {
     DeleteCriticalSection(&section);
 }
 
+template <class Draw>
+void RawLockedZiggurat(benchmark::State& state, Draw draw) {
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    Z4::Private::Ziggurat ziggurat;
+    ziggurat.Seed(SEED);
+    benchmark::DoNotOptimize(&ziggurat);
+    for (auto _ : state) {
+        EnterCriticalSection(&section);
+        const float value = draw(ziggurat);
+        LeaveCriticalSection(&section);
+        benchmark::DoNotOptimize(value);
+    }
+    DeleteCriticalSection(&section);
+}
+
 template <class Distribution>
 void StandardDraw(benchmark::State& state) {
     std::mt19937 engine(SEED);
@@ -75,11 +91,17 @@ BENCHMARK(EngineDraw<std::ranlux24_base>)->Name("subtractive_unlocked/ranlux24_b
 BENCHMARK_CAPTURE(ZelkDraw, , Z4::Random::RandS32)->Name("RandS32/zelk");
 BENCHMARK(RawLockedDraw)->Name("RandS32/critical_section_and_draw");
 BENCHMARK_CAPTURE(ZigguratDraw, , [](Z4::ZigRandomGenerator& g) { return g.RNOR(0, 1); })->Name("normal/zelk_RNOR");
+BENCHMARK_CAPTURE(RawLockedZiggurat, , [](Z4::Private::Ziggurat& z) {
+    return z.Normal();
+})->Name("normal/critical_section_and_draw");
 BENCHMARK_CAPTURE(ZelkDraw, , [] { return Z4::Random::Normal(0, 1); })->Name("normal/zelk_Random");
-BENCHMARK(StandardDraw<std::normal_distribution<float>>)->Name("normal/std");
+BENCHMARK(StandardDraw<std::normal_distribution<float>>)->Name("normal/std_unlocked");
 BENCHMARK_CAPTURE(ZigguratDraw, , [](Z4::ZigRandomGenerator& g) { return g.REXP(); })->Name("exponential/zelk_REXP");
+BENCHMARK_CAPTURE(RawLockedZiggurat, , [](Z4::Private::Ziggurat& z) {
+    return z.Exponential();
+})->Name("exponential/critical_section_and_draw");
 BENCHMARK_CAPTURE(ZelkDraw, , Z4::Random::Exponential)->Name("exponential/zelk_Random");
-BENCHMARK(StandardDraw<std::exponential_distribution<float>>)->Name("exponential/std");
+BENCHMARK(StandardDraw<std::exponential_distribution<float>>)->Name("exponential/std_unlocked");
 
 } // namespace
 

@@ -2,9 +2,8 @@
 // call for it is counted whole, zlib's set-up and clean-up included, and the compressor's content detection.
 #include <benchmark/benchmark.h>
 #include <cstdlib>
-#include <iterator>
 #include <string>
-#include <tests/support/shorttexts.h>
+#include <tests/support/rows.h>
 #include <tests/support/zlibpeer.h>
 #include <vector>
 #include <zelk_core/services/compression/stringcompressor.h>
@@ -74,15 +73,16 @@ private:
 
 /// All mixed texts in turn for a size of 0, else the beginning of lower-case words.
 std::vector<std::string> Texts(benchmark::State& state) {
-    if (state.range(0) == 0) {
-        return {std::begin(ZelkTest::MIXED_TEXTS), std::end(ZelkTest::MIXED_TEXTS)};
-    }
+    std::vector<std::string> mixed;
     std::string words;
-    for (const char* const text : ZelkTest::WORD_TEXTS) {
-        words += text;
-        words += ' ';
+    for (const ZelkTest::Row& row : ZelkTest::Rows("shorttexts.txt")) {
+        if (row.Text(0) == "words") {
+            words += row.Text(1) + ' ';
+        } else {
+            mixed.push_back(row.Text(1));
+        }
     }
-    return {words.substr(0, static_cast<std::size_t>(state.range(0)))};
+    return state.range(0) == 0 ? mixed : std::vector{words.substr(0, static_cast<std::size_t>(state.range(0)))};
 }
 
 template <class Codec>

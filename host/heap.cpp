@@ -1,7 +1,7 @@
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <host/heap.h>
-#include <malloc.h>
 #include <new>
 
 namespace ZelkHost {
@@ -20,10 +20,12 @@ constexpr std::size_t RoundUp(std::size_t value, std::size_t alignment) {
     return (value + alignment - 1) & ~(alignment - 1);
 }
 
-struct alignas(16) PlainRecord {
+struct PlainRecord {
+    void* memory; ///< of the C library, in which the block and its record lie; null where they are a slot
     Block block;
     std::uintptr_t mark;
 };
+static_assert(sizeof(PlainRecord) % Bins::ALIGNMENT == 0, "a block behind its record is as well aligned as the slot");
 
 constexpr std::uintptr_t LIVE_MARK = 0x5A484C56;
 
@@ -42,15 +44,16 @@ void* PlainHeap::Allocate(const Block& block, std::size_t alignment) {
     if (block.size > LARGEST || alignment > LARGEST) {
         return nullptr;
     }
-    // The offset must lie within the block, so an empty one has a byte.
-    const std::size_t bytes = sizeof(PlainRecord) + std::max<std::size_t>(block.size, 1);
-    void* const memory = _aligned_offset_malloc(bytes, std::max(alignment, alignof(PlainRecord)), sizeof(PlainRecord));
+    const std::size_t bytes = sizeof(PlainRecord) + block.size;
+    const std::size_t step = std::max(alignment, Bins::ALIGNMENT);
+    const bool isSlot = bytes <= Bins::LARGEST && step == Bins::ALIGNMENT;
+    auto* const memory = static_cast<std::byte*>(isSlot ? m_bins.Take(bytes) : std::malloc(bytes + step));
     if (memory == nullptr) {
         return nullptr;
     }
-    auto* const record = static_cast<PlainRecord*>(memory);
-    void* const pointer = record + 1;
-    *record = {block, reinterpret_cast<std::uintptr_t>(pointer) ^ LIVE_MARK};
+    const auto address = RoundUp(reinterpret_cast<std::uintptr_t>(memory) + sizeof(PlainRecord), step);
+    auto* const pointer = reinterpret_cast<void*>(address);
+    *(static_cast<PlainRecord*>(pointer) - 1) = {isSlot ? nullptr : memory, block, address ^ LIVE_MARK};
     return pointer;
 }
 
@@ -62,7 +65,11 @@ Block PlainHeap::Free(void* pointer) {
     PlainRecord* const record = CheckedRecord(pointer);
     const Block block = record->block;
     record->mark = 0;
-    _aligned_free(record);
+    if (record->memory != nullptr) {
+        std::free(record->memory);
+    } else {
+        m_bins.Give(record, sizeof(PlainRecord) + block.size);
+    }
     return block;
 }
 
@@ -135,7 +142,7 @@ GuardedHeap::Runs::iterator GuardedHeap::FindRun(void* pointer) {
     const Block& block = entry->second->block;
     if (!entry->second->live) {
         Fatal("zelk_host: %p, %u bytes of context 0x%08X, was freed before\n", pointer,
-              static_cast<unsigned>(block.size), static_cast<unsigned>(block.id));
+              static_cast<unsigned>(block.size), static_cast<unsigned>(block.account->id));
     }
     return entry->second;
 }
@@ -146,7 +153,7 @@ void GuardedHeap::CheckFilling(const Run& run) {
         if (changed != to) {
             Fatal("zelk_host: %p, %u bytes of context 0x%08X: the byte at offset %d was written to\n",
                   static_cast<void*>(run.start), static_cast<unsigned>(run.block.size),
-                  static_cast<unsigned>(run.block.id), static_cast<int>(changed - run.start));
+                  static_cast<unsigned>(run.block.account->id), static_cast<int>(changed - run.start));
         }
     };
     check(run.pages, run.start);

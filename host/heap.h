@@ -1,7 +1,8 @@
-// Where the memory table's blocks lie. A heap keeps each block's size and context; misuse of a pointer is fatal.
+// Where the memory table's blocks lie. A heap keeps each block's size and account; misuse of a pointer is fatal.
 #pragma once
 
-#include <host/internal.h>
+#include <host/bins.h>
+#include <host/ledger.h>
 #include <list>
 #include <memory>
 #include <unordered_map>
@@ -10,7 +11,7 @@ namespace ZelkHost {
 
 struct Block {
     std::size_t size;
-    int id;
+    Account* account;
 };
 
 class Heap {
@@ -22,13 +23,16 @@ public:
     virtual Block Free(void* pointer) = 0;
 };
 
-/// The C library's heap. A block's record stands before it, marked as long as the block lives: a second free and a
-/// foreign pointer are found in all likelihood.
+/// Small blocks are slots of bins, the others come from the C library. A block's record stands before it, marked as
+/// long as the block lives: a second free and a foreign pointer are found in all likelihood.
 class PlainHeap final : public Heap {
 public:
     void* Allocate(const Block& block, std::size_t alignment) override;
     Block Find(void* pointer) override;
     Block Free(void* pointer) override;
+
+private:
+    Bins m_bins;
 };
 
 /// Puts each block on pages of its own, between inaccessible ones. Nothing is written beside a block but a filling,

@@ -17,18 +17,13 @@ Ledger& GetLedger() {
 }
 
 Heap& HeapOf(MemoryMode mode) {
-    static Heap& plain = *new PlainHeap;
+    if (mode == MemoryMode::PLAIN) {
+        static Heap& plain = *new PlainHeap;
+        return plain;
+    }
     static Heap& guardedEnd = *new GuardedHeap(GuardedHeap::Side::END);
     static Heap& guardedStart = *new GuardedHeap(GuardedHeap::Side::START);
-    switch (mode) {
-    case MemoryMode::GUARD_END:
-        return guardedEnd;
-    case MemoryMode::GUARD_START:
-        return guardedStart;
-    case MemoryMode::PLAIN:
-        break;
-    }
-    return plain;
+    return mode == MemoryMode::GUARD_END ? guardedEnd : guardedStart;
 }
 
 constinit InitCount g_uses;
@@ -47,12 +42,13 @@ int Z4_CDECL Shutdown() try {
 }
 
 void* Z4_CDECL Allocate(std::size_t size, std::size_t alignment, unsigned, int id) try {
-    if (!std::has_single_bit(alignment) || !GetLedger().Permit(id)) {
+    if (!std::has_single_bit(alignment)) {
         return nullptr;
     }
-    void* const pointer = HeapOf(g_mode).Allocate({size, id}, alignment);
+    Account* const account = GetLedger().Permit(id);
+    void* const pointer = account != nullptr ? HeapOf(g_mode).Allocate({size, account}, alignment) : nullptr;
     if (pointer != nullptr) {
-        GetLedger().Add(id, size);
+        account->Add(size);
     }
     return pointer;
 } catch (const std::bad_alloc&) {
@@ -62,7 +58,7 @@ void* Z4_CDECL Allocate(std::size_t size, std::size_t alignment, unsigned, int i
 void Z4_CDECL Free(void* pointer) {
     if (pointer != nullptr) {
         const Block block = HeapOf(g_mode).Free(pointer);
-        GetLedger().Remove(block.id, block.size);
+        block.account->Remove(block.size);
     }
 }
 
@@ -71,7 +67,7 @@ void* Z4_CDECL Reallocate(void* pointer, std::size_t size, std::size_t alignment
         return Allocate(size, alignment, 0, Z4::EAL_ID_VOID);
     }
     const Block block = HeapOf(g_mode).Find(pointer);
-    void* const moved = Allocate(size, alignment, 0, block.id);
+    void* const moved = Allocate(size, alignment, 0, block.account->id);
     if (moved != nullptr) {
         std::memcpy(moved, pointer, std::min(size, block.size));
         Free(pointer);

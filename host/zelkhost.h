@@ -23,7 +23,7 @@ namespace ZelkHost {
 /// and one that was written to ends the program with a message. A block of size 0 has no accessible byte. Each block
 /// takes at least two pages of 4 KiB of address space.
 enum class MemoryMode {
-    PLAIN,       ///< the process heap
+    PLAIN,       ///< the process heap; small blocks that were freed are kept for the next ones of their size
     GUARD_END,   ///< each block ends at an inaccessible page, as nearly as its alignment allows: an overrun faults
     GUARD_START, ///< each block starts behind an inaccessible page: an underrun faults
 };

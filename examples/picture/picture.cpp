@@ -138,7 +138,7 @@ public:
     explicit Svg(const char* path) : m_file(path, std::ios::binary) {
         const float width = CELLS_ACROSS * CELL * PIXELS_PER_UNIT;
         const float height = CELLS_DOWN * CELL * PIXELS_PER_UNIT;
-        Write("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" font-family=\"sans-serif\">\n",
+        Write("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %.0f %.0f\" font-family=\"sans-serif\">\n",
               width + MARGIN, height + LEGEND);
         Write("<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n");
         for (int x = 0; x <= CELLS_ACROSS * static_cast<int>(CELL); ++x) {

@@ -8,9 +8,8 @@ using namespace Z4;
 using Private::ErrorCodeWrapper;
 
 TEST(Error, FarOffNumbersHaveTheTextOfTheOthers) {
-    for (const int code : {1 << 30, INT32_MIN}) {
-        EXPECT_STREQ(GetErrorString(static_cast<Error>(code)), GetErrorString(static_cast<Error>(-1)));
-    }
+    EXPECT_STREQ(GetErrorString(static_cast<Error>(1 << 30)), GetErrorString(static_cast<Error>(-1)));
+    EXPECT_STREQ(GetErrorString(static_cast<Error>(INT32_MIN)), GetErrorString(static_cast<Error>(-1)));
 }
 
 TEST(ErrorCodeWrapper, CarriesCodesUnchanged) {
@@ -18,10 +17,8 @@ TEST(ErrorCodeWrapper, CarriesCodesUnchanged) {
     EXPECT_FALSE(!ErrorCodeWrapper(ERR_TIMEOUT));
     const ErrorCodeWrapper raw(10035L);
     EXPECT_EQ(static_cast<long>(raw), 10035);
-    EXPECT_TRUE(raw != ERR_NOT_READY);
-    EXPECT_TRUE(raw == ErrorCodeWrapper(10035L));
+    EXPECT_TRUE(raw == ErrorCodeWrapper(10035L) && raw != ERR_NOT_READY && raw != ErrorCodeWrapper());
     EXPECT_TRUE(ErrorCodeWrapper(ERR_RESET) == ERR_RESET);
-    EXPECT_TRUE(ErrorCodeWrapper(ERR_RESET) != ErrorCodeWrapper());
 }
 
 template <class A, class B>

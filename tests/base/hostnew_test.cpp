@@ -18,13 +18,6 @@ TEST(HostNew, AlignsObjectsAndArraysInTheHostsMemoryForTheirOwnClass) {
     EXPECT_EQ(simd, 0U);
 }
 
-TEST(HostNew, LeavesPlacementToTheCaller) {
-    alignas(16) unsigned char storage[sizeof(Z4::VectorSIMD3f)];
-    const auto* const vector = new (storage) Z4::VectorSIMD3f(1, 2, 3);
-    EXPECT_EQ(static_cast<const void*>(vector), storage);
-    EXPECT_EQ(*vector, Z4::VectorSIMD3f(1, 2, 3));
-}
-
 TEST(HostNew, ReportsMisalignedMemoryBeforeItIsAnObject) {
     alignas(64) static unsigned char storage[64];
     {

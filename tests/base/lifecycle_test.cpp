@@ -8,7 +8,6 @@
 #include <iterator>
 #include <malloc.h>
 #include <map>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <zelk_core/base/ealinterface.h>
@@ -36,14 +35,9 @@ void Record(const std::string& call) {
 /// A table that records the version given to `init`, and `shutdown`, by its letter.
 template <char LETTER, class Table>
 void Install(Table table) {
-    table.init = [](unsigned version) {
-        Record(LETTER + std::to_string(version));
-        return -1; // Ignored.
-    };
-    table.shutdown = [] {
-        Record(LETTER + std::string("-"));
-        return -1;
-    };
+    // What they return is ignored.
+    table.init = [](unsigned version) { return Record(LETTER + std::to_string(version)), -1; };
+    table.shutdown = [] { return Record(LETTER + std::string("-")), -1; };
     SetEalInterface(table);
 }
 
@@ -52,11 +46,7 @@ protected:
     Lifecycle() {
         g_trace.clear();
         eal_mem_dll_interface memory{}; // Every other slot is null.
-        memory.name_id = [](int id, const char* name) {
-            std::ostringstream text;
-            text << std::hex << id << '=' << name;
-            Record(text.str());
-        };
+        memory.name_id = [](int id, const char* name) { Record(std::to_string(id) + '=' + name); };
         memory.alloc = [](std::size_t size, std::size_t alignment, unsigned, int) {
             Record("alloc");
             return _aligned_malloc(size, alignment);
@@ -78,7 +68,7 @@ protected:
     static std::string Take() { return std::exchange(g_trace, {}); }
 };
 
-const std::string CORE_UP = "l502 m501 ffffffff=EAL_ID_VOID 40100001=QM Zelk ";
+const std::string CORE_UP = "l502 m501 -1=EAL_ID_VOID 1074790401=QM Zelk ";
 const std::string CORE_DOWN = "m- l- ";
 
 struct Pair {

@@ -34,29 +34,29 @@ void UseBase() {
     StrFormat::snprintf(text, sizeof(text), "%f %g %d", 1.5, 2.25, 3);
     EXPECT_STREQ(text, "1.500000 2.25 3");
     wchar_t wide[64];
-    StrFormat::snprintf(wide, 64, L"%f", 1.5);
-    EXPECT_EQ(std::memcmp(wide, L"1.500000", sizeof(L"1.500000")), 0);
+    EXPECT_EQ(StrFormat::snprintf(wide, 64, L"%f", 1.5), 8);
     Private::Log(EAL_LOG_INFO, "tests", 1, "%d\n", 1);
     EXPECT_FALSE(EalAssertWithMessage(1, "e", "f", 1, nullptr, "%f", 0.5));
     EXPECT_GT(Platform::GetMemoryInfo().totalPhysicalMemory, 0u);
-    DllWrapper wrapper("no_such_module.dll");
-    EXPECT_FALSE(wrapper.IsDLLLoaded());
+    EXPECT_FALSE(DllWrapper("no_such_module.dll").IsDLLLoaded());
 }
 
-void UseServices() {
+template <class Cipher>
+void UseCipher() {
     static char data[200];
-    XTea cipher;
+    Cipher cipher;
     EXPECT_EQ(cipher.Encode(data, data, sizeof(data)), sizeof(data));
     EXPECT_EQ(cipher.Decode(data, data, sizeof(data)), sizeof(data));
-    Tea other;
-    EXPECT_EQ(other.Encode(data, data, sizeof(data)), sizeof(data));
-    EXPECT_EQ(other.Decode(data, data, sizeof(data)), sizeof(data));
+}
+void UseServices() {
+    UseCipher<XTea>();
+    UseCipher<Tea>();
     ZigRandomGenerator generator(1);
-    double sum = 0;
+    float sum = 0;
     for (int i = 0; i < 1000; ++i) {
-        sum += static_cast<double>(generator.RNOR(0, 1)) + static_cast<double>(generator.REXP());
+        sum += generator.RNOR(0, 1) + generator.REXP();
     }
-    EXPECT_GT(sum, 0.0);
+    EXPECT_GT(sum, 0);
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <string>
 #include <tests/support/arguments.h>
 #include <tests/support/rows.h>
+#include <utility>
 #include <vector>
 #include <zelk_core/base/strformat.h>
 
@@ -19,61 +20,47 @@ using ZelkTest::Widen;
 
 namespace {
 
-constexpr char UNTOUCHED = '\x7F';
-
-/// A buffer that notices what is stored behind its `size` characters.
+/// What a buffer of `size` characters gets, and the length that is returned. Nothing may be stored behind the
+/// terminator.
 template <class Char>
-class Buffer {
-public:
-    explicit Buffer(unsigned size) : m_text(size + MARGIN, static_cast<Char>(UNTOUCHED)), m_size(size) {}
-
-    Char* Data() { return m_text.data(); }
-
-    /// The stored text. Terminator and margin must be where they belong.
-    std::string Text(unsigned length) const {
-        for (unsigned i = m_size == 0 ? 0 : length + 1; i < m_text.size(); ++i) {
-            EXPECT_EQ(m_text[i], static_cast<Char>(UNTOUCHED)) << "at " << i << " of " << m_size;
-        }
-        if (m_size == 0) {
-            return {};
-        }
-        EXPECT_EQ(m_text[length], Char{}) << "terminator of " << m_size;
-        std::string text;
-        std::transform(m_text.data(), m_text.data() + length, std::back_inserter(text),
-                       [](Char character) { return static_cast<char>(character); });
-        return text;
-    }
-
-private:
-    static constexpr unsigned MARGIN = 8;
-    std::vector<Char> m_text;
-    unsigned m_size;
-};
-
-template <class Char>
-void ExpectAtEverySize(const std::string& expected, const Char* format, const Arguments& arguments) {
-    const auto length = static_cast<unsigned>(expected.size());
+std::pair<int, std::string> Print(unsigned size, const Char* format, const Arguments& arguments) {
+    constexpr Char UNTOUCHED = 0x7F;
+    std::vector<Char> buffer(size + 8, UNTOUCHED);
     const auto words = arguments.Words(0, arguments.Size());
-    for (unsigned size = 0; size <= length + 2; ++size) {
-        Buffer<Char> buffer(size);
-        EXPECT_EQ(StrFormat::vsnprintf(buffer.Data(), size, format, reinterpret_cast<va_list>(words.get())),
-                  static_cast<int>(length));
-        const unsigned stored = size == 0 ? 0 : std::min(size - 1, length);
-        EXPECT_EQ(buffer.Text(stored), expected.substr(0, stored)) << sizeof(Char) << "-byte, size " << size;
+    const int length = StrFormat::vsnprintf(buffer.data(), size, format, reinterpret_cast<va_list>(words.get()));
+    auto end = buffer.begin();
+    if (size != 0) {
+        end += std::min(static_cast<int>(size) - 1, length);
+        EXPECT_EQ(std::exchange(*end, UNTOUCHED), Char{}) << "terminator of " << size;
+    }
+    EXPECT_EQ(std::count(end, buffer.end(), UNTOUCHED), buffer.end() - end) << "behind the terminator of " << size;
+    return {length, std::string(buffer.begin(), end)};
+}
+
+template <class... Values>
+Arguments Of(Values... values) {
+    Arguments arguments;
+    (arguments.Add(values), ...);
+    return arguments;
+}
+
+template <class Char>
+void ExpectPrinted(const std::string& expected, const Char* format, const Arguments& arguments) {
+    const auto length = static_cast<unsigned>(expected.size());
+    for (const unsigned size : {0U, 1U, length / 2 + 1, length, length + 1, length + 2}) {
+        EXPECT_EQ(Print(size, format, arguments),
+                  std::pair(static_cast<int>(length), expected.substr(0, size == 0 ? 0 : size - 1)))
+            << sizeof(Char) << "-byte characters, size " << size;
     }
 }
 
-/// The output must be `expected`, narrow and wide, and its beginning in every buffer that is too small.
+/// The output must be `expected`, narrow and wide, and its beginning in a buffer that is too small.
 void Expect(const std::string& expected, const std::string& format, const Arguments& narrow, const Arguments& wide) {
     SCOPED_TRACE(format);
-    ExpectAtEverySize(expected, format.c_str(), narrow);
-    ExpectAtEverySize(expected, Widen(format + '\0').data(), wide);
+    ExpectPrinted(expected, format.c_str(), narrow);
+    ExpectPrinted(expected, Widen(format + '\0').data(), wide);
 }
-
-template <class... Numbers>
-void Expect(const std::string& expected, const std::string& format, Numbers... numbers) {
-    Arguments arguments;
-    (arguments.Add(numbers), ...);
+void Expect(const std::string& expected, const std::string& format, const Arguments& arguments) {
     Expect(expected, format, arguments, arguments);
 }
 
@@ -106,44 +93,25 @@ TEST(StrFormat, Rows) {
     }
 }
 
-TEST(StrFormat, ACharacterMayBeZero) {
-    Expect(std::string("a\0b", 3), "a%cb", 0);
-}
-
-TEST(StrFormat, StringWithPrecisionNeedsNoTerminator) {
+TEST(StrFormat, TextsEndWhereTheyAreSaidTo) {
+    Expect(std::string("a\0b", 3), "a%cb", Of(0));
     Arguments narrow;
-    narrow.AddNarrow("nnn");
-    ExpectAtEverySize("nnn", "%.3s", narrow);
+    narrow.AddNarrow("nnn"); // without a terminator
     Arguments wide;
-    wide.Add(3);
-    wide.AddWide("www");
-    ExpectAtEverySize(" www", L"%4.*s", wide);
-}
-
-TEST(StrFormat, DecimalOfEveryLength) {
-    for (unsigned long long power = 1, last = 0; power > last; last = power, power *= 10) {
-        for (const unsigned long long value : {power - 1, power, power + 1}) {
-            Expect(std::to_string(value), "%llu", value);
-            Expect(std::to_string(static_cast<unsigned>(value)), "%u", static_cast<unsigned>(value));
-        }
-    }
-}
-
-TEST(StrFormat, NullFormatAndNullBuffer) {
-    ExpectAtEverySize("", static_cast<const char*>(nullptr), {});
-    ExpectAtEverySize("", static_cast<const wchar_t*>(nullptr), {});
-    EXPECT_EQ(StrFormat::snprintf(static_cast<char*>(nullptr), 0, "%s", "text"), 4);
+    wide.AddWide("nnn");
+    Expect("nnn", "%.3s", narrow, wide);
+    ExpectPrinted("", static_cast<const char*>(nullptr), {});
+    ExpectPrinted("", static_cast<const wchar_t*>(nullptr), {});
     EXPECT_EQ(StrFormat::snprintf(static_cast<char*>(nullptr), 9, "%d", 12), 2);
     EXPECT_EQ(StrFormat::snprintf(static_cast<wchar_t*>(nullptr), 9, L"%5f", 1.0), 8);
 }
 
 TEST(StrFormat, HugeWidths) {
-    struct Case {
+    const struct {
         const char* format;
         int length;
         const char* stored;
-    };
-    const Case cases[] = {
+    } rows[] = {
         {"%2147483647d", INT_MAX, "       "},
         {"%02147483640d", INT_MAX - 7, "0000000"},
         {"%2147483648d", INT_MAX, "       "},
@@ -152,73 +120,63 @@ TEST(StrFormat, HugeWidths) {
         {"%+0300.40d", 300, "+000000"},
         {"%-1000000.3ux", 1000001, "007    "},
     };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.format);
-        Buffer<char> buffer(8);
-        EXPECT_EQ(StrFormat::snprintf(buffer.Data(), 8, test.format, 7, 8), test.length);
-        EXPECT_EQ(buffer.Text(7), test.stored);
-        EXPECT_EQ(StrFormat::snprintf(buffer.Data(), 0, test.format, 7, 8), test.length);
+    for (const auto& row : rows) {
+        EXPECT_EQ(Print(8, row.format, Of(7, 8)), std::pair(row.length, std::string(row.stored))) << row.format;
+        EXPECT_EQ(Print(0, row.format, Of(7, 8)), std::pair(row.length, std::string())) << row.format;
     }
-    Buffer<wchar_t> buffer(4);
-    EXPECT_EQ(StrFormat::snprintf(buffer.Data(), 4, L"%*s", INT_MIN, L"ab"), INT_MAX);
-    EXPECT_EQ(buffer.Text(3), "ab ");
+    EXPECT_EQ(Print(4, L"%*d", Of(INT_MIN, 12)), std::pair(INT_MAX, std::string("12 ")));
 }
 
 TEST(StrFormat, NumbersHaveAtMost256Characters) {
     const std::string zeros(300, '0');
-    Expect(zeros.substr(0, 255) + "7", "%.300d", 7);
-    Expect("-" + zeros.substr(0, 254) + "7", "%.*d", INT_MAX, -7);
-    Expect("0x" + zeros.substr(0, 253) + "f", "%#.99999999999x", 15u);
-    Expect(zeros.substr(0, 255) + "7", "%#.256o", 7u);
-    Expect(std::string(44, ' ') + zeros.substr(0, 255) + "7", "%300.256d", 7);
-    Expect(zeros.substr(0, 299) + "7", "%0300d", 7);
-    Expect("1." + zeros.substr(0, 254), "%.254f", 1.0);
-    Expect("-1." + zeros.substr(0, 253), "%.253f", -1.0);
-    Expect("|||   |", "%.255f|%.254f|%.*g|%03.300f|", 1.0, -1.0, INT_MAX, 1.0, 1.0);
+    Expect(zeros.substr(0, 255) + "7", "%.300d", Of(7));
+    Expect("-" + zeros.substr(0, 254) + "7", "%.*d", Of(INT_MAX, -7));
+    Expect("0x" + zeros.substr(0, 253) + "f", "%#.99999999999x", Of(15));
+    Expect(zeros.substr(0, 255) + "7", "%#.256o", Of(7));
+    Expect(zeros.substr(0, 299) + "7", "%0300d", Of(7));
+    Expect("-1." + zeros.substr(0, 253), "%.253f", Of(-1.0));
+    Expect("|||   |", "%.255f|%.254f|%.*g|%03.300f|", Of(1.0, -1.0, INT_MAX, 1.0, 1.0));
 }
 
 TEST(StrFormat, WideTextAtOddAddresses) {
-    constexpr unsigned SIZE = 40;
-    const std::vector<wchar_t> format = Widen(std::string("%s|%5.3s|%d of it, literally%c") + '\0');
-    const std::vector<wchar_t> string = Widen(std::string("a string of some length") + '\0');
-    std::vector<char> bytes(1 + (format.size() + string.size() + SIZE) * sizeof(wchar_t));
-    char* const formatAt = bytes.data() + 1;
-    char* const stringAt = formatAt + format.size() * sizeof(wchar_t);
-    char* const bufferAt = stringAt + string.size() * sizeof(wchar_t);
-    std::memcpy(formatAt, format.data(), format.size() * sizeof(wchar_t));
-    std::memcpy(stringAt, string.data(), string.size() * sizeof(wchar_t));
-    const auto* const oddString = reinterpret_cast<const wchar_t*>(stringAt);
-    EXPECT_EQ(StrFormat::snprintf(reinterpret_cast<wchar_t*>(bufferAt), SIZE,
-                                  reinterpret_cast<const wchar_t*>(formatAt), oddString, oddString, 12, 'c'),
+    const auto oddly = [](const std::string& text, std::vector<char>& bytes) {
+        const std::vector<wchar_t> wide = Widen(text + '\0');
+        bytes.resize(1 + wide.size() * sizeof(wchar_t));
+        std::memcpy(bytes.data() + 1, wide.data(), bytes.size() - 1);
+        return reinterpret_cast<wchar_t*>(bytes.data() + 1);
+    };
+    std::vector<char> memory[3];
+    const wchar_t* const format = oddly("%s|%5.3s|%d of it, literally%c", memory[0]);
+    const wchar_t* const text = oddly("a string of some length", memory[1]);
+    const std::string expected = "a string of some length|  a s|12 of it,";
+    const wchar_t* const buffer = oddly(std::string(expected.size(), '?'), memory[2]);
+    EXPECT_EQ(StrFormat::snprintf(const_cast<wchar_t*>(buffer), static_cast<unsigned>(expected.size() + 1), format,
+                                  text, text, 12, 'c'),
               50);
-    std::string stored;
-    for (const char* at = bufferAt; at != bytes.data() + bytes.size(); at += sizeof(wchar_t)) {
-        wchar_t character;
-        std::memcpy(&character, at, sizeof(character));
-        stored += static_cast<char>(character);
-    }
-    EXPECT_EQ(stored, std::string("a string of some length|  a s|12 of it,") + '\0');
+    std::vector<char> stored;
+    oddly(expected, stored);
+    EXPECT_EQ(memory[2], stored);
 }
 
 TEST(FormatSize, Rows) {
     for (const Row& row : ZelkTest::Rows("formatsize.txt")) {
-        SCOPED_TRACE(row.Where());
         const std::string unit = row.Text(2);
         char text[64];
         EXPECT_EQ(StrFormat::FormatSize(text, sizeof(text), row.Number(0), unit == "null" ? nullptr : unit.c_str(),
                                         static_cast<int>(row.Number(1))),
                   text);
-        EXPECT_EQ(text, row.Text(3));
+        EXPECT_EQ(text, row.Text(3)) << row.Where();
     }
 }
 
 TEST(FormatSize, IsCutToTheBuffer) {
     const std::string complete = "1023.123046875 KiB";
     for (unsigned size = 0; size <= complete.size() + 1; ++size) {
-        Buffer<char> buffer(size);
-        EXPECT_EQ(StrFormat::FormatSize(buffer.Data(), size, 1047678, "B", 9), buffer.Data());
-        const unsigned stored = size == 0 ? 0 : size - 1;
-        EXPECT_EQ(buffer.Text(stored), complete.substr(0, stored));
+        std::string buffer(24, '?');
+        EXPECT_EQ(StrFormat::FormatSize(buffer.data(), size, 1047678, "B", 9), buffer.data());
+        std::string expected = size == 0 ? "" : complete.substr(0, size - 1) + '\0';
+        expected.resize(buffer.size(), '?');
+        EXPECT_EQ(buffer, expected) << size;
     }
     EXPECT_EQ(StrFormat::FormatSize(nullptr, 0, 1, nullptr, 0), nullptr);
 }

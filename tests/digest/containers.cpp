@@ -60,8 +60,7 @@ void AddVectorTrace(Digest& digest) {
     Z4::Vector<T> vector;
     for (int step = 0; step < 1000; ++step) {
         ChangeOnce(vector, input);
-        digest.Add(vector.Size());
-        digest.Add(vector.Capacity());
+        digest.Add(vector.Size(), vector.Capacity());
         for (const T& element : vector) {
             AddElement(digest, element);
         }
@@ -80,8 +79,7 @@ void AddMapTrace(Digest& digest) {
         }
     }
     for (const auto& entry : map) {
-        digest.Add(entry.key);
-        digest.Add(entry.value);
+        digest.Add(entry.key, entry.value);
     }
 }
 

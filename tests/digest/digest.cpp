@@ -1,9 +1,7 @@
-// Prints a number for each room: digest [EXPECTED]. With a file of expected lines it prints only those that differ, and
-// fails if any does; without, its output refreshes tests/pinned/digests.txt.
-//
-// All builds must print the same. Rotations and ziggurat draws are bound to the C run-time, whose sine, cosine,
-// exponential and logarithm need not be correctly rounded. What is kept of them is float, so that a difference in the
-// last bit of a double rarely shows, and in none of the builds here; another system's run-time may show one.
+// Prints a number for each room, which tests/pinned/digests.txt holds. All builds must print the same. Rotations and
+// ziggurat draws are bound to the C run-time, whose sine, cosine, exponential and logarithm need not be correctly
+// rounded. What is kept of them is float, so that a difference in the last bit of a double rarely shows, and in none of
+// the builds here; another system's run-time may show one.
 #include "digest.h"
 
 #include <cstdarg>
@@ -14,7 +12,7 @@
 namespace {
 
 constexpr struct {
-    const char* room;
+    const char* name;
     void (*add)(Digest& digest);
 } ROOMS[] = {
     {"formatter", DigestFormatter},
@@ -71,37 +69,15 @@ void InstallHost() {
     Z4::SetEalInterface(log);
 }
 
-void Compute(char (&line)[64], unsigned room) {
-    Digest digest;
-    ROOMS[room].add(digest);
-    std::snprintf(line, sizeof line, "%-20s %08x%08x\n", ROOMS[room].room, static_cast<unsigned>(digest.Value() >> 32),
-                  static_cast<unsigned>(digest.Value() & 0xFFFFFFFF));
-}
-
 } // namespace
 
-int main(int argc, char** argv) {
+int main() {
     InstallHost();
-    std::FILE* const expected = argc > 1 ? std::fopen(argv[1], "r") : nullptr;
-    if (argc > 1 && expected == nullptr) {
-        std::fprintf(stderr, "digest: cannot read %s\n", argv[1]);
-        return 2;
+    for (const auto& room : ROOMS) {
+        Digest digest;
+        room.add(digest);
+        std::printf("%-20s %08x%08x\n", room.name, static_cast<unsigned>(digest.Value() >> 32),
+                    static_cast<unsigned>(digest.Value() & 0xFFFFFFFF));
     }
-    int different = 0;
-    for (unsigned room = 0; room < sizeof ROOMS / sizeof ROOMS[0]; ++room) {
-        char line[64];
-        Compute(line, room);
-        char wanted[64] = "";
-        if (expected == nullptr) {
-            std::fputs(line, stdout);
-        } else if (std::fgets(wanted, sizeof wanted, expected) == nullptr || std::strcmp(line, wanted) != 0) {
-            std::printf("is  %snot %s", line, wanted);
-            ++different;
-        }
-    }
-    if (expected != nullptr) {
-        std::printf("%d digests differ\n", different);
-        std::fclose(expected);
-    }
-    return different == 0 ? 0 : 1;
+    return 0;
 }

@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <tests/support/random.h>
+#include <type_traits>
 #include <zelk_core/math/vectorsimd.h>
 
 /// FNV-1a over whatever is added, of 64 bits. Not the library's own, which is among what is digested.
@@ -16,12 +18,13 @@ public:
             m_value = (m_value ^ bytes[i]) * 0x100000001B3;
         }
     }
-    void Add(std::uint64_t value) { Add(&value, sizeof value); }
-    void Add(std::uint32_t value) { Add(&value, sizeof value); }
-    void Add(std::int32_t value) { Add(static_cast<std::uint32_t>(value)); }
-    void Add(unsigned long value) { Add(static_cast<std::uint32_t>(value)); }
-    void Add(long value) { Add(static_cast<std::uint32_t>(value)); }
-    void Add(bool value) { Add(static_cast<std::uint32_t>(value)); }
+    template <class Integer>
+    requires std::is_integral_v<Integer>
+    void Add(Integer value) {
+        using Bits = std::conditional_t<sizeof(Integer) == 8, std::uint64_t, std::uint32_t>;
+        const auto bits = static_cast<Bits>(value);
+        Add(&bits, sizeof bits);
+    }
     void Add(double value) {
         // Which bits a NaN has depends on the order of operands, which is the compiler's choice.
         value = value == value ? value : std::numeric_limits<double>::quiet_NaN();
@@ -33,6 +36,13 @@ public:
         for (unsigned i = 0; i < N; ++i) {
             Add(vector[i]);
         }
+    }
+
+    /// All of these results, one after another.
+    template <class... Results>
+    requires(sizeof...(Results) > 1 &&
+             !(std::is_pointer_v<std::decay_t<const Results&>> || ...)) void Add(const Results&... results) {
+        (Add(results), ...);
     }
 
     std::uint64_t Value() const { return m_value; }

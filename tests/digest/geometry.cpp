@@ -22,23 +22,17 @@ constexpr int ROUNDS = 4000;
 
 // Where input is drawn for several parameters, it is in braces, which fix the order.
 
-enum class Kind {
-    GENERAL,
-    COARSE,
-    EDGES,
-    COUNT
-};
+/// How numbers are drawn: in general position, on a coarse grid, or with edge numbers among them.
+using Kind = float (*)(Input& input);
+constexpr Kind KINDS[] = {[](Input& input) { return input.Number(10); }, [](Input& input) { return input.Coarse(); },
+                          [](Input& input) { return input.Number(); }};
 
 Kind DrawKind(Input& input) {
-    return static_cast<Kind>(input.Below(static_cast<unsigned>(Kind::COUNT)));
-}
-
-float Number(Input& input, Kind kind) {
-    return kind == Kind::GENERAL ? input.Number(10) : kind == Kind::COARSE ? input.Coarse() : input.Number();
+    return KINDS[input.Below(3)];
 }
 
 VectorSIMD4f Point(Input& input, Kind kind) {
-    return VectorSIMD4f{Number(input, kind), Number(input, kind), Number(input, kind), Number(input, kind)};
+    return VectorSIMD4f{kind(input), kind(input), kind(input), kind(input)};
 }
 VectorSIMD4f Point(Input& input) {
     return Point(input, DrawKind(input));
@@ -67,7 +61,7 @@ struct Points {
 /// The axes are a quaternion's, made without trigonometric functions; or those of no box at all.
 GeometryOBB Box(Input& input) {
     const Kind kind = DrawKind(input);
-    if (kind == Kind::EDGES) {
+    if (kind == KINDS[2]) {
         const VectorSIMD4f axes[3] = {Point(input, kind), Point(input, kind), Point(input, kind)};
         return GeometryOBB{Point(input, kind), axes, Point(input, kind)};
     }
@@ -96,15 +90,14 @@ void AddMatrix(Digest& digest, const M& m) {
 
 void AddBox(Digest& digest, const GeometryOBB& box) {
     AddMatrix(digest, box.GetMatrix());
-    digest.Add(box.GetCenter());
-    digest.Add(box.GetExtent());
+    digest.Add(box.GetCenter(), box.GetExtent());
 }
 
 template <class V>
 V PlainVector(Input& input, Kind kind) {
     V result;
     for (unsigned i = 0; i < V::SIZE; ++i) {
-        result[i] = static_cast<typename V::Element>(Number(input, kind));
+        result[i] = static_cast<typename V::Element>(kind(input));
     }
     return result;
 }
@@ -120,9 +113,7 @@ void AddPlainVectors(Digest& digest, Input& input) {
             digest.Add(result[i]);
         }
     }
-    digest.Add(Dot(a, b));
-    digest.Add(Length(a));
-    digest.Add(AllLess(a, b));
+    digest.Add(Dot(a, b), Length(a), AllLess(a, b));
     const Z4::VectorGeneric<std::int64_t, V::SIZE> whole(a);
     digest.Add(whole.Data(), sizeof whole);
 }
@@ -147,10 +138,7 @@ void AddTransformed(Digest& digest, Input& input) {
     const Kind kind = DrawKind(input);
     const VectorSIMD4f p = Point(input, kind);
     const MatrixSIMD44f m{Point(input, kind), Point(input, kind), Point(input, kind), Point(input, kind)};
-    digest.Add(TransformPoint(p, m));
-    digest.Add(TransformDirection(p, m));
-    digest.Add(p * m);
-    digest.Add(Determinant(m));
+    digest.Add(TransformPoint(p, m), TransformDirection(p, m), p * m, Determinant(m));
     AddMatrix(digest, Transpose(m));
 }
 
@@ -165,23 +153,14 @@ void AddLanes(Digest& digest, Input& input) {
     compound *= c;
     compound -= 2;
     compound /= b;
-    for (const VectorSIMD4f& result : {a + b, a - b, a * b, a / b, 2.0F - a * 3.0F, -a, compound, set, Min(a, b),
-                                       Max(a, b), Clamp(a, b, c), Abs(a), Sqrt(a), ReciprocalSqrt(a), Lerp(a, b, c)}) {
-        digest.Add(result);
-    }
-    for (const VectorSIMD4f& result : {And(a, b), Or(a, b), AndNot(a, b), Less(a, b), LessEqual(a, b), Greater(a, b),
-                                       GreaterEqual(a, b), Equal(a, b), Select(Less(a, b), a, c)}) {
-        digest.Add(result);
-    }
-    for (const VectorSIMD4f& result :
-         {Dot2(a, b), Dot3(a, b), Dot3<SumOrder::CONSISTENT>(a, b), Length3(a), Length3<SumOrder::CONSISTENT>(a),
-          Normalize3(a), Normalize3<SumOrder::CONSISTENT>(b), Cross3(a, b)}) {
-        digest.Add(result);
-    }
+    digest.Add(a + b, a - b, a * b, a / b, 2.0F - a * 3.0F, -a, compound, set, Min(a, b), Max(a, b), Clamp(a, b, c),
+               Abs(a), Sqrt(a), ReciprocalSqrt(a), Lerp(a, b, c));
+    digest.Add(And(a, b), Or(a, b), AndNot(a, b), Less(a, b), LessEqual(a, b), Greater(a, b), GreaterEqual(a, b),
+               Equal(a, b), Select(Less(a, b), a, c));
+    digest.Add(Dot2(a, b), Dot3(a, b), Dot3<SumOrder::CONSISTENT>(a, b), Length3(a), Length3<SumOrder::CONSISTENT>(a),
+               Normalize3(a), Normalize3<SumOrder::CONSISTENT>(b), Cross3(a, b));
     const VectorSIMD4f mask = LessEqual(a, b);
-    for (const bool answer : {AllTrue(mask), AllTrue2(mask), AllTrue3(mask), AnyTrue(mask), a == b, a == set}) {
-        digest.Add(answer);
-    }
+    digest.Add(AllTrue(mask), AllTrue2(mask), AllTrue3(mask), AnyTrue(mask), a == b, a == set);
 }
 
 void AddBounds(Digest& digest, Input& input) {
@@ -194,16 +173,11 @@ void AddBounds(Digest& digest, Input& input) {
     changed.ExpandBy(p[4]);
     changed.SetSize(p[4].X(), static_cast<unsigned char>(input.Below(4)));
     for (const GeometryAABB& result : {bounds, box + other, changed, box.ToOOBox().ToAABox()}) {
-        digest.Add(result.GetMin());
-        digest.Add(result.GetMax());
-        digest.Add(result.GetRadius());
+        digest.Add(result.GetMin(), result.GetMax(), result.GetRadius());
     }
     digest.Add(box[input.Below(9)]);
-    for (const bool answer :
-         {box.IsValid(), box.Contains(p[4]), box.ContainsPoint2D(p[4]), box.Contains(other), box.Contains2D(other),
-          box.Intersect(other), box.IntersectAABB2D(other), box.Intersect(other, p[4]), box == changed}) {
-        digest.Add(answer);
-    }
+    digest.Add(box.IsValid(), box.Contains(p[4]), box.ContainsPoint2D(p[4]), box.Contains(other), box.Contains2D(other),
+               box.Intersect(other), box.IntersectAABB2D(other), box.Intersect(other, p[4]), box == changed);
 }
 
 void AddOriented(Digest& digest, Input& input) {
@@ -211,12 +185,8 @@ void AddOriented(Digest& digest, Input& input) {
     const GeometryOBB other = Box(input);
     const VectorSIMD4f point = Point(input);
     const GeometryAABB bounds = other.ToAABox();
-    digest.Add(bounds.GetMin());
-    digest.Add(bounds.GetMax());
-    for (const bool answer : {box.Intersect(other), box.Intersect(bounds), box.Contains(point),
-                              box.Contains(box[input.Below(9)]), box == other}) {
-        digest.Add(answer);
-    }
+    digest.Add(bounds.GetMin(), bounds.GetMax(), box.Intersect(other), box.Intersect(bounds), box.Contains(point),
+               box.Contains(box[input.Below(9)]), box == other);
     digest.Add(box.GetBoxVertex(input.Below(9)));
     box.Transform(other.GetMatrix());
     AddBox(digest, box);
@@ -225,27 +195,11 @@ void AddOriented(Digest& digest, Input& input) {
 template <std::size_t COUNT>
 void AddQueries(Digest& digest, Input& input, const ZelkTest::Query (&queries)[COUNT]) {
     const Points p(input);
-    for (const ZelkTest::Query query : queries) {
-        const ZelkTest::Answer answer = query(p.p);
-        digest.Add(answer.returned);
-        for (const float t : answer.t) {
-            digest.Add(t);
-        }
-        digest.Add(answer.points[0]);
-        digest.Add(answer.points[1]);
+    for (const ZelkTest::Query& query : queries) {
+        const ZelkTest::Answer a = query(p.p);
+        digest.Add(a.returned, a.t[0], a.t[1], a.t[2], a.points[0], a.points[1]);
     }
 }
-
-using namespace ZelkTest::Queries;
-
-constexpr ZelkTest::Query FAST_QUERIES[] = {
-    SEGMENT,  SEGMENT_2D,      SEGMENT_DISTANCE,  LINE,          LINE_2D,  LINE_POINT, LINES,  LINES_POINTS,
-    SEGMENTS, POINT_RECTANGLE, SEGMENT_RECTANGLE, LINE_TRIANGLE, TRIANGLE, BOX,        BOX_2D,
-};
-constexpr ZelkTest::Query CONSISTENT_QUERIES[] = {
-    SEGMENT_CONSISTENT, SEGMENT_TOLERANT_2D,     SEGMENT_T_2D,        LINE_CONSISTENT,
-    LINES_CONSISTENT,   LINES_POINTS_CONSISTENT, SEGMENTS_CONSISTENT, SEGMENTS_2D,
-};
 
 } // namespace
 
@@ -267,7 +221,7 @@ void DigestMath(Digest& digest) {
 void DigestRotations(Digest& digest) {
     Input input;
     for (int round = 0; round < ROUNDS; ++round) {
-        const VectorSIMD4f axis = Point(input, input.Below(2) != 0 ? Kind::COARSE : Kind::GENERAL);
+        const VectorSIMD4f axis = Point(input, KINDS[input.Below(2)]);
         AddMatrix(digest, Z4::MakeRotation<Z4::MatrixSIMD34f>(axis, static_cast<double>(input.Number(4))));
         GeometryOBB box = Box(input);
         box.Rotate(axis, input.Number(4));
@@ -281,7 +235,7 @@ void DigestGeometry(Digest& digest) {
     for (int round = 0; round < ROUNDS; ++round) {
         AddBounds(digest, input);
         AddOriented(digest, input);
-        AddQueries(digest, input, FAST_QUERIES);
+        AddQueries(digest, input, ZelkTest::Queries::FAST);
     }
 }
 
@@ -295,6 +249,6 @@ void DigestConsistentGeometry(Digest& digest) {
         digest.Add(box.GetXYAxesCosAngle());
         box.TransformConsistent(other.GetMatrix());
         AddBox(digest, box);
-        AddQueries(digest, input, CONSISTENT_QUERIES);
+        AddQueries(digest, input, ZelkTest::Queries::CONSISTENT);
     }
 }

@@ -1,5 +1,6 @@
 #include "digest.h"
 
+#include <algorithm>
 #include <vector>
 #include <zelk_core/services/compression/lzo.h>
 #include <zelk_core/services/compression/stringcompressor.h>
@@ -12,31 +13,18 @@ namespace {
 
 // The generators proper have locks, which portable programs lack; those draw from what lies behind the locks.
 #if defined(ZELK_CORE_STATIC)
-class Uniform : public Z4::Private::SubtractiveSequence {
-public:
-    explicit Uniform(std::uint32_t seed) { Seed(static_cast<std::int32_t>(seed)); }
-    std::int32_t Next() { return Draw(); }
+struct Uniform : Z4::Private::SubtractiveSequence {
+    void SetSeed(std::uint32_t seed) { Seed(static_cast<std::int32_t>(seed)); }
+    std::int32_t RandS32() { return Draw(); }
 };
-
-class Ziggurat : public Z4::Private::Ziggurat {
-public:
+struct Ziggurat : Z4::Private::Ziggurat {
     explicit Ziggurat(std::uint32_t seed) { Seed(seed); }
-    float NextNormal() { return Normal(); }
-    float NextExponential() { return Exponential(); }
+    float RNOR(float, float) { return Normal(); }
+    float REXP() { return Exponential(); }
 };
 #else
-class Uniform : public Z4::SubtractiveRandomGenerator {
-public:
-    explicit Uniform(std::uint32_t seed) { SetSeed(seed); }
-    std::int32_t Next() { return RandS32(); }
-};
-
-class Ziggurat : public Z4::ZigRandomGenerator {
-public:
-    explicit Ziggurat(std::uint32_t seed) : ZigRandomGenerator(seed) {}
-    float NextNormal() { return RNOR(0, 1); }
-    float NextExponential() { return REXP(); }
-};
+using Uniform = Z4::SubtractiveRandomGenerator;
+using Ziggurat = Z4::ZigRandomGenerator;
 #endif
 
 using Bytes = std::vector<char>;
@@ -53,13 +41,13 @@ Bytes Sample(Input& input, unsigned size) {
 void AddProcessed(Digest& digest, Z4::CompressionInterface& codec, const Bytes& sample, std::size_t piece) {
     Bytes output(2 * sample.size() + 1000);
     codec.FeedOutputBuffer(output.data(), static_cast<unsigned long>(output.size()));
-    for (std::size_t at = 0; at < sample.size(); at += piece) {
-        const std::size_t left = sample.size() - at;
-        codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(left < piece ? left : piece));
+    for (std::size_t at = 0, size = 0; at < sample.size(); at += size) {
+        size = std::min(piece, sample.size() - at);
+        codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(size));
         digest.Add(codec.Process());
     }
-    digest.Add(codec.Flush());
-    digest.Add(codec.GetOutputDataSize());
+    const auto flushed = codec.Flush();
+    digest.Add(flushed, codec.GetOutputDataSize());
     digest.Add(output.data(), output.size());
 }
 
@@ -81,13 +69,27 @@ void AddCipher(Digest& digest) {
     }
 }
 
+template <class Codec>
+void AddCodec(Digest& digest, std::size_t piece) {
+    using Z4::CompressionInterface;
+    Input input;
+    for (const auto level :
+         {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
+        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
+            Codec codec(level);
+            AddProcessed(digest, codec, Sample(input, size), piece);
+        }
+    }
+}
+
 } // namespace
 
 void DigestUniformDraws(Digest& digest) {
     for (const std::uint32_t seed : {1u, 2u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
-        Uniform generator(seed);
+        Uniform generator;
+        generator.SetSeed(seed);
         for (int i = 0; i < 2000; ++i) {
-            digest.Add(generator.Next());
+            digest.Add(generator.RandS32());
         }
     }
 }
@@ -96,8 +98,8 @@ void DigestZigguratDraws(Digest& digest) {
     for (const std::uint32_t seed : {1u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
         Ziggurat generator(seed);
         for (int i = 0; i < 20'000; ++i) {
-            digest.Add(generator.NextNormal());
-            digest.Add(generator.NextExponential());
+            digest.Add(generator.RNOR(0, 1));
+            digest.Add(generator.REXP());
         }
     }
 }
@@ -108,28 +110,11 @@ void DigestCiphers(Digest& digest) {
 }
 
 void DigestZLib(Digest& digest) {
-    using Z4::CompressionInterface;
-    Input input;
-    for (const auto level :
-         {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
-        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
-            Z4::ZLibDeflate codec(level);
-            AddProcessed(digest, codec, Sample(input, size), 7000);
-        }
-    }
+    AddCodec<Z4::ZLibDeflate>(digest, 7000);
 }
 
 void DigestLzo(Digest& digest) {
-    using Z4::CompressionInterface;
-    Input input;
-    for (const auto level :
-         {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
-        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
-            Z4::LzoDeflate codec(level);
-            const Bytes sample = Sample(input, size);
-            AddProcessed(digest, codec, sample, sample.size());
-        }
-    }
+    AddCodec<Z4::LzoDeflate>(digest, SIZE_MAX);
 }
 
 void DigestStringCompressor(Digest& digest) {
@@ -144,9 +129,7 @@ void DigestStringCompressor(Digest& digest) {
         const Z4::Error error =
             compressor.Compress(text.data(), size, output.data(), static_cast<unsigned long>(output.size()), outSize,
                                 &encoded, Z4::StringCompressor::DETECT, input.Below(8));
-        digest.Add(static_cast<std::int32_t>(error));
-        digest.Add(outSize);
-        digest.Add(encoded);
+        digest.Add(static_cast<std::int32_t>(error), outSize, encoded);
         digest.Add(output.data(), output.size());
     }
 }

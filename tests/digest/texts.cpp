@@ -71,15 +71,11 @@ void DigestHashes(Digest& digest) {
         input.Fill(data, sizeof data);
         const unsigned char* const buffer = data + input.Below(16);
         const std::uint32_t seed = input.Bits();
-        digest.Add(Hash::FNV32(buffer, size));
-        digest.Add(Hash::FNV64(buffer, size));
-        digest.Add(Hash::Knuth(buffer, size, seed));
-        digest.Add(Hash::XXH32(buffer, size, seed));
+        digest.Add(Hash::FNV32(buffer, size), Hash::FNV64(buffer, size), Hash::Knuth(buffer, size, seed),
+                   Hash::XXH32(buffer, size, seed));
         digest.Add(Hash::XXH64(buffer, size, input.LongBits()));
-        digest.Add(Hash::Dobbs(buffer, size));
-        digest.Add(Hash::Fast(buffer, size));
-        digest.Add(Hash::CRC(buffer, size, seed));
-        digest.Add(Hash::CRC(buffer, size, table, seed));
+        digest.Add(Hash::Dobbs(buffer, size), Hash::Fast(buffer, size), Hash::CRC(buffer, size, seed),
+                   Hash::CRC(buffer, size, table, seed));
 
         char text[1024] = {};
         input.FillText(text, size);
@@ -87,23 +83,15 @@ void DigestHashes(Digest& digest) {
         for (unsigned i = 0; i < size; ++i) {
             wide[i] = static_cast<wchar_t>(input.Bits() | 1);
         }
-        digest.Add(Hash::FNV32(text));
-        digest.Add(Hash::FNV32(wide));
-        digest.Add(Hash::FNV64(text));
-        digest.Add(Hash::FNV64(wide));
-        digest.Add(Hash::Knuth(text, seed));
-        digest.Add(Hash::Knuth(wide, seed));
-        digest.Add(Hash::XXH32(text, seed));
-        digest.Add(Hash::XXH32(wide, seed));
-        digest.Add(Hash::XXH64(text, seed));
-        digest.Add(Hash::XXH64(wide, seed));
-        digest.Add(Hash::Dobbs(text));
-        digest.Add(Hash::Dobbs(wide));
-        digest.Add(Hash::Fast(text));
-        digest.Add(Hash::Fast(wide));
-        digest.Add(Hash::CRC(text, seed));
-        digest.Add(Hash::CRC(wide, seed));
-        digest.Add(Hash::CTCRC(text, seed));
-        digest.Add(Hash::CTCRC32B(text, seed));
+        const auto addBoth = [&](auto hash) { digest.Add(hash(text), hash(wide)); };
+        addBoth([](auto* string) { return Hash::FNV32(string); });
+        addBoth([](auto* string) { return Hash::FNV64(string); });
+        addBoth([=](auto* string) { return Hash::Knuth(string, seed); });
+        addBoth([=](auto* string) { return Hash::XXH32(string, seed); });
+        addBoth([=](auto* string) { return Hash::XXH64(string, seed); });
+        addBoth([](auto* string) { return Hash::Dobbs(string); });
+        addBoth([](auto* string) { return Hash::Fast(string); });
+        addBoth([=](auto* string) { return Hash::CRC(string, seed); });
+        digest.Add(Hash::CTCRC(text, seed), Hash::CTCRC32B(text, seed));
     }
 }

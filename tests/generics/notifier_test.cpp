@@ -2,116 +2,99 @@
 // come and go in the midst of a notification; a refusal that changes anything.
 #include <tests/support/testhost.h>
 
-#include <functional>
+#include <array>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
-#include <vector>
 #include <zelk_core/generics/notifier.h>
 
 namespace {
 
 using Letters = Z4::Notifier<std::string>;
 
-/// Writes its letter into the payload's trace and then does as it was told.
-struct Sink : Letters::Sink {
-    Sink(char letterToWrite, std::string& traceToWrite) : letter(letterToWrite), trace(&traceToWrite) {}
-
-    void OnEvent(unsigned event, const std::string& payload) override {
-        *trace += letter + std::to_string(event) + payload;
-        if (action) {
-            action();
-        }
-    }
-
-    char letter;
-    std::string* trace;
-    std::function<void()> action;
-};
-
+/// Six sinks that write their letters, from 'a' on, into a trace.
 class Notifying : public testing::Test {
 protected:
-    Notifying() {
-        for (char letter = 'a'; letter <= 'f'; ++letter) {
-            sinks.push_back(std::make_unique<Sink>(letter, trace));
+    struct Sink : Letters::Sink {
+        Sink(Notifying& owner, char name) : test(owner), letter(name) {}
+        void OnEvent(unsigned event, const std::string& payload) override {
+            EXPECT_TRUE(event == 7 && payload == "payload");
+            test.trace += letter;
+            if (*test.script == letter) {
+                test.Do(std::exchange(test.script, "") + 1);
+            }
         }
-    }
-    ~Notifying() override { ZelkTest::FailAllocations(0); }
+        Notifying& test;
+        char letter;
+    };
 
-    void Add(std::initializer_list<std::size_t> indices) {
-        for (const std::size_t i : indices) {
-            EXPECT_TRUE(notifier.AddSink(*sinks[i]));
+    Sink& Named(char letter) { return *sinks.at(static_cast<std::size_t>(letter - 'a')); }
+    /// '+x' adds a sink, '-x' removes it, '~x' also destroys it, and '!' notifies.
+    void Do(const char* steps) {
+        for (; *steps != '\0'; ++steps) {
+            if (*steps == '!') {
+                notifier.Notify(7, "payload");
+                continue;
+            }
+            const char step = *steps++;
+            EXPECT_TRUE(step == '+' ? notifier.AddSink(Named(*steps)) : notifier.RemoveSink(Named(*steps)));
+            EXPECT_FALSE(step == '+' ? notifier.AddSink(Named(*steps)) : notifier.RemoveSink(Named(*steps)));
+            EXPECT_EQ(notifier.HasSink(Named(*steps)), step == '+');
+            if (step == '~') {
+                sinks.at(static_cast<std::size_t>(*steps - 'a')).reset();
+            }
         }
-    }
-    std::string Notify(unsigned event) {
-        notifier.Notify(event, ".");
-        return std::exchange(trace, {});
     }
 
     std::string trace;
-    std::vector<std::unique_ptr<Sink>> sinks;
+    const char* script = "";
+    std::array<std::unique_ptr<Sink>, 6> sinks{std::make_unique<Sink>(*this, 'a'), std::make_unique<Sink>(*this, 'b'),
+                                               std::make_unique<Sink>(*this, 'c'), std::make_unique<Sink>(*this, 'd'),
+                                               std::make_unique<Sink>(*this, 'e'), std::make_unique<Sink>(*this, 'f')};
     Letters notifier{Z4::ZelkAllocator(), Z4::ZelkAllocator::Context()};
 };
 
-} // namespace
-
-TEST_F(Notifying, CallsInOrderOfRegistration) {
-    EXPECT_EQ(Notify(0), "");
-    Add({2, 0, 4, 1, 5, 3});
-    EXPECT_FALSE(notifier.AddSink(*sinks[2]));
-    EXPECT_EQ(Notify(7), "c7.a7.e7.b7.f7.d7.");
-    EXPECT_TRUE(notifier.RemoveSink(*sinks[4]));
-    EXPECT_FALSE(notifier.RemoveSink(*sinks[4]));
-    EXPECT_FALSE(notifier.HasSink(*sinks[4]));
-    Add({4});
-    EXPECT_EQ(Notify(8), "c8.a8.b8.f8.d8.e8.");
-}
-
-TEST_F(Notifying, SinksMayGoWhileTheyAreCalled) {
-    Add({0, 1, 2, 3});
-    // b takes itself, the one before, and the one after out, and the last one in and out: it stands behind then.
-    sinks[1]->action = [this] {
-        for (const std::size_t i : {1u, 0u, 2u, 3u}) {
-            EXPECT_TRUE(notifier.RemoveSink(*sinks[i]));
+TEST_F(Notifying, CallsThoseWhoAreThereInTheirOrder) {
+    const struct {
+        const char* before;
+        const char* script; ///< the sink that acts when it is called first, and what it does
+        const char* called;
+        const char* after; ///< who is called by the next notification
+    } rows[] = {
+        {"", "", "", ""},
+        {"+c+a+e+b+f+d-e+e", "", "cabfde", "cabfde"},
+        {"+a+b+c+d", "b-b-a-c-d+d", "ab", "d"},
+        // So many that the places move in memory.
+        {"+a", "a+b+c+d+e+f", "a", "abcdef"},
+        {"+a+b+c", "b-a+d!-c", "abbcd", "bd"},
+        {"+a+b+c", "b~a~c", "ab", "b"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.before << ' ' << row.script);
+        Do(row.before);
+        script = row.script;
+        Do("!");
+        EXPECT_EQ(std::exchange(trace, {}), row.called);
+        Do("!");
+        EXPECT_EQ(std::exchange(trace, {}), row.after);
+        EXPECT_EQ(notifier.GetSinkCount(), std::strlen(row.after));
+        for (const char* letter = row.after; *letter != '\0'; ++letter) {
+            EXPECT_TRUE(notifier.RemoveSink(Named(*letter)));
         }
-        sinks[2].reset();
-        EXPECT_TRUE(notifier.AddSink(*sinks[3]));
-        EXPECT_EQ(notifier.GetSinkCount(), 1u);
-    };
-    EXPECT_EQ(Notify(1), "a1.b1.");
-    EXPECT_EQ(Notify(2), "d2.");
-}
-
-TEST_F(Notifying, SinksMayComeWhileOthersAreCalled) {
-    Add({0});
-    // Enough of them that the places move in memory; none is called in this notification.
-    sinks[0]->action = [this] { Add({1, 2, 3, 4, 5}); };
-    EXPECT_EQ(Notify(1), "a1.");
-    sinks[0]->action = nullptr;
-    EXPECT_EQ(Notify(2), "a2.b2.c2.d2.e2.f2.");
-}
-
-TEST_F(Notifying, ANotificationWithinAnotherSeesWhatIsThereThen) {
-    Add({0, 1, 2});
-    sinks[1]->action = [this] {
-        sinks[1]->action = nullptr;
-        notifier.RemoveSink(*sinks[0]);
-        Add({3});
-        notifier.Notify(5, "-");
-        notifier.RemoveSink(*sinks[2]);
-    };
-    EXPECT_EQ(Notify(1), "a1.b1.b5-c5-d5-");
-    EXPECT_EQ(Notify(2), "b2.d2.");
+    }
 }
 
 TEST_F(Notifying, ARefusedSinkChangesNothing) {
     ZelkTest::FailAllocations(1);
-    EXPECT_FALSE(notifier.AddSink(*sinks[0]));
+    EXPECT_FALSE(notifier.AddSink(Named('a')));
     ZelkTest::FailAllocations(0);
-    Add({0, 1, 2, 3});
+    Do("+a+b+c+d");
     ZelkTest::FailAllocations(1);
-    EXPECT_FALSE(notifier.AddSink(*sinks[4]));
-    EXPECT_TRUE(notifier.RemoveSink(*sinks[1]));
-    EXPECT_TRUE(notifier.AddSink(*sinks[4])); // In the place that is free now.
-    EXPECT_EQ(Notify(0), "a0.c0.d0.e0.");
+    EXPECT_FALSE(notifier.AddSink(Named('e')));
+    Do("-b+e!"); // in the place that is free now
+    ZelkTest::FailAllocations(0);
+    EXPECT_EQ(trace, "acde");
 }
+
+} // namespace

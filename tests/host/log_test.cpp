@@ -5,8 +5,7 @@
 #include <gmock/gmock.h>
 #include <host/zelkhost.h>
 #include <sstream>
-#include <thread>
-#include <vector>
+#include <tests/os/crowd.h>
 #include <zelk_core/base/log.h>
 
 namespace {
@@ -64,50 +63,32 @@ TEST(HostLog, AFileThatCannotBeOpenedLeavesStandardError) {
     EXPECT_EQ(error.Text(), "here\nhere\nhere\n");
 }
 
-TEST(HostLog, MessagesMayHaveAnyLength) {
-    const CapturedError error;
-    std::string expected;
-    for (const std::size_t length : {0u, 1020u, 1021u, 1022u, 200000u}) {
-        const std::string text(length, static_cast<char>('a' + length % 26));
-        Print(Z4::EAL_LOG_INFO, "%s|%d\n", text.c_str(), 7);
-        expected += text + "|7\n";
-    }
-    EXPECT_EQ(error.Text(), expected);
-}
-
-TEST(HostLog, MessagesOfManyThreadsStayWhole) {
-    constexpr int THREADS = 8;
-    constexpr int MESSAGES = 100;
-    const auto line = [](int thread, int i) {
-        const std::string filling(static_cast<std::size_t>(i * 30), static_cast<char>('a' + thread));
-        return std::to_string(thread) + " " + std::to_string(i) + " " + filling + ".";
+TEST(HostLog, MessagesOfAnyLengthAndManyThreadsStayWhole) {
+    constexpr unsigned THREADS = 8;
+    constexpr std::size_t LENGTHS[] = {0, 300, 1000, 1020, 1021, 1022, 1023, 5000, 200000};
+    const auto line = [&](unsigned thread, std::size_t i) {
+        return std::to_string(thread) + std::string(LENGTHS[i % std::size(LENGTHS)], static_cast<char>('a' + thread));
     };
     const TemporaryFile file;
     ZelkHost::Install({.logFile = file.Utf8().c_str()});
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < THREADS; ++thread) {
-        threads.emplace_back([=] {
-            for (int i = 0; i < MESSAGES; ++i) {
-                Print(Z4::EAL_LOG_INFO, "%s\n", line(thread, i).c_str());
-            }
-        });
-    }
-    threads.clear();
+    ZelkTest::RunCrowd(THREADS, [&](unsigned thread) {
+        for (std::size_t i = 0; i < 4 * std::size(LENGTHS); ++i) {
+            Print(Z4::EAL_LOG_INFO, "%s\n", line(thread, i).c_str());
+        }
+    });
     ZelkHost::Install();
 
-    int next[THREADS] = {};
+    std::size_t next[THREADS] = {};
     std::istringstream content(file.Content());
     for (std::string text; std::getline(content, text);) {
-        const int thread = text[0] - '0';
-        ASSERT_TRUE(thread >= 0 && thread < THREADS) << text;
-        ASSERT_EQ(text, line(thread, next[thread]++));
+        const unsigned thread = static_cast<unsigned>(text[0] - '0') % THREADS;
+        ASSERT_TRUE(text == line(thread, next[thread]++)) << text.size() << " characters";
     }
-    EXPECT_THAT(next, testing::Each(MESSAGES));
+    EXPECT_THAT(next, testing::Each(4 * std::size(LENGTHS)));
 }
 
 TEST(HostLog, AnAssertionSpeaksOnceUnlessItHasNoFlag) {
-    constexpr const char* LINE =
-        "os/private/event(77): assertion failed in context 0x40100001: count > 0: nothing left\n";
+    const std::string line = "os/private/event(77): assertion failed in context 0x40100001: count > 0: nothing left\n";
     const auto fail = [](unsigned long* flag) {
         return g_table.assert_message(0x40100001, "count > 0", "nothing left", "os/private/event", 77, 0, flag);
     };
@@ -117,10 +98,10 @@ TEST(HostLog, AnAssertionSpeaksOnceUnlessItHasNoFlag) {
     EXPECT_EQ(fail(&flag), IsDebuggerPresent() != 0);
     EXPECT_NE(flag, 0u);
     EXPECT_EQ(fail(&flag), 0);
-    EXPECT_EQ(error.Text(), LINE);
+    EXPECT_EQ(error.Text(), line);
     fail(nullptr);
     fail(nullptr);
-    EXPECT_EQ(error.Text(), std::string(LINE) + LINE + LINE);
+    EXPECT_EQ(error.Text(), line + line + line);
     ZelkHost::Install();
 }
 

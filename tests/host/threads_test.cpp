@@ -59,20 +59,20 @@ TEST(HostThreads, WhatCannotStartIsNull) {
 }
 
 TEST(HostThreads, MayJoinThemselves) {
-    struct Shared {
-        std::atomic<Z4::eal_thread_handle> thread = nullptr;
-        std::atomic<bool> joined = false;
-    } shared;
-    const Z4::eal_thread_entry entry = [](void* argument) {
-        auto& parts = *static_cast<Shared*>(argument);
-        parts.thread.wait(nullptr);
-        g_threads.join(parts.thread);
-        parts.joined = true;
-        parts.joined.notify_all();
-    };
-    shared.thread = Start(entry, &shared);
-    shared.thread.notify_all();
-    shared.joined.wait(false);
+    std::atomic<Z4::eal_thread_handle> thread = nullptr;
+    thread = Start(
+        [](void* argument) {
+            auto& self = *static_cast<std::atomic<Z4::eal_thread_handle>*>(argument);
+            self.wait(nullptr);
+            g_threads.join(self);
+            self = nullptr;
+            self.notify_all();
+        },
+        &thread);
+    thread.notify_all();
+    while (const Z4::eal_thread_handle running = thread) {
+        thread.wait(running);
+    }
 }
 
 bool NetworkIsUp() {

@@ -138,30 +138,29 @@ TEST(DistanceSearch, FindsNoneNearer) {
         ANY_POINT
     };
     const struct {
-        const char* name;
         ZelkTest::Query query;
         Shape first;
         Shape second;
         bool isFlat = false;
         Tells tells = PARAMETERS;
     } rows[] = {
-        {"ClosestPointToSegment", SEGMENT, Shape::POINT, Shape::SEGMENT},
-        {"Consistent::ClosestPointToSegment", SEGMENT_CONSISTENT, Shape::POINT, Shape::SEGMENT},
-        {"ClosestPointToSegment2D", SEGMENT_2D, Shape::POINT, Shape::SEGMENT, true},
-        {"DistancePointToSegment2DSqr", SEGMENT_T_2D, Shape::POINT, Shape::SEGMENT, true},
-        {"ClosestPointToLine", LINE_POINT, Shape::POINT, Shape::LINE, false, POINT_ONLY},
-        {"ClosestTrianglePointToPoint", TRIANGLE, Shape::POINT, Shape::TRIANGLE, false, ANY_POINT},
-        {"DistancePointToRectangleSqr", POINT_RECTANGLE, Shape::POINT, Shape::RECTANGLE},
-        {"DistanceSegmentToSegmentSqr", SEGMENTS, Shape::SEGMENT, Shape::SEGMENT},
-        {"Consistent::DistanceSegmentToSegmentSqr", SEGMENTS_CONSISTENT, Shape::SEGMENT, Shape::SEGMENT},
-        {"DistanceSegmentToSegment2DSqr", SEGMENTS_2D, Shape::SEGMENT, Shape::SEGMENT, true},
-        {"DistanceSegmentToRectangleSqr", SEGMENT_RECTANGLE, Shape::SEGMENT, Shape::RECTANGLE},
-        {"DistanceLineToTriangleSqr", LINE_TRIANGLE, Shape::LINE, Shape::TRIANGLE},
+        {SEGMENT, Shape::POINT, Shape::SEGMENT},
+        {SEGMENT_CONSISTENT, Shape::POINT, Shape::SEGMENT},
+        {SEGMENT_2D, Shape::POINT, Shape::SEGMENT, true},
+        {SEGMENT_T_2D, Shape::POINT, Shape::SEGMENT, true},
+        {LINE_POINT, Shape::POINT, Shape::LINE, false, POINT_ONLY},
+        {TRIANGLE, Shape::POINT, Shape::TRIANGLE, false, ANY_POINT},
+        {POINT_RECTANGLE, Shape::POINT, Shape::RECTANGLE},
+        {SEGMENTS, Shape::SEGMENT, Shape::SEGMENT},
+        {SEGMENTS_CONSISTENT, Shape::SEGMENT, Shape::SEGMENT},
+        {SEGMENTS_2D, Shape::SEGMENT, Shape::SEGMENT, true},
+        {SEGMENT_RECTANGLE, Shape::SEGMENT, Shape::RECTANGLE},
+        {LINE_TRIANGLE, Shape::LINE, Shape::TRIANGLE},
     };
     for (const auto& row : rows) {
         ZelkTest::Input input(7);
         for (int round = 0; round < 1000 && !HasFailure(); ++round) {
-            SCOPED_TRACE(testing::Message() << row.name << ", round " << round);
+            SCOPED_TRACE(testing::Message() << row.query.name << ", round " << round);
             const Scene s(input, row.second);
             const bool isPoint = row.first == Shape::POINT;
             // A rectangle is given by its edges, as they are after rounding.

@@ -145,14 +145,15 @@ protected:
                            std::conditional_t<std::is_same_v<typename M::Element, float>, Vector3f, Vector3d>>;
     /// With a w, where there is one, that must not count.
     static Vector MakeVector(double x, double y, double z) {
-        const VectorGeneric<typename M::Element, 3> v(Vector3d(x, y, z));
+        const Vector3d v(x, y, z);
         if constexpr (std::is_same_v<Vector, VectorSIMD4f>) {
-            return VectorSIMD4f(v[0], v[1], v[2], 77);
+            return VectorSIMD4f(Vector3f(v), 77);
         } else {
-            return Vector(v[0], v[1], v[2]);
+            return Vector(v);
         }
     }
-    static void ExpectNear3(const Vector& v, const Vector& expected, double bound) {
+    template <class Expected>
+    static void ExpectNear3(const Vector& v, const Expected& expected, double bound) {
         for (unsigned i = 0; i < 3; ++i) {
             EXPECT_NEAR(v[i], expected[i], bound) << i;
         }
@@ -177,16 +178,11 @@ TYPED_TEST(EverySpaceMatrix, TransformsRowVectors) {
     }
     for (int round = 0; round < 300; ++round) {
         const M m = this->Make(input);
+        const auto full = ConvertMatrix<Matrix44d>(m);
         const auto v = this->MakeVector(input.Coarse(), input.Coarse(), -2.5);
-        double direction[3];
-        for (unsigned j = 0; j < 3; ++j) {
-            direction[j] = v[0] * At(m, 0, j) + v[1] * At(m, 1, j) + v[2] * At(m, 2, j);
-        }
         const double bound = 256 * this->EPSILON;
-        this->ExpectNear3(TransformDirection(v, m), this->MakeVector(direction[0], direction[1], direction[2]), bound);
-        const auto point =
-            this->MakeVector(direction[0] + At(m, 3, 0), direction[1] + At(m, 3, 1), direction[2] + At(m, 3, 2));
-        this->ExpectNear3(TransformPoint(v, m), point, bound);
+        this->ExpectNear3(TransformDirection(v, m), Vector4d(v[0], v[1], v[2], 0) * full, bound);
+        this->ExpectNear3(TransformPoint(v, m), Vector4d(v[0], v[1], v[2], 1) * full, bound);
     }
 }
 
@@ -213,15 +209,12 @@ TYPED_TEST(EverySpaceMatrix, RotatesCounterClockwise) {
     }
 }
 
-TEST(Matrix, PlaneRotationAndScale) {
+TEST(Matrix, HasTheseAnswers) {
     const Vector2d turned = Vector2d(2, 0) * MakeRotation<Matrix22d>(0.5235987755982988);
     EXPECT_NEAR(turned.X(), 1.7320508075688772, 1e-15);
     EXPECT_NEAR(turned.Y(), 1, 1e-15);
     EXPECT_EQ(Vector2f(1, 2) * MakeScale<Matrix22f>(Vector2f(3, 4)), Vector2f(3, 8));
     EXPECT_EQ(Determinant(Matrix22f(Vector2f(1, 2), Vector2f(3, 4))), -2);
-}
-
-TEST(Matrix, FullInverseHandlesProjections) {
     const Matrix44d projection(Vector4d(1.5, 0, 0, 0), Vector4d(0, 2, 0, 0), Vector4d(0, 0, 1.25, 1),
                                Vector4d(0, 0, -0.5, 0));
     ExpectNear(projection * Inverse(projection), Matrix44d::IDENTITY, 1e-15);
@@ -230,15 +223,18 @@ TEST(Matrix, FullInverseHandlesProjections) {
 }
 
 template <class Simd, class Plain>
-void ExpectSameBits(unsigned seed) {
-    ZelkTest::Input input(seed);
-    for (int round = 0; round < 20000 && !testing::Test::HasFailure(); ++round) {
-        Matrix44f full[2];
-        for (unsigned i = 0; i < 8; ++i) {
-            full[i / 4].Row(i % 4) = ZelkTest::RandomVector<Vector4f>(input);
+void ExpectSameBits() {
+    ZelkTest::Input input(48);
+    const auto random = [&input] {
+        Matrix44f full;
+        for (unsigned i = 0; i < 4; ++i) {
+            full.Row(i) = ZelkTest::RandomVector<Vector4f>(input);
         }
-        const auto a = ConvertMatrix<Plain>(full[0]);
-        const auto b = ConvertMatrix<Plain>(full[1]);
+        return ConvertMatrix<Plain>(full);
+    };
+    for (int round = 0; round < 20000 && !testing::Test::HasFailure(); ++round) {
+        const Plain a = random();
+        const Plain b = random();
         const auto simdA = ConvertMatrix<Simd>(a);
         EXPECT_EQ(ConvertMatrix<Plain>(simdA * ConvertMatrix<Simd>(b)), a * b);
         EXPECT_EQ(ConvertMatrix<Plain>(Inverse(simdA)), Inverse(a));
@@ -249,11 +245,10 @@ void ExpectSameBits(unsigned seed) {
         EXPECT_EQ(ToVector3f(TransformDirection(VectorSIMD3f(p), simdA)), TransformDirection(p, a));
     }
 }
-
 TEST(Matrix, RegistersAndPlainFloatsGiveTheSameBits) {
-    ExpectSameBits<MatrixSIMD33f, Matrix33f>(48);
-    ExpectSameBits<MatrixSIMD34f, Matrix34f>(49);
-    ExpectSameBits<MatrixSIMD44f, Matrix44f>(50);
+    ExpectSameBits<MatrixSIMD33f, Matrix33f>();
+    ExpectSameBits<MatrixSIMD34f, Matrix34f>();
+    ExpectSameBits<MatrixSIMD44f, Matrix44f>();
 }
 
 TEST(Matrix, SumsRunFromTheTranslation) {

@@ -13,7 +13,12 @@ struct Answer {
     float t[3] = {};
     VectorSIMD4f points[2] = {VectorSIMD4f(0, 0, 0, 0), VectorSIMD4f(0, 0, 0, 0)};
 };
-using Query = Answer (*)(const VectorSIMD4f* p);
+struct Query {
+    Answer operator()(const VectorSIMD4f* p) const { return call(p); }
+
+    const char* name;
+    Answer (*call)(const VectorSIMD4f* p);
+};
 
 namespace Queries {
 
@@ -22,16 +27,16 @@ namespace Consistent = Z4::Geometry::Consistent;
 
 // Called with the query as a lambda, for the address of an imported function is no constant in every ABI.
 template <class Call>
-constexpr Query With(Call) {
-    return [](const VectorSIMD4f* p) {
-        Answer a;
-        a.returned = static_cast<float>(Call()(p, a));
-        return a;
-    };
+constexpr Query With(const char* name, Call) {
+    return {name, [](const VectorSIMD4f* p) {
+                Answer a;
+                a.returned = static_cast<float>(Call()(p, a));
+                return a;
+            }};
 }
 #define ZELK_QUERY(name, call)    \
     inline constexpr Query name = \
-        With([]([[maybe_unused]] const VectorSIMD4f* p, [[maybe_unused]] Answer& a) { return call; })
+        With(#name, []([[maybe_unused]] const VectorSIMD4f* p, [[maybe_unused]] Answer& a) { return call; })
 
 ZELK_QUERY(SEGMENT, Fast::ClosestPointToSegment(a.points[0], p[0], p[1], p[2], a.t[0]));
 ZELK_QUERY(SEGMENT_2D, Fast::ClosestPointToSegment2D(a.points[0], p[0], p[1], p[2], a.t[0]));
@@ -63,6 +68,15 @@ ZELK_QUERY(BOX, (a.points[0] = Fast::ClosestAABBPointToPoint(p[0], Fast::Geometr
 ZELK_QUERY(BOX_2D, Fast::DistancePointToAABB2DSqr(ToVector2f(p[0]), ToVector2f(p[1]), ToVector2f(p[2])));
 
 #undef ZELK_QUERY
+
+inline constexpr Query FAST[] = {
+    SEGMENT,  SEGMENT_2D,      SEGMENT_DISTANCE,  LINE,          LINE_2D,  LINE_POINT, LINES,  LINES_POINTS,
+    SEGMENTS, POINT_RECTANGLE, SEGMENT_RECTANGLE, LINE_TRIANGLE, TRIANGLE, BOX,        BOX_2D,
+};
+inline constexpr Query CONSISTENT[] = {
+    SEGMENT_CONSISTENT, SEGMENT_TOLERANT_2D,     SEGMENT_T_2D,        LINE_CONSISTENT,
+    LINES_CONSISTENT,   LINES_POINTS_CONSISTENT, SEGMENTS_CONSISTENT, SEGMENTS_2D,
+};
 
 } // namespace Queries
 } // namespace ZelkTest

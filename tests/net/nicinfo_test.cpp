@@ -32,16 +32,6 @@ public:
     }
 
 private:
-    static IP_ADAPTER_UNICAST_ADDRESS Unicast(sockaddr_in& address, unsigned long host,
-                                              IP_ADAPTER_UNICAST_ADDRESS* next) {
-        address.sin_family = static_cast<short>(host != 0 ? AF_INET : AF_INET6);
-        address.sin_addr.s_addr = htonl(host);
-        IP_ADAPTER_UNICAST_ADDRESS unicast{};
-        unicast.Address.lpSockaddr = reinterpret_cast<sockaddr*>(&address);
-        unicast.Next = next;
-        return unicast;
-    }
-
     static ULONG WINAPI Answer(ULONG family, ULONG flags, void*, IP_ADAPTER_ADDRESSES* adapters, ULONG* size) {
         EXPECT_EQ(family, static_cast<ULONG>(AF_UNSPEC));
         EXPECT_EQ(flags, 12u);
@@ -51,9 +41,13 @@ private:
             return ERROR_BUFFER_OVERFLOW;
         }
         static sockaddr_in addresses[3];
-        static IP_ADAPTER_UNICAST_ADDRESS last = Unicast(addresses[2], 0xFFFEFDFC, nullptr);
-        static IP_ADAPTER_UNICAST_ADDRESS foreign = Unicast(addresses[1], 0, &last);
-        static IP_ADAPTER_UNICAST_ADDRESS first = Unicast(addresses[0], 0x01020304, &foreign);
+        static IP_ADAPTER_UNICAST_ADDRESS unicasts[3];
+        for (int i = 0; i < 3; ++i) {
+            addresses[i].sin_family = i == 1 ? AF_INET6 : AF_INET; // one of another family
+            addresses[i].sin_addr.s_addr = htonl(i == 2 ? 0xFFFEFDFC : 0x01020304);
+            unicasts[i].Address.lpSockaddr = reinterpret_cast<sockaddr*>(&addresses[i]);
+            unicasts[i].Next = i < 2 ? &unicasts[i + 1] : nullptr;
+        }
         static char names[2][8] = {"first", "second"};
         memset(static_cast<void*>(adapters), 0, 2 * sizeof *adapters);
         adapters[0].Next = &adapters[1];
@@ -61,13 +55,13 @@ private:
         adapters[0].IfIndex = 7;
         adapters[0].PhysicalAddressLength = 8;
         memcpy(adapters[0].PhysicalAddress, "\x00\x1A\x2b\x3C\x4d\x5E\xFF\x09", 8);
-        adapters[0].FirstUnicastAddress = &first;
+        adapters[0].FirstUnicastAddress = &unicasts[0];
         adapters[1].AdapterName = names[1];
         adapters[1].PhysicalAddressLength = 9;
         return NO_ERROR;
     }
 
-    ImportHook m_hook{"GetAdaptersAddresses", reinterpret_cast<void*>(Answer)};
+    ImportHook m_hook{"GetAdaptersAddresses", Answer};
 };
 
 /// "name index mac address address", and so on.
@@ -89,16 +83,13 @@ std::string Adapters() {
 constexpr const char* BOTH = "first 7 00:1A:2B:3C:4D:5E:FF:09 1.2.3.4 255.254.253.252;second 0 ;";
 
 TEST_F(NICInfoTest, AsksOnceMoreWhereTheListDoesNotFit) {
-    using testing::ElementsAre;
-    const FakeAdapters fits(0);
-    EXPECT_EQ(Adapters(), BOTH);
-    EXPECT_THAT(fits.m_sizes, ElementsAre(15'360u));
-    const FakeAdapters fitsLater(1);
-    EXPECT_EQ(Adapters(), BOTH);
-    EXPECT_THAT(fitsLater.m_sizes, ElementsAre(15'360u, FakeAdapters::NEEDED));
-    const FakeAdapters fitsNever(2);
-    EXPECT_EQ(Adapters(), "");
-    EXPECT_THAT(fitsNever.m_sizes, ElementsAre(15'360u, FakeAdapters::NEEDED));
+    for (const unsigned refusals : {0u, 1u, 2u}) {
+        const FakeAdapters adapters(refusals);
+        EXPECT_EQ(Adapters(), refusals < 2 ? BOTH : "");
+        EXPECT_EQ(adapters.m_sizes[0], 15'360u);
+        EXPECT_EQ(adapters.m_sizes.size(), refusals == 0 ? 1u : 2u);
+        EXPECT_EQ(adapters.m_sizes.back(), refusals == 0 ? 15'360u : FakeAdapters::NEEDED);
+    }
 }
 
 TEST_F(NICInfoTest, LivesWithoutMemory) {

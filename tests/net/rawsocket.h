@@ -25,26 +25,17 @@ class RawSocket {
 public:
     explicit RawSocket(SOCKET handle) : m_handle(handle) {}
     explicit RawSocket(int type) : m_handle(socket(AF_INET, type, 0)) {}
-    ~RawSocket() { Close(); }
-    RawSocket(RawSocket&& other) : m_handle(std::exchange(other.m_handle, INVALID_SOCKET)) {}
-    RawSocket& operator=(RawSocket&& other) {
-        std::swap(m_handle, other.m_handle);
-        return *this;
-    }
+    ~RawSocket() { closesocket(m_handle); }
+    RawSocket(const RawSocket&) = delete;
+    RawSocket& operator=(const RawSocket&) = delete;
 
     operator SOCKET() const { return m_handle; }
 
-    void Close() {
-        if (m_handle != INVALID_SOCKET) {
-            closesocket(std::exchange(m_handle, INVALID_SOCKET));
-        }
-    }
-
-    /// Closes so that the other end is reset.
+    /// Lets its end reset the other one, now.
     void Reset() {
         const linger hard{1, 0};
         setsockopt(m_handle, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&hard), sizeof hard);
-        Close();
+        closesocket(std::exchange(m_handle, INVALID_SOCKET));
     }
 
     /// Binds to a free loopback port.
@@ -77,11 +68,6 @@ private:
 /// One connection: our end and the system's, which waits no longer than 10 s for anything.
 struct Connection {
     Connection() {
-        RawSocket listener(SOCK_STREAM);
-        const unsigned short port = listener.Bind();
-        listen(listener, 1);
-        EXPECT_TRUE(ours.Connect("127.0.0.1", port));
-        raw = RawSocket(accept(listener, nullptr, nullptr));
         const DWORD limit = 10'000;
         setsockopt(raw, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&limit), sizeof limit);
     }
@@ -97,7 +83,16 @@ struct Connection {
     }
 
     Z4::TcpSocket ours;
-    RawSocket raw{INVALID_SOCKET};
+    RawSocket raw{Connect(ours)};
+
+private:
+    static SOCKET Connect(Z4::TcpSocket& ours) {
+        RawSocket listener(SOCK_STREAM);
+        const unsigned short port = listener.Bind();
+        listen(listener, 1);
+        EXPECT_TRUE(ours.Connect("127.0.0.1", port));
+        return accept(listener, nullptr, nullptr);
+    }
 };
 
 } // namespace ZelkTest

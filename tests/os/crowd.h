@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <functional>
 #include <gtest/gtest.h>
-#include <tests/support/counts.h>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -100,31 +99,6 @@ private:
     std::thread m_thread;
 };
 
-/// Two threads that take turns, where `give(to)` wakes a waiter and `take(from)` waits.
-template <class Object, class Give, class Take>
-void ExpectNoLostHandOver(Object& there, Object& back, Give give, Take take) {
-    constexpr unsigned ROUND_TRIPS = Repeats(3'000, 100'000);
-    unsigned long turns = 0;
-    unsigned outOfTurn = 0;
-    RunPair(
-        [&] {
-            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
-                ++turns;
-                give(there);
-                take(back);
-                outOfTurn += turns != 2 * i + 2 ? 1u : 0u;
-            }
-        },
-        [&] {
-            for (unsigned i = 0; i < ROUND_TRIPS; ++i) {
-                take(there);
-                ++turns;
-                give(back);
-            }
-        });
-    EXPECT_EQ(outOfTurn, 0u);
-}
-
 /// Tells whether a wait was at least as long as it should have been. Some systems count waits in ticks of their own,
 /// and seen by a finer clock such a wait can end early; so it may be long enough by either clock.
 class WaitClock {
@@ -138,25 +112,5 @@ private:
     std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
     ULONGLONG m_beginTicks = GetTickCount64();
 };
-
-/// Several threads that wait again and again: `wait(i, ms)` returns whether it ended before its time had passed.
-template <class Wait>
-void ExpectNoEarlyTimeout(Wait wait) {
-    constexpr unsigned long WAITS = Repeats(200, 1'000);
-    std::atomic<unsigned> early = 0;
-    std::atomic<unsigned> timedOut = 0;
-    RunCrowd(10, [&](unsigned) {
-        for (unsigned long i = 0; i < WAITS; ++i) {
-            const unsigned long ms = 1 + i % 4;
-            const WaitClock clock;
-            if (!wait(i, ms)) {
-                ++timedOut;
-                early += clock.HasPassed(ms) ? 0u : 1u;
-            }
-        }
-    });
-    EXPECT_EQ(early, 0u);
-    EXPECT_GT(timedOut, 9 * WAITS) << "a wait that ends without a signal must be rare";
-}
 
 } // namespace ZelkTest

@@ -1,16 +1,14 @@
-// Faults hunted: a writer beside others, a reader kept out, an update lost or seen half; a re-entry that waits or that
-// enters the system's lock anew, a level too many or too few, a writer that is not forgotten; a table of holdings that
-// is shared between threads, too short or too long, or missing on threads older than the library.
+// Faults hunted: a writer beside others, a reader kept out; a re-entry that waits or that enters the system's lock
+// anew, a level too many or too few, a writer that is not forgotten; a table of holdings that is shared between
+// threads, too short or too long, or missing on threads older than the library. The orders of threads, proof/ explores.
 #include "crowd.h"
 
+#include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstring>
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <map>
-#include <random>
 #include <string>
+#include <tests/support/random.h>
 #include <zelk_core/os/autorwlock.h>
 #include <zelk_core/os/rwlock.h>
 
@@ -25,6 +23,7 @@ struct Fields {
     long holds;
     unsigned long writerId;
 };
+constexpr unsigned long NO_WRITER = 0xFFFFFFFF;
 
 Fields Look(const RWLock& lock) {
     Fields fields;
@@ -32,14 +31,12 @@ Fields Look(const RWLock& lock) {
     return fields;
 }
 
-/// The system's lock inside, which is the first member of either class.
-template <class LockClass>
-SRWLOCK* SlimLock(LockClass& lock) {
+/// The system's lock inside, which is the first member.
+SRWLOCK* SlimLock(RWLock& lock) {
     return reinterpret_cast<SRWLOCK*>(&lock);
 }
 
-template <class LockClass>
-bool IsFree(LockClass& lock) {
+bool IsFree(RWLock& lock) {
     if (TryAcquireSRWLockExclusive(SlimLock(lock)) == 0) {
         return false;
     }
@@ -94,7 +91,10 @@ TYPED_TEST(ReaderWriterLocks, LetReadersShareAndAWriterBeAlone) {
     {
         AutoWriterLock guard(lock);
         EXPECT_EQ(Access(lock, other), '-');
+        other.Waits([&] { lock.LockReader(); });
     }
+    other.Proceeds();
+    other.Does([&] { lock.UnlockReader(); });
     EXPECT_TRUE(lock.TryLockReader());
     EXPECT_FALSE(lock.TryLockWriter());
     EXPECT_EQ(Access(lock, other), 'r');
@@ -110,248 +110,131 @@ TYPED_TEST(ReaderWriterLocks, LetReadersShareAndAWriterBeAlone) {
     EXPECT_EQ(Access(lock, other), 'w');
 }
 
-TYPED_TEST(ReaderWriterLocks, LetAWaiterInWhenTheOthersLeave) {
-    TypeParam lock;
-    Actor other;
-    lock.LockReader();
-    other.Waits([&] { lock.LockWriter(); });
-    lock.UnlockReader();
-    other.Proceeds();
-    Actor reader;
-    reader.Waits([&] { lock.LockReader(); });
-    other.Does([&] { lock.UnlockWriter(); });
-    reader.Proceeds();
-    reader.Does([&] { lock.UnlockReader(); });
-    EXPECT_TRUE(IsFree(lock));
-}
-
-/// What an update writes in two steps and a reader must see whole.
-struct Guarded {
-    volatile unsigned long long count = 0;
-    volatile unsigned long long mirror = ~0ULL;
-
-    unsigned Torn() const { return mirror != ~count ? 1 : 0; }
-    void Add() {
-        count = count + 1;
-        mirror = ~count;
-    }
-};
-
-TYPED_TEST(ReaderWriterLocks, LoseNoUpdateAndShowNoHalfOne) {
-    constexpr unsigned PER_CROWD = Repeats(50'000, 2'500'000); // shared out to its threads
-    for (const unsigned threads : {2u, 10u, 32u}) {
-        TypeParam lock;
-        Guarded guarded;
-        std::atomic<unsigned> torn = 0;
-        std::atomic<unsigned> updates = 0;
-        RunCrowd(threads, [&](unsigned self) {
-            for (unsigned i = self; i < self + PER_CROWD / threads; ++i) {
-                const unsigned way = i % 16;
-                const bool writes = way == 1 ? lock.TryLockWriter() : way < 4;
-                if (way == 0 || way == 3) {
-                    lock.LockWriter();
-                } else if (way != 1) {
-                    lock.LockReader();
-                }
-                if (way == 2) {
-                    torn += guarded.Torn();
-                    lock.Upgrade();
-                }
-                torn += way != 1 || writes ? guarded.Torn() : 0;
-                if (writes) {
-                    guarded.Add();
-                    ++updates;
-                }
-                if (way == 3) {
-                    lock.Downgrade();
-                    torn += guarded.Torn();
-                }
-                if (way >= 3) {
-                    lock.UnlockReader();
-                } else if (writes) {
-                    lock.UnlockWriter();
-                }
-            }
-        });
-        EXPECT_EQ(guarded.count, updates) << threads << " threads";
-        EXPECT_EQ(torn, 0u) << threads << " threads";
-        EXPECT_TRUE(IsFree(lock));
-    }
-}
-
-TEST(RWLockRecursion, AReaderReentersOnceForAllAndPastAWaitingWriter) {
+TEST(RWLockRecursion, AReaderReentersPastAWaitingWriter) {
     RWLock lock;
     Actor writer;
-    EXPECT_FALSE(lock.IsReaderLockActive() || lock.IsSharedLockActive());
     lock.LockReader();
+    writer.Waits([&] { lock.LockWriter(); });
     lock.LockShared();
     EXPECT_TRUE(lock.TryLockReader());
-    EXPECT_EQ(Look(lock).holds, 3);
-    EXPECT_EQ(SharedHolds(lock), 1u);
-    EXPECT_TRUE(lock.IsReaderLockActive() && lock.IsSharedLockActive());
-    EXPECT_FALSE(lock.IsWriterLockActive() || lock.IsExclusiveLockActive());
-    writer.Waits([&] { lock.LockWriter(); });
-    lock.LockReader();
-    EXPECT_TRUE(lock.TryLockReader());
-    for (int level = 4; level > 0; --level) {
-        lock.UnlockReader();
-    }
-    EXPECT_TRUE(lock.IsReaderLockActive());
-    lock.UnlockShared();
+    lock.UnlockReader();
+    lock.UnlockReader();
+    lock.UnlockReader();
     writer.Proceeds();
-    EXPECT_FALSE(lock.IsReaderLockActive());
     writer.Does([&] { lock.UnlockWriter(); });
     EXPECT_TRUE(IsFree(lock));
 }
 
-TEST(RWLockRecursion, TheWriterCountsDown) {
+/// A lock as one thread uses it, and what that should have made of it.
+struct Modelled {
     RWLock lock;
-    Actor other;
-    EXPECT_EQ(Look(lock).writerId, 0xFFFFFFFFu);
-    lock.LockWriter();
-    lock.LockExclusive();
-    EXPECT_TRUE(lock.TryLockWriter());
-    for (long level = 3; level > 0; --level) {
-        EXPECT_EQ(Look(lock).holds, -level);
-        EXPECT_EQ(Look(lock).writerId, GetCurrentThreadId());
-        EXPECT_TRUE(lock.IsWriterLockActive() && lock.IsExclusiveLockActive());
-        EXPECT_FALSE(lock.IsReaderLockActive() || lock.IsSharedLockActive());
-        EXPECT_EQ(Access(lock, other), '-');
-        level == 2 ? lock.UnlockExclusive() : lock.UnlockWriter();
-    }
-    EXPECT_FALSE(lock.IsWriterLockActive());
-    EXPECT_EQ(Look(lock).writerId, 0xFFFFFFFFu);
-    EXPECT_TRUE(IsFree(lock));
-}
+    long holds = 0;        // levels of reading, or negative of writing
+    unsigned shared = 0;   // how often the system's lock is held
+    unsigned recorded = 0; // of the levels of reading; not 0 for four locks at most
 
-TEST(RWLockRecursion, DowngradeDropsEveryWriteLevel) {
-    RWLock lock;
-    for (int depth = 1; depth <= 3; ++depth) {
-        for (int level = 0; level < depth; ++level) {
-            lock.LockWriter();
+    void EnterReader(bool hasRoom) {
+        ++holds;
+        shared += recorded == 0 ? 1 : 0;
+        recorded += recorded != 0 || hasRoom ? 1 : 0;
+    }
+    void LeaveReader() {
+        --holds;
+        recorded -= recorded != 0 ? 1 : 0;
+        shared -= recorded == 0 ? 1 : 0;
+    }
+    void ExpectEqual() {
+        EXPECT_EQ(Look(lock).holds, holds);
+        ASSERT_EQ(Look(lock).writerId, holds < 0 ? GetCurrentThreadId() : NO_WRITER);
+        EXPECT_TRUE(lock.IsReaderLockActive() == (holds > 0) && lock.IsSharedLockActive() == (holds > 0));
+        EXPECT_TRUE(lock.IsWriterLockActive() == (holds < 0) && lock.IsExclusiveLockActive() == (holds < 0));
+        if (holds < 0) {
+            EXPECT_FALSE(TryAcquireSRWLockShared(SlimLock(lock))) << "a writer is alone";
+        } else {
+            EXPECT_EQ(SharedHolds(lock), shared);
         }
-        lock.Downgrade();
-        EXPECT_EQ(Look(lock).holds, 1) << depth;
-        EXPECT_EQ(Look(lock).writerId, 0xFFFFFFFFu);
-        EXPECT_EQ(SharedHolds(lock), 1u);
-        lock.Upgrade();
-        EXPECT_EQ(Look(lock).holds, -1);
-        EXPECT_EQ(Look(lock).writerId, GetCurrentThreadId());
-        lock.UnlockWriter();
-        EXPECT_TRUE(IsFree(lock));
     }
-}
-
-TEST(RWLockHoldings, AgreeWithAModelOnRandomUse) {
-    constexpr unsigned SEED = 23;
-    std::mt19937 random(SEED);
-    std::array<RWLock, 7> locks;
-    std::map<std::size_t, unsigned> recorded; // at most four
-    std::array<unsigned, 7> levels = {};
-    std::array<unsigned, 7> shared = {};
-    for (int step = 0; step < 100'000; ++step) {
-        SCOPED_TRACE(testing::Message() << "step " << step << ", seed " << SEED);
-        const std::size_t i = random() % locks.size();
-        const bool isRecorded = recorded.count(i) != 0;
-        if (random() % 9 < 4) {
-            if (random() % 2 == 0) {
-                locks[i].LockReader();
-            } else {
-                ASSERT_TRUE(locks[i].TryLockReader());
-            }
-            ++levels[i];
-            shared[i] += isRecorded ? 0 : 1;
-            if (isRecorded || recorded.size() < 4) {
-                ++recorded[i];
-            }
-        } else if (levels[i] != 0) {
-            locks[i].UnlockReader();
-            --levels[i];
-            const bool leaves = !isRecorded || --recorded[i] == 0;
-            shared[i] -= leaves ? 1 : 0;
-            if (leaves) {
-                recorded.erase(i);
-            }
-        }
-        ASSERT_EQ(Look(locks[i]).holds, static_cast<long>(levels[i]));
-        ASSERT_EQ(SharedHolds(locks[i]), shared[i]);
-    }
-    for (std::size_t i = 0; i < locks.size(); ++i) {
-        for (; levels[i] != 0; --levels[i]) {
-            locks[i].UnlockReader();
-        }
-        EXPECT_TRUE(IsFree(locks[i]));
-    }
-}
-
-/// A second copy of the library, loaded while the process runs.
-class LateLibrary {
-public:
-    LateLibrary() {
-        char original[MAX_PATH];
-        GetModuleFileNameA(GetModuleHandleA(ZELK_DLL_FILE), original, sizeof original);
-        m_path = std::filesystem::temp_directory_path() /
-                 ("zelk_core_late_" + std::to_string(GetCurrentProcessId()) + ".dll");
-        std::filesystem::copy_file(original, m_path, std::filesystem::copy_options::overwrite_existing);
-        m_module = LoadLibraryW(m_path.c_str());
-        lockReader = Find("_ZN2Z46RWLock10LockReaderEv");
-        unlockReader = Find("_ZN2Z46RWLock12UnlockReaderEv");
-    }
-    ~LateLibrary() {
-        FreeLibrary(m_module);
-        std::filesystem::remove(m_path);
-    }
-    LateLibrary(const LateLibrary&) = delete;
-    LateLibrary& operator=(const LateLibrary&) = delete;
-
-    // For an object and no argument, the same as a member function's convention, which no free function may have.
-    using Operation = void(__fastcall*)(RWLock*);
-    Operation lockReader = nullptr;
-    Operation unlockReader = nullptr;
-
-private:
-    Operation Find(const char* name) const {
-        return reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
-    }
-
-    std::filesystem::path m_path;
-    HMODULE m_module;
 };
 
+TEST(RWLockHoldings, AgreeWithAModelOnRandomUse) {
+    Input input(23);
+    std::array<Modelled, 7> all;
+    for (int step = 0; step < 50'000 && !HasFailure(); ++step) {
+        SCOPED_TRACE(step);
+        Modelled& one = all[input.Below(7)];
+        const bool hasRoom = std::count_if(all.begin(), all.end(), [](const auto& m) { return m.recorded != 0; }) < 4;
+        const unsigned choice = step < 49'000 ? input.Below(8) : 7; // in the end all are left
+        if (choice < 3 && one.holds >= 0) {
+            if (choice == 0 || !one.lock.TryLockReader()) {
+                one.lock.LockReader();
+            }
+            one.EnterReader(hasRoom);
+        } else if (choice < 3) {
+            EXPECT_FALSE(one.lock.TryLockReader());
+        } else if (choice == 3 && one.holds <= 0) {
+            input.OnceIn(2) ? one.lock.LockWriter() : one.lock.LockExclusive();
+            --one.holds;
+        } else if (choice == 4) {
+            EXPECT_EQ(one.lock.TryLockWriter(), one.holds <= 0);
+            one.holds -= one.holds <= 0 ? 1 : 0;
+        } else if (choice == 5 && one.holds == 1) {
+            one.lock.Upgrade();
+            one.LeaveReader();
+            one.holds = -1;
+        } else if (choice == 5 && one.holds < 0) {
+            one.lock.Downgrade(); // from whatever level
+            one.holds = 0;
+            one.EnterReader(hasRoom);
+        } else if (one.holds > 0) {
+            choice == 6 ? one.lock.UnlockShared() : one.lock.UnlockReader();
+            one.LeaveReader();
+        } else if (one.holds < 0) {
+            choice == 6 ? one.lock.UnlockExclusive() : one.lock.UnlockWriter();
+            ++one.holds;
+        }
+        one.ExpectEqual();
+    }
+    for (Modelled& one : all) {
+        EXPECT_TRUE(IsFree(one.lock));
+    }
+}
+
 TEST(RWLockHoldings, BelongToEachThreadOfALibraryLoadedLate) {
+    char original[MAX_PATH];
+    GetModuleFileNameA(GetModuleHandleA(ZELK_DLL_FILE), original, sizeof original);
+    const std::string copy = original + std::to_string(GetCurrentProcessId()) + ".dll";
+    ASSERT_TRUE(CopyFileA(original, copy.c_str(), FALSE));
     // Again and again, since each time the threads get new copies of the thread-local data.
     for (int i = 0; i < 20; ++i) {
         Actor older;
-        older.Does([] {});
-        const LateLibrary late;
-        ASSERT_TRUE(late.lockReader != nullptr && late.unlockReader != nullptr);
-        Actor younger;
+        const HMODULE late = LoadLibraryA(copy.c_str());
         std::array<RWLock, 5> locks;
-        const auto enter = [&] {
+        const auto callTwice = [&](const char* name) {
+            // For an object and no argument, the same as a member function's convention, which no free function may
+            // have.
+            const auto function = reinterpret_cast<void*>(GetProcAddress(late, name));
+            const auto operation = reinterpret_cast<void(__fastcall*)(RWLock*)>(function);
             for (RWLock& lock : locks) {
-                late.lockReader(&lock);
-                late.lockReader(&lock);
+                operation(&lock);
+                operation(&lock);
             }
         };
-        const auto leave = [&] {
-            for (RWLock& lock : locks) {
-                late.unlockReader(&lock);
-                late.unlockReader(&lock);
+        {
+            Actor younger;
+            for (const char* const name : {"_ZN2Z46RWLock10LockReaderEv", "_ZN2Z46RWLock12UnlockReaderEv"}) {
+                older.Does([&] { callTwice(name); });
+                younger.Does([&] { callTwice(name); });
+                callTwice(name);
+                for (std::size_t k = 0; k < locks.size(); ++k) {
+                    EXPECT_EQ(SharedHolds(locks[k]), std::strstr(name, "Unlock") != nullptr ? 0u
+                                                     : k < 4                                ? 3u
+                                                                                            : 6u)
+                        << k;
+                }
             }
-        };
-        enter();
-        older.Does(enter);
-        younger.Does(enter);
-        for (std::size_t k = 0; k < locks.size(); ++k) {
-            EXPECT_EQ(SharedHolds(locks[k]), k < 4 ? 3u : 6u) << k;
         }
-        older.Does(leave);
-        younger.Does(leave);
-        leave();
-        for (RWLock& lock : locks) {
-            EXPECT_TRUE(IsFree(lock));
-        }
+        FreeLibrary(late);
     }
+    DeleteFileA(copy.c_str());
 }
 
 } // namespace

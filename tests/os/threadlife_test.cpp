@@ -11,8 +11,6 @@
 #include <atomic>
 #include <gtest/gtest.h>
 #include <host/zelkhost.h>
-#include <string>
-#include <vector>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/os/thread.h>
 
@@ -23,24 +21,25 @@ using namespace ZelkTest;
 using enum Thread::ThreadState;
 
 struct OfSystem : Thread {
-    static inline const std::string FILE = "os/private/thread";
-    static inline const std::string STILL_SUSPENDED =
-        "523 [Z4::Z4::Thread] EAL_LOG_WARNING: Thread: is still suspended. Thread::ResumeThread() must be called prior "
-        "to destroying the thread.";
-    static inline const std::string NOT_JOINED =
-        "564 [Z4::Z4::Thread] EAL_LOG_WARNING: Thread: is not detached. Thread::JoinThread() must be called prior to "
-        "destroying the thread.";
+    static inline const ExpectedLine STILL_SUSPENDED{
+        2, "os/private/thread", 523,
+        "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread: is still suspended. Thread::ResumeThread() must be called prior to "
+        "destroying the thread."};
+    static inline const ExpectedLine NOT_JOINED{
+        2, "os/private/thread", 564,
+        "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread: is not detached. Thread::JoinThread() must be called prior to "
+        "destroying the thread."};
 };
 
 struct OfHost : EalThread {
     OfHost() : EalThread(1) {}
-    static inline const std::string FILE = "eal_utils/private/ealthread";
-    static inline const std::string STILL_SUSPENDED =
-        "216 [Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be called "
-        "prior to destroying the thread.";
-    static inline const std::string NOT_JOINED =
-        "253 [Z4::Z4::EalThread] EAL_LOG_WARNING: EalThread::JoinThread() must be called prior to destroying the "
-        "thread.";
+    static inline const ExpectedLine STILL_SUSPENDED{
+        2, "eal_utils/private/ealthread", 216,
+        "[Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be called prior "
+        "to destroying the thread."};
+    static inline const ExpectedLine NOT_JOINED{
+        2, "eal_utils/private/ealthread", 253,
+        "[Z4::Z4::EalThread] EAL_LOG_WARNING: EalThread::JoinThread() must be called prior to destroying the thread."};
 };
 
 struct Expected {
@@ -49,16 +48,16 @@ struct Expected {
     Error untilStarted, untilStopped;
     // What the destructor finds and does.
     int runs;
-    bool warnsOfSuspension, warnsOfJoin;
+    unsigned warnings;
 };
 
 constexpr Expected EXPECTED[] = {
-    {THREAD_IDLE, true, ERR_TIMEOUT, ERR_TIMEOUT, 0, false, false},
-    {THREAD_STARTING, false, ERR_TIMEOUT, ERR_TIMEOUT, 0, false, true},
-    {THREAD_SUSPENDED, false, ERR_TIMEOUT, ERR_TIMEOUT, 0, true, true},
-    {THREAD_RUNNING, false, ERR_OK, ERR_TIMEOUT, 1, false, true},
-    {THREAD_ENDED, false, ERR_OK, ERR_OK, 1, false, true},
-    {THREAD_JOINED, true, ERR_OK, ERR_OK, 1, false, false},
+    {THREAD_IDLE, true, ERR_TIMEOUT, ERR_TIMEOUT, 0, 0},
+    {THREAD_STARTING, false, ERR_TIMEOUT, ERR_TIMEOUT, 0, 1},
+    {THREAD_SUSPENDED, false, ERR_TIMEOUT, ERR_TIMEOUT, 0, 2},
+    {THREAD_RUNNING, false, ERR_OK, ERR_TIMEOUT, 1, 1},
+    {THREAD_ENDED, false, ERR_OK, ERR_OK, 1, 1},
+    {THREAD_JOINED, true, ERR_OK, ERR_OK, 1, 0},
 };
 
 template <class Kind>
@@ -80,8 +79,11 @@ TYPED_TEST(ThreadLife, AnswersInEveryState) {
         Outside outside;
         Worker<TypeParam> worker(outside);
         BringTo(expected.state, worker, outside);
-        EXPECT_EQ(worker.BlockUntilStarted(0), expected.untilStarted);
-        EXPECT_EQ(worker.BlockUntilStopped(0), expected.untilStopped);
+        const WaitClock clock;
+        EXPECT_EQ(worker.BlockUntilStarted(20), expected.untilStarted);
+        EXPECT_EQ(worker.BlockUntilStopped(20), expected.untilStopped);
+        EXPECT_TRUE(clock.HasPassed(20u * (expected.untilStarted == ERR_TIMEOUT) +
+                                    20u * (expected.untilStopped == ERR_TIMEOUT)));
         EXPECT_EQ(worker.ResumeThread(), expected.state == THREAD_SUSPENDED ? ERR_OK : ERR_CANNOT_ASSIGN);
         EXPECT_EQ(worker.ResumeThread(), ERR_CANNOT_ASSIGN);
         if (expected.mayCreate) {
@@ -95,7 +97,7 @@ TYPED_TEST(ThreadLife, AnswersInEveryState) {
         EXPECT_EQ(worker.GetThreadId(), INVALID_THREAD_ID);
         EXPECT_EQ(outside.runs, expected.state == THREAD_JOINED ? 2 : 1);
     }
-    EXPECT_TRUE(log.Lines().empty());
+    log.ExpectOnly({});
 }
 
 TYPED_TEST(ThreadLife, IsEndedByTheDestructorWithWarnings) {
@@ -107,8 +109,7 @@ TYPED_TEST(ThreadLife, IsEndedByTheDestructorWithWarnings) {
         Actor owner;
         auto* const worker = new Worker<TypeParam>(outside);
         BringTo(expected.state, *worker, outside);
-        const bool mustWait = expected.state == THREAD_STARTING || expected.state == THREAD_RUNNING;
-        if (mustWait) {
+        if (expected.state == THREAD_STARTING || expected.state == THREAD_RUNNING) {
             owner.Waits([&] { delete worker; });
             ReleaseStarts();
             outside.release.Open();
@@ -117,20 +118,11 @@ TYPED_TEST(ThreadLife, IsEndedByTheDestructorWithWarnings) {
             owner.Does([&] { delete worker; });
         }
         EXPECT_EQ(outside.runs, expected.runs);
-        std::vector<std::string> warnings;
-        for (const LogLine& line : log.Lines()) {
-            EXPECT_EQ(line.level, 2u);
-            EXPECT_EQ(line.file, TypeParam::FILE);
-            warnings.push_back(std::to_string(line.line) + ' ' + line.text);
+        if (expected.warnings == 2) {
+            log.ExpectOnly({TypeParam::STILL_SUSPENDED, TypeParam::NOT_JOINED});
+        } else {
+            expected.warnings == 1 ? log.ExpectOnly({TypeParam::NOT_JOINED}) : log.ExpectOnly({});
         }
-        std::vector<std::string> wanted;
-        if (expected.warnsOfSuspension) {
-            wanted.push_back(TypeParam::STILL_SUSPENDED);
-        }
-        if (expected.warnsOfJoin) {
-            wanted.push_back(TypeParam::NOT_JOINED);
-        }
-        EXPECT_EQ(warnings, wanted);
     }
 }
 
@@ -138,8 +130,8 @@ TYPED_TEST(ThreadLife, IsSuspendedAtItsStartOnly) {
     Outside outside;
     Worker<TypeParam> worker(outside);
     Actor waiter;
-    BringTo(THREAD_SUSPENDED, worker, outside);
     waiter.Waits([&] { EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK); });
+    BringTo(THREAD_SUSPENDED, worker, outside);
     EXPECT_EQ(outside.runs, 0);
     EXPECT_EQ(worker.ResumeThread(), ERR_OK);
     waiter.Proceeds();
@@ -159,21 +151,6 @@ TYPED_TEST(ThreadLife, IsSuspendedAtItsStartOnly) {
     EXPECT_EQ(outside.runs, 3);
 }
 
-TYPED_TEST(ThreadLife, WaitsWithATimeLimitAndBeforeItsCreation) {
-    Outside outside;
-    Worker<TypeParam> worker(outside);
-    Actor waiter;
-    const WaitClock clock;
-    EXPECT_EQ(worker.BlockUntilStarted(40), ERR_TIMEOUT);
-    EXPECT_EQ(worker.BlockUntilStopped(40), ERR_TIMEOUT);
-    EXPECT_TRUE(clock.HasPassed(80));
-    waiter.Waits([&] { EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK); });
-    ASSERT_EQ(worker.CreateThread(), ERR_OK);
-    waiter.Proceeds();
-    outside.release.Open();
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
-}
-
 TYPED_TEST(ThreadLife, IsJoinedByOneOfManyWhoTry) {
     constexpr unsigned JOINERS = 4;
     Outside outside;
@@ -184,7 +161,14 @@ TYPED_TEST(ThreadLife, IsJoinedByOneOfManyWhoTry) {
         EXPECT_EQ(worker.CreateThread(), ERR_IN_PROGRESS);
         EXPECT_EQ(worker.GetThreadState(), THREAD_ENDED);
     });
-    outside.work = [&] { exit.Arm(); };
+    unsigned misalignment = 99;
+    outside.work = [&] {
+        exit.Arm();
+        misalignment = StackMisalignment();
+        EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
+        EXPECT_EQ(worker.GetThreadId(), GetCurrentThreadId());
+        EXPECT_EQ(worker.GetThreadState(), THREAD_RUNNING);
+    };
     ASSERT_EQ(worker.CreateThread(), ERR_OK);
     std::atomic<unsigned> joined = 0;
     std::atomic<unsigned> late = 0;
@@ -200,21 +184,6 @@ TYPED_TEST(ThreadLife, IsJoinedByOneOfManyWhoTry) {
     });
     EXPECT_EQ(joined, 1u);
     EXPECT_EQ(late, JOINERS - 1);
-}
-
-TYPED_TEST(ThreadLife, KnowsItselfInRun) {
-    Outside outside;
-    Worker<TypeParam> worker(outside);
-    unsigned misalignment = 99;
-    outside.work = [&] {
-        misalignment = StackMisalignment();
-        EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
-        EXPECT_EQ(worker.GetThreadId(), GetCurrentThreadId());
-        EXPECT_EQ(worker.GetThreadState(), THREAD_RUNNING);
-    };
-    outside.release.Open();
-    ASSERT_EQ(worker.CreateThread(), ERR_OK);
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
     EXPECT_EQ(misalignment, 0u);
 }
 

@@ -105,8 +105,14 @@ void CompressWith(Compressor* newCompressor, Expander* newExpander, unsigned lon
     result = result == CompressionInterface::NEED_INPUT ? compressor->Flush() : result;
     if (result != CompressionInterface::DONE) {
         EXPECT_EQ(result, CompressionInterface::FAILED);
+        // What never had its memory stays failed and can be used all the same.
+        EXPECT_NE(compressor->Flush(), CompressionInterface::DONE);
+        compressor->Reset();
+        EXPECT_LE(compressor->GetAvailableInputSize(), sizeof TEXT);
+        EXPECT_LE(compressor->GetOutputDataSize(), sizeof packed);
         return;
     }
+    EXPECT_NE(compressor->GetOutputDataSize(), 0u);
     char back[sizeof TEXT] = {};
     expander->FeedInputBuffer(packed, compressor->GetOutputDataSize());
     expander->FeedOutputBuffer(back, firstRoom);
@@ -137,17 +143,19 @@ void DrawNumbers() {
 }
 
 void RegisterClasses() {
-    static const char* const names[] = {"one", "two", "three", "four", "five", "six", "seven", "eight", "nine", "ten"};
     const auto create = [](void*) -> void* { return const_cast<char*>(TEXT); };
+    Private::ClassFactoryNode parked;
+    ClassFactory::RegisterCreatorFuncPreMain(parked, create, TypeID(1));
     InitializeRuntimeTypeService();
     ClassFactory& factory = ClassFactory::Instance();
-    for (const char* const name : names) {
-        const TypeID type = ClassType(name);
-        const bool registered = factory.RegisterCreatorFunc(create, type);
-        EXPECT_EQ(factory.IsRegistered(type), registered);
-        EXPECT_TRUE(!registered || factory.CreateInstance(type) == TEXT);
+    for (unsigned identifier = 2; identifier <= 40; ++identifier) { // The index grows on the way.
+        const bool registered = factory.RegisterCreatorFunc(create, TypeID(identifier));
+        EXPECT_EQ(factory.IsRegistered(TypeID(identifier)), registered);
+        EXPECT_TRUE(!registered || factory.CreateInstance(TypeID(identifier)) == TEXT);
+        EXPECT_FALSE(registered && factory.RegisterCreatorFunc(create, TypeID(identifier))) << "a second time";
     }
-    factory.RegisterCreatorFunc([](void*) -> void* { return nullptr; }, ClassType("one"));
+    EXPECT_TRUE(!factory.IsRegistered(TypeID(1)) || factory.CreateInstance(TypeID(1)) == TEXT);
+    factory.RegisterCreatorFunc([](void*) -> void* { return nullptr; }, TypeID(2));
     ShutdownRuntimeTypeService();
 }
 
@@ -234,7 +242,7 @@ constexpr Scenario SCENARIOS[] = {
     {"String", WriteAString, 4, 0},  {"Map", FillAMap, 10, 0},
     {"Notifier", NotifySinks, 2, 0}, {"Cipher", Encrypt, 4, 0},
     {"ZLib", Deflate, 9, 0},         {"Lzo", CompressByLzo, 3, 0},
-    {"Random", DrawNumbers, 1, 0},   {"Factory", RegisterClasses, 1, 0},
+    {"Random", DrawNumbers, 1, 0},   {"Factory", RegisterClasses, 40, 0},
     {"Thread", RunAThread, 1, 0},    {"EalThread", RunAHostThread, 0, 2},
     {"Net", AskForAdapters, 3, 0},   {"DebugHelp", ExplainAnAddress, 4, 0},
 };

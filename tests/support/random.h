@@ -40,20 +40,11 @@ public:
     /// From -10 to 10, and every eighth time a number that arithmetic treats in its own way: zeros, denormals, numbers
     /// whose square leaves the range, infinities and NaN.
     float Number() {
-        using Limits = std::numeric_limits<float>;
-        static constexpr float EDGES[] = {0.0F,
-                                          -0.0F,
-                                          1.0F,
-                                          -1.0F,
-                                          Limits::denorm_min(),
-                                          -1e-40F,
-                                          Limits::min(),
-                                          -1e-20F,
-                                          1e19F,
-                                          -Limits::max(),
-                                          Limits::infinity(),
-                                          -Limits::infinity(),
-                                          Limits::quiet_NaN()};
+        constexpr float infinity = std::numeric_limits<float>::infinity();
+        constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+        static constexpr float EDGES[] = {0.0F,     -0.0F,           1.0F,    -1.0F, 1e-45F,
+                                          -1e-40F,  1.17549435e-38F, -1e-20F, 1e19F, -3.40282347e38F,
+                                          infinity, -infinity,       nan};
         return OnceIn(8) ? EDGES[Below(static_cast<std::uint32_t>(std::size(EDGES)))] : Number(10.0F);
     }
 

@@ -1,8 +1,10 @@
 // AddressSanitizer guards the blocks here; this table only counts them.
 #include "testhost.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <malloc.h>
 
@@ -16,16 +18,7 @@ std::atomic<std::size_t> g_granted;
 std::atomic<std::size_t> g_untilRefusal; ///< 1 refuses, 0 never comes to that
 std::atomic<std::size_t> g_refusals;     ///< left, SIZE_MAX without end
 
-int Init(unsigned) {
-    return 0;
-}
-
-int Shutdown() {
-    return 0;
-}
-
 void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
-    void* block = nullptr;
     if (g_untilRefusal > 1) {
         --g_untilRefusal;
     } else if (g_untilRefusal == 1) {
@@ -34,7 +27,8 @@ void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
         }
         return nullptr;
     }
-    if (posix_memalign(&block, alignment < sizeof(void*) ? sizeof(void*) : alignment, size) != 0) {
+    void* block = nullptr;
+    if (posix_memalign(&block, std::max(alignment, sizeof(void*)), size) != 0) {
         return nullptr;
     }
     ++g_granted;
@@ -53,25 +47,22 @@ void Free(void* block) {
 void* Realloc(void* block, std::size_t size, std::size_t alignment) {
     void* const grown = Alloc(size, alignment, 0, 0);
     if (grown != nullptr) {
-        const std::size_t old = malloc_usable_size(block);
-        __builtin_memcpy(grown, block, old < size ? old : size);
+        std::memcpy(grown, block, std::min(size, malloc_usable_size(block)));
         Free(block);
     }
     return grown;
 }
 
-void NameId(int, const char*) {}
-
 } // namespace
 
 void InstallMemory(Guard) {
     Z4::eal_mem_dll_interface memory{};
-    memory.init = Init;
-    memory.shutdown = Shutdown;
+    memory.init = [](unsigned) { return 0; };
+    memory.shutdown = [] { return 0; };
     memory.alloc = Alloc;
     memory.realloc = Realloc;
     memory.free = Free;
-    memory.name_id = NameId;
+    memory.name_id = [](int, const char*) {};
     Z4::SetEalInterface(memory);
 }
 

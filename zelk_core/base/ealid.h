@@ -5,7 +5,8 @@
 namespace Z4 {
 
 /// Mix-in that compares: `class Derived : public EqualityComparableTo<Derived, Other>`, which has a function GetId()
-/// that returns an `Other`, gets == and != with another Derived and, in both orders, with an `Other`.
+/// that returns an `Other`, gets == and != with another Derived and, in both orders, with an `Other`. It has no state
+/// that threads could share.
 template <class Derived, class Other>
 class EqualityComparableTo {
 public:
@@ -17,6 +18,7 @@ public:
 
 /// The number of a context, for which memory is taken and messages are written. The host gives each of its parts such a
 /// number, as it likes. Two are fixed: EAL_ID_VOID, which stands for no context, and EAL_ID_ZELK_CORE, this library.
+/// A plain value.
 class EALId : public EqualityComparableTo<EALId, int> {
 public:
     constexpr EALId(int id) : m_id(id) {}
@@ -27,6 +29,7 @@ private:
     int m_id;
 };
 
+/// No context.
 inline constexpr int EAL_ID_VOID = -1;
 /// The context under which the library takes its own memory and writes its messages.
 inline constexpr int EAL_ID_ZELK_CORE = 0x40100001;

@@ -44,8 +44,7 @@ enum Error : int {
 
 namespace Private {
 
-/// The result of file, stream, compression, symbol and address operations. Mind the sense of `!`: read `!result` as "no
-/// error". It is true when the operation succeeded, while the result itself converts to an Error, which is 0 then.
+/// Its public name, below, tells what it is.
 class ErrorCodeWrapper {
 public:
     constexpr ErrorCodeWrapper() : m_code(ERR_OK) {}
@@ -75,8 +74,13 @@ private:
 
 } // namespace Private
 
+/// The result of file, stream, compression, symbol and address operations, a plain value. It is made of an Error or of
+/// its number, converts to both and compares with both. Mind the sense of `!`: read `!result` as "no error". It is true
+/// when the operation succeeded, while the result itself converts to an Error, which is 0 then.
+using ErrorCodeWrapper = Private::ErrorCodeWrapper;
+
 /// The result of thread operations. It has a type of its own, so that it is not taken for the result of something else
-/// by mistake: `result == ERR_OK` compiles, every other use asks for `static_cast<Error>(result)`.
+/// by mistake: `result == ERR_OK` compiles, every other use asks for `static_cast<Error>(result)`. A plain value.
 class [[nodiscard]] ThreadErrorCodeWrapper {
 public:
     constexpr ThreadErrorCodeWrapper() : m_code(ERR_OK) {}
@@ -94,7 +98,8 @@ constexpr bool operator==(ThreadErrorCodeWrapper result, Error error) {
 /// Two results of different kinds do not compare. Where that is meant, cast both to Error.
 bool operator==(ThreadErrorCodeWrapper, Private::ErrorCodeWrapper) = delete;
 
-/// The results of the host's file table (eal_file_dll_interface) as the library's codes.
+/// The results of the host's file table (eal_file_dll_interface) as the library's codes. Any thread may ask at any
+/// time.
 class EalFile {
 public:
     /// The Error for `status`; ERR_UNHANDLED for a number that is no eal_file_status.

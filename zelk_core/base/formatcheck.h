@@ -44,7 +44,8 @@ constexpr FormatFault CheckFormat(const Char* format) {
     return Private::FormatReader<Char>(format, ARGUMENTS, sizeof...(Arguments)).Read();
 }
 
-/// A format that was checked against arguments of these types. Only a constant, such as a literal, can become one.
+/// A format that was checked against arguments of these types. Only a constant, such as a literal, can become one. A
+/// plain value.
 template <class Char, class... Arguments>
 class BasicFormatString {
 public:

@@ -107,10 +107,10 @@ public:
 
     /// CRC-32 of IEEE 802.3, which is zlib's crc32, too: reflected, polynomial 0x04C11DB7, inverted before and after.
     /// `crc` is 0 for the first piece of the data and the CRC of all pieces before for each further one; the last
-    /// result is the CRC of the whole. Processors with carry-less multiplication fold 64 bytes a step (Gopal and
-    /// others, "Fast CRC Computation for Generic Polynomials Using PCLMULQDQ Instruction", Intel, 2009); others slice
-    /// by four (Kounavis and Berry, "A Systematic Approach to Building High Performance Software-based CRC Generators",
-    /// 2005).
+    /// result is the CRC of the whole. Processors with carry-less multiplication fold 64, 128 or 256 bytes a step, as
+    /// wide as their vectors are (Gopal and others, "Fast CRC Computation for Generic Polynomials Using PCLMULQDQ
+    /// Instruction", Intel, 2009); others slice by four (Kounavis and Berry, "A Systematic Approach to Building High
+    /// Performance Software-based CRC Generators", 2005).
     [[nodiscard]] Z4_API static std::uint32_t CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc = 0);
     [[nodiscard]] Z4_API static std::uint32_t CRC(const char* string, std::uint32_t crc = 0);
     /// The address of `string` should be a multiple of 4. With another one the value is the same, but each call writes

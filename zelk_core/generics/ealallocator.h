@@ -20,7 +20,7 @@ namespace Z4 {
 template <int CONTEXT_ID, int RESERVED>
 class EalAllocator {
 public:
-    /// What containers accept where they are constructed; it changes nothing.
+    /// What containers accept where they are constructed; it has no state and changes nothing, on any thread.
     class Context {};
 
     constexpr EalAllocator() = default;

@@ -53,6 +53,8 @@ class Map {
 
 public:
     using Entry = MapEntry<Key, T>;
+    /// Stands at an entry, behind the last one, or, default-constructed, nowhere. Goes both ways in the order of the
+    /// keys, not beyond the end and not before the begin. An Iterator is also a ConstIterator.
     using Iterator = Private::MapIterator<Entry, Entry>;
     using ConstIterator = Private::MapIterator<Entry, const Entry>;
 

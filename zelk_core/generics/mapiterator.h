@@ -11,8 +11,7 @@
 
 namespace Z4::Private {
 
-/// Stands at an entry of a map, behind the last one, or, default-constructed, nowhere. Goes both ways in the order of
-/// the keys, not beyond the end and not before the begin.
+/// Map::Iterator and Map::ConstIterator.
 /// @tparam Reached Entry or const Entry.
 template <class Entry, class Reached>
 class MapIterator {

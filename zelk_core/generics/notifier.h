@@ -16,7 +16,8 @@ namespace Z4 {
 /// pointer for each sink, comes from the host.
 class BaseNotifier {
 public:
-    /// Who is told. Remove a sink before you destroy it, unless its notifier is destroyed first.
+    /// Who is told, on the thread that notifies. Remove a sink before you destroy it, unless its notifier is destroyed
+    /// first.
     class Sink {
     public:
         virtual ~Sink() = default;
@@ -63,8 +64,8 @@ private:
 template <class Payload, class Allocator = ZelkAllocator>
 class Notifier {
 public:
-    /// Who is told. As with BaseNotifier::Sink, remove a sink before you destroy it, unless its notifier is destroyed
-    /// first.
+    /// Who is told, on the thread that notifies. As with BaseNotifier::Sink, remove a sink before you destroy it,
+    /// unless its notifier is destroyed first.
     class Sink : private BaseNotifier::Sink {
     public:
         /// @param payload good until this call returns.

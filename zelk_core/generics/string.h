@@ -36,7 +36,7 @@ class ZelkBasicString {
 public:
     /// What operations take as a text: a terminated one (null counts as empty), a string, or a pointer and a size. It
     /// may be a part of the very string that it is passed to. A view owns nothing: do not keep one longer than its
-    /// text.
+    /// text, which no thread may change meanwhile.
     class View {
     public:
         constexpr View() = default;
@@ -286,7 +286,10 @@ private:
     Text m_text;
 };
 
+/// Strings in the memory of the library's own context.
+/// @{
 using ZelkString = ZelkBasicString<char>;
 using ZelkWString = ZelkBasicString<wchar_t>;
+/// @}
 
 } // namespace Z4

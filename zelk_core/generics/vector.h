@@ -35,8 +35,7 @@ Z4_API void WarnOfExpensiveMove();
 } // namespace Private
 
 /// A dynamic array, used by one thread at a time; several threads may read one that nobody changes. vector.h tells how
-/// it grows, when its elements are lost, and how long pointers stay good. FixedStorage, MAX_CAPACITY, Capacity(),
-/// IsDynamic() and WasRefused() stand in vectorstorage.h.
+/// it grows, when its elements are lost, and how long pointers stay good.
 ///
 /// @tparam T elements that can be moved; those operations that copy need elements that can be copied. Elements that can
 /// be copied byte by byte move that way, others by their move constructor and destructor.
@@ -58,10 +57,10 @@ public:
     using const_reference = const T&;
     using iterator = T*;
     using const_iterator = const T*;
-    using Storage::Capacity;
-    using Storage::IsDynamic;
-    using Storage::WasRefused;
-    using typename Storage::FixedStorage;
+    /// Memory of the caller's: `memory`, aligned for the elements, and the `capacity` it has room for, at most
+    /// MAX_CAPACITY. It must outlive the vector, which never frees it.
+    using FixedStorage = typename Storage::FixedStorage;
+    static constexpr unsigned MAX_CAPACITY = Storage::MAX_CAPACITY;
 
     /// An empty vector takes no memory. Constructors that are refused memory give an empty one with WasRefused().
     Vector() = default;
@@ -118,6 +117,14 @@ public:
 
     unsigned Size() const { return m_size; }
     [[nodiscard]] bool IsEmpty() const { return m_size == 0; }
+    /// How many elements there is room for, those that are there included. After a refusal it tells for how many memory
+    /// was asked.
+    unsigned Capacity() const { return Storage::Capacity(); }
+    /// Whether the vector is on memory of its own or lost such memory by a refusal; false without memory and on a fixed
+    /// buffer.
+    bool IsDynamic() const { return Storage::IsDynamic(); }
+    /// Whether the host refused memory, so that the elements were lost and no others are taken.
+    [[nodiscard]] bool WasRefused() const { return Storage::WasRefused(); }
 
     /// The first element, with the others behind it. Never null; not to be followed when the vector is empty.
     T* Data() { return m_data; }
@@ -381,8 +388,13 @@ private:
 
     T* AppendSmall(T value) {
         if (this->HasRoom(1)) [[likely]] {
-            Elements::Construct(m_data + m_size, std::move(value));
-            return m_data + m_size++;
+            // In this order, as an element could be this vector's size for all the compiler knows: it would read that
+            // anew.
+            const unsigned size = m_size;
+            T* const place = m_data + size;
+            m_size = size + 1;
+            Elements::Construct(place, std::move(value));
+            return place;
         }
         return AppendSmallGrowing(std::move(value));
     }

@@ -22,8 +22,7 @@ namespace Z4::Private {
 template <class T, class Allocator>
 class VectorStorage {
 public:
-    /// Memory of the caller's for `capacity` elements, at most MAX_CAPACITY, aligned for them. It must outlive the
-    /// vector, which never frees it.
+    /// A caller's buffer.
     struct FixedStorage {
         void* memory;
         unsigned capacity;
@@ -34,13 +33,8 @@ public:
     VectorStorage(const VectorStorage&) = delete;
     VectorStorage& operator=(const VectorStorage&) = delete;
 
-    /// How many elements there is room for, those that are there included. After a refusal it tells for how many memory
-    /// was asked.
     unsigned Capacity() const { return m_storage >> 1; }
-    /// Whether the vector is on memory of its own or lost such memory by a refusal; false without memory and on a fixed
-    /// buffer.
     bool IsDynamic() const { return (m_storage & DYNAMIC) != 0; }
-    /// Whether the host refused memory, so that the elements were lost and no others are taken.
     [[nodiscard]] bool WasRefused() const { return m_data == Nowhere() && m_storage != 0; }
 
 protected:

@@ -26,21 +26,21 @@ namespace Z4 {
     };
 // NOLINTEND(bugprone-macro-parentheses)
 
-/// Linear, of the plane: the images of the axes x and y.
+/// Linear, of the plane: the images of the axes x and y. A plain value.
 Z4_DECLARE_MATRIX(Matrix22f, Vector2f, 2, 2)
-/// Linear, of the plane: the images of the axes x and y.
+/// Linear, of the plane: the images of the axes x and y. A plain value.
 Z4_DECLARE_MATRIX(Matrix22d, Vector2d, 2, 2)
-/// Linear: the images of the axes x, y and z.
+/// Linear: the images of the axes x, y and z. A plain value.
 Z4_DECLARE_MATRIX(Matrix33f, Vector3f, 3, 3)
-/// Linear: the images of the axes x, y and z.
+/// Linear: the images of the axes x, y and z. A plain value.
 Z4_DECLARE_MATRIX(Matrix33d, Vector3d, 3, 3)
-/// Affine: the images of the axes and the translation. Its IDENTITY translates by 0.
+/// Affine: the images of the axes and the translation. Its IDENTITY translates by 0. A plain value.
 Z4_DECLARE_MATRIX(Matrix34f, Vector3f, 4, 3)
-/// Affine: the images of the axes and the translation. Its IDENTITY translates by 0.
+/// Affine: the images of the axes and the translation. Its IDENTITY translates by 0. A plain value.
 Z4_DECLARE_MATRIX(Matrix34d, Vector3d, 4, 3)
-/// Full homogeneous: it is affine where its w column is (0, 0, 0, 1).
+/// Full homogeneous: it is affine where its w column is (0, 0, 0, 1). A plain value.
 Z4_DECLARE_MATRIX(Matrix44f, Vector4f, 4, 4)
-/// Full homogeneous: it is affine where its w column is (0, 0, 0, 1).
+/// Full homogeneous: it is affine where its w column is (0, 0, 0, 1). A plain value.
 Z4_DECLARE_MATRIX(Matrix44d, Vector4d, 4, 4)
 
 #undef Z4_DECLARE_MATRIX

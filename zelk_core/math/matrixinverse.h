@@ -9,34 +9,70 @@ namespace Z4 {
 
 namespace Private {
 
-/// The parts of the determinant and the inverse of a full matrix, by the names of E. Lengyel, Foundations of Game
-/// Engine Development 1: Mathematics, 2016, chapter 1 ("matrix inverses"), where they are those of columns: a to d are
-/// the axes of rows 0 to 3 and x to w their last components; s = a x b, t = c x d, u = a y - b x, v = c w - d z.
+/// A full matrix taken for a 2x2 matrix of 2x2 blocks: `a` and `b` side by side above `c` and `d`, each block a row
+/// with its elements in reading order. The inverse is that of E. Zhang, Fast 4x4 Matrix Inverse with SSE SIMD,
+/// Explained, 2017. Below, |A| is the determinant of a block and A# its adjugate.
 template <Matrix M>
-struct InverseParts {
+struct MatrixBlocks {
     using Row = MatrixRowOf<M>;
-    using Axis = typename Row::Axis;
+    using Block = typename M::RowType;
     using Number = typename Row::Number;
 
-    constexpr explicit InverseParts(const M& m)
-        : a(Row::AxisOf(m.Row(0))),
-          b(Row::AxisOf(m.Row(1))),
-          c(Row::AxisOf(m.Row(2))),
-          d(Row::AxisOf(m.Row(3))),
-          x(Row::template Component<3>(m.Row(0))),
-          y(Row::template Component<3>(m.Row(1))),
-          z(Row::template Component<3>(m.Row(2))),
-          w(Row::template Component<3>(m.Row(3))),
-          s(Row::Cross(a, b)),
-          t(Row::Cross(c, d)),
-          u(a * y - b * x),
-          v(c * w - d * z) {}
+    constexpr explicit MatrixBlocks(const M& m)
+        : a(Row::template Shuffle<0, 1, 0, 1>(m.Row(0), m.Row(1))),
+          b(Row::template Shuffle<2, 3, 2, 3>(m.Row(0), m.Row(1))),
+          c(Row::template Shuffle<0, 1, 0, 1>(m.Row(2), m.Row(3))),
+          d(Row::template Shuffle<2, 3, 2, 3>(m.Row(2), m.Row(3))),
+          ab(AdjugateTimes(a, b)),
+          dc(AdjugateTimes(d, c)) {
+        const Block evenTimesOdd = Row::template Shuffle<0, 2, 0, 2>(m.Row(0), m.Row(2)) *
+                                   Row::template Shuffle<1, 3, 1, 3>(m.Row(1), m.Row(3));
+        const Block oddTimesEven = Row::template Shuffle<1, 3, 1, 3>(m.Row(0), m.Row(2)) *
+                                   Row::template Shuffle<0, 2, 0, 2>(m.Row(1), m.Row(3));
+        const Block determinants = evenTimesOdd - oddTimesEven;
+        detA = Row::template Component<0>(determinants);
+        detB = Row::template Component<1>(determinants);
+        detC = Row::template Component<2>(determinants);
+        detD = Row::template Component<3>(determinants);
+    }
 
-    constexpr Number Determinant() const { return Row::SumOfAxis(s * v + t * u); }
+    /// |A| |D| + |B| |C| - trace(A# B D# C)
+    constexpr Number Determinant() const {
+        return (detA * detD + detB * detC) - Row::SumOfRow(ab * Permute<0, 2, 1, 3>(dc));
+    }
 
-    Axis a, b, c, d;
-    Number x, y, z, w;
-    Axis s, t, u, v;
+    /// `scale` is the reciprocal of the determinant.
+    constexpr M Inverse(const Number& scale) const {
+        const Block signs = Row::FromElements(1, -1, -1, 1) * scale;
+        const Block x = (a * detD - Times(b, dc)) * signs;
+        const Block y = (c * detB - TimesAdjugate(d, ab)) * signs;
+        const Block z = (b * detC - TimesAdjugate(a, dc)) * signs;
+        const Block w = (d * detA - Times(c, ab)) * signs;
+        // The blocks of the inverse are the adjugates: their signs are right, their elements lie the other way round.
+        return M(Row::template Shuffle<3, 1, 3, 1>(x, y), Row::template Shuffle<2, 0, 2, 0>(x, y),
+                 Row::template Shuffle<3, 1, 3, 1>(z, w), Row::template Shuffle<2, 0, 2, 0>(z, w));
+    }
+
+    template <int X, int Y, int Z, int W>
+    static constexpr Block Permute(const Block& p) {
+        return Row::template Shuffle<X, Y, Z, W>(p, p);
+    }
+    static constexpr Block Times(const Block& p, const Block& q) {
+        return p * Permute<0, 3, 0, 3>(q) + Permute<1, 0, 3, 2>(p) * Permute<2, 1, 2, 1>(q);
+    }
+    /// P# Q
+    static constexpr Block AdjugateTimes(const Block& p, const Block& q) {
+        return Permute<3, 3, 0, 0>(p) * q - Permute<1, 1, 2, 2>(p) * Permute<2, 3, 0, 1>(q);
+    }
+    /// P Q#
+    static constexpr Block TimesAdjugate(const Block& p, const Block& q) {
+        return p * Permute<3, 0, 3, 0>(q) - Permute<1, 0, 3, 2>(p) * Permute<2, 1, 2, 1>(q);
+    }
+
+    Block a, b, c, d;
+    Block ab; ///< A# B
+    Block dc; ///< D# C
+    Number detA, detB, detC, detD;
 };
 
 } // namespace Private
@@ -51,7 +87,7 @@ template <Matrix M>
         const auto cross = Row::Cross(Row::AxisOf(m.Row(1)), Row::AxisOf(m.Row(2)));
         return Row::SumOfAxis(Row::AxisOf(m.Row(0)) * cross);
     } else {
-        return Private::InverseParts<M>(m).Determinant();
+        return Private::MatrixBlocks<M>(m).Determinant();
     }
 }
 
@@ -104,21 +140,11 @@ template <Matrix M>
             }
             return M(R(m.Row(1)[1], -m.Row(0)[1]) * scale, R(-m.Row(1)[0], m.Row(0)[0]) * scale);
         } else {
-            const Private::InverseParts<M> part(m);
-            if (!Row::Reciprocal(part.Determinant(), scale)) {
+            const Private::MatrixBlocks<M> blocks(m);
+            if (!Row::Reciprocal(blocks.Determinant(), scale)) {
                 return Private::MakeZero<M>();
             }
-            const auto s = part.s * scale;
-            const auto t = part.t * scale;
-            const auto u = part.u * scale;
-            const auto v = part.v * scale;
-            using R = typename M::RowType;
-            const R columns[4] = {
-                Row::FromAxis(Row::Cross(part.b, v) + t * part.y), Row::FromAxis(Row::Cross(v, part.a) - t * part.x),
-                Row::FromAxis(Row::Cross(part.d, u) + s * part.w), Row::FromAxis(Row::Cross(u, part.c) - s * part.z)};
-            M inverse = Row::Transpose(M(columns[0], columns[1], columns[2], columns[3]));
-            inverse.Row(3) = Row::InverseTranslation(part.a, part.b, part.c, part.d, s, t);
-            return inverse;
+            return blocks.Inverse(scale);
         }
     }
 }

@@ -25,6 +25,13 @@ struct MatrixRow {
     static constexpr Axis AxisOf(const R& row) { return Axis(row); }
     /// (x + y) + z, always in this order.
     static constexpr Number SumOfAxis(const Axis& axis) { return (axis[0] + axis[1]) + axis[2]; }
+    /// (x + y) + (z + w), always in this order.
+    static constexpr Number SumOfRow(const R& row) { return (row[0] + row[1]) + (row[2] + row[3]); }
+    /// The elements X and Y of `a` and Z and W of `b`.
+    template <int X, int Y, int Z, int W>
+    static constexpr R Shuffle(const R& a, const R& b) {
+        return R(a[X], a[Y], b[Z], b[W]);
+    }
     static constexpr Axis Cross(const Axis& a, const Axis& b) { return Z4::Cross(a, b); }
     /// 1 / `number`.
     /// @return whether that is a finite number other than 0.
@@ -47,12 +54,6 @@ struct MatrixRow {
     static constexpr R FromAxis(const Axis& axis, Number w) { return FromElements(axis[0], axis[1], axis[2], w); }
     /// Where w does not count: it is any number.
     static constexpr R FromAxis(const Axis& axis) { return FromAxis(axis, 0); }
-    /// The last row of an inverse: (-(b . t), a . t, -(d . s), c . s).
-    static constexpr R InverseTranslation(const Axis& a, const Axis& b, const Axis& c, const Axis& d, const Axis& s,
-                                          const Axis& t) {
-        return R(-Z4::Dot(b, t), Z4::Dot(a, t), -Z4::Dot(d, s), Z4::Dot(c, s));
-    }
-
     /// Of an affine matrix the linear part, with the translation unset.
     template <class M>
     static constexpr M Transpose(const M& m) {

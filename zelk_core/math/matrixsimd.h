@@ -34,6 +34,14 @@ struct MatrixRow<VectorSIMD4f> {
     }
     static const Axis& AxisOf(const VectorSIMD4f& row) { return row; }
     static Number SumOfAxis(const Axis& axis) { return (axis.BroadcastX() + axis.BroadcastY()) + axis.BroadcastZ(); }
+    static Number SumOfRow(const VectorSIMD4f& row) {
+        const VectorSIMD4f pairs = row + Shuffle<1, 0, 3, 2>(row, row);
+        return pairs + Shuffle<2, 3, 0, 1>(pairs, pairs);
+    }
+    template <int X, int Y, int Z, int W>
+    static VectorSIMD4f Shuffle(const VectorSIMD4f& a, const VectorSIMD4f& b) {
+        return VectorSIMD4f(Lanes::Shuffle<X, Y, Z, W>(a.Native(), b.Native()));
+    }
     static Axis Cross(const Axis& a, const Axis& b) { return Cross3(a, b); }
     static bool Reciprocal(const Number& number, Number& result) {
         result = NumberOf(1) / number;
@@ -47,16 +55,6 @@ struct MatrixRow<VectorSIMD4f> {
     static VectorSIMD4f FromAxis(const Axis& axis, const Number& w) {
         const __m128 zw = Lanes::InterleaveHigh(axis.Native(), w.Native());
         return VectorSIMD4f(Lanes::Shuffle<0, 1, 0, 1>(axis.Native(), zw));
-    }
-    static VectorSIMD4f InverseTranslation(const Axis& a, const Axis& b, const Axis& c, const Axis& d, const Axis& s,
-                                           const Axis& t) {
-        __m128 x = (b * t).Native();
-        __m128 y = (a * t).Native();
-        __m128 z = (d * s).Native();
-        __m128 w = (c * s).Native();
-        Lanes::Transpose(x, y, z, w);
-        const VectorSIMD4f sums(Lanes::Add(Lanes::Add(x, y), z));
-        return VectorSIMD4f(Lanes::Xor(sums.Native(), VectorSIMD4f(-0.0F, 0.0F, -0.0F, 0.0F).Native()));
     }
 
     template <class M>
@@ -93,7 +91,8 @@ public:
     Z4_API static const MatrixSIMD33f ZERO;
 };
 
-/// Affine: the images of the axes and the translation, four rows. Row 3 of its IDENTITY is 0 in all lanes.
+/// Affine: the images of the axes and the translation, four rows. Row 3 of its IDENTITY is 0 in all lanes. A plain
+/// value.
 class MatrixSIMD34f : public HostNew<MatrixSIMD34f>, public MatrixGeneric<VectorSIMD4f, 4, 3> {
 public:
     using MatrixGeneric::MatrixGeneric;
@@ -103,7 +102,7 @@ public:
     Z4_API static const MatrixSIMD34f ZERO;
 };
 
-/// Full homogeneous: it is affine where the w lanes of its rows are 0, 0, 0, 1.
+/// Full homogeneous: it is affine where the w lanes of its rows are 0, 0, 0, 1. A plain value.
 class MatrixSIMD44f : public HostNew<MatrixSIMD44f>, public MatrixGeneric<VectorSIMD4f, 4, 4> {
 public:
     using MatrixGeneric::MatrixGeneric;

@@ -130,14 +130,15 @@ public:
 
 // Classes rather than aliases of the template, as each exports its own constants.
 // NOLINTBEGIN(bugprone-macro-parentheses): a class is not declared with its name in parentheses
-#define Z4_DECLARE_INTEGER_VECTOR(name, element, size)     \
-    class name : public VectorGeneric<element, size> {     \
-    public:                                                \
-        using VectorGeneric<element, size>::VectorGeneric; \
-        name() = default;                                  \
-                                                           \
-        Z4_API static const name ZERO;                     \
-        Z4_API static const name ONE;                      \
+#define Z4_DECLARE_INTEGER_VECTOR(name, element, size)           \
+    /** `size` integers of the type `element`. A plain value. */ \
+    class name : public VectorGeneric<element, size> {           \
+    public:                                                      \
+        using VectorGeneric<element, size>::VectorGeneric;       \
+        name() = default;                                        \
+                                                                 \
+        Z4_API static const name ZERO;                           \
+        Z4_API static const name ONE;                            \
     };
 // NOLINTEND(bugprone-macro-parentheses)
 

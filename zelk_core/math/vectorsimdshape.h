@@ -9,7 +9,8 @@
 namespace Z4 {
 
 /// Four float lanes in one register. `V` is the class that derives from this one, `N` how many lanes `==` compares. The
-/// operators + - * / work lane by lane on all four; where one side is a number, that counts for every lane.
+/// operators + - * / work lane by lane on all four; where one side is a number, that counts for every lane. A
+/// plain value.
 template <class V, unsigned N>
 class VectorSIMD : public HostNew<V> {
 public:

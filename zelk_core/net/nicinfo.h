@@ -49,7 +49,7 @@ private:
 ///     }
 class NICInfo {
 public:
-    /// Goes over the adapters forward. Good as long as the NICInfo.
+    /// Goes over the adapters forward, on one thread at a time. Good as long as the NICInfo.
     class const_iterator {
     public:
         explicit const_iterator(const NICEntry* entry) : m_entry(entry) {}

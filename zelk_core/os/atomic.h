@@ -221,7 +221,8 @@ private:
     }
 };
 
-/// Reserved for a list without locks. It has no state and no operations; its assignments do nothing.
+/// Reserved for a list without locks. It has no state and no operations, so any thread
+/// may do anything with it; its assignments do nothing.
 class SList {
 public:
     SList() = default;

@@ -39,7 +39,7 @@ private:
     long m_value;
 };
 
-/// A set of cores: bit n stands for core n. The system knows the lower 32 only.
+/// A set of cores: bit n stands for core n. The system knows the lower 32 only. A plain value.
 class ThreadAffinity {
 public:
     constexpr ThreadAffinity(std::uint64_t mask = 0)

@@ -1,10 +1,9 @@
 // Contents to compress.
 #pragma once
 
-#include <algorithm>
 #include <gtest/gtest.h>
-#include <random>
 #include <string>
+#include <tests/support/random.h>
 #include <vector>
 #include <zelk_core/services/compression/compression.h>
 
@@ -23,9 +22,8 @@ inline Buffer TextSample(std::size_t size) {
 }
 
 inline Buffer RandomSample(std::size_t size) {
-    std::mt19937 random(static_cast<unsigned>(size));
     Buffer bytes(size);
-    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<unsigned char>(random()); });
+    Input().Fill(bytes.data(), size);
     return bytes;
 }
 

@@ -12,40 +12,42 @@ namespace {
 
 using namespace Z4;
 
-TEST(MissingLibraryTest, EveryCallFailsAndNoneBlocks) {
-    InitializeOS();
-    {
-        const ZelkTest::LogCapture log;
-        WinDbgHelp& debugHelp = WinDbgHelp::Instance();
-        const HANDLE process = GetCurrentProcess();
-        EXPECT_FALSE(debugHelp.IsLoaded());
-        SetLastError(0);
-        EXPECT_EQ(debugHelp.SymGetOptions(), 0u);
-        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
-        EXPECT_FALSE(debugHelp.StackWalk64(0, process, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
-        EXPECT_FALSE(debugHelp.EnumerateLoadedModules64(process, nullptr, nullptr));
-        EXPECT_EQ(debugHelp.GetAddressOfSymFunctionTableAccess64(), nullptr);
-        EXPECT_EQ(debugHelp.SymLoadModule64(process, nullptr, nullptr, nullptr, 0, 0), 0u);
-        EXPECT_EQ(debugHelp.ImageNtHeader(nullptr), nullptr);
+class MissingLibraryTest : public testing::Test {
+protected:
+    MissingLibraryTest() { InitializeOS(); }
+    ~MissingLibraryTest() override {
+        WinDbgHelp::SetSystemLibraryOnly(false);
         WinDbgHelp::SingletonShutdown();
-        const bool loads = GetModuleHandleA("dbghelp.dll") != nullptr || LoadLibraryA("dbghelp.dll") != nullptr;
-        EXPECT_EQ(log.Lines().size(), loads ? 0u : 1u) << "the module wrapper's";
+        ShutdownOS();
     }
-    ShutdownOS();
+
+    const ZelkTest::LogCapture m_log;
+};
+
+TEST_F(MissingLibraryTest, EveryCallFailsAndNoneBlocks) {
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    const HANDLE process = GetCurrentProcess();
+    EXPECT_FALSE(debugHelp.IsLoaded());
+    SetLastError(0);
+    EXPECT_EQ(debugHelp.SymGetOptions(), 0u);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
+    EXPECT_FALSE(debugHelp.StackWalk64(0, process, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_FALSE(debugHelp.EnumerateLoadedModules64(process, nullptr, nullptr));
+    EXPECT_EQ(debugHelp.GetAddressOfSymFunctionTableAccess64(), nullptr);
+    EXPECT_EQ(debugHelp.SymLoadModule64(process, nullptr, nullptr, nullptr, 0, 0), 0u);
+    EXPECT_EQ(debugHelp.ImageNtHeader(nullptr), nullptr);
+    WinDbgHelp::SingletonShutdown();
+    const bool loads = LoadLibraryA("dbghelp.dll") != nullptr;
+    EXPECT_EQ(m_log.Lines().size(), loads ? 0u : 1u) << "the module wrapper's";
 }
 
-TEST(MissingLibraryTest, StrictSearchPassesOverALibraryBesideTheProgram) {
+TEST_F(MissingLibraryTest, StrictSearchPassesOverALibraryBesideTheProgram) {
     char path[MAX_PATH];
     GetModuleFileNameA(nullptr, path, MAX_PATH);
     const std::string folder = std::string(path).substr(0, std::string(path).rfind('\\') + 1);
     const bool isBeside = GetFileAttributesA((folder + "dbghelp.dll").c_str()) != INVALID_FILE_ATTRIBUTES;
-    InitializeOS();
-    const ZelkTest::LogCapture log;
     WinDbgHelp::SetSystemLibraryOnly(true);
     EXPECT_EQ(WinDbgHelp::Instance().IsLoaded(), isBeside) << "else the test lets the system find none at all";
-    WinDbgHelp::SetSystemLibraryOnly(false);
-    WinDbgHelp::SingletonShutdown();
-    ShutdownOS();
 }
 
 } // namespace

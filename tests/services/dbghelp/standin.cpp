@@ -64,6 +64,7 @@ const struct {
 
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
     g_standIn->lookedUp.push_back(name);
+    g_standIn->atLookUp();
     for (const auto& row : FUNCTIONS) {
         if (row.name == name) {
             return row.function;

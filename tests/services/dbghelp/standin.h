@@ -13,11 +13,11 @@
 namespace ZelkTest {
 
 // clang-format off
-/// The functions that the gateway looks up.
-#define ZELK_FOR_EACH_STAND_IN(DO)                                                                   \
-    DO(SymInitialize) DO(SymCleanup) DO(SymRefreshModuleList) DO(SymGetOptions) DO(SymSetOptions)    \
+/// The functions that the gateway looks up, in its order.
+#define ZELK_FOR_EACH_STAND_IN(DO)                                                                  \
+    DO(SymInitialize) DO(SymRefreshModuleList) DO(SymGetOptions) DO(SymSetOptions) DO(SymCleanup)   \
     DO(SymGetModuleInfo64) DO(StackWalk64) DO(SymFunctionTableAccess64) DO(EnumerateLoadedModules64) \
-    DO(SymSetSearchPath) DO(SymGetSymFromAddr64) DO(SymGetLineFromAddr64) DO(SymLoadModule64)        \
+    DO(SymSetSearchPath) DO(SymGetSymFromAddr64) DO(SymGetLineFromAddr64) DO(SymLoadModule64)       \
     DO(SymUnloadModule64) DO(SymFindFileInPath) DO(MiniDumpWriteDump) DO(ImageNtHeader)
 // clang-format on
 
@@ -57,6 +57,7 @@ public:
 
     std::map<std::string, Answer> answers; ///< by the function's name
     std::vector<std::string> lookedUp;     ///< all names that the gateway looked up, those of other libraries, too
+    std::function<void()> atLookUp = [] {};
     std::vector<Call> calls;
     unsigned overlaps = 0; ///< calls that began while another ran
 

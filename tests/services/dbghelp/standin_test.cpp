@@ -62,30 +62,24 @@ TEST_F(StandInTest, StartsTheHandlerOnItsOwnThread) {
             return TRUE;
         };
         WinDbgHelp::SetLoadSymbols(before != 0);
-        WinDbgHelp& debugHelp = Start();
-        EXPECT_TRUE(debugHelp.IsLoaded());
-        EXPECT_EQ(searchPath, debugHelp.GetSymbolPath());
+        EXPECT_TRUE(Start().IsLoaded());
+        EXPECT_EQ(searchPath, WinDbgHelp::Instance().GetSymbolPath());
         WinDbgHelp::SingletonShutdown();
-        ASSERT_EQ(m_library.calls.size(), 4u);
-        EXPECT_EQ(m_library.calls[1].name, "SymSetOptions");
-        EXPECT_THAT(m_library.calls[1].arguments, ElementsAre((before & ~6ul) | 16ul));
-        EXPECT_EQ(m_library.calls[2].name, "SymInitialize");
-        EXPECT_THAT(m_library.calls[2].arguments,
-                    ElementsAre(ToNumber(GetCurrentProcess()), testing::_, before != 0 ? 1u : 0u));
-        EXPECT_NE(m_library.calls[2].thread, GetCurrentThreadId());
-        EXPECT_EQ(m_library.calls[3].name, "SymCleanup");
+        const auto& calls = m_library.calls;
+        ASSERT_EQ(calls.size(), 4u);
+        EXPECT_EQ(calls[0].name + calls[1].name, "SymGetOptionsSymSetOptions");
+        EXPECT_EQ(calls[2].name + calls[3].name, "SymInitializeSymCleanup");
+        EXPECT_THAT(calls[1].arguments, ElementsAre((before & ~6ul) | 16ul));
+        EXPECT_THAT(calls[2].arguments, ElementsAre(ToNumber(GetCurrentProcess()), testing::_, before != 0 ? 1u : 0u));
+        EXPECT_NE(calls[2].thread, GetCurrentThreadId());
     }
     WinDbgHelp::SetLoadSymbols(true);
 }
 
 TEST_F(StandInTest, OrderOfResolution) {
     Start();
-    EXPECT_THAT(m_library.lookedUp,
-                ElementsAre("SymInitialize", "SymRefreshModuleList", "SymGetOptions", "SymSetOptions", "SymCleanup",
-                            "SymGetModuleInfo64", "StackWalk64", "SymFunctionTableAccess64", "EnumerateLoadedModules64",
-                            "SymSetSearchPath", "SymGetSymFromAddr64", "SymGetLineFromAddr64", "SymLoadModule64",
-                            "SymUnloadModule64", "SymFindFileInPath", "MiniDumpWriteDump", "ImageNtHeader",
-                            "LdrRegisterDllNotification"));
+#define NAME(function) #function,
+    EXPECT_THAT(m_library.lookedUp, ElementsAre(ZELK_FOR_EACH_STAND_IN(NAME) "LdrRegisterDllNotification"));
 }
 
 TEST_F(StandInTest, PathOfSymbols) {
@@ -152,27 +146,13 @@ TEST_F(StandInTest, FailuresOfTheSymbolHandler) {
 
 TEST_F(StandInTest, EnumerationIsRepeatedWhenTheListChanges) {
     WinDbgHelp& debugHelp = Start();
+    const LogCapture log;
+    m_library.answers["EnumerateLoadedModules64"] = StandIn::Fails(3, LENGTH_MISMATCH);
+    EXPECT_TRUE(debugHelp.EnumerateLoadedModules64(GetCurrentProcess(), nullptr, nullptr));
+    EXPECT_EQ(m_library.Count("EnumerateLoadedModules64"), 4u);
     const std::string retry = "1 614 [Z4::WinDbgHelp] EAL_LOG_INFO: EnumerateLoadedModules64 failed with error "
                               "STATUS_INFO_LENGTH_MISMATCH(0xC0000004). Retrying...\n";
-    const struct {
-        int failures;
-        DWORD error;
-        unsigned calls;
-        unsigned lines;
-        bool result;
-    } rows[] = {
-        {3, LENGTH_MISMATCH, 4, 3, true},
-        {9, LENGTH_MISMATCH, 4, 4, false},
-        {9, ERROR_INVALID_PARAMETER, 1, 0, false},
-    };
-    for (const auto& row : rows) {
-        const LogCapture log;
-        m_library.calls.clear();
-        m_library.answers["EnumerateLoadedModules64"] = StandIn::Fails(row.failures, row.error);
-        EXPECT_EQ(debugHelp.EnumerateLoadedModules64(GetCurrentProcess(), nullptr, nullptr), row.result);
-        EXPECT_EQ(m_library.calls.size(), row.calls);
-        EXPECT_EQ(Logged(log), std::vector<std::string>(row.lines, retry));
-    }
+    EXPECT_THAT(Logged(log), ElementsAre(retry, retry, retry));
 }
 
 /// Calls `forward` with the numbers 1, 2, ... as its arguments, in both halves of those of 64 bits, and with true.
@@ -218,37 +198,36 @@ TEST_F(StandInTest, NoTwoCallsAtOnce) {
 }
 
 TEST_F(StandInTest, StartUpDoesNotWaitButTheFirstCallDoes) {
+    Gate reached;
     Gate gate;
-    m_library.answers["SymInitialize"] = [&](const auto&) {
+    // Where the loader holds no lock that would stop the caller.
+    m_library.atLookUp = [&] {
+        reached.Open();
         gate.Wait();
-        return TRUE;
     };
+    Actor caller;
     InitializeDbgHelpService(false);
+    reached.Wait();
     EXPECT_FALSE(WinDbgHelp::Instance().IsReady());
-    RunPair([&] { EXPECT_EQ(WinDbgHelp::Instance().SymSetOptions(5), 2u); },
-            [&] {
-                Sleep(50);
-                EXPECT_EQ(m_library.Count("SymSetOptions"), 1u) << "the loader's own; ours waits";
-                gate.Open();
-            });
+    caller.Waits([] { EXPECT_EQ(WinDbgHelp::Instance().SymSetOptions(5), 2u); });
+    gate.Open();
+    caller.Proceeds();
     EXPECT_TRUE(WinDbgHelp::Instance().IsReady());
     EXPECT_FALSE(WinDbgHelp::GetLoadSymbols());
     ShutdownDbgHelpService();
     WinDbgHelp::SetLoadSymbols(true);
 }
 
-unsigned g_stackSize;
-
-std::uintptr_t __cdecl RefuseThread(void*, unsigned stackSize, unsigned(__stdcall*)(void*), void*, unsigned,
-                                    unsigned*) {
-    g_stackSize = stackSize;
-    return 0;
-}
-
 TEST_F(StandInTest, LoadsOnTheCallersThreadWhereNoOtherCanBeStarted) {
-    const ImportHook hook("_beginthreadex", RefuseThread);
+    static unsigned stackSize;
+    const ImportHook hook(
+        "_beginthreadex",
+        +[](void*, unsigned size, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) -> std::uintptr_t {
+            stackSize = size;
+            return 0;
+        });
     WinDbgHelp& debugHelp = WinDbgHelp::Instance();
-    EXPECT_EQ(g_stackSize, 4u << 20);
+    EXPECT_EQ(stackSize, 4u << 20);
     EXPECT_TRUE(debugHelp.IsReady());
     EXPECT_TRUE(debugHelp.IsLoaded());
     ASSERT_EQ(m_library.Count("SymInitialize"), 1u);
@@ -262,15 +241,7 @@ TEST_F(StandInTest, AHostThatAsksForSymbolsWhileTheLoaderLogsIsAnswered) {
         WinDbgHelp::Instance().SymGetOptions();
     };
     SetEalInterface(log);
-    const WinDbgHelp& debugHelp = WinDbgHelp::Instance();
-    for (unsigned i = 0; !debugHelp.IsReady(); ++i) {
-        Sleep(1);
-        if (i == 10'000) {
-            std::puts("The loader thread waits for itself.");
-            std::fflush(stdout);
-            TerminateProcess(GetCurrentProcess(), 1);
-        }
-    }
+    Actor().Does([] { WinDbgHelp::Instance().IsLoaded(); }); // else the loader waits for itself
     ReinstallHost();
     EXPECT_EQ(m_library.Count("SymGetOptions"), 2u);
 }
@@ -282,59 +253,34 @@ TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
         end.Arm();
         return TRUE;
     };
-    std::atomic<bool> ready = false;
-    std::atomic<bool> down = false;
-    const auto await = [](auto condition) {
-        while (!condition()) {
-            Sleep(1);
-        }
-    };
-    // The partner runs before the object is made: a thread that ends does so under the lock that starting one takes.
-    std::atomic<bool> partnerRuns = false;
-    RunPair(
-        [&] {
-            await([&] { return partnerRuns.load(); });
-            await([] { return WinDbgHelp::Instance().IsReady(); });
-            ready = true;
-            WinDbgHelp::SingletonShutdown();
-            down = true;
-        },
-        [&] {
-            partnerRuns = true;
-            await([&] { return ready.load(); });
-            Sleep(50);
-            EXPECT_FALSE(down);
-            gate.Open();
-        });
+    Actor owner; // made before the loader ends: that happens under the lock that starting a thread takes
+    while (!WinDbgHelp::Instance().IsReady()) {
+        Sleep(1);
+    }
+    owner.Waits([] { WinDbgHelp::SingletonShutdown(); });
+    gate.Open();
+    owner.Proceeds();
 }
 
 TEST_F(StandInTest, NotificationsAreCutToTheirRoomAndEndWithTheObject) {
-    static std::wstring told;
+    static std::size_t lengths[2];
     const auto observe = [](const WinDbgHelp::DllNotificationData& data, void*) {
-        told += std::to_wstring(std::wcslen(data.baseName)) + L" " + std::to_wstring(std::wcslen(data.fullName)) +
-                (data.unloaded ? L" unloaded " : L" loaded ");
+        lengths[0] = std::wcslen(data.baseName);
+        lengths[1] = std::wcslen(data.fullName);
     };
     EXPECT_EQ(Start().RegisterDllNotificationCallback(observe, nullptr), ERR_OK);
-    std::wstring name(2000, L'n');
-    const auto tell = [&](ULONG reason, unsigned baseLength, unsigned fullLength) {
-        const auto cut = [&](unsigned length) {
-            return UNICODE_STRING{static_cast<USHORT>(2 * length), static_cast<USHORT>(2 * length), name.data()};
-        };
-        const UNICODE_STRING base = cut(baseLength);
-        const UNICODE_STRING full = cut(fullLength);
-        const struct {
-            ULONG flags;
-            const UNICODE_STRING* fullName;
-            const UNICODE_STRING* baseName;
-            void* address;
-            ULONG size;
-        } data{0, &full, &base, nullptr, 0};
-        m_library.notify(reason, &data, m_library.context);
-    };
-    tell(1, 259, 1023);
-    tell(2, 260, 1024);
-    tell(2, 0, 2000);
-    EXPECT_EQ(told, L"259 1023 loaded 259 1023 unloaded 0 1023 unloaded ");
+    std::wstring characters(1024, L'n');
+    const UNICODE_STRING base{2 * 260, 2 * 260, characters.data()};
+    const UNICODE_STRING full{2 * 1024, 2 * 1024, characters.data()};
+    const struct {
+        ULONG flags;
+        const UNICODE_STRING* fullName;
+        const UNICODE_STRING* baseName;
+        void* address;
+        ULONG size;
+    } data{0, &full, &base, nullptr, 0};
+    m_library.notify(1, &data, m_library.context);
+    EXPECT_THAT(lengths, ElementsAre(259, 1023));
     WinDbgHelp::SingletonShutdown();
     EXPECT_EQ(m_library.notify, nullptr);
 }
@@ -397,16 +343,14 @@ TEST_F(ModulesTest, OneReadingSeesWhatComesAndGoes) {
 }
 
 TEST_F(ModulesTest, EdgesOfAModule) {
+    ProgramModuleDB& modules = ProgramModuleDB::Instance();
     ProgramModuleDB::Module module;
-    const auto find = [&](unsigned address) {
-        return ProgramModuleDB::Instance().FindModule(FromNumber<void*>(address), module);
-    };
-    EXPECT_TRUE(find(0x3F));
+    EXPECT_TRUE(modules.FindModule(FromNumber<void*>(0x3F), module));
     EXPECT_EQ(module.baseAddress, FromNumber<void*>(0x30));
-    EXPECT_FALSE(find(0x40));
-    EXPECT_FALSE(find(0x0F));
-    EXPECT_TRUE(ProgramModuleDB::Instance().GetModule(2, module));
-    EXPECT_FALSE(ProgramModuleDB::Instance().GetModule(3, module));
+    EXPECT_FALSE(modules.FindModule(FromNumber<void*>(0x40), module));
+    EXPECT_FALSE(modules.FindModule(FromNumber<void*>(0x0F), module));
+    EXPECT_TRUE(modules.GetModule(2, module));
+    EXPECT_FALSE(modules.GetModule(3, module));
 }
 
 TEST_F(ModulesTest, WhoAsksDuringAReadingGetsTheWholeList) {

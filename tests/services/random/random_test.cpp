@@ -1,5 +1,6 @@
 // Faults hunted: draws that threads lose or repeat; ranges off by one or drawn without need; seeds that do not repeat a
-// stream; a second object, one that is made twice or not given back; calls that fail where its memory was refused.
+// stream; calls that fail where the object's memory was refused. That one object is made for all who come first is what
+// proof/ explores.
 #include <tests/os/crowd.h>
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <host/zelkhost.h>
 #include <limits>
+#include <optional>
 #include <tests/support/contract.h>
 #include <vector>
 #include <zelk_core/base/ealid.h>
@@ -48,17 +50,6 @@ void ExpectEachDrawOnce(Draw draw, Restart restart) {
     EXPECT_EQ(alone, together);
 }
 
-class OpenGenerator : public ZigRandomGenerator {
-public:
-    using ZigRandomGenerator::EFix;
-    using ZigRandomGenerator::NFix;
-    using ZigRandomGenerator::SHR3;
-    using ZigRandomGenerator::UNI;
-    using ZigRandomGenerator::ZigRandomGenerator;
-};
-
-} // namespace
-
 TEST_F(RandomService, UniformDrawsFollowTheSeed) {
     const auto draws = [](unsigned long seed) {
         Random::SetSeed(seed);
@@ -79,9 +70,7 @@ TEST_F(RandomService, UniformDrawsFollowTheSeed) {
     EXPECT_EQ(Random::InRangeS32Inclusive(-7, 92), -7 + 4670766 % 100);
     EXPECT_EQ(RandomShuffleFunctor()(-1000), 1644133 % 1000);
     EXPECT_EQ(Random::InRangeS32(INT_MIN, INT_MAX), INT_MIN); // A width of -1.
-}
-
-TEST_F(RandomService, NoWidthMeansNoDraw) {
+    // No width means no draw.
     Random::SetSeed(42);
     EXPECT_EQ(Random::InRangeS32(5, 5), 5);
     EXPECT_EQ(Random::InRangeS32Inclusive(5, 4), 5);
@@ -92,27 +81,10 @@ TEST_F(RandomService, NoWidthMeansNoDraw) {
 
 TEST_F(RandomService, ThreadsLoseAndRepeatNothing) {
     ExpectEachDrawOnce(Random::RandS32, [] { Random::SetSeed(7); });
-    alignas(ZigRandomGenerator) unsigned char place[sizeof(ZigRandomGenerator)];
-    ZigRandomGenerator* const generator = ::new (static_cast<void*>(place)) ZigRandomGenerator(7);
-    const auto restart = [place = static_cast<void*>(place)] {
-        static_cast<ZigRandomGenerator*>(place)->~ZigRandomGenerator();
-        ::new (place) ZigRandomGenerator(7);
-    };
-    ExpectEachDrawOnce([generator] { return generator->RNOR(0, 1); }, restart);
-    ExpectEachDrawOnce([generator] { return generator->REXP(); }, restart);
-    generator->~ZigRandomGenerator();
-}
-
-TEST(RandomLifecycle, OneObjectForAllWhoComeFirst) {
-    const std::size_t before = ZelkHost::GetMemoryStatistics(EAL_ID_ZELK_CORE).blocks;
-    for (unsigned round = 0; round < 50; ++round) {
-        Random* seen[THREADS];
-        ZelkTest::RunCrowd(THREADS, [&seen](unsigned index) { seen[index] = Random::Instance(); });
-        EXPECT_EQ(std::count(seen, seen + THREADS, Random::Instance()), THREADS);
-        EXPECT_EQ(ZelkHost::GetMemoryStatistics(EAL_ID_ZELK_CORE).blocks, before + 1);
-        Random::SingletonShutdown();
-        EXPECT_EQ(ZelkHost::GetMemoryStatistics(EAL_ID_ZELK_CORE).blocks, before);
-    }
+    std::optional<ZigRandomGenerator> generator;
+    const auto restart = [&] { generator.emplace(7); };
+    ExpectEachDrawOnce([&] { return generator->RNOR(0, 1); }, restart);
+    ExpectEachDrawOnce([&] { return generator->REXP(); }, restart);
 }
 
 TEST(RandomLifecycle, RefusedMemoryLeavesTheServiceUpWithoutAnObject) {
@@ -129,13 +101,22 @@ TEST(RandomLifecycle, RefusedMemoryLeavesTheServiceUpWithoutAnObject) {
     EXPECT_EQ(RandomShuffleFunctor()(5), 0);
     EXPECT_EQ(Random::Normal(2.5F, 1.0F), 2.5F);
     EXPECT_EQ(Random::Exponential(), 0.0F);
-    EXPECT_GE(ZelkHost::FailAllocations(0), 10u);
+    ZelkHost::FailAllocations(0);
     // The next to draw makes the object after all.
     Random::SetSeed(42);
     EXPECT_EQ(Random::RandS32(), 4670766);
     ShutdownRandomService();
     EXPECT_EQ(ZelkHost::GetMemoryStatistics(EAL_ID_ZELK_CORE).blocks, before);
 }
+
+class OpenGenerator : public ZigRandomGenerator {
+public:
+    using ZigRandomGenerator::EFix;
+    using ZigRandomGenerator::NFix;
+    using ZigRandomGenerator::SHR3;
+    using ZigRandomGenerator::UNI;
+    using ZigRandomGenerator::ZigRandomGenerator;
+};
 
 TEST(ZigRandomGenerator, OperationsAreThoseOfOneStream) {
     OpenGenerator left(77);
@@ -168,3 +149,5 @@ TEST(ZigRandomGenerator, Densities) {
     EXPECT_DOUBLE_EQ(generator.TEXP(0.5, 4), std::exp(-2.0) / 4);
     EXPECT_EQ(generator.TEXP(1, 0), std::numeric_limits<double>::infinity());
 }
+
+} // namespace

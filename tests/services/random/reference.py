@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Evaluates both generators by itself and prints the rows of random_internal_test.cpp.
+"""Evaluates all generators by itself and prints tests/vectors/random.txt.
 
 Nothing is shared with the library: integers here have no size, numbers are rounded to float where the library does.
 """
@@ -105,18 +105,13 @@ class Register:
                 return x
 
 
-print("// seed, first three, CRC of 10,000")
+print("# generator | seed | draws | their CRC-32, four bytes each; printed by tests/services/random/reference.py")
 for seed in 1, -1, 42, 0, 161803398, 2**31 - 1, -(2**31):
     stream = subtractive(seed)
-    draws = [next(stream) for _ in range(10_000)]
-    row = ", ".join(map(str, draws[:3]))
-    literal = seed if seed != -(2**31) else "-2147483647 - 1"
-    print(f"    {{{literal}, {{{row}}}, 0x{zlib.crc32(struct.pack('<10000i', *draws)):08X}}},")
-print("// seed, CRC of 100,000 normal and of 100,000 exponential deviates")
-for seed in 1, 12345, 2**31, 2**32 - 1:
-    crcs = []
-    for kind in Register.normal, Register.exponential:
+    draws = struct.pack("<10000i", *(next(stream) for _ in range(10_000)))
+    print(f"uniform | 0x{seed % 2**32:08X} | 10000 | 0x{zlib.crc32(draws):08X}")
+for name, draw in ("normal", Register.normal), ("exponential", Register.exponential):
+    for seed in 1, 12345, 2**31, 2**32 - 1:
         register = Register(seed)
-        draws = [kind(register) for _ in range(100_000)]
-        crcs.append(zlib.crc32(struct.pack("<100000f", *draws)))
-    print(f"    {{0x{seed:08X}, 0x{crcs[0]:08X}, 0x{crcs[1]:08X}}},")
+        draws = struct.pack("<100000f", *(draw(register) for _ in range(100_000)))
+        print(f"{name} | 0x{seed:08X} | 100000 | 0x{zlib.crc32(draws):08X}")

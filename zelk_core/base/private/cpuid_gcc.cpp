@@ -9,4 +9,11 @@ CpuidRegisters Cpuid(std::uint32_t leaf, std::uint32_t subleaf) {
     return registers;
 }
 
+std::uint32_t SystemStates() {
+    std::uint32_t low;
+    std::uint32_t high;
+    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
+    return low;
+}
+
 } // namespace Z4::Private

@@ -15,4 +15,8 @@ CpuidRegisters Cpuid(std::uint32_t leaf, std::uint32_t subleaf) {
     return std::bit_cast<CpuidRegisters>(words);
 }
 
+std::uint32_t SystemStates() {
+    return static_cast<std::uint32_t>(_xgetbv(0));
+}
+
 } // namespace Z4::Private

@@ -1,3 +1,4 @@
+#include <bit>
 #include <zelk_core/base/hash.h>
 #include <zelk_core/base/private/hashbytes.h>
 
@@ -7,6 +8,7 @@ using Private::Bytes;
 using Private::BytesOf;
 using Private::Load16;
 using Private::Load32;
+using Private::Load64;
 
 namespace {
 
@@ -68,9 +70,23 @@ std::uint64_t Hash::FNV64(const wchar_t* string) {
 }
 
 std::uint32_t Hash::Knuth(const unsigned char* buffer, unsigned size, std::uint32_t seed) {
+    const auto step = [](std::uint32_t hash, std::uint32_t byte) { return std::rotl(hash, 4) ^ byte; };
     std::uint32_t hash = seed;
-    for (unsigned i = 0; i < size; ++i) {
-        hash = (hash << 4) ^ (hash >> 28) ^ buffer[i];
+    const unsigned char* p = buffer;
+    unsigned left = size;
+    if (left >= 8) {
+        // Eight steps rotate by a whole turn: each eight bytes are xored in as if no others were there, so all of them
+        // can be xored first.
+        std::uint64_t sum = 0;
+        for (; left >= 8; left -= 8, p += 8) {
+            sum ^= Load64(p);
+        }
+        for (unsigned i = 0; i < 8; ++i, sum >>= 8) {
+            hash = step(hash, sum & 0xFF);
+        }
+    }
+    for (; left != 0; --left, ++p) {
+        hash = step(hash, *p);
     }
     return hash;
 }

@@ -4,6 +4,7 @@
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/private/hashbytes.h>
 #include <zelk_core/base/private/hashcrc.h>
+#include <zelk_core/base/private/processorfeatures.h>
 
 namespace Z4 {
 
@@ -22,7 +23,7 @@ std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::u
 constinit std::atomic<CrcFunction> g_crc{CrcChooseAndRun};
 
 std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
-    const CrcFunction choice = ChooseCrc(HasPclmul());
+    const CrcFunction choice = ChooseCrc(HasPclmul(), HasVpclmul(), HasFastAvx512());
     g_crc.store(choice, std::memory_order_relaxed);
     return choice(buffer, size, crc);
 }
@@ -32,15 +33,14 @@ std::uint32_t CrcChooseAndRun(const unsigned char* buffer, unsigned size, std::u
 } // namespace Private
 
 std::uint32_t Hash::CRC(const unsigned char* buffer, unsigned size, std::uint32_t crc) {
-    if (size < Private::CRC_PCLMUL_MIN) {
-        return Private::CrcPortable(buffer, size, crc);
-    }
     return Private::g_crc.load(std::memory_order_relaxed)(buffer, size, crc);
 }
 
 std::uint32_t Hash::CRC(const char* string, std::uint32_t crc) {
     const Private::Bytes bytes = Private::BytesOf(string);
-    return CRC(bytes.data, bytes.size, crc);
+    // Most names are short, and what would be called leaves those to this one, too.
+    return bytes.size < Private::CRC_FOLD_MIN ? Private::CrcPortable(bytes.data, bytes.size, crc)
+                                              : CRC(bytes.data, bytes.size, crc);
 }
 
 std::uint32_t Hash::CRC(const wchar_t* string, std::uint32_t crc) {

@@ -7,18 +7,17 @@ namespace Z4::Private {
 
 std::uint32_t CrcPortable(const unsigned char* buffer, unsigned size, std::uint32_t crc);
 
-/// Shorter input is not worth folding: CrcPclmul leaves it to CrcPortable.
-inline constexpr unsigned CRC_PCLMUL_MIN = 16;
+/// Shorter input is not worth folding: the others leave it to CrcPortable.
+inline constexpr unsigned CRC_FOLD_MIN = 16;
 
-/// Only where HasPclmul().
+/// Each of the following only where the question of its name says so (processorfeatures.h).
 std::uint32_t CrcPclmul(const unsigned char* buffer, unsigned size, std::uint32_t crc);
-
-/// Whether the processor has carry-less multiplication and SSE4.1.
-bool HasPclmul();
+std::uint32_t CrcVpclmul(const unsigned char* buffer, unsigned size, std::uint32_t crc);
+std::uint32_t CrcAvx512(const unsigned char* buffer, unsigned size, std::uint32_t crc);
 
 using CrcFunction = decltype(&CrcPortable);
 
-/// The variant for a processor that has, or has not, what HasPclmul() asks for.
-CrcFunction ChooseCrc(bool hasPclmul);
+/// The variant for a processor with these features.
+CrcFunction ChooseCrc(bool hasPclmul, bool hasVpclmul, bool hasFastAvx512);
 
 } // namespace Z4::Private

@@ -1,5 +1,4 @@
 #include <zelk_core/base/hash.h>
-#include <zelk_core/base/private/cpuid.h>
 #include <zelk_core/base/private/hashbytes.h>
 #include <zelk_core/base/private/hashcrc.h>
 
@@ -43,13 +42,13 @@ std::uint32_t CrcPortable(const unsigned char* buffer, unsigned size, std::uint3
     return ~value;
 }
 
-bool HasPclmul() {
-    constexpr std::uint32_t PCLMULQDQ = 1u << 1;
-    constexpr std::uint32_t SSE41 = 1u << 19;
-    return (Cpuid(1).ecx & (PCLMULQDQ | SSE41)) == (PCLMULQDQ | SSE41);
-}
-
-CrcFunction ChooseCrc(bool hasPclmul) {
+CrcFunction ChooseCrc(bool hasPclmul, bool hasVpclmul, bool hasFastAvx512) {
+    if (hasFastAvx512) {
+        return CrcAvx512;
+    }
+    if (hasVpclmul) {
+        return CrcVpclmul;
+    }
     return hasPclmul ? CrcPclmul : CrcPortable;
 }
 

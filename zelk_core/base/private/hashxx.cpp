@@ -2,6 +2,8 @@
 #include <emmintrin.h>
 #include <zelk_core/base/hash.h>
 #include <zelk_core/base/private/hashbytes.h>
+#include <zelk_core/base/private/hashxx.h>
+#include <zelk_core/base/private/processorfeatures.h>
 
 // Both hashes run four accumulators side by side. SSE2 multiplies two 32-bit numbers at a time into 64 bits; what that
 // is good for differs between the two, and so do their loops.
@@ -12,11 +14,11 @@ using Private::Bytes;
 using Private::BytesOf;
 using Private::Load32;
 using Private::Load64;
+using Private::PRIME32_1;
+using Private::PRIME32_2;
 
 namespace {
 
-constexpr std::uint32_t PRIME32_1 = 0x9E3779B1;
-constexpr std::uint32_t PRIME32_2 = 0x85EBCA77;
 constexpr std::uint32_t PRIME32_3 = 0xC2B2AE3D;
 constexpr std::uint32_t PRIME32_4 = 0x27D4EB2F;
 constexpr std::uint32_t PRIME32_5 = 0x165667B1;
@@ -43,27 +45,31 @@ std::uint32_t Round32(std::uint32_t accumulator, std::uint32_t input) {
     return std::rotl(accumulator + input * PRIME32_2, 13) * PRIME32_1;
 }
 
-/// All whole stripes of 16 bytes. The integer unit alone is bound by its one multiplier, the vector unit alone by its
-/// latency: the accumulators 0 and 2 go to the one and 1 and 3 to the other, which beats both. An accumulator in a
+std::uint32_t Gather32(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+    return std::rotl(a, 1) + std::rotl(b, 7) + std::rotl(c, 12) + std::rotl(d, 18);
+}
+
+/// A few stripes are bound by the integer unit's one multiplier: the accumulators 0 and 2 go to the vector unit. Over
+/// many, the vectors' latency would count, which is twice that of an integer on some processors. An accumulator in a
 /// vector is the low half of 64 bits; what gathers in the high half is never looked at.
-std::uint32_t Stripes32(const unsigned char* buffer, unsigned stripes, std::uint32_t seed) {
-    const __m128i prime1 = Spread(PRIME32_1);
-    const __m128i prime2 = Spread(PRIME32_2);
-    __m128i even = Pair(seed + PRIME32_1 + PRIME32_2, seed);
-    std::uint32_t accumulator1 = seed + PRIME32_2;
-    std::uint32_t accumulator3 = seed - PRIME32_1;
+std::uint32_t Stripes32Short(const unsigned char* buffer, unsigned stripes, std::uint32_t seed) {
+    const __m128i prime1 = _mm_set1_epi32(static_cast<int>(PRIME32_1));
+    const __m128i prime2 = _mm_set1_epi32(static_cast<int>(PRIME32_2));
+    __m128i even = _mm_set_epi32(0, static_cast<int>(seed), 0, static_cast<int>(seed + PRIME32_1 + PRIME32_2));
+    std::uint32_t b = seed + PRIME32_2;
+    std::uint32_t d = seed - PRIME32_1;
     const unsigned char* const end = buffer + stripes * 16;
     for (const unsigned char* p = buffer; p != end; p += 16) {
-        even = _mm_add_epi32(even, _mm_mul_epu32(Load128(p), prime2));
+        const __m128i input = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        even = _mm_add_epi32(even, _mm_mul_epu32(input, prime2));
         even = _mm_or_si128(_mm_slli_epi32(even, 13), _mm_srli_epi32(even, 19));
         even = _mm_mul_epu32(even, prime1);
-        accumulator1 = Round32(accumulator1, Load32(p + 4));
-        accumulator3 = Round32(accumulator3, Load32(p + 12));
+        b = Round32(b, Load32(p + 4));
+        d = Round32(d, Load32(p + 12));
     }
-    const auto accumulator0 = static_cast<std::uint32_t>(_mm_cvtsi128_si32(even));
-    const auto accumulator2 = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(even, 8)));
-    return std::rotl(accumulator0, 1) + std::rotl(accumulator1, 7) + std::rotl(accumulator2, 12) +
-           std::rotl(accumulator3, 18);
+    const auto a = static_cast<std::uint32_t>(_mm_cvtsi128_si32(even));
+    const auto c = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(even, 8)));
+    return Gather32(a, b, c, d);
 }
 
 std::uint64_t Round64(std::uint64_t accumulator, std::uint64_t input) {
@@ -78,12 +84,19 @@ std::uint64_t Merge64(std::uint64_t hash, std::uint64_t round) {
     return (hash ^ round) * PRIME64_1 + PRIME64_4;
 }
 
-/// One stripe of 32 bytes; for input too short to be worth setting up vectors.
-std::uint64_t Stripe64(const unsigned char* p, std::uint64_t seed) {
-    const std::uint64_t a = Round64(seed + PRIME64_1 + PRIME64_2, Load64(p));
-    const std::uint64_t b = Round64(seed + PRIME64_2, Load64(p + 8));
-    const std::uint64_t c = Round64(seed, Load64(p + 16));
-    const std::uint64_t d = Round64(seed - PRIME64_1, Load64(p + 24));
+/// All whole stripes of 32 bytes, for input too short to be worth setting up vectors.
+std::uint64_t Stripes64Short(const unsigned char* buffer, unsigned stripes, std::uint64_t seed) {
+    std::uint64_t a = seed + PRIME64_1 + PRIME64_2;
+    std::uint64_t b = seed + PRIME64_2;
+    std::uint64_t c = seed;
+    std::uint64_t d = seed - PRIME64_1;
+    const unsigned char* const end = buffer + stripes * 32;
+    for (const unsigned char* p = buffer; p != end; p += 32) {
+        a = Round64(a, Load64(p));
+        b = Round64(b, Load64(p + 8));
+        c = Round64(c, Load64(p + 16));
+        d = Round64(d, Load64(p + 24));
+    }
     std::uint64_t hash = Gather64(a, b, c, d);
     hash = Merge64(hash, Round64(0, a));
     hash = Merge64(hash, Round64(0, b));
@@ -137,10 +150,9 @@ std::uint64_t Stripes64(const unsigned char* buffer, unsigned stripes, std::uint
     return hash;
 }
 
-} // namespace
-
-std::uint32_t Hash::XXH32(const unsigned char* buffer, unsigned size, std::uint32_t seed) {
-    std::uint32_t hash = size + (size >= 16 ? Stripes32(buffer, size / 16, seed) : seed + PRIME32_5);
+/// The hash of stripes and what is left behind them.
+Z4_ALWAYS_INLINE std::uint32_t Finish32(std::uint32_t sum, const unsigned char* buffer, unsigned size) {
+    std::uint32_t hash = sum + size;
     const unsigned char* p = buffer + (size & ~15u);
     unsigned left = size % 16;
     for (; left >= 4; left -= 4, p += 4) {
@@ -154,24 +166,8 @@ std::uint32_t Hash::XXH32(const unsigned char* buffer, unsigned size, std::uint3
     return hash ^ (hash >> 16);
 }
 
-std::uint32_t Hash::XXH32(const char* string, std::uint32_t seed) {
-    const Bytes bytes = BytesOf(string);
-    return XXH32(bytes.data, bytes.size, seed);
-}
-
-std::uint32_t Hash::XXH32(const wchar_t* string, std::uint32_t seed) {
-    const Bytes bytes = BytesOf(string);
-    return XXH32(bytes.data, bytes.size, seed);
-}
-
-std::uint64_t Hash::XXH64(const unsigned char* buffer, unsigned size, std::uint64_t seed) {
-    std::uint64_t hash = seed + PRIME64_5;
-    if (size >= 64) {
-        hash = Stripes64(buffer, size / 32, seed);
-    } else if (size >= 32) {
-        hash = Stripe64(buffer, seed);
-    }
-    hash += size;
+Z4_ALWAYS_INLINE std::uint64_t Finish64(std::uint64_t sum, const unsigned char* buffer, unsigned size) {
+    std::uint64_t hash = sum + size;
     const unsigned char* p = buffer + (size & ~31u);
     unsigned left = size % 32;
     for (; left >= 8; left -= 8, p += 8) {
@@ -188,6 +184,58 @@ std::uint64_t Hash::XXH64(const unsigned char* buffer, unsigned size, std::uint6
     hash = (hash ^ (hash >> 33)) * PRIME64_2;
     hash = (hash ^ (hash >> 29)) * PRIME64_3;
     return hash ^ (hash >> 32);
+}
+
+// Functions of their own, whose calls and spilled vectors then cost short input nothing.
+
+Z4_NOINLINE std::uint32_t Long32(const unsigned char* buffer, unsigned size, std::uint32_t seed) {
+    const auto stripes = Private::HasAvx2() ? Private::Stripes32Avx2 : Private::Stripes32Portable;
+    return Finish32(stripes(buffer, size / 16, seed), buffer, size);
+}
+
+Z4_NOINLINE std::uint64_t Long64(const unsigned char* buffer, unsigned size, std::uint64_t seed) {
+    return Finish64(Stripes64(buffer, size / 32, seed), buffer, size);
+}
+
+} // namespace
+
+std::uint32_t Private::Stripes32Portable(const unsigned char* buffer, unsigned stripes, std::uint32_t seed) {
+    std::uint32_t a = seed + PRIME32_1 + PRIME32_2;
+    std::uint32_t b = seed + PRIME32_2;
+    std::uint32_t c = seed;
+    std::uint32_t d = seed - PRIME32_1;
+    const unsigned char* const end = buffer + stripes * 16;
+    for (const unsigned char* p = buffer; p != end; p += 16) {
+        a = Round32(a, Load32(p));
+        b = Round32(b, Load32(p + 4));
+        c = Round32(c, Load32(p + 8));
+        d = Round32(d, Load32(p + 12));
+    }
+    return Gather32(a, b, c, d);
+}
+
+std::uint32_t Hash::XXH32(const unsigned char* buffer, unsigned size, std::uint32_t seed) {
+    if (size >= 256) {
+        return Long32(buffer, size, seed);
+    }
+    return Finish32(size >= 16 ? Stripes32Short(buffer, size / 16, seed) : seed + PRIME32_5, buffer, size);
+}
+
+std::uint32_t Hash::XXH32(const char* string, std::uint32_t seed) {
+    const Bytes bytes = BytesOf(string);
+    return XXH32(bytes.data, bytes.size, seed);
+}
+
+std::uint32_t Hash::XXH32(const wchar_t* string, std::uint32_t seed) {
+    const Bytes bytes = BytesOf(string);
+    return XXH32(bytes.data, bytes.size, seed);
+}
+
+std::uint64_t Hash::XXH64(const unsigned char* buffer, unsigned size, std::uint64_t seed) {
+    if (size >= 128) {
+        return Long64(buffer, size, seed);
+    }
+    return Finish64(size >= 32 ? Stripes64Short(buffer, size / 32, seed) : seed + PRIME64_5, buffer, size);
 }
 
 std::uint64_t Hash::XXH64(const char* string, std::uint64_t seed) {

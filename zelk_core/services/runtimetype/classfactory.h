@@ -55,7 +55,7 @@ struct ClassFactoryNode {
 
 } // namespace Private
 
-/// What factories have in common: one can be destroyed through this class.
+/// What factories have in common: one can be destroyed through this class, when no other thread uses it any more.
 class BaseClassFactory : public HostNew<BaseClassFactory> {
 public:
     virtual ~BaseClassFactory() = default;

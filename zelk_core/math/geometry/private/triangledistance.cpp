@@ -1,5 +1,6 @@
 #include "featuredistance.h"
 
+#include <bit>
 #include <zelk_core/math/geometry/distance.h>
 
 namespace Z4 {
@@ -8,7 +9,7 @@ namespace {
 
 using Private::NearestOnSegment;
 
-/// Weights of the face sum up to the squared length of its normal. How much of that they may have lost to rounding.
+/// How much of the weights' sum may be lost to rounding.
 const float WEIGHT_TOLERANCE = 1.0F / 1024.0F;
 
 /// The nearest point by way of all features, for what the regions cannot tell.
@@ -29,60 +30,90 @@ VectorSIMD4f NearestFeature(const VectorSIMD4f& p, const VectorSIMD4f& a, const 
     return point;
 }
 
+/// The nearest point where it is none of the edges'. The weights sum up to the squared length of the normal.
+VectorSIMD4f NearestOnFace(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c,
+                           const VectorSIMD4f& weights) {
+    const VectorSIMD4f sum = weights.BroadcastX() + weights.BroadcastY() + weights.BroadcastZ();
+    const VectorSIMD4f normalSqr = LengthSqr3(Cross3(b - a, c - a));
+    if (AllTrue(GreaterEqual(Abs(sum - normalSqr), WEIGHT_TOLERANCE * normalSqr))) {
+        return NearestFeature(p, a, b, c);
+    }
+    const VectorSIMD4f shares = weights / sum;
+    return a * shares.BroadcastX() + b * shares.BroadcastY() + c * shares.BroadcastZ();
+}
+
+/// Three vectors, with which three dot products cost little more than one.
+class FromVertices {
+public:
+    FromVertices(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c)
+        : m_x(a.Native()), m_y(b.Native()), m_z(c.Native()) {
+        __m128 w = Lanes::Repeat(0.0F);
+        Lanes::Transpose(m_x, m_y, m_z, w);
+    }
+
+    /// Of each of them with `v`, in the lanes x, y and z: what Dot3() gives.
+    VectorSIMD4f Dot(const VectorSIMD4f& v) const {
+        return v.BroadcastX() * VectorSIMD4f(m_x) +
+               (v.BroadcastY() * VectorSIMD4f(m_y) + v.BroadcastZ() * VectorSIMD4f(m_z));
+    }
+
+private:
+    __m128 m_x, m_y, m_z;
+};
+
+/// Lane A of `a`, B of `b` and C of `c`; the w lane is some other.
+template <int A, int B, int C>
+VectorSIMD4f Gather(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c) {
+    const __m128 ab = Lanes::Shuffle<A, A, B, B>(a.Native(), b.Native());
+    return VectorSIMD4f(Lanes::Shuffle<0, 2, C, C>(ab, c.Native()));
+}
+
+unsigned SignBits(const VectorSIMD4f& v) {
+    return static_cast<unsigned>(Lanes::SignBits(v.Native()));
+}
+
 } // namespace
 
 namespace Geometry {
 
+// Which region holds is as good as random to a branch predictor, so all are calculated and only the face is asked for
+// by a branch. Lanes stand for the vertices a, b and c, or for the edges ab, bc and ac.
 VectorSIMD4f ClosestTrianglePointToPoint(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
                                          const VectorSIMD4f& c) {
     const VectorSIMD4f zero = VectorSIMD4f::Broadcast(0.0F);
     const VectorSIMD4f ab = b - a;
     const VectorSIMD4f ac = c - a;
-    const VectorSIMD4f ap = p - a;
-    const VectorSIMD4f d1 = Dot3(ab, ap);
-    const VectorSIMD4f d2 = Dot3(ac, ap);
-    if (AllTrue(And(LessEqual(d1, zero), LessEqual(d2, zero)))) {
-        return a;
-    }
-    const VectorSIMD4f bp = p - b;
-    const VectorSIMD4f d3 = Dot3(ab, bp);
-    const VectorSIMD4f d4 = Dot3(ac, bp);
-    const VectorSIMD4f d43 = d4 - d3;
-    if (AllTrue(And(GreaterEqual(d3, zero), LessEqual(d43, zero)))) {
-        return b;
-    }
-    const VectorSIMD4f cp = p - c;
-    const VectorSIMD4f d5 = Dot3(ab, cp);
-    const VectorSIMD4f d6 = Dot3(ac, cp);
-    const VectorSIMD4f d56 = d5 - d6;
-    if (AllTrue(And(GreaterEqual(d6, zero), LessEqual(d56, zero)))) {
-        return c;
-    }
-    const VectorSIMD4f vc = d1 * d4 - d3 * d2;
-    const VectorSIMD4f vb = d5 * d2 - d1 * d6;
-    const VectorSIMD4f va = d3 * d6 - d5 * d4;
+    const FromVertices from(p - a, p - b, p - c);
+    const VectorSIMD4f alongAb = from.Dot(ab);
+    const VectorSIMD4f alongAc = from.Dot(ac);
+    const VectorSIMD4f difference = alongAc - alongAb;
+    const VectorSIMD4f weights = Cross3(alongAb, alongAc);
+    // How far p is along each edge, from where the edge starts and from where it ends, by the edge's length.
+    const VectorSIMD4f fromStart = Gather<0, 1, 0>(alongAb, difference, alongAc);
+    const VectorSIMD4f fromEnd = Gather<1, 2, 2>(alongAb, difference, alongAc);
+    const VectorSIMD4f lengthSqr = fromStart - fromEnd;
+
+    const unsigned notAfterStart = SignBits(LessEqual(fromStart, zero));
+    const unsigned notBeforeEnd = SignBits(GreaterEqual(fromEnd, zero));
+    const unsigned atA = notAfterStart & notAfterStart >> 2;
+    const unsigned atB = notBeforeEnd & notAfterStart >> 1;
+    const unsigned atC = notBeforeEnd >> 2 & notBeforeEnd >> 1;
+    const VectorSIMD4f beside = And(LessEqual(Gather<2, 0, 1>(weights, weights, weights), zero),
+                                    And(GreaterEqual(fromStart, zero), LessEqual(fromEnd, zero)));
     // An edge without length is no region.
-    const VectorSIMD4f lengthAb = d1 - d3;
-    if (AllTrue(
-            And(And(LessEqual(vc, zero), GreaterEqual(d1, zero)), And(LessEqual(d3, zero), Greater(lengthAb, zero))))) {
-        return a + (d1 / lengthAb) * ab;
+    const unsigned atEdges = SignBits(And(beside, Greater(lengthSqr, zero))) & 7;
+    const unsigned regions = (atA & 1) | (atB & 1) << 1 | (atC & 1) << 2 | atEdges << 3;
+
+    if (regions == 0) {
+        return NearestOnFace(p, a, b, c, weights);
     }
-    const VectorSIMD4f lengthBc = d43 + d56;
-    if (AllTrue(And(And(LessEqual(va, zero), GreaterEqual(d43, zero)),
-                    And(GreaterEqual(d56, zero), Greater(lengthBc, zero))))) {
-        return b + (d43 / lengthBc) * (c - b);
-    }
-    const VectorSIMD4f lengthAc = d2 - d6;
-    if (AllTrue(
-            And(And(LessEqual(vb, zero), GreaterEqual(d2, zero)), And(LessEqual(d6, zero), Greater(lengthAc, zero))))) {
-        return a + (d2 / lengthAc) * ac;
-    }
-    const VectorSIMD4f sum = va + vb + vc;
-    const VectorSIMD4f normalSqr = LengthSqr3(Cross3(ab, ac));
-    if (AllTrue(GreaterEqual(Abs(sum - normalSqr), WEIGHT_TOLERANCE * normalSqr))) {
-        return NearestFeature(p, a, b, c);
-    }
-    return a * (va / sum) + b * (vb / sum) + c * (vc / sum);
+    const VectorSIMD4f t = fromStart / lengthSqr;
+    // What is added to a vertex must not change the sign of its zeros.
+    const VectorSIMD4f none = VectorSIMD4f::Broadcast(-0.0F);
+    const VectorSIMD4f* const starts[] = {&a, &b, &c, &a, &b, &a};
+    const VectorSIMD4f steps[] = {none, none, none, t.BroadcastX() * ab, t.BroadcastY() * (c - b), t.BroadcastZ() * ac};
+    const int first = std::countr_zero(regions);
+    return *starts[first] + steps[first];
 }
 
 } // namespace Geometry

@@ -22,10 +22,26 @@ CipherBlock TeaDecodeBlock(CipherBlock block, const std::uint32_t* key);
 CipherBlock XTeaEncodeBlock(CipherBlock block, const std::uint32_t* key);
 CipherBlock XTeaDecodeBlock(CipherBlock block, const std::uint32_t* key);
 
-/// The same for `count` blocks in place, at any alignment, eight at a time.
-void TeaEncodeBlocks(char* data, unsigned long count, const std::uint32_t* key);
-void TeaDecodeBlocks(char* data, unsigned long count, const std::uint32_t* key);
-void XTeaEncodeBlocks(char* data, unsigned long count, const std::uint32_t* key);
-void XTeaDecodeBlocks(char* data, unsigned long count, const std::uint32_t* key);
+enum BlockCipher : unsigned {
+    TEA_ENCODE,
+    TEA_DECODE,
+    XTEA_ENCODE,
+    XTEA_DECODE
+};
+
+/// The same for `count` blocks in place, at any alignment, as many at once as the processor can.
+void WorkOnBlocks(BlockCipher cipher, char* data, unsigned long count, const std::uint32_t* key);
+
+/// What does strides of many blocks at once, in place and at any alignment.
+struct BlockKernels {
+    unsigned long blocksPerStride;
+    /// By BlockCipher.
+    void (*work[4])(char* data, unsigned long strides, const std::uint32_t* key);
+};
+
+extern constinit const BlockKernels BLOCK_KERNELS_SSE2;
+/// Only where HasAvx2() and HasFastAvx512().
+extern constinit const BlockKernels BLOCK_KERNELS_AVX2;
+extern constinit const BlockKernels BLOCK_KERNELS_AVX512;
 
 } // namespace Z4::Private

@@ -59,9 +59,7 @@ bool SetKeyWords(std::uint32_t* words, const char* key) {
     return true;
 }
 
-using BlocksFunction = void(char* data, unsigned long count, const std::uint32_t* key);
-
-unsigned long EncodeBuffer(const char* in, char* out, unsigned long len, BlocksFunction* encode,
+unsigned long EncodeBuffer(const char* in, char* out, unsigned long len, Private::BlockCipher cipher,
                            const std::uint32_t* key) {
     if (len == 0) {
         return 0;
@@ -70,17 +68,17 @@ unsigned long EncodeBuffer(const char* in, char* out, unsigned long len, BlocksF
     const unsigned long count = (len - 1) / BLOCK_SIZE + 1;
     const unsigned long padded = count * BLOCK_SIZE;
     std::memset(out + len, 0, padded - len);
-    encode(out, count, key);
+    Private::WorkOnBlocks(cipher, out, count, key);
     return padded;
 }
 
-unsigned long DecodeBuffer(const char* in, char* out, unsigned long len, BlocksFunction* decode,
+unsigned long DecodeBuffer(const char* in, char* out, unsigned long len, Private::BlockCipher cipher,
                            const std::uint32_t* key) {
     if (len == 0) {
         return 0;
     }
     CopyBytes(in, out, len);
-    decode(out, len / BLOCK_SIZE, key);
+    Private::WorkOnBlocks(cipher, out, len / BLOCK_SIZE, key);
     return len;
 }
 
@@ -123,11 +121,11 @@ Tea::Tea(const Tea& other) = default;
 Tea& Tea::operator=(const Tea& other) = default;
 
 unsigned long Tea::Encode(const char* in, char* out, unsigned long len) {
-    return EncodeBuffer(in, out, len, Private::TeaEncodeBlocks, m_key);
+    return EncodeBuffer(in, out, len, Private::TEA_ENCODE, m_key);
 }
 
 unsigned long Tea::Decode(const char* in, char* out, unsigned long len) {
-    return DecodeBuffer(in, out, len, Private::TeaDecodeBlocks, m_key);
+    return DecodeBuffer(in, out, len, Private::TEA_DECODE, m_key);
 }
 
 bool Tea::SetKey(const char* key) {
@@ -149,11 +147,11 @@ XTea::XTea(const XTea& other) = default;
 XTea& XTea::operator=(const XTea& other) = default;
 
 unsigned long XTea::Encode(const char* in, char* out, unsigned long len) {
-    return EncodeBuffer(in, out, len, Private::XTeaEncodeBlocks, m_key);
+    return EncodeBuffer(in, out, len, Private::XTEA_ENCODE, m_key);
 }
 
 unsigned long XTea::Decode(const char* in, char* out, unsigned long len) {
-    return DecodeBuffer(in, out, len, Private::XTeaDecodeBlocks, m_key);
+    return DecodeBuffer(in, out, len, Private::XTEA_DECODE, m_key);
 }
 
 bool XTea::SetKey(const char* key) {
