@@ -47,7 +47,7 @@ void Plain(benchmark::State& state) {
 }
 
 void Sizes(benchmark::internal::Benchmark* row) {
-    for (const int size : {8, 16, 64, 256, 1024, 65536}) {
+    for (const int size : {8, 16, 64, 256, 1024, 65536, 1 << 20, 1 << 24, 1 << 26}) {
         row->Arg(size);
     }
 }

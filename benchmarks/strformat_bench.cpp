@@ -2,6 +2,8 @@
 #include <benchmark/benchmark.h>
 #include <cstdarg>
 #include <cstdio>
+#include <string>
+#include <vector>
 #include <zelk_core/base/strformat.h>
 
 namespace {
@@ -92,6 +94,30 @@ BENCHMARK(String<Own>)->Name("snprintf_string/zelk");
 BENCHMARK(String<Mingw>)->Name("snprintf_string/mingw");
 BENCHMARK(String<System>)->Name("snprintf_string/system");
 
+template <class Printer>
+void StringOfLength(benchmark::State& state) {
+    const std::string text(static_cast<std::size_t>(state.range()), 'x');
+    std::vector<char> buffer(text.size() + 16);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            Printer::Print(buffer.data(), static_cast<unsigned>(buffer.size()), "<%s>", text.c_str()));
+        benchmark::ClobberMemory();
+    }
+}
+
+void Lengths(benchmark::internal::Benchmark* row) {
+    row->RangeMultiplier(8)->Range(8, 262144);
+}
+
+BENCHMARK(StringOfLength<Own>)->Name("snprintf_length/zelk")->Apply(Lengths);
+BENCHMARK(StringOfLength<Mingw>)->Name("snprintf_length/mingw")->Apply(Lengths);
+BENCHMARK(StringOfLength<System>)->Name("snprintf_length/system")->Apply(Lengths);
+
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    benchmark::AddCustomContext("mingw", "the compiler's own snprintf");
+    benchmark::AddCustomContext("system", "_snprintf of the system's C library, here Wine's");
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+}

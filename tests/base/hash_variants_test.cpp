@@ -77,14 +77,14 @@ TEST_P(XXH32Variant, EveryCountOfStripes) {
     ZelkTest::Input random(12);
     for (unsigned stripes = 1; stripes <= 40; ++stripes) {
         unsigned char* const input = page.End() - 16 * stripes;
-        const std::uint32_t seed = random.Bits();
+        const auto seed = random.Bits();
         std::uint32_t expected = 0;
         constexpr int ROTATIONS[] = {1, 7, 12, 18};
         const std::uint32_t starts[] = {seed + 0x9E3779B1u + 0x85EBCA77u, seed + 0x85EBCA77u, seed, seed - 0x9E3779B1u};
         for (unsigned lane = 0; lane < 4; ++lane) {
             std::uint32_t accumulator = starts[lane];
             for (unsigned stripe = 0; stripe < stripes; ++stripe) {
-                const std::uint32_t word = random.Bits();
+                const auto word = random.Bits();
                 std::memcpy(input + 16 * stripe + 4 * lane, &word, 4);
                 accumulator = std::rotl(accumulator + word * 0x85EBCA77u, 13) * 0x9E3779B1u;
             }
