@@ -1,60 +1,17 @@
-#include <bit>
-#include <emmintrin.h>
-#include <zelk_core/base/api.h>
 #include <zelk_core/base/private/hashbytes.h>
+#include <zelk_core/base/strview.h>
 
 namespace Z4::Private {
 
 static_assert(sizeof(wchar_t) == 2, "a wide string is one of 16-bit units");
 
-namespace {
-
-__m128i ZeroUnits(__m128i units, char) {
-    return _mm_cmpeq_epi8(units, _mm_setzero_si128());
-}
-
-__m128i ZeroUnits(__m128i units, wchar_t) {
-    return _mm_cmpeq_epi16(units, _mm_setzero_si128());
-}
-
-/// The terminator of a string that is aligned to its units. Whole blocks of 16 aligned bytes are read, so bytes beside
-/// the string, too; as no page ends within a block, that never faults, but AddressSanitizer would object.
-template <class Unit>
-Z4_NO_SANITIZE_ADDRESS const unsigned char* FindTerminator(const unsigned char* string) {
-    const std::uintptr_t before = reinterpret_cast<std::uintptr_t>(string) % sizeof(__m128i);
-    const unsigned char* block = string - before;
-    const auto zeros = [](__m128i units) { return static_cast<unsigned>(_mm_movemask_epi8(ZeroUnits(units, Unit()))); };
-    unsigned found = zeros(_mm_load_si128(reinterpret_cast<const __m128i*>(block))) >> before << before;
-    while (found == 0) {
-        block += sizeof(__m128i);
-        found = zeros(_mm_load_si128(reinterpret_cast<const __m128i*>(block)));
-    }
-    return block + std::countr_zero(found);
-}
-
-} // namespace
-
 Bytes BytesOf(const char* string) {
-    const auto* const data = reinterpret_cast<const unsigned char*>(string);
-    if (data == nullptr) {
-        return {data, 0};
-    }
-    return {data, static_cast<unsigned>(FindTerminator<char>(data) - data)};
+    return {reinterpret_cast<const unsigned char*>(string), static_cast<unsigned>(TextLength(string))};
 }
 
 Bytes BytesOf(const wchar_t* string) {
-    const auto* const data = reinterpret_cast<const unsigned char*>(string);
-    if (data == nullptr) {
-        return {data, 0};
-    }
-    if (reinterpret_cast<std::uintptr_t>(data) % sizeof(wchar_t) == 0) {
-        return {data, static_cast<unsigned>(FindTerminator<wchar_t>(data) - data)};
-    }
-    unsigned size = 0;
-    while (Load16(data + size) != 0) {
-        size += sizeof(wchar_t);
-    }
-    return {data, size};
+    return {reinterpret_cast<const unsigned char*>(string),
+            static_cast<unsigned>(TextLength(string) * sizeof(wchar_t))};
 }
 
 } // namespace Z4::Private
