@@ -31,6 +31,9 @@ int main() {
     char text[64];
     const int length = Z4::StrFormat::Print(text, sizeof(text), "%u processors", Z4::Platform::GetRef().GetNbCore());
     std::puts(text);
+    Z4::MemoryStream stream(text, sizeof(text), 0);
+    Z4::StreamWriter(stream, Z4::BIG_ENDIAN_ORDER).Write(std::uint16_t{0x4142});
+    const bool isWritten = Z4::Str::StartsWith(text, "AB") && stream.Close() == Z4::ERR_OK;
     Z4::ShutdownBase();
-    return printed == 1 && length > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    return printed == 1 && length > 0 && isWritten ? EXIT_SUCCESS : EXIT_FAILURE;
 }
