@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 #include <zelk_core/base/error.h>
-#include <zelk_core/eal_utils/ealfile.h>
 #include <zelk_core/base/private/processor.h>
+#include <zelk_core/eal_utils/ealfile.h>
 
 using namespace Z4;
 
