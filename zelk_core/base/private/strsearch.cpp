@@ -54,7 +54,7 @@ std::size_t FindText(BasicStrView<Char> text, BasicStrView<Char> what, std::size
     const __m128i last = FillLanes(what[what.Size() - 1]);
     for (;;) {
         // Four blocks without a candidate, as is usual, pass by a single test.
-        while (static_cast<std::size_t>(end - at) >= 4 * LANES<Char> + 1) {
+        while (static_cast<std::size_t>(end - at) >= 5 * LANES<Char>) {
             const auto candidates = [&](std::size_t block) {
                 const Char* const place = at + block * LANES<Char>;
                 return _mm_and_si128(EqualLanes<Char>(LoadLanes(place), first),
@@ -65,9 +65,6 @@ std::size_t FindText(BasicStrView<Char> text, BasicStrView<Char> what, std::size
                 break;
             }
             at += 4 * LANES<Char>;
-        }
-        if (static_cast<std::size_t>(end - at) < LANES<Char>) {
-            at = end - LANES<Char>;
         }
         if (const Char* const found = FindInBlock(at, what, first, last)) {
             return static_cast<std::size_t>(found - begin);
