@@ -19,8 +19,8 @@ public:
     [[nodiscard]] Z4_API static StrView FileName(StrView path);
     /// The file name from its last dot on: ".txt"; empty where it has none but at its beginning, or is "..".
     [[nodiscard]] Z4_API static StrView Extension(StrView path);
-    /// What stands before the file name, without the separator between them; that of a root stays: "C:\b" of "C:\b\a",
-    /// "C:\" of "C:\a", empty for "a".
+    /// What stands before the file name, without the separator between them; that of a root stays: `C:\b` of `C:\b\a`,
+    /// `C:\` of `C:\a`, empty for "a".
     [[nodiscard]] Z4_API static StrView Folder(StrView path);
 
     /// Writes `name`, below `folder`, to `to`, room for `size` characters, as Str::Copy() does. A separator is put

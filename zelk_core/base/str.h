@@ -156,7 +156,7 @@ public:
     template <Private::PlainInteger T>
     [[nodiscard]] static Error ParseInt(StrView& rest, T& value, unsigned radix = 10) {
         using Bits = std::conditional_t<sizeof(T) <= 4, std::uint32_t, std::uint64_t>;
-        constexpr auto LARGEST = static_cast<Bits>(std::numeric_limits<T>::max());
+        constexpr auto LARGEST = static_cast<Bits>((std::numeric_limits<T>::max)());
         Bits bits = 0;
         const Error error = Private::ReadNumber(
             rest, Private::NumberRange<Bits>{LARGEST, std::is_signed_v<T> ? LARGEST + 1 : 0}, radix, bits);

@@ -58,8 +58,8 @@ public:
     [[nodiscard]] Z4_API static Error Check(const SwapLayout& layout);
 
     /// Swaps the fields of `count` records in place, or of a copy of them. `layout` is trusted: one that Check()
-    /// refuses may swap bytes outside the record.
-    /// @param to, from records of any alignment that do not overlap.
+    /// refuses may swap bytes outside the record. Records may have any alignment; those copied from and to do not
+    /// overlap.
     Z4_API static void Record(void* record, const SwapLayout& layout, std::size_t count = 1);
     Z4_API static void Record(void* to, const void* from, const SwapLayout& layout, std::size_t count = 1);
 
