@@ -1,6 +1,7 @@
 // Files: UTF-8 names, errors as exceptions, and nothing half-written under its final name.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -38,6 +39,10 @@ public:
     ~OutputFile();
 
     void Append(const void* buffer, std::size_t size);
+    template <std::size_t SIZE>
+    void Append(const std::array<unsigned char, SIZE>& bytes) {
+        Append(bytes.data(), bytes.size());
+    }
     /// Writes over what stands there.
     void WriteAt(const void* buffer, std::size_t size, std::uint64_t offset);
     std::uint64_t Size() const { return m_stream.Tell(); }

@@ -37,6 +37,23 @@ struct NumberRange {
                                       std::uint64_t& value);
 Z4_API std::size_t WriteNumber(char* to, std::size_t size, std::uint64_t magnitude, bool isNegative, unsigned radix);
 
+/// Whether a text is 1 to 9 decimal digits; `value` is what they say then. Compiled into callers, as most numbers are
+/// so short that a call would take as long as reading them.
+constexpr bool ReadShortDecimal(const char* text, std::size_t size, std::uint32_t& value) {
+    if (size - 1 >= 9) {
+        return false;
+    }
+    value = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        const unsigned digit = static_cast<unsigned char>(text[i]) - unsigned{'0'};
+        if (digit > 9) {
+            return false;
+        }
+        value = value * 10 + digit;
+    }
+    return true;
+}
+
 template <class T>
 concept PlainInteger = std::is_integral_v<T> && !std::is_same_v<std::remove_cv_t<T>, bool>;
 
@@ -144,6 +161,16 @@ public:
     /// stays as it was. ERR_OVERFLOW for a number that `T` does not hold; `value` is the nearest that it does.
     template <Private::PlainInteger T>
     [[nodiscard]] static Error ToInt(StrView text, T& value, unsigned radix = 10) {
+        using Bits = std::make_unsigned_t<T>;
+        const bool isNegative = std::is_signed_v<T> && !text.IsEmpty() && *text.begin() == '-';
+        const std::size_t signs = isNegative ? 1 : 0;
+        std::uint32_t magnitude = 0;
+        if (radix == 10 && Private::ReadShortDecimal(text.begin() + signs, text.Size() - signs, magnitude) &&
+            magnitude <= static_cast<Bits>(std::numeric_limits<T>::max())) {
+            const auto bits = static_cast<Bits>(magnitude);
+            value = static_cast<T>(isNegative ? static_cast<Bits>(0 - bits) : bits);
+            return ERR_OK;
+        }
         T read = value;
         const Error error = ParseInt(text, read, radix);
         if (error == ERR_INVALID || !text.IsEmpty()) {

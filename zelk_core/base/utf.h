@@ -21,9 +21,9 @@ public:
     static constexpr char32_t REPLACEMENT = 0xFFFD;
 
     /// Converts `text` into `to`, room for `size` units, always with a terminator; with a `size` of 0 nothing is
-    /// written, and `to` may be null. No character is cut in two. `to` and `text` do not overlap.
-    /// @param length receives the length that the whole result has, without the terminator. ASCII is converted 16
+    /// written, and `to` may be null. No character is cut in two. `to` and `text` do not overlap. ASCII is converted 16
     /// characters at a time.
+    /// @param length receives the length that the whole result has, without the terminator.
     /// @param badAt where given, receives the position in `text` at which the first ill-formed character begins, or the
     /// size of `text`.
     /// @return ERR_CORRUPTED_DATA for ill-formed text: what stands before it is the result; else ERR_OVERFLOW when

@@ -27,7 +27,7 @@ public:
     /// the stream is open already, the result is ERR_INVALID, and nothing changes. A stream that never was opened has
     /// the error ERR_NOT_READY.
     [[nodiscard]] Result Open(const char* path, unsigned mode);
-    /// Takes over an open file, at its position.
+    /// Takes over an open file, at its position; after an error it stays the caller's.
     /// @param abilities CAN_READ, CAN_WRITE or both, as the file was opened.
     [[nodiscard]] Result Open(EalFile&& file, unsigned abilities);
 
@@ -44,7 +44,7 @@ private:
 
 /// Reads a whole file.
 /// @param content receives it; empty after an error.
-/// @param maxSize the size from which on a file is refused, in bytes; no memory is taken before that is tested.
+/// @param maxSize the largest file that is accepted, in bytes; no memory is taken before that is tested.
 /// @return ERR_OVERFLOW for a larger file, ERR_OUT_OF_MEMORY, or the host's error.
 [[nodiscard]] Z4_API Private::ErrorCodeWrapper LoadFile(const char* path, Vector<unsigned char>& content,
                                                         std::uint32_t maxSize);
