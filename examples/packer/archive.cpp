@@ -9,6 +9,7 @@
 #include <random>
 #include <set>
 #include <zelk_core/base/hash.h>
+#include <zelk_core/base/path.h>
 
 namespace Packer {
 
@@ -82,42 +83,11 @@ std::string Printable(std::string name) {
     return name;
 }
 
-bool IsDevice(const std::string& component) {
-    std::string stem = component.substr(0, component.find('.'));
-    std::transform(stem.begin(), stem.end(), stem.begin(), [](unsigned char c) { return std::toupper(c); });
-    static const std::set<std::string> NAMES = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"};
-    const bool numbered = stem.size() == 4 && (stem.starts_with("COM") || stem.starts_with("LPT"));
-    return NAMES.contains(stem) || (numbered && stem[3] >= '0' && stem[3] <= '9');
-}
-
-bool IsSafeComponent(const std::string& component) {
-    const auto isForbidden = [](unsigned char c) { return c < ' ' || std::strchr("<>:\"|?*\\", c) != nullptr; };
-    // A final dot or space is dropped by the system; that also takes care of "." and "..".
-    return !component.empty() && component.back() != '.' && component.back() != ' ' && !IsDevice(component) &&
-           std::none_of(component.begin(), component.end(), isForbidden);
-}
-
 } // namespace
 
 bool IsSafeName(const std::string& name) {
-    if (name.size() > LONGEST_NAME) {
-        return false;
-    }
-    for (std::size_t from = 0;;) {
-        const std::size_t slash = name.find('/', from);
-        if (!IsSafeComponent(name.substr(from, slash - from))) {
-            return false;
-        }
-        if (slash == std::string::npos) {
-            break;
-        }
-        from = slash + 1;
-    }
-    try {
-        return FromUtf8(name).is_relative();
-    } catch (const fs::filesystem_error&) {
-        return false; // no UTF-8
-    }
+    return name.size() <= LONGEST_NAME && name.find('\\') == std::string::npos &&
+           Z4::Path::IsSafeRelative({name.data(), name.size()});
 }
 
 fs::file_time_type Entry::Modified() const {
@@ -163,7 +133,7 @@ void ArchiveWriter::AddFile(const fs::path& path, const std::string& name, const
     if (!IsSafeName(name)) {
         throw Failure(EXIT_REFUSED, name + ": no Windows system could unpack a file of this name");
     }
-    const File input(path, Z4::EAL_FILE_READ);
+    const File input(path);
     const std::uint64_t offset = m_output.Size();
     // Sizes are what was read, not what the system said before; so the header is written again at the end.
     EntryHeader header{.kind = EntryKind::FILE, .modified = ToUnixTime(fs::last_write_time(path))};
@@ -200,7 +170,7 @@ void ArchiveWriter::Finish() {
     m_output.Commit();
 }
 
-ArchiveReader::ArchiveReader(const fs::path& path) : m_file(path, Z4::EAL_FILE_READ), m_size(m_file.Size()) {
+ArchiveReader::ArchiveReader(const fs::path& path) : m_file(path), m_size(m_file.Size()) {
     ArchiveHeader header;
     if (m_size < sizeof(header) || m_file.Read(&header, sizeof(header), 0) != sizeof(header) ||
         std::memcmp(header.magic, MAGIC, sizeof(MAGIC)) != 0) {

@@ -59,6 +59,31 @@ TEST_F(StreamFaults, AnyFailedWriteCanBeRepeated) {
     }
 }
 
+// Compressed bytes that the stream beneath has taken in part must neither be lost nor come twice.
+TEST_F(StreamFaults, AnyFailedWriteBeneathACompressingStreamCanBeRepeated) {
+    const std::string text = ZelkTest::Sample(100000, 3);
+    std::string whole;
+    std::size_t failed = 1;
+    for (std::size_t n = 0; failed != 0 || n <= 1; n = n < 5 ? n + 1 : 3 * n) {
+        FileStream file(0);
+        ASSERT_EQ(file.Open("file", EalFile::REPLACE), ERR_OK);
+        DeflateStream deflate(file, CompressionInterface::CMP_FAST);
+        ZelkHost::InjectFileFaults({.calls = ZelkHost::CALL_WRITE, .first = n, .largestTransfer = 1000});
+        for (std::uint64_t at = 0; at < text.size(); at = deflate.Tell()) {
+            deflate.Write(text.data() + at,
+                          static_cast<std::uint32_t>(std::min<std::uint64_t>(30000, text.size() - at)));
+            file.ClearError();
+            deflate.ClearError();
+        }
+        failed = ZelkHost::InjectFileFaults({});
+        ASSERT_TRUE(deflate.Flush());
+        ASSERT_EQ(deflate.Close(), ERR_OK);
+        ASSERT_EQ(file.Close(), ERR_OK);
+        whole = n == 0 ? Content() : whole;
+        ASSERT_EQ(Content(), whole) << n;
+    }
+}
+
 // A disk that is full at every byte, of which nobody but Close() tells.
 TEST_F(StreamFaults, AFullDiskIsReportedAndLeavesTheFront) {
     const std::string text = ZelkTest::Sample(100);

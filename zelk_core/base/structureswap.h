@@ -47,7 +47,7 @@ public:
     StructureSwap() = delete;
 
     /// Swaps each of `count` elements of 2, 4 or 8 bytes from `from` to `to`. Neither needs alignment; they are the
-    /// same place or do not overlap. Sixteen bytes at a time, by a byte shuffle where the processor has one.
+    /// same place or do not overlap. 16 or 32 bytes at a time, by byte shuffles where the processor has them.
     Z4_API static void Array16(void* to, const void* from, std::size_t count);
     Z4_API static void Array32(void* to, const void* from, std::size_t count);
     Z4_API static void Array64(void* to, const void* from, std::size_t count);
