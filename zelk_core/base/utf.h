@@ -23,7 +23,7 @@ public:
     /// Converts `text` and writes the result with a terminator to `to`, which has room for `size` units (`char` or
     /// `wchar_t`). A result that does not fit is cut, but never within a character. With a `size` of 0 nothing is
     /// written, and `to` may be null: so you learn the `length` before you take memory. `to` and `text` must not
-    /// overlap. ASCII is converted 16 characters at a time.
+    /// overlap. What `to` held behind the terminator may be overwritten, as ASCII is converted 16 characters at a time.
     /// @param length receives the length of the whole result, in units and without the terminator, whether it fitted or
     /// not.
     /// @param badAt may be null. Otherwise it receives the position in `text` at which the first ill-formed character

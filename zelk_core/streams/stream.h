@@ -165,7 +165,7 @@ private:
 /// ERR_OVERFLOW.
 /// @param copied receives how many bytes were copied. The piece at which `to` failed is not counted, though `to` may
 /// have taken a part of it.
-/// @return false when one of the two streams has failed.
+/// @return false when one of the two streams has failed or is closed.
 Z4_API bool CopyStream(Stream& from, Stream& to, std::uint64_t limit, std::uint64_t& copied);
 
 } // namespace Z4
