@@ -105,9 +105,9 @@ public:
     /// Starts a transfer of a file that was opened with EAL_FILE_ASYNC, and returns without waiting for it.
     ///
     /// After ERR_OK the host calls `completion` once, with `context`, on a thread of its own, possibly before this call
-    /// returns; until then the buffer must stay as it is. The completion learns how many bytes were transferred, which
-    /// can be fewer than `size`; nobody asks for the rest. It may start further transfers, but not close the file.
-    /// After any other result it is never called.
+    /// returns; until then the buffer is the host's: nobody else touches or frees it. The completion learns how many
+    /// bytes were transferred, which can be fewer than `size`; nobody asks for the rest. It may start further
+    /// transfers, but not close the file. After any other result it is never called.
     /// @return ERR_UNSUPPORTED for a file that was opened without EAL_FILE_ASYNC; ERR_INVALID for a null `completion`.
     [[nodiscard]] Z4_API Result ReadAsync(void* buffer, std::uint32_t size, std::uint64_t offset,
                                           eal_file_completion completion, void* context) const;

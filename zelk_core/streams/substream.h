@@ -18,7 +18,8 @@ namespace Z4 {
 /// When the whole can only be read and ends before the part would, the part ends there, too. When the whole can be
 /// written, writing to the part may make the whole longer; writing beyond `length` is ERR_OVERFLOW, and what fits is
 /// written. A part whose end lies beyond INT64_MAX has the error ERR_INVALID from the start, and one of a stream that
-/// cannot seek ERR_UNSUPPORTED. When the whole fails, the part fails with the same error.
+/// cannot seek ERR_UNSUPPORTED. When the whole fails, the part fails with the same error; after ClearError() of both
+/// it can be used again.
 ///
 /// The destructor closes the part, and logs an error when something could not be written. It does not close the whole.
 class Z4_API SubStream final : public BufferedStream {
