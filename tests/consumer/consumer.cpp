@@ -15,6 +15,14 @@ bool Base() {
     return std::strcmp(text, "CBF43926 of " Z4_CORE_VERSION_STRING) == 0 && Z4::Platform::GetRef().GetNbCore() > 0;
 }
 
+bool Texts() {
+    char identifier[Z4::GUID::FORMAT_SIZE];
+    Z4::GUID::FromName(Z4::GUID_SPACE_DNS, "www.example.com").Format(identifier, sizeof identifier);
+    int number = 0;
+    return Z4::Str::EqualsNoCase(identifier, "2ED6657D-E927-568B-95E1-2665A8AEA6A2") &&
+           Z4::Str::ToInt("-42", number) == Z4::ERR_OK && number == -42 && !Z4::Path::IsSafeRelative("../x");
+}
+
 class OwnThread : public Z4::Thread {
 public:
     void Run() override { Z4::Atomic::Increment(m_runs); }
@@ -98,6 +106,23 @@ bool Compression() {
     return Lzo(zeros, sizeof zeros) && Z4::Lzo::IsAvailable() == EXPECT_LZO;
 }
 
+/// To and fro through compressed memory, as other machines write it.
+bool Streams() {
+    Z4::MemoryStream packed;
+    Z4::DeflateStream deflate(packed, Z4::CompressionInterface::CMP_FAST);
+    Z4::StreamWriter(deflate, Z4::BIG_ENDIAN_ORDER).WriteString("ahead");
+    const bool isPacked = deflate.Close() == Z4::ERR_OK && packed.Seek(0, Z4::SEEK_FROM_BEGIN);
+    Z4::InflateStream inflate(packed, 100);
+    Z4::ZelkString text;
+    return isPacked && Z4::StreamReader(inflate, Z4::BIG_ENDIAN_ORDER).ReadString(text, 10) && text == "ahead";
+}
+
+bool Files() {
+    Z4::FileStream file;
+    return file.Open("no such file", Z4::EalFile::READ_ONLY) == Z4::ERR_NOT_FOUND &&
+           file.GetError() == Z4::ERR_NOT_READY && !Z4::EalFile::Exists("no such file");
+}
+
 class Shape : public Z4::DynamicType {
     Z4_DYNAMIC_TYPE(Shape, Z4::DynamicType)
 };
@@ -138,6 +163,7 @@ const struct {
     bool (*works)();
 } ROOMS[] = {
     {"base", Z4::InitializeBase, Z4::ShutdownBase, Base},
+    {"base, texts", Z4::InitializeBase, Z4::ShutdownBase, Texts},
     {"os", Z4::InitializeOS, Z4::ShutdownOS, Threads},
     {"net", Z4::InitializeOS, Z4::ShutdownOS, Network},
     {"eal_utils", Z4::InitializeEalUtils, Z4::ShutdownEalUtils, HostThreads},
@@ -147,6 +173,8 @@ const struct {
     {"random", Z4::InitializeRandomService, Z4::ShutdownRandomService, Random},
     {"encryption", Z4::InitializeEncryptionService, Z4::ShutdownEncryptionService, Encryption},
     {"compression", Z4::InitializeCompressionService, Z4::ShutdownCompressionService, Compression},
+    {"streams", Z4::InitializeBase, Z4::ShutdownBase, Streams},
+    {"streams, files", Z4::InitializeEalUtils, Z4::ShutdownEalUtils, Files},
     {"runtimetype", Z4::InitializeRuntimeTypeService, Z4::ShutdownRuntimeTypeService, RuntimeType},
     {"dbghelp", Z4::InitializeDbgHelpService, Z4::ShutdownDbgHelpService, DebugHelp},
 };
