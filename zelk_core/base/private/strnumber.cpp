@@ -1,3 +1,4 @@
+#include <limits>
 #include <zelk_core/base/guid.h>
 #include <zelk_core/base/private/decimal.h>
 #include <zelk_core/base/private/numbertext.h>
@@ -82,7 +83,8 @@ Error ToNumber(StrView text, Number& value) {
     value = read;
     const char letter = text[text[0] == '-' ? 1 : 0];
     const bool isDigits = DIGITS[letter] < 10 || letter == '.';
-    return isDigits && read - read != 0 ? ERR_OVERFLOW : ERR_OK;
+    constexpr Number LARGEST = std::numeric_limits<Number>::max();
+    return isDigits && (read > LARGEST || read < -LARGEST) ? ERR_OVERFLOW : ERR_OK;
 }
 
 } // namespace
