@@ -1,4 +1,4 @@
-#include "files.h"
+#include <tests/support/memoryfiles.h>
 
 #include <zelk_core/streams/compressedstream.h>
 #include <zelk_core/streams/memorystream.h>

@@ -1,5 +1,5 @@
 // Hunted here: bytes that are lost when a call of the host's fails, an error that nobody hears of, memory that stays.
-#include "files.h"
+#include <tests/support/memoryfiles.h>
 
 #include <algorithm>
 #include <zelk_core/streams/compressedstream.h>

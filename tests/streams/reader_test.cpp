@@ -1,5 +1,5 @@
 // Hunted here: numbers in the wrong order, lengths that are believed, texts that lose or gain a character.
-#include "files.h"
+#include <tests/support/memoryfiles.h>
 
 #include <zelk_core/streams/compressedstream.h>
 #include <zelk_core/streams/memorystream.h>
