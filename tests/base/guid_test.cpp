@@ -6,7 +6,6 @@
 #include <tests/support/model.h>
 #include <tests/support/rows.h>
 #include <zelk_core/base/guid.h>
-#include <zelk_core/base/hash.h>
 
 namespace {
 
@@ -37,7 +36,6 @@ TEST(Guid, TextsAndBytes) {
         EXPECT_EQ(bytes[i], 0x11 * i);
     }
     EXPECT_EQ(GUID::FromBytes(bytes), SAMPLE);
-    EXPECT_EQ(SAMPLE.GetHash(3), Z4::Hash::XXH32(reinterpret_cast<const unsigned char*>(&SAMPLE), 16, 3));
 }
 
 // Every single character of a text put wrong, and each text cut or extended, is no identifier and changes nothing.

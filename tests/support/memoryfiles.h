@@ -43,15 +43,15 @@ public:
         table.write = Write;
         table.read_async = Transfer<void, Read>;
         table.write_async = Transfer<const void, Write>;
-        table.flush = [](Z4::eal_file_handle) {
+        table.flush = [](File) {
             ++flushes;
             return Z4::EAL_FILE_OK;
         };
-        table.buffer_alignment = [](Z4::eal_file_handle) -> std::uint32_t { return 1; };
-        table.sector_size = [](Z4::eal_file_handle) -> std::uint32_t { return 1; };
+        table.buffer_alignment = [](File) -> std::uint32_t { return 1; };
+        table.sector_size = [](File) -> std::uint32_t { return 1; };
         table.separator = [] { return '/'; };
         table.exists = [](const char* path) -> unsigned char { return All().contains(path) ? 1 : 0; };
-        table.size = [](Z4::eal_file_handle handle, std::uint64_t* size) {
+        table.size = [](File handle, std::uint64_t* size) {
             *size = Of(handle).content->size();
             return Z4::EAL_FILE_OK;
         };
@@ -59,13 +59,15 @@ public:
     }
 
 private:
+    using Status = Z4::eal_file_status;
+    using File = Z4::eal_file_handle;
     struct Handle {
         std::string* content;
         unsigned mode;
     };
-    static Handle& Of(Z4::eal_file_handle handle) { return *static_cast<Handle*>(handle); }
+    static Handle& Of(File handle) { return *static_cast<Handle*>(handle); }
 
-    static Z4::eal_file_status Z4_CDECL Open(const char* path, unsigned mode, Z4::eal_file_handle* handle) {
+    static Status Z4_CDECL Open(const char* path, unsigned mode, File* handle) {
         *handle = nullptr;
         const bool isThere = All().contains(path);
         if (!isThere && (mode & Z4::EAL_FILE_CREATE) == 0) {
@@ -82,13 +84,13 @@ private:
         ++openHandles;
         return Z4::EAL_FILE_OK;
     }
-    static Z4::eal_file_status Z4_CDECL Close(Z4::eal_file_handle handle) {
+    static Status Z4_CDECL Close(File handle) {
         delete &Of(handle);
         --openHandles;
         return Z4::EAL_FILE_OK;
     }
-    static Z4::eal_file_status Z4_CDECL Read(Z4::eal_file_handle handle, void* buffer, std::uint32_t size,
-                                             std::uint64_t offset, std::uint32_t* transferred) {
+    static Status Z4_CDECL Read(File handle, void* buffer, std::uint32_t size, std::uint64_t offset,
+                                std::uint32_t* transferred) {
         const std::string& content = *Of(handle).content;
         const std::uint64_t left = content.size() - std::min<std::uint64_t>(content.size(), offset);
         const bool isAllowed = (Of(handle).mode & Z4::EAL_FILE_READ) != 0;
@@ -96,19 +98,18 @@ private:
         std::memcpy(buffer, content.data() + content.size() - left, *transferred);
         return isAllowed ? Z4::EAL_FILE_OK : Z4::EAL_FILE_ACCESS_DENIED;
     }
-    static Z4::eal_file_status Z4_CDECL Write(Z4::eal_file_handle handle, const void* buffer, std::uint32_t size,
-                                              std::uint64_t offset, std::uint32_t* transferred) {
+    static Status Z4_CDECL Write(File handle, const void* buffer, std::uint32_t size, std::uint64_t offset,
+                                 std::uint32_t* transferred) {
         const bool isAllowed = (Of(handle).mode & Z4::EAL_FILE_WRITE) != 0;
         *transferred = isAllowed ? size : 0;
         Overwrite(*Of(handle).content, offset, buffer, *transferred);
         return isAllowed ? Z4::EAL_FILE_OK : Z4::EAL_FILE_ACCESS_DENIED;
     }
     template <class Data, auto TRANSFER>
-    static Z4::eal_file_status Z4_CDECL Transfer(Z4::eal_file_handle handle, Data* buffer, std::uint32_t size,
-                                                 std::uint64_t offset, Z4::eal_file_completion completion,
-                                                 void* context) {
+    static Status Z4_CDECL Transfer(File handle, Data* buffer, std::uint32_t size, std::uint64_t offset,
+                                    Z4::eal_file_completion completion, void* context) {
         std::uint32_t done = 0;
-        const Z4::eal_file_status status = TRANSFER(handle, buffer, size, offset, &done);
+        const Status status = TRANSFER(handle, buffer, size, offset, &done);
         completion(context, status, done);
         return Z4::EAL_FILE_OK;
     }
