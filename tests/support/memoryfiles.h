@@ -129,8 +129,8 @@ protected:
 };
 
 /// Bytes of which half repeat themselves.
-inline std::string Sample(std::size_t size) {
-    Input input(1);
+inline std::string Sample(std::size_t size, std::uint32_t seed = 1) {
+    Input input(seed);
     std::string text(size, '\0');
     for (std::size_t i = 0; i < size; ++i) {
         text[i] = i > 50 && i / 100 % 2 == 0 ? text[i - 50] : static_cast<char>(input.Bits());
