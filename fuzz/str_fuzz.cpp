@@ -76,7 +76,7 @@ void RequireUtf(StrView text) {
     Require(Utf::ToUtf16Lossy(wide.data(), wide.size(), text, wideLength) == Z4::ERR_OK);
     std::size_t characters = 0;
     for (StrView rest = text; !rest.IsEmpty();) {
-        characters += Utf::Decode(rest) >= 0x10000 ? 2 : 1;
+        characters += Utf::Decode(rest) >= 0x10000 ? 2U : 1U;
     }
     Require(characters == wideLength);
     Require(Utf::Cut(text, text.Size() / 2).Size() <= text.Size() / 2);
