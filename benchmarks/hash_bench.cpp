@@ -143,7 +143,10 @@ template <class Function>
 void AddRows(const std::string& family, const char* who, const std::vector<unsigned>& sizes, Function function) {
     for (const unsigned size : sizes) {
         const std::string name = family + "/" + who + "/" + std::to_string(size);
-        benchmark::RegisterBenchmark(name.c_str(), Measure<Function>, size, function);
+        auto* const row = benchmark::RegisterBenchmark(name.c_str(), Measure<Function>, size, function);
+        if (size >= 16 * 1024 * 1024) {
+            row->Repetitions(5); // Each takes long enough by itself.
+        }
     }
 }
 

@@ -85,6 +85,9 @@ if(ZELK_CORE_BENCHMARKS AND WIN32 AND NOT ZELK_MS_ABI)
     file(CREATE_LINK ${ZELK_GLM}/glm ${PROJECT_BINARY_DIR}/glm/glm SYMBOLIC)
     add_library(zelk_glm INTERFACE)
     target_include_directories(zelk_glm SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/glm)
+    zelk_find_headers(ZELK_BULLET LinearMath/btAabbUtil2.h /usr/include/bullet)
+    add_library(zelk_bullet INTERFACE)
+    target_include_directories(zelk_bullet SYSTEM INTERFACE ${ZELK_BULLET})
 
     # Peers of the benchmarks, with the optimization of their own builds.
     zelk_source(xxhash xxhash xxhash.c "")

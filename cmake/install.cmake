@@ -51,7 +51,7 @@ install(FILES msabi/llvm-release DESTINATION ${tools}/msabi)
 install(PROGRAMS msabi/prepare DESTINATION ${tools}/msabi)
 
 # Our own licence and those of what the installed files were made from.
-set(licences zlib)
+set(licences fast_float zlib)
 if(ZELK_CORE_LZO)
     list(APPEND licences lzo)
 endif()

@@ -44,9 +44,16 @@
 #include <zelk_core/generics/vector.h>
 #include <zelk_core/generics/vectorstorage.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/columns.h>
 #include <zelk_core/math/geometry/distance.h>
+#include <zelk_core/math/geometry/group4.h>
+#include <zelk_core/math/geometry/intersectray.h>
 #include <zelk_core/math/geometry/nearestpoint.h>
 #include <zelk_core/math/geometry/obb.h>
+#include <zelk_core/math/geometry/plane.h>
+#include <zelk_core/math/geometry/ray.h>
+#include <zelk_core/math/geometry/shear.h>
+#include <zelk_core/math/geometry/slabs.h>
 #include <zelk_core/math/lanes.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/math/matrix.h>

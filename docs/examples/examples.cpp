@@ -16,6 +16,7 @@ int main() {
         {"random", ShowRandom},
         {"encryption", ShowEncryption},
         {"compression", ShowCompression},
+        {"streams", ShowStreams},
         {"runtimetype", ShowRuntimeType},
         {"dbghelp", ShowDbgHelp},
         {"net", ShowNet},

@@ -20,3 +20,4 @@ void ShowOs();
 void ShowRandom();
 void ShowReplacedSlot();
 void ShowRuntimeType();
+void ShowStreams();

@@ -3,7 +3,6 @@
 //   chat HOST PORT     joins a room and says each line of the standard input
 // Without arguments it serves and joins itself for a moment, as a test.
 #include <cstdio>
-#include <cstdlib>
 #include <host/zelkhost.h>
 #include <list>
 #include <string>
@@ -137,9 +136,8 @@ private:
 };
 
 int ParsePort(const char* text) {
-    char* end = nullptr;
-    const long port = std::strtol(text, &end, 10);
-    return *text != '\0' && *end == '\0' && port >= 0 && port <= 65535 ? static_cast<int>(port) : -1;
+    std::uint16_t port = 0;
+    return Z4::Str::ToInt(text, port) == Z4::ERR_OK ? port : -1;
 }
 
 int ServeRoom(int port) {

@@ -9,6 +9,7 @@
 #include <random>
 #include <set>
 #include <zelk_core/base/hash.h>
+#include <zelk_core/base/path.h>
 
 namespace Packer {
 
@@ -29,7 +30,17 @@ struct ArchiveHeader {
     std::uint32_t passwordCheck; ///< tells a wrong password at once
     std::uint32_t crc;           ///< CRC-32 of the fields above
 };
-static_assert(sizeof(ArchiveHeader) == 32);
+
+} // namespace
+
+template <>
+struct Fields<ArchiveHeader> {
+    static constexpr std::size_t SIZE = 32;
+    using List = FieldList<&ArchiveHeader::magic, &ArchiveHeader::version, &ArchiveHeader::enciphered,
+                           &ArchiveHeader::salt, &ArchiveHeader::passwordCheck, &ArchiveHeader::crc>;
+};
+
+namespace {
 
 struct Key {
     std::string text; ///< 16 characters, as the cipher wants them
@@ -57,11 +68,6 @@ void SetKey(Z4::XTea& cipher, const Key& key) {
     }
 }
 
-template <class Record>
-std::uint32_t RecordCrc(const Record& record) {
-    return Z4::Hash::CRC(reinterpret_cast<const unsigned char*>(&record), offsetof(Record, crc));
-}
-
 std::uint32_t NameCrc(const std::string& name, std::uint32_t crc) {
     return Z4::Hash::CRC(reinterpret_cast<const unsigned char*>(name.data()), name.size(), crc);
 }
@@ -82,42 +88,11 @@ std::string Printable(std::string name) {
     return name;
 }
 
-bool IsDevice(const std::string& component) {
-    std::string stem = component.substr(0, component.find('.'));
-    std::transform(stem.begin(), stem.end(), stem.begin(), [](unsigned char c) { return std::toupper(c); });
-    static const std::set<std::string> NAMES = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"};
-    const bool numbered = stem.size() == 4 && (stem.starts_with("COM") || stem.starts_with("LPT"));
-    return NAMES.contains(stem) || (numbered && stem[3] >= '0' && stem[3] <= '9');
-}
-
-bool IsSafeComponent(const std::string& component) {
-    const auto isForbidden = [](unsigned char c) { return c < ' ' || std::strchr("<>:\"|?*\\", c) != nullptr; };
-    // A final dot or space is dropped by the system; that also takes care of "." and "..".
-    return !component.empty() && component.back() != '.' && component.back() != ' ' && !IsDevice(component) &&
-           std::none_of(component.begin(), component.end(), isForbidden);
-}
-
 } // namespace
 
 bool IsSafeName(const std::string& name) {
-    if (name.size() > LONGEST_NAME) {
-        return false;
-    }
-    for (std::size_t from = 0;;) {
-        const std::size_t slash = name.find('/', from);
-        if (!IsSafeComponent(name.substr(from, slash - from))) {
-            return false;
-        }
-        if (slash == std::string::npos) {
-            break;
-        }
-        from = slash + 1;
-    }
-    try {
-        return FromUtf8(name).is_relative();
-    } catch (const fs::filesystem_error&) {
-        return false; // no UTF-8
-    }
+    return name.size() <= LONGEST_NAME && name.find('\\') == std::string::npos &&
+           Z4::Path::IsSafeRelative({name.data(), name.size()});
 }
 
 fs::file_time_type Entry::Modified() const {
@@ -139,21 +114,22 @@ ArchiveWriter::ArchiveWriter(const fs::path& path, bool replace, Method method,
         header.passwordCheck = key.check;
         SetKey(m_cipher.emplace(), key);
     }
-    header.crc = RecordCrc(header);
-    m_output.Append(&header, sizeof(header));
+    header.crc = HeaderCrc(header);
+    m_output.Append(ToBytes(header));
 }
 
 void ArchiveWriter::WriteHeader(const EntryHeader& header, const std::string& name, std::uint64_t offset) {
     EntryHeader complete = header;
     complete.nameSize = name.size();
-    complete.crc = NameCrc(name, RecordCrc(complete));
-    m_output.WriteAt(&complete, sizeof(complete), offset);
+    complete.crc = NameCrc(name, HeaderCrc(complete));
+    const HeaderBytes<EntryHeader> bytes = ToBytes(complete);
+    m_output.WriteAt(bytes.data(), bytes.size(), offset);
 }
 
 void ArchiveWriter::AddFolder(const std::string& name) {
     const std::uint64_t offset = m_output.Size();
     const EntryHeader header{.kind = EntryKind::FOLDER};
-    m_output.Append(&header, sizeof(header));
+    m_output.Append(ToBytes(header));
     m_output.Append(name.data(), name.size());
     WriteHeader(header, name, offset);
     ++m_entries;
@@ -163,11 +139,11 @@ void ArchiveWriter::AddFile(const fs::path& path, const std::string& name, const
     if (!IsSafeName(name)) {
         throw Failure(EXIT_REFUSED, name + ": no Windows system could unpack a file of this name");
     }
-    const File input(path, Z4::EAL_FILE_READ);
+    const File input(path);
     const std::uint64_t offset = m_output.Size();
     // Sizes are what was read, not what the system said before; so the header is written again at the end.
     EntryHeader header{.kind = EntryKind::FILE, .modified = ToUnixTime(fs::last_write_time(path))};
-    m_output.Append(&header, sizeof(header));
+    m_output.Append(ToBytes(header));
     m_output.Append(name.data(), name.size());
     const std::uint64_t contentOffset = m_output.Size();
 
@@ -181,7 +157,7 @@ void ArchiveWriter::AddFile(const fs::path& path, const std::string& name, const
         }
         BlockHeader block;
         const Bytes packed = PackBlock(content, m_method, m_level, m_cipher ? &*m_cipher : nullptr, crc, block);
-        m_output.Append(&block, sizeof(block));
+        m_output.Append(ToBytes(block));
         m_output.Append(packed.data(), packed.size());
         header.contentSize += content.size();
         progress(name, header.contentSize, expectedSize);
@@ -195,18 +171,19 @@ void ArchiveWriter::AddFile(const fs::path& path, const std::string& name, const
 void ArchiveWriter::Finish() {
     const std::uint64_t offset = m_output.Size();
     const EntryHeader header{.kind = EntryKind::END, .contentSize = m_entries, .packedSize = m_files};
-    m_output.Append(&header, sizeof(header));
+    m_output.Append(ToBytes(header));
     WriteHeader(header, "", offset);
     m_output.Commit();
 }
 
-ArchiveReader::ArchiveReader(const fs::path& path) : m_file(path, Z4::EAL_FILE_READ), m_size(m_file.Size()) {
-    ArchiveHeader header;
-    if (m_size < sizeof(header) || m_file.Read(&header, sizeof(header), 0) != sizeof(header) ||
-        std::memcmp(header.magic, MAGIC, sizeof(MAGIC)) != 0) {
+ArchiveReader::ArchiveReader(const fs::path& path) : m_file(path), m_size(m_file.Size()) {
+    HeaderBytes<ArchiveHeader> bytes{};
+    const bool isRead = m_file.Read(bytes.data(), bytes.size(), 0) == bytes.size();
+    const auto header = FromBytes<ArchiveHeader>(bytes);
+    if (!isRead || std::memcmp(header.magic, MAGIC, sizeof(MAGIC)) != 0) {
         throw Failure(EXIT_DAMAGED, m_file.Name() + " is not an archive of this program");
     }
-    if (header.crc != RecordCrc(header)) {
+    if (header.crc != HeaderCrc(header)) {
         Damaged("its header is altered");
     }
     if (header.version != FORMAT_VERSION) {
@@ -215,7 +192,7 @@ ArchiveReader::ArchiveReader(const fs::path& path) : m_file(path, Z4::EAL_FILE_R
     m_enciphered = header.enciphered != 0;
     m_salt = header.salt;
     m_passwordCheck = header.passwordCheck;
-    std::uint64_t offset = sizeof(header);
+    std::uint64_t offset = bytes.size();
     std::uint64_t files = 0;
     for (;;) {
         Entry entry = ReadEntry(offset);
@@ -246,21 +223,29 @@ void ArchiveReader::ReadExactly(void* buffer, std::size_t size, std::uint64_t of
     }
 }
 
+template <class Header>
+Header ArchiveReader::ReadHeader(std::uint64_t offset) const {
+    HeaderBytes<Header> bytes;
+    ReadExactly(bytes.data(), bytes.size(), offset);
+    return FromBytes<Header>(bytes);
+}
+
 Entry ArchiveReader::ReadEntry(std::uint64_t offset) const {
     Entry entry{};
     EntryHeader& header = entry.header;
-    ReadExactly(&header, sizeof(header), offset);
+    header = ReadHeader<EntryHeader>(offset);
+    const std::uint64_t nameOffset = offset + Fields<EntryHeader>::SIZE;
     const std::string where = " at byte " + std::to_string(offset);
     if (header.nameSize > LONGEST_NAME) {
         Damaged("an altered entry" + where);
     }
     entry.name.resize(header.nameSize);
-    ReadExactly(entry.name.data(), entry.name.size(), offset + sizeof(header));
-    if (header.crc != NameCrc(entry.name, RecordCrc(header)) ||
+    ReadExactly(entry.name.data(), entry.name.size(), nameOffset);
+    if (header.crc != NameCrc(entry.name, HeaderCrc(header)) ||
         (header.kind != EntryKind::FILE && header.kind != EntryKind::FOLDER && header.kind != EntryKind::END)) {
         Damaged("an altered entry" + where);
     }
-    entry.contentOffset = offset + sizeof(header) + header.nameSize;
+    entry.contentOffset = nameOffset + header.nameSize;
     if (header.kind != EntryKind::END && header.packedSize > m_size - entry.contentOffset) {
         Damaged("it ends too early, after " + std::to_string(m_size) + " bytes, within " + Printable(entry.name));
     }
@@ -306,10 +291,10 @@ void ArchiveReader::Expand(const Entry& entry, const std::function<void(const By
         BlockHeader block;
         Bytes packed;
         Bytes content;
-        bool good = end - offset >= sizeof(block);
+        bool good = end - offset >= Fields<BlockHeader>::SIZE;
         if (good) {
-            ReadExactly(&block, sizeof(block), offset);
-            offset += sizeof(block);
+            block = ReadHeader<BlockHeader>(offset);
+            offset += Fields<BlockHeader>::SIZE;
             good = IsPlausible(block) && end - offset >= StoredSize(block, m_enciphered);
         }
         if (good) {

@@ -18,7 +18,7 @@ enum class EntryKind : std::uint32_t {
     END = 0x53444E45,    ///< "ENDS"; its contentSize counts the entries, its packedSize those of files
 };
 
-/// As it stands in the archive, little-endian; the name follows, UTF-8 with slashes.
+/// The name follows it in the archive, UTF-8 with slashes.
 struct EntryHeader {
     EntryKind kind;
     std::uint32_t nameSize = 0;
@@ -28,7 +28,12 @@ struct EntryHeader {
     std::uint32_t reserved = 0;
     std::uint32_t crc = 0; ///< CRC-32 of the fields above and the name
 };
-static_assert(sizeof(EntryHeader) == 40);
+template <>
+struct Fields<EntryHeader> {
+    static constexpr std::size_t SIZE = 40;
+    using List = FieldList<&EntryHeader::kind, &EntryHeader::nameSize, &EntryHeader::contentSize,
+                           &EntryHeader::packedSize, &EntryHeader::modified, &EntryHeader::reserved, &EntryHeader::crc>;
+};
 
 struct Entry {
     EntryHeader header;
@@ -84,6 +89,8 @@ public:
 
 private:
     void ReadExactly(void* buffer, std::size_t size, std::uint64_t offset) const;
+    template <class Header>
+    Header ReadHeader(std::uint64_t offset) const;
     Entry ReadEntry(std::uint64_t offset) const;
     void CheckNames() const;
     [[noreturn]] void Damaged(const std::string& how) const;

@@ -36,8 +36,7 @@ char* AsText(Bytes& bytes) {
 
 /// The checksum over the header's other fields and the content.
 std::uint32_t Checksum(const BlockHeader& header, const Bytes& content, std::uint32_t previous) {
-    const auto* const fields = reinterpret_cast<const unsigned char*>(&header);
-    return Z4::Hash::CRC(content.data(), content.size(), Z4::Hash::CRC(fields, offsetof(BlockHeader, crc), previous));
+    return Z4::Hash::CRC(content.data(), content.size(), HeaderCrc(header, previous));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // A file's content in an archive: blocks of up to 1 MiB, each compressed for itself.
 #pragma once
 
+#include "records.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -19,7 +21,7 @@ enum class Method : std::uint32_t {
 
 inline constexpr std::size_t BLOCK_SIZE = 1 << 20;
 
-/// In front of each block, in the archive's byte order, which is little-endian.
+/// In front of each block.
 struct BlockHeader {
     std::uint32_t contentSize; ///< 1 to BLOCK_SIZE
     std::uint32_t packedSize;  ///< at most contentSize
@@ -28,7 +30,12 @@ struct BlockHeader {
     /// exchanged or left out all show.
     std::uint32_t crc;
 };
-static_assert(sizeof(BlockHeader) == 16);
+template <>
+struct Fields<BlockHeader> {
+    static constexpr std::size_t SIZE = 16;
+    using List =
+        FieldList<&BlockHeader::contentSize, &BlockHeader::packedSize, &BlockHeader::method, &BlockHeader::crc>;
+};
 
 /// The bytes that stand behind the header: a cipher fills them up to whole blocks of its own.
 std::size_t StoredSize(const BlockHeader& header, bool enciphered);

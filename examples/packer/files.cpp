@@ -2,10 +2,8 @@
 
 #include "failure.h"
 
-#include <host/zelkhost.h>
 #include <windows.h>
 #include <zelk_core/base/error.h>
-#include <zelk_core/eal_utils/ealfile.h>
 
 namespace Packer {
 
@@ -29,63 +27,56 @@ std::string Utf8(const fs::path& path) {
     return {text.begin(), text.end()};
 }
 
-File::File(const fs::path& path, unsigned mode) : m_name(Utf8(path)) {
-    Check(ZelkHost::FileTable().open(m_name.c_str(), mode, &m_handle), "open");
+void Check(Z4::Error result, const char* what, const std::string& name) {
+    if (result != Z4::ERR_OK) {
+        throw Failure(EXIT_FILES, "cannot " + std::string(what) + " " + name + ": " + Z4::GetErrorString(result));
+    }
 }
 
-void File::Check(Z4::eal_file_status status, const char* what) const {
-    if (status != Z4::EAL_FILE_OK) {
-        const Z4::Error error = Z4::EalFile::TranslateError(status);
-        throw Failure(EXIT_FILES, "cannot " + std::string(what) + " " + m_name + ": " + Z4::GetErrorString(error));
-    }
+File::File(const fs::path& path) : m_name(Utf8(path)) {
+    Check(m_file.Open(m_name.c_str(), Z4::EalFile::READ_ONLY), "open", m_name);
 }
 
 std::uint64_t File::Size() const {
     std::uint64_t size = 0;
-    Check(ZelkHost::FileTable().size(m_handle, &size), "measure");
+    Check(m_file.GetSize(size), "measure", m_name);
     return size;
 }
 
 std::size_t File::Read(void* buffer, std::size_t size, std::uint64_t offset) const {
     std::uint32_t transferred = 0;
-    Check(ZelkHost::FileTable().read(m_handle, buffer, size, offset, &transferred), "read");
+    Check(m_file.Read(buffer, size, offset, transferred), "read", m_name);
     return transferred;
 }
 
-void File::Write(const void* buffer, std::size_t size, std::uint64_t offset) {
-    std::uint32_t transferred = 0;
-    Check(ZelkHost::FileTable().write(m_handle, buffer, size, offset, &transferred), "write");
-    Check(transferred == size ? Z4::EAL_FILE_OK : Z4::EAL_FILE_DISK_FULL, "write");
-}
-
-void File::Close() {
-    if (m_handle != nullptr) {
-        ZelkHost::FileTable().close(m_handle);
-        m_handle = nullptr;
-    }
-}
-
 OutputFile::OutputFile(const fs::path& path, bool replace)
-    : m_path(path),
-      m_part(PartOf(path, replace)),
-      m_replace(replace),
-      m_file(m_part, Z4::EAL_FILE_WRITE | Z4::EAL_FILE_CREATE | Z4::EAL_FILE_EXCLUSIVE) {}
+    : m_path(path), m_part(PartOf(path, replace)), m_replace(replace) {
+    Check(m_stream.Open(Utf8(m_part).c_str(), Z4::EalFile::NEW_FILE), "open", Utf8(m_part));
+}
 
 OutputFile::~OutputFile() {
-    m_file.Close();
     if (!m_complete) {
+        m_stream.Close(); // a failure is on its way already
         std::error_code ignored;
         fs::remove(m_part, ignored);
     }
 }
 
 void OutputFile::Append(const void* buffer, std::size_t size) {
-    m_file.Write(buffer, size, m_size);
-    m_size += size;
+    m_stream.Write(buffer, size);
+    Check(m_stream.GetError(), "write", Utf8(m_part));
+}
+
+void OutputFile::WriteAt(const void* buffer, std::size_t size, std::uint64_t offset) {
+    const std::uint64_t end = m_stream.Tell();
+    m_stream.Seek(static_cast<std::int64_t>(offset), Z4::SEEK_FROM_BEGIN);
+    m_stream.Write(buffer, size);
+    m_stream.Seek(static_cast<std::int64_t>(end), Z4::SEEK_FROM_BEGIN);
+    Check(m_stream.GetError(), "write", Utf8(m_part));
 }
 
 void OutputFile::Commit() {
-    m_file.Close();
+    Check(m_stream.Close(), "write", Utf8(m_part));
     if (m_time != fs::file_time_type{}) {
         std::error_code ignored; // the content is what matters
         fs::last_write_time(m_part, m_time, ignored);

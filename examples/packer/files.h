@@ -1,36 +1,34 @@
-// Files through the host's file table: absolute offsets, UTF-8 names, and nothing half-written under its final name.
+// Files: UTF-8 names, errors as exceptions, and nothing half-written under its final name.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <string>
-#include <zelk_core/base/ealinterface.h>
+#include <zelk_core/eal_utils/ealfile.h>
+#include <zelk_core/streams/filestream.h>
 
 namespace Packer {
 
 std::string Utf8(const std::filesystem::path& path);
 
-/// The least common part of both directions: an open file with a name for messages.
+/// Throws a Failure that names the file, unless `result` is ERR_OK. `what` could not be done with it.
+void Check(Z4::Error result, const char* what, const std::string& name);
+
+/// A file that is read, with a name for messages.
 class File {
 public:
-    File(const std::filesystem::path& path, unsigned mode);
-    ~File() { Close(); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
+    explicit File(const std::filesystem::path& path);
 
     std::uint64_t Size() const;
     /// Fewer bytes than asked for only at the end of the file.
     std::size_t Read(void* buffer, std::size_t size, std::uint64_t offset) const;
-    void Write(const void* buffer, std::size_t size, std::uint64_t offset);
-    void Close();
 
     const std::string& Name() const { return m_name; }
 
 private:
-    void Check(Z4::eal_file_status status, const char* what) const;
-
     std::string m_name;
-    Z4::eal_file_handle m_handle = nullptr;
+    Z4::EalFile m_file;
 };
 
 /// A new file that is called `path` + ".part" until it is complete, and removed unless Commit() is reached.
@@ -41,8 +39,13 @@ public:
     ~OutputFile();
 
     void Append(const void* buffer, std::size_t size);
-    void WriteAt(const void* buffer, std::size_t size, std::uint64_t offset) { m_file.Write(buffer, size, offset); }
-    std::uint64_t Size() const { return m_size; }
+    template <std::size_t SIZE>
+    void Append(const std::array<unsigned char, SIZE>& bytes) {
+        Append(bytes.data(), bytes.size());
+    }
+    /// Writes over what stands there.
+    void WriteAt(const void* buffer, std::size_t size, std::uint64_t offset);
+    std::uint64_t Size() const { return m_stream.Tell(); }
 
     void Commit();
     void SetTime(std::filesystem::file_time_type time) { m_time = time; }
@@ -53,8 +56,7 @@ private:
     std::filesystem::path m_path;
     std::filesystem::path m_part;
     bool m_replace;
-    File m_file;
-    std::uint64_t m_size = 0;
+    Z4::FileStream m_stream;
     std::filesystem::file_time_type m_time{};
     bool m_complete = false;
 };

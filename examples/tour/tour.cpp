@@ -46,11 +46,12 @@ int main(int argc, char** argv) {
     TourObjects();
     TourThreads(content);
     const bool allCameBack = TourCodecs(content);
+    const bool fileCameBack = TourStreams(path, content);
     TourNetwork(content);
     TourDebugHelp();
     Z4::ShutdownBase();
 
     const std::size_t left = ZelkHost::ReportLeaks();
     Print("\nEnd of the tour: %u blocks of memory left behind.\n", static_cast<unsigned>(left));
-    return left == 0 && allCameBack ? 0 : 1;
+    return left == 0 && allCameBack && fileCameBack ? 0 : 1;
 }

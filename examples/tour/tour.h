@@ -19,5 +19,7 @@ void TourObjects();
 void TourThreads(const std::string& content);
 /// @return whether every codec gave the content back.
 bool TourCodecs(const std::string& content);
+/// @return whether the file came back.
+bool TourStreams(const char* path, const std::string& content);
 void TourNetwork(const std::string& content);
 void TourDebugHelp();

@@ -1,5 +1,10 @@
 // Hunted here: texts that are believed in part, bytes in the wrong order, named identifiers that differ from others'
 // own.
+#if defined(_WIN32)
+#    include <windows.h>
+#endif
+
+#include <cstddef>
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
@@ -80,6 +85,11 @@ TEST(Guid, NamedOnes) {
 }
 
 #if defined(_WIN32)
+// The platform's own type of that name.
+static_assert(sizeof(::GUID) == sizeof(GUID) && alignof(::GUID) == alignof(GUID));
+static_assert(offsetof(::GUID, Data2) == offsetof(GUID, data2) && offsetof(::GUID, Data3) == offsetof(GUID, data3) &&
+              offsetof(::GUID, Data4) == offsetof(GUID, data4));
+
 TEST(Guid, GeneratedOnesDifferAndSayHowTheyWereMade) {
     std::set<GUID> all;
     std::uint32_t ever = 0;

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <initializer_list>
 #include <zelk_core/base/error.h>
-#include <zelk_core/eal_utils/ealfile.h>
 #include <zelk_core/base/private/processor.h>
+#include <zelk_core/eal_utils/ealfile.h>
 
 using namespace Z4;
 

@@ -15,6 +15,14 @@ bool Base() {
     return std::strcmp(text, "CBF43926 of " Z4_CORE_VERSION_STRING) == 0 && Z4::Platform::GetRef().GetNbCore() > 0;
 }
 
+bool Texts() {
+    char identifier[Z4::GUID::FORMAT_SIZE];
+    Z4::GUID::FromName(Z4::GUID_SPACE_DNS, "www.example.com").Format(identifier, sizeof identifier);
+    int number = 0;
+    return Z4::Str::EqualsNoCase(identifier, "2ED6657D-E927-568B-95E1-2665A8AEA6A2") &&
+           Z4::Str::ToInt("-42", number) == Z4::ERR_OK && number == -42 && !Z4::Path::IsSafeRelative("../x");
+}
+
 class OwnThread : public Z4::Thread {
 public:
     void Run() override { Z4::Atomic::Increment(m_runs); }
@@ -98,6 +106,23 @@ bool Compression() {
     return Lzo(zeros, sizeof zeros) && Z4::Lzo::IsAvailable() == EXPECT_LZO;
 }
 
+/// To and fro through compressed memory, as other machines write it.
+bool Streams() {
+    Z4::MemoryStream packed;
+    Z4::DeflateStream deflate(packed, Z4::CompressionInterface::CMP_FAST);
+    Z4::StreamWriter(deflate, Z4::BIG_ENDIAN_ORDER).WriteString("ahead");
+    const bool isPacked = deflate.Close() == Z4::ERR_OK && packed.Seek(0, Z4::SEEK_FROM_BEGIN);
+    Z4::InflateStream inflate(packed, 100);
+    Z4::ZelkString text;
+    return isPacked && Z4::StreamReader(inflate, Z4::BIG_ENDIAN_ORDER).ReadString(text, 10) && text == "ahead";
+}
+
+bool Files() {
+    Z4::FileStream file;
+    return file.Open("no such file", Z4::EalFile::READ_ONLY) == Z4::ERR_NOT_FOUND &&
+           file.GetError() == Z4::ERR_NOT_READY && !Z4::EalFile::Exists("no such file");
+}
+
 class Shape : public Z4::DynamicType {
     Z4_DYNAMIC_TYPE(Shape, Z4::DynamicType)
 };
@@ -115,6 +140,16 @@ bool DebugHelp() {
            module.size != 0;
 }
 
+bool Streams() {
+    Z4::MemoryStream stream;
+    Z4::StreamWriter writer(stream, Z4::BIG_ENDIAN_ORDER);
+    const bool isWritten = writer.Write(0x01020304U) && writer.WriteString("1e3");
+    Z4::StreamReader reader(stream, Z4::BIG_ENDIAN_ORDER);
+    Z4::ZelkString text;
+    return isWritten && stream.Seek(0, Z4::SEEK_FROM_BEGIN) && reader.Read<unsigned>() == 0x01020304U &&
+           reader.ReadString(text, 10) && text == "1e3" && *stream.GetData() == 1;
+}
+
 bool Network() {
     Z4::TcpSocket listener;
     return listener.Bind("127.0.0.1", 0) && listener.Listen(1) && listener.GetPortNumber() != 0 &&
@@ -128,14 +163,18 @@ const struct {
     bool (*works)();
 } ROOMS[] = {
     {"base", Z4::InitializeBase, Z4::ShutdownBase, Base},
+    {"base, texts", Z4::InitializeBase, Z4::ShutdownBase, Texts},
     {"os", Z4::InitializeOS, Z4::ShutdownOS, Threads},
     {"net", Z4::InitializeOS, Z4::ShutdownOS, Network},
     {"eal_utils", Z4::InitializeEalUtils, Z4::ShutdownEalUtils, HostThreads},
     {"generics", Z4::InitializeGenerics, Z4::ShutdownGenerics, Generics},
+    {"streams", Z4::InitializeGenerics, Z4::ShutdownGenerics, Streams},
     {"math", Z4::InitializeMath, Z4::ShutdownMath, Math},
     {"random", Z4::InitializeRandomService, Z4::ShutdownRandomService, Random},
     {"encryption", Z4::InitializeEncryptionService, Z4::ShutdownEncryptionService, Encryption},
     {"compression", Z4::InitializeCompressionService, Z4::ShutdownCompressionService, Compression},
+    {"streams", Z4::InitializeBase, Z4::ShutdownBase, Streams},
+    {"streams, files", Z4::InitializeEalUtils, Z4::ShutdownEalUtils, Files},
     {"runtimetype", Z4::InitializeRuntimeTypeService, Z4::ShutdownRuntimeTypeService, RuntimeType},
     {"dbghelp", Z4::InitializeDbgHelpService, Z4::ShutdownDbgHelpService, DebugHelp},
 };

@@ -25,6 +25,8 @@ constexpr struct {
     {"rotations", DigestRotations},
     {"geometry", DigestGeometry},
     {"consistent-geometry", DigestConsistentGeometry},
+    {"intersections", DigestIntersections},
+    {"consistent-intersections", DigestConsistentIntersections},
     {"uniform-draws", DigestUniformDraws},
     {"ziggurat-draws", DigestZigguratDraws},
     {"ciphers", DigestCiphers},

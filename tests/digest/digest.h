@@ -78,6 +78,8 @@ void DigestMath(Digest& digest);
 void DigestRotations(Digest& digest);
 void DigestGeometry(Digest& digest);
 void DigestConsistentGeometry(Digest& digest);
+void DigestIntersections(Digest& digest);
+void DigestConsistentIntersections(Digest& digest);
 void DigestUniformDraws(Digest& digest);
 void DigestZigguratDraws(Digest& digest);
 void DigestCiphers(Digest& digest);

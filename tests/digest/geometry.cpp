@@ -4,8 +4,11 @@
 #include "digest.h"
 
 #include <tests/math/queries.h>
+#include <tests/math/rayqueries.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/obb.h>
+#include <zelk_core/math/geometry/plane.h>
 #include <zelk_core/math/matrix.h>
 #include <zelk_core/math/matrixsimd.h>
 #include <zelk_core/math/vector.h>
@@ -201,6 +204,74 @@ void AddQueries(Digest& digest, Input& input, const ZelkTest::Query (&queries)[C
     }
 }
 
+/// `FORM` is 0 for the fast one and 1 for the consistent one.
+template <int FORM>
+void AddIntersections(Digest& digest, Input& input) {
+    namespace Fast = Z4::Geometry;
+    namespace Consistent = Z4::Geometry::Consistent;
+    const Points points(input);
+    const VectorSIMD4f* const p = points.p;
+    const VectorSIMD4f start = Point(input);
+    // Often towards a corner of the figure.
+    const VectorSIMD4f target = input.OnceIn(2) ? p[input.Below(3)] : Point(input);
+    const Fast::GeometryRay ray(start, target - start, 10, input.Coarse());
+    for (const auto& query : ZelkTest::RAY_QUERIES) {
+        const ZelkTest::RayAnswer a = query[FORM](ray, p);
+        digest.Add(a.isHit, a.written[0], a.written[1], a.written[2]);
+    }
+    const GeometryAABB box(Min(p[0], p[1]), Max(p[0], p[1]));
+    const GeometryOBB oriented = Box(input);
+    VectorSIMD4f point = VectorSIMD4f::ZERO;
+    VectorSIMD4f direction = VectorSIMD4f::ZERO;
+    VectorSIMD4f t;
+    Fast::GeometryTriangle4 triangles;
+    for (unsigned i = 0; i < 4; ++i) {
+        triangles.Set(i, p[i], p[(i + 1) % 5], p[(i + 2) % 5]);
+    }
+    // One after another, as what they write is digested behind them.
+    if constexpr (FORM == 0) {
+        const GeometryAABB boxes[] = {box, GeometryAABB(p[2], p[3]), box, GeometryAABB(p, 5)};
+        digest.Add(IntersectRayAABB4(ray, Fast::GeometryAABB4(boxes), t));
+        digest.Add(t);
+        digest.Add(Fast::IntersectRayTriangle4(ray, triangles, t));
+        digest.Add(Fast::IntersectPlanePlane(p[0], p[1], point, direction));
+        digest.Add(t, point, direction);
+        digest.Add(Fast::IntersectPlanes(p[2], p[3], p[4], point));
+        digest.Add(point, Fast::DistancePointToPlane(p[0], p[1]), Fast::ClosestPointToPlane(p[0], p[1]));
+        for (const Fast::Containment where :
+             {Fast::ClassifyAABBByPlane(box, p[3]), Fast::ClassifyOBBByPlane(oriented, p[3]),
+              Fast::ClassifySphereByPlane(p[0], p[1].X(), p[3]),
+              Fast::ClassifyTriangleByPlane(p[0], p[1], p[2], p[3])}) {
+            digest.Add(static_cast<int>(where));
+        }
+        VectorSIMD4f plane = p[4];
+        digest.Add(Fast::MakePlane(plane, p[0], p[1], p[2]));
+        digest.Add(plane);
+        digest.Add(Fast::MakePlane(plane, p, 5));
+        digest.Add(plane, Fast::MakePlane(p[0], p[1]), Fast::TransformPlane(plane, oriented.GetMatrix()));
+    } else {
+        digest.Add(Consistent::IntersectRayTriangle4(ray, triangles, t));
+        digest.Add(Consistent::IntersectPlanePlane(p[0], p[1], point, direction));
+        digest.Add(t, point, direction);
+        digest.Add(Consistent::IntersectPlanes(p[2], p[3], p[4], point));
+        digest.Add(point, Consistent::DistancePointToPlane(p[0], p[1]), Consistent::ClosestPointToPlane(p[0], p[1]));
+        for (const Fast::Containment where :
+             {Consistent::ClassifyAABBByPlane(box, p[3]), Consistent::ClassifyOBBByPlane(oriented, p[3]),
+              Consistent::ClassifySphereByPlane(p[0], p[1].X(), p[3]),
+              Consistent::ClassifyTriangleByPlane(p[0], p[1], p[2], p[3])}) {
+            digest.Add(static_cast<int>(where));
+        }
+    }
+}
+
+template <int FORM>
+void AddAllIntersections(Digest& digest) {
+    Input input;
+    for (int round = 0; round < ROUNDS; ++round) {
+        AddIntersections<FORM>(digest, input);
+    }
+}
+
 } // namespace
 
 void DigestMath(Digest& digest) {
@@ -251,4 +322,12 @@ void DigestConsistentGeometry(Digest& digest) {
         AddBox(digest, box);
         AddQueries(digest, input, ZelkTest::Queries::CONSISTENT);
     }
+}
+
+void DigestIntersections(Digest& digest) {
+    AddAllIntersections<0>(digest);
+}
+
+void DigestConsistentIntersections(Digest& digest) {
+    AddAllIntersections<1>(digest);
 }

@@ -63,15 +63,15 @@ TEST(HostThreads, MayJoinThemselves) {
     thread = Start(
         [](void* argument) {
             auto& self = *static_cast<std::atomic<Z4::eal_thread_handle>*>(argument);
-            self.wait(nullptr);
+            while (self == nullptr) {
+                Sleep(1);
+            }
             g_threads.join(self);
             self = nullptr;
-            self.notify_all();
         },
         &thread);
-    thread.notify_all();
-    while (const Z4::eal_thread_handle running = thread) {
-        thread.wait(running);
+    while (thread != nullptr) {
+        Sleep(1);
     }
 }
 

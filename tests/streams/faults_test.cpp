@@ -14,9 +14,10 @@ using namespace Z4;
 
 class StreamFaults : public ZelkTest::WithFiles {};
 
-/// Writes the text in pieces; where a write or flush fails, clears the error and goes on behind what was taken.
+/// Writes the text in pieces; where a write or flush fails, clears the error, and that of the stream `beneath`, and
+/// goes on behind what was taken.
 /// @return how many errors there were.
-std::size_t WriteAll(Stream& stream, const std::string& text, std::uint32_t piece) {
+std::size_t WriteAll(Stream& stream, const std::string& text, std::uint32_t piece, Stream& beneath) {
     std::size_t errors = 0;
     for (bool isDone = false; !isDone;) {
         const std::uint64_t at = stream.Tell();
@@ -29,6 +30,7 @@ std::size_t WriteAll(Stream& stream, const std::string& text, std::uint32_t piec
         if (stream.GetError() != ERR_OK) {
             EXPECT_EQ(stream.GetError(), ERR_EAL_SPECIFIC);
             stream.ClearError();
+            beneath.ClearError();
             ++errors;
         }
     }
@@ -43,7 +45,7 @@ TEST_F(StreamFaults, AnyFailedWriteCanBeRepeated) {
                 FileStream stream(buffer);
                 ASSERT_EQ(stream.Open("file", EalFile::REPLACE), ERR_OK);
                 ZelkHost::InjectFileFaults({.calls = ZelkHost::CALL_WRITE, .first = n, .largestTransfer = 11});
-                const std::size_t errors = WriteAll(stream, text, piece);
+                const std::size_t errors = WriteAll(stream, text, piece, stream);
                 ASSERT_EQ(stream.Close(), ERR_OK);
                 ASSERT_EQ(Content(), text) << buffer << ' ' << piece << ' ' << n;
                 const std::size_t failed = ZelkHost::InjectFileFaults({});
@@ -53,6 +55,25 @@ TEST_F(StreamFaults, AnyFailedWriteCanBeRepeated) {
                 }
             }
         }
+    }
+}
+
+// Compressed bytes that the stream beneath has taken in part must neither be lost nor come twice.
+TEST_F(StreamFaults, AnyFailedWriteBeneathACompressingStreamCanBeRepeated) {
+    const std::string text = ZelkTest::Sample(100000, 3);
+    std::string whole;
+    std::size_t failed = 1;
+    for (std::size_t n = 0; failed != 0 || n <= 1; n = n < 5 ? n + 1 : 3 * n) {
+        FileStream file(0);
+        ASSERT_EQ(file.Open("file", EalFile::REPLACE), ERR_OK);
+        DeflateStream deflate(file, CompressionInterface::CMP_FAST);
+        ZelkHost::InjectFileFaults({.calls = ZelkHost::CALL_WRITE, .first = n, .largestTransfer = 1000});
+        WriteAll(deflate, text, 30000, file);
+        failed = ZelkHost::InjectFileFaults({});
+        ASSERT_EQ(deflate.Close(), ERR_OK);
+        ASSERT_EQ(file.Close(), ERR_OK);
+        whole = n == 0 ? Content() : whole;
+        ASSERT_EQ(Content(), whole) << n;
     }
 }
 

@@ -56,7 +56,8 @@ template <Private::WholeNumber T>
     }
 }
 
-/// From the processor's order to the other, or back, which is the same.
+/// Turns a number of the processor's order into one of the order that the name tells, or back, which is the same. Where
+/// the two orders are the same, `value` stays as it is.
 template <Private::WholeNumber T>
 [[nodiscard]] constexpr T ToLittle(T value) {
     return NATIVE_ORDER == LITTLE_ENDIAN_ORDER ? value : ByteSwap(value);

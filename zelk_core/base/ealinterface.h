@@ -142,9 +142,8 @@ struct eal_file_dll_interface {
     eal_file_status(Z4_CDECL* read)(eal_file_handle handle, void* buffer, std::uint32_t size, std::uint64_t offset,
                                     std::uint32_t* transferred);
     /// Starts a read and returns without waiting for it; EAL_FILE_UNSUPPORTED for a file that was opened without
-    /// EAL_FILE_ASYNC. When it returns EAL_FILE_OK, the host calls `completion`
-    /// exactly once, possibly before this call returns, and `buffer` is valid until then. With another result it never
-    /// calls it.
+    /// EAL_FILE_ASYNC. When it returns EAL_FILE_OK, the host calls `completion` exactly once, possibly before this call
+    /// returns, and `buffer` is valid until then. With another result it never calls it.
     eal_file_status(Z4_CDECL* read_async)(eal_file_handle handle, void* buffer, std::uint32_t size,
                                           std::uint64_t offset, eal_file_completion completion, void* context);
     /// Writes `size` bytes of `buffer` from `offset` on, by the rules of `read`. A file that ends before `offset` +

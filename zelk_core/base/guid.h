@@ -18,11 +18,12 @@
 
 namespace Z4 {
 
+/// An identifier of 128 bits. A plain value: different threads may read one at a time, and who writes must be alone.
 struct GUID {
-    std::uint32_t data1;
-    std::uint16_t data2;
-    std::uint16_t data3;
-    std::uint8_t data4[8];
+    std::uint32_t data1;   ///< the first 8 digits of the text
+    std::uint16_t data2;   ///< the next 4
+    std::uint16_t data3;   ///< the next 4, of which the first tells the version
+    std::uint8_t data4[8]; ///< the last 16
 
     /// The forms of the text; its digits are lower case.
     enum Form : int {
@@ -33,20 +34,24 @@ struct GUID {
     /// Room for any form with its terminator.
     static constexpr std::size_t FORMAT_SIZE = 39;
 
-    /// Reads a text of exactly one form, in upper or lower case, with nothing around it.
-    /// @return ERR_INVALID for anything else; `guid` stays as it was then.
+    /// Reads a text in one of the three forms, with digits of either case, and with nothing before or behind it.
+    /// @return ERR_OK; ERR_INVALID for any other text, and then `guid` stays as it was.
     [[nodiscard]] Z4_API static Error Parse(StrView text, GUID& guid);
 
-    /// A new identifier: version 4, 122 bits from the system's generator of random numbers for keys.
-    /// @return ERR_NOT_READY, with `guid` as it was, when the system has no such numbers.
+    /// Makes an identifier that nobody else has: version 4, of which 122 bits are drawn from the random numbers that
+    /// the system keeps for cryptographic keys.
+    /// @return ERR_OK; ERR_NOT_READY when the system gives no such numbers, and then `guid` stays as it was.
     [[nodiscard]] Z4_API static Error Generate(GUID& guid);
 
-    /// The identifier of `name` within a name space: version 5. The same name in the same space gives the same
-    /// identifier everywhere and always.
+    /// The identifier of `name`, which is taken as bytes and may be empty, within a name space: version 5, which is
+    /// made by SHA-1. The same name in the same space gives the same identifier on every machine. Take one of the
+    /// spaces below, such as GUID_SPACE_URL, or any identifier of your own.
     [[nodiscard]] Z4_API static GUID FromName(const GUID& space, StrView name);
 
-    /// From and to the order of files and networks, where the text's first two digits are the first byte.
+    /// The identifier that 16 bytes of a file or a packet stand for; ToBytes() writes these bytes. They are in the
+    /// order of RFC 9562: the first byte holds the first two digits of the text, and so on.
     [[nodiscard]] Z4_API static GUID FromBytes(const std::uint8_t (&bytes)[16]);
+    /// The other way round: writes the bytes that stand for this identifier.
     Z4_API void ToBytes(std::uint8_t (&bytes)[16]) const;
 
     /// Writes the text to `to`, cut to fit `size` characters with its terminator; with a `size` of 0 nothing is
@@ -54,11 +59,12 @@ struct GUID {
     /// @return the length of the whole text, whether it fitted or not.
     Z4_API std::size_t Format(char* to, std::size_t size, Form form = DASHED) const;
 
-    /// Whether all bits are 0, as those of no identifier that somebody made.
+    /// Whether all bits are 0. No identifier that was made by the rules is; use it for "none".
     [[nodiscard]] constexpr bool IsNil() const { return *this == GUID{}; }
-    /// How it was made, by its own account: 4 for random, 5 for named ones; 0 to 15.
+    /// The version, 0 to 15, which tells how the identifier was made: 4 from random numbers, 5 from a name.
     [[nodiscard]] constexpr unsigned GetVersion() const { return data3 >> 12; }
-    /// Hash::XXH32() over the 16 bytes in memory.
+    /// Hash::XXH32() over the 16 bytes in memory, which are in the processor's order: for tables in memory, not for
+    /// files.
     [[nodiscard]] Z4_API std::uint32_t GetHash(std::uint32_t seed = 0) const;
 
     friend constexpr bool operator==(const GUID&, const GUID&) = default;

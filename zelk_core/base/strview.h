@@ -57,7 +57,8 @@ template <class Char>
 
 } // namespace Private
 
-/// A view of a text; see strview.h.
+/// A view of a text; strview.h tells what that is. A plain value: different threads may read one at a time, and who
+/// writes must be alone; the text beneath must not change meanwhile.
 ///
 /// @tparam Char `char` or `wchar_t`.
 template <class Char>
@@ -66,16 +67,18 @@ public:
     /// "To the end" as a count, "nowhere" as the answer of a search.
     static constexpr std::size_t NPOS = static_cast<std::size_t>(-1);
 
+    /// An empty text, whose Data() is null.
     constexpr BasicStrView() = default;
-    /// A terminated text; null is empty.
+    /// Views a terminated text without its terminator; null is an empty text.
     constexpr BasicStrView(const Char* text) : m_text(text), m_size(Private::TextLength(text)) {}
-    /// @param text may be null when `size` is 0.
+    /// Views `size` characters from `text` on, which may be null when `size` is 0.
     constexpr BasicStrView(const Char* text, std::size_t size) : m_text(text), m_size(size) {
         Z4_ASSERT(text != nullptr || size == 0, "A text that is not empty is not null.");
     }
 
-    /// May be null when the text is empty.
+    /// The first character; may be null when the text is empty. No terminator need follow the last one.
     constexpr const Char* Data() const { return m_text; }
+    /// The number of characters.
     constexpr std::size_t Size() const { return m_size; }
     [[nodiscard]] constexpr bool IsEmpty() const { return m_size == 0; }
     constexpr const Char* begin() const { return m_text; }

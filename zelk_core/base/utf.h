@@ -12,7 +12,7 @@
 
 namespace Z4 {
 
-/// The operations, all static.
+/// The operations, all static. Any thread may call them at any time, on texts that nobody changes meanwhile.
 class Utf {
 public:
     Utf() = delete;
@@ -20,34 +20,40 @@ public:
     /// U+FFFD, which stands for what is ill-formed.
     static constexpr char32_t REPLACEMENT = 0xFFFD;
 
-    /// Converts `text` into `to`, room for `size` units, always with a terminator; with a `size` of 0 nothing is
-    /// written, and `to` may be null. No character is cut in two. `to` and `text` do not overlap.
-    /// @param length receives the length that the whole result has, without the terminator. ASCII is converted 16
-    /// characters at a time.
-    /// @param badAt where given, receives the position in `text` at which the first ill-formed character begins, or the
-    /// size of `text`.
-    /// @return ERR_CORRUPTED_DATA for ill-formed text: what stands before it is the result; else ERR_OVERFLOW when
-    /// `size` is not above `length`.
+    /// Converts `text` and writes the result with a terminator to `to`, which has room for `size` units (`char` or
+    /// `wchar_t`). A result that does not fit is cut, but never within a character. With a `size` of 0 nothing is
+    /// written, and `to` may be null: so you learn the `length` before you take memory. `to` and `text` must not
+    /// overlap. What `to` held behind the terminator may be overwritten, as ASCII is converted 16 characters at a time.
+    /// @param length receives the length of the whole result, in units and without the terminator, whether it fitted or
+    /// not.
+    /// @param badAt may be null. Otherwise it receives the position in `text` at which the first ill-formed character
+    /// begins; the size of `text` when there is none.
+    /// @return ERR_CORRUPTED_DATA for ill-formed text, where the result, and `length`, are those of what stands before
+    /// the first ill-formed character; otherwise ERR_OVERFLOW when the result was cut, which it is when `length` is
+    /// `size` or more; otherwise ERR_OK.
     [[nodiscard]] Z4_API static Error ToUtf16(wchar_t* to, std::size_t size, StrView text, std::size_t& length,
                                               std::size_t* badAt = nullptr);
     [[nodiscard]] Z4_API static Error ToUtf8(char* to, std::size_t size, WStrView text, std::size_t& length,
                                              std::size_t* badAt = nullptr);
-    /// The same for text of any quality: what is ill-formed becomes U+FFFD, one for each longest part that could begin
-    /// a character, and never is ERR_CORRUPTED_DATA.
+    /// The same for text that may be ill-formed: each maximal ill-formed part of it (the Unicode Standard, section 3.9:
+    /// the longest piece that could begin a character, or else one unit) becomes one U+FFFD.
+    /// @return ERR_OVERFLOW when the result was cut, as above; otherwise ERR_OK.
     Z4_API static Error ToUtf16Lossy(wchar_t* to, std::size_t size, StrView text, std::size_t& length);
     Z4_API static Error ToUtf8Lossy(char* to, std::size_t size, WStrView text, std::size_t& length);
 
+    /// Whether the whole text is well-formed UTF-8; an empty one is.
     [[nodiscard]] Z4_API static bool IsValidUtf8(StrView text);
 
-    /// Takes the first character off the front of `rest`, which is not empty. U+FFFD stands for an ill-formed one, of
-    /// which the longest part is taken that could begin a character.
+    /// Takes the first character off the front of `rest`, which must not be empty, and returns it. Where `rest` begins
+    /// ill-formed, the maximal ill-formed part is taken off, and the result is U+FFFD.
     Z4_API static char32_t Decode(StrView& rest);
-    /// Writes a character; U+FFFD for a surrogate and for what lies above U+10FFFF.
-    /// @return how many bytes it takes, 1 to 4.
+    /// Writes a character as UTF-8, without a terminator; U+FFFD in the place of a surrogate and of what lies above
+    /// U+10FFFF.
+    /// @return how many bytes were written, 1 to 4.
     Z4_API static std::size_t Encode(char (&bytes)[4], char32_t character);
 
-    /// The longest front part of `text` of at most `maxBytes` bytes that splits no character. Ill-formed text is cut
-    /// where `maxBytes` says.
+    /// The longest beginning of `text` that has at most `maxBytes` bytes and splits no character. Where the text is
+    /// ill-formed at the cut, it has `maxBytes` bytes.
     [[nodiscard]] Z4_API static StrView Cut(StrView text, std::size_t maxBytes);
 };
 

@@ -5,6 +5,7 @@
 #include <zelk_core/math/matrixrow.h>
 
 #include <cmath>
+#include <limits>
 
 namespace Z4 {
 

@@ -6,8 +6,6 @@
 #include <zelk_core/math/matrixshape.h>
 #include <zelk_core/math/vectorgeneric.h>
 
-#include <limits>
-
 namespace Z4::Private {
 
 /// A *number* is what a row is multiplied by: an element, or for SIMD rows a vector with that element in all lanes. An
@@ -37,8 +35,7 @@ struct MatrixRow {
     /// @return whether that is a finite number other than 0.
     static constexpr bool Reciprocal(Number number, Number& result) {
         result = 1 / number;
-        const Number magnitude = result < 0 ? -result : result;
-        return magnitude > 0 && magnitude <= (std::numeric_limits<Number>::max)();
+        return result * number < 2; // about 1, or else infinite or NaN
     }
 
     /// As many of these components as a row has.

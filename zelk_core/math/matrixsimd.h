@@ -15,8 +15,6 @@
 #include <zelk_core/math/matrixgeneric.h>
 #include <zelk_core/math/vectorsimd.h>
 
-#include <limits>
-
 namespace Z4 {
 
 namespace Private {
@@ -45,9 +43,7 @@ struct MatrixRow<VectorSIMD4f> {
     static Axis Cross(const Axis& a, const Axis& b) { return Cross3(a, b); }
     static bool Reciprocal(const Number& number, Number& result) {
         result = NumberOf(1) / number;
-        const Number magnitude = Abs(result);
-        const Number greatest = NumberOf((std::numeric_limits<float>::max)());
-        return AllTrue(And(Greater(magnitude, NumberOf(0)), LessEqual(magnitude, greatest)));
+        return AllTrue(Less(result * number, NumberOf(2)));
     }
 
     static constexpr VectorSIMD4f FromElements(float x, float y, float z, float w) { return VectorSIMD4f(x, y, z, w); }

@@ -10,12 +10,14 @@
 
 namespace Z4 {
 
-/// A stream of your own derives from this, says in the constructor what it can do, and overrides the device's
-/// operations. Its destructor calls CloseAtEnd(), since the device is gone when this class's runs.
+/// Reads and writes a device through a buffer. A class of your own derives from this one, tells the constructor what
+/// its device can do, and overrides the operations of the device. Its destructor calls CloseAtEnd(), because the device
+/// no longer exists when the destructor of this class runs. One thread at a time uses a stream.
 ///
-/// The buffer comes from the host at first use; a refusal is ERR_OUT_OF_MEMORY. Transfers of its size or more bypass
-/// it. A seek within what was read keeps it, another empties it, and so do reading after writing and writing after
-/// reading.
+/// The buffer is taken from the host's memory at first use; when that is refused, the stream fails with
+/// ERR_OUT_OF_MEMORY. Transfers of the buffer's size or more go past it. Moving the position within the bytes that were
+/// read keeps them; moving it elsewhere, reading after writing, and writing after reading empty the buffer, which is
+/// flushed before.
 class Z4_API BufferedStream : public Stream {
 public:
     ~BufferedStream() override;
@@ -23,24 +25,26 @@ public:
     static constexpr std::uint32_t DEFAULT_BUFFER_SIZE = 65536;
 
 protected:
-    /// @param abilities values of Ability, combined by or. Without CAN_SEEK, the device is read or written strictly in
-    /// order.
-    /// @param bufferSize in bytes; 0 for none.
+    /// @param abilities values of Ability, combined by or. Without CAN_SEEK the device is read, or written, strictly
+    /// from its beginning to its end.
+    /// @param bufferSize in bytes; with 0 there is no buffer.
     explicit BufferedStream(unsigned abilities, std::uint32_t bufferSize = DEFAULT_BUFFER_SIZE);
 
-    /// Transfers up to `size` bytes at `offset`, in parts or as a whole.
-    /// @param done receives how many, with an error too. Reading none with ERR_OK is the end of the data; writing none
-    /// is ERR_OUT_OF_RESOURCES.
+    /// Reads, or writes, up to `size` bytes at `offset`. Fewer may be transferred; the rest is asked for in another
+    /// call.
+    /// @param done is 0, and receives how many bytes were transferred, also when the result is an error. After reading
+    /// 0 bytes with ERR_OK, the data are taken to end there; writing 0 bytes with ERR_OK is ERR_OUT_OF_RESOURCES.
     virtual Error ReadDevice(void* buffer, std::uint32_t size, std::uint64_t offset, std::uint32_t& done) = 0;
     virtual Error WriteDevice(const void* data, std::uint32_t size, std::uint64_t offset, std::uint32_t& done) = 0;
+    /// How many bytes the device holds; called with HAS_LENGTH only.
     virtual Error DeviceLength(std::uint64_t& length) = 0;
     Error SyncDevice() override { return ERR_OK; }
     Error CloseDevice() override { return ERR_OK; }
 
-    /// Close(), for destructors: where that fails, or bytes are left that could not be written, it logs an error, as
-    /// nobody looks at the result.
+    /// Close(), for destructors. Nobody learns the result there, so it logs an error of level EAL_LOG_ERROR when
+    /// closing fails or when bytes are left that could not be written.
     void CloseAtEnd();
-    /// Begins anew at `offset`, with nothing buffered and no error.
+    /// Begins anew at position `offset`, without an error. What the buffer held is dropped.
     void Restart(unsigned abilities, std::uint64_t offset);
 
     std::uint32_t ReadSlow(void* buffer, std::uint32_t size) override;

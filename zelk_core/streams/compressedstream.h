@@ -9,15 +9,18 @@
 
 namespace Z4 {
 
-/// Expands what it reads from a stream, which outlives it and is used by nobody else meanwhile. It is read from the
-/// beginning to the end only. When its end is reached, the stream beneath stands exactly behind the compressed bytes.
+/// Reads compressed bytes from another stream and gives what they stand for, from the beginning to the end; it can
+/// neither seek nor write. The stream beneath must outlive this one, and nobody else uses it meanwhile. One thread at a
+/// time uses the two. When IsAtEnd() is true without an error, the stream beneath stands exactly behind the compressed
+/// bytes.
 ///
-/// Damaged data, and such that end early, are ERR_CORRUPTED_DATA, and an error of the stream beneath is this one's,
-/// too. ERR_OUT_OF_MEMORY is memory that was refused.
+/// Damaged data, and data that end early, make the stream fail with ERR_CORRUPTED_DATA. When the stream beneath fails,
+/// this one fails with the same error; when memory is refused, with ERR_OUT_OF_MEMORY.
 class Z4_API InflateStream final : public BufferedStream {
 public:
-    /// @param limit the most bytes that may come out; more are ERR_OVERFLOW, after these. A few compressed bytes can
-    /// stand for a thousand times as many, so a limit belongs to all data that come from outside.
+    /// @param limit the most bytes that may come out. When there are more, these can be read, and then the stream fails
+    /// with ERR_OVERFLOW. Compressed bytes can stand for a thousand times as many, so name a limit that you can afford
+    /// for data from outside.
     InflateStream(Stream& from, std::uint64_t limit);
     ~InflateStream() override;
 
@@ -35,9 +38,13 @@ private:
     bool m_isDone = false;
 };
 
-/// Compresses what is written to it into a stream, which outlives it and is used by nobody else meanwhile. Flush()
-/// passes on what is finished; only Close() ends the compressed data, and without it they cannot be read to their end.
-/// An error of the stream beneath is this one's, too. Where both are cleared, writing goes on, and nothing is lost.
+/// Compresses what is written to it, and writes the compressed bytes to another stream. That one must outlive this one,
+/// and nobody else uses it meanwhile. One thread at a time uses the two.
+///
+/// Flush() passes on the compressed bytes that are finished. Only Close() ends the compressed data; without it they
+/// cannot be read to their end. It does not close the stream beneath. When that fails, this stream fails with the same
+/// error; after ClearError() of both, writing goes on, and nothing is lost. When memory is refused, the stream fails
+/// with ERR_OUT_OF_MEMORY. The destructor closes, too, and logs an error when that fails.
 class Z4_API DeflateStream final : public BufferedStream {
 public:
     DeflateStream(Stream& to, CompressionInterface::cmp_level level);

@@ -10,27 +10,29 @@
 
 namespace Z4 {
 
-/// A stream over memory of the caller's, which must outlive it, or over memory of its own. Where memory is refused, the
-/// stream fails with ERR_OUT_OF_MEMORY, and what it holds stays as it is.
+/// A stream over memory of its own, or over memory of the caller's, which must stay there as long as the stream does.
+/// One thread at a time uses a stream. When the host refuses memory, the stream fails with ERR_OUT_OF_MEMORY and keeps
+/// what it holds.
 class Z4_API MemoryStream final : public Stream {
 public:
-    /// Collects what is written in memory of the host's, doubling it as it fills; up to 2 GiB, beyond which
-    /// ERR_OVERFLOW stands. It can be read, too.
+    /// Collects what is written, and can read it, in memory of the host's, which is doubled when it is full. More than
+    /// 0x7FFFFFFF bytes are ERR_OVERFLOW.
     MemoryStream();
-    /// Reads `size` bytes.
+    /// Reads the `size` bytes from `data` on, which may be null when `size` is 0.
     MemoryStream(const void* data, std::uint32_t size);
-    /// Reads and writes `length` bytes with room for `room` of them; beyond that ERR_OVERFLOW stands, and what fits is
-    /// written.
+    /// Reads and writes in place: `memory` has room for `room` bytes, of which the first `length` are there to be read.
+    /// Writing beyond the room is ERR_OVERFLOW, and what fits is written. A `length` above `room` counts as `room`.
     MemoryStream(void* memory, std::uint32_t room, std::uint32_t length);
     ~MemoryStream() override;
 
-    /// What the stream holds, from the beginning; good until the next operation that writes. May be null when it is
-    /// empty.
+    /// The bytes that the stream holds, from the first on; GetSize() tells how many. They stay there until the next
+    /// operation that writes, also when the stream has failed or is closed. May be null when there are none.
     const unsigned char* GetData() const { return m_begin; }
+    /// How many bytes the stream holds.
     std::uint32_t GetSize() const;
-    /// Gives what the stream holds to `content`, in the place of what it held, and leaves the stream empty, at position
-    /// 0; for a stream that collects. Closed ones have given all to nobody: call this before.
-    /// @return false, with nothing lost, when memory is refused, and for other streams.
+    /// Puts what the stream holds into `content`, in the place of what that held, and leaves the stream empty, at
+    /// position 0. It is for a stream with memory of its own; such a one may also have failed or be closed.
+    /// @return false, with the stream as it was, when memory for the copy is refused, and for other streams.
     bool MoveTo(Vector<unsigned char>& content);
 
 private:

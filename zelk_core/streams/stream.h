@@ -2,11 +2,12 @@
 /// Sequences of bytes that are read and written piece by piece, wherever they lie: files, memory, compressed data,
 /// parts of other streams.
 ///
-/// A stream keeps its first error. After it every operation fails at once and reads give zeros, so a parser need look
-/// at GetError() only once, at its end. ClearError() makes the stream usable again. The end of the data is no error.
+/// A stream keeps its first error. From then on every operation fails at once: Read() gives no bytes, ReadExactly()
+/// gives zeros. So a parser can read on, and look at GetError() once, at its end. ClearError() makes the stream usable
+/// again. That the data are at their end is no error.
 ///
-/// Flush() hands bytes on to what lies beneath, Sync() also makes the device write, and Close() reports the first error
-/// of the stream's life that nobody cleared: whoever writes calls it and looks at its result.
+/// Flush() hands what was written on to what lies beneath, Sync() also makes the device store it, and Close() does the
+/// last of this and returns the error that the stream has: whoever writes calls it and looks at its result.
 #pragma once
 
 #include <cstddef>
@@ -20,27 +21,33 @@
 
 namespace Z4 {
 
-/// One stream, used by one thread at a time. Classes of your own derive from BufferedStream.
+/// What all streams can do. One stream, together with those that it reads from or writes to, is used by one thread at a
+/// time. For a stream of your own derive from BufferedStream.
 ///
-/// Most operations are compiled into their callers: they work within the window, the bytes that lie ready at the
-/// cursor, and call a virtual operation only where it ends.
+/// Sizes and positions are in bytes. An operation for which the stream lacks the ability is ERR_UNSUPPORTED. Operations
+/// that return `bool` return false when they, or one before them, failed; GetError() tells why.
+///
+/// Reading and writing are compiled into their callers and work in the window, which is the part of the buffer that
+/// lies ready at the stream's position; virtual operations are called only where the window ends.
 class Z4_API Stream : public HostNew<Stream> {
 public:
     using Result = Private::ErrorCodeWrapper;
 
+    /// What a stream can do; combined by or.
     enum Ability : unsigned {
         CAN_READ = 1,
         CAN_WRITE = 2,
-        CAN_SEEK = 4,
-        HAS_LENGTH = 8,
+        CAN_SEEK = 4,   ///< the position can be moved
+        HAS_LENGTH = 8, ///< it is known how many bytes there are
     };
 
+    /// What was written and not flushed is lost, unless the class says that it closes.
     virtual ~Stream();
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
-    /// Reads up to `size` bytes. An operation that the stream has no ability for is ERR_UNSUPPORTED, here and below.
-    /// @return how many; fewer only at the end or after an error.
+    /// Reads up to `size` bytes.
+    /// @return how many were read: fewer than `size` only where the data end or the stream fails.
     std::uint32_t Read(void* buffer, std::uint32_t size) {
         if (size - 1 < static_cast<std::size_t>(m_readEnd - m_cursor)) [[likely]] {
             std::memcpy(buffer, m_cursor, size);
@@ -49,8 +56,8 @@ public:
         }
         return ReadMore(buffer, size);
     }
-    /// Reads `size` bytes. An early end is ERR_CORRUPTED_DATA. What of the buffer could not be read is filled with
-    /// zeros.
+    /// Reads `size` bytes. When the data end before, the stream fails with ERR_CORRUPTED_DATA. The part of the buffer
+    /// for which there were no bytes is filled with zeros.
     bool ReadExactly(void* buffer, std::uint32_t size) {
         if (size - 1 < static_cast<std::size_t>(m_readEnd - m_cursor)) [[likely]] {
             std::memcpy(buffer, m_cursor, size);
@@ -59,7 +66,8 @@ public:
         }
         return ReadAllMore(buffer, size);
     }
-    /// Writes `size` bytes. After a failure Tell() says up to which the stream has taken them.
+    /// Writes `size` bytes. After a failure the stream may have taken some of them: up to the position that Tell()
+    /// gives.
     bool Write(const void* data, std::uint32_t size) {
         if (size - 1 < static_cast<std::size_t>(m_writeEnd - m_cursor)) [[likely]] {
             std::memcpy(m_cursor, data, size);
@@ -70,34 +78,40 @@ public:
         return WriteMore(data, size);
     }
 
-    /// What lies ready to be read, without a copy and without reading it: `size` bytes, at least one unless the stream
-    /// is at its end or has failed. Good until the next operation.
+    /// The bytes that lie ready at the position, which does not move. They stay there until the next operation.
+    /// @param size receives how many there are: at least 1, unless the data are at their end or the stream has failed.
+    /// @return null when there are none.
     const void* Peek(std::uint32_t& size);
-    /// Reads `count` bytes without looking at them. An early end is ERR_CORRUPTED_DATA.
+    /// Passes over `count` bytes. When the data end before, the stream fails with ERR_CORRUPTED_DATA.
     bool Skip(std::uint64_t count);
-    /// Moves the position, also beyond the end, where reads find nothing; a write there leaves zeros between. A
-    /// position before 0 or beyond INT64_MAX is ERR_INVALID.
+    /// Moves the position, which may lie beyond the end: reading there gives no bytes, and writing there puts zeros in
+    /// between. A position before 0 or beyond INT64_MAX is ERR_INVALID; as every error, that one stays. SEEK_FROM_END
+    /// also needs HAS_LENGTH.
     bool Seek(std::int64_t offset, SeekOrigin origin);
-    /// The position, in bytes from the beginning; without CAN_SEEK, how many bytes were read or written.
+    /// The position, counted from the beginning; without CAN_SEEK, how many bytes were read or written so far.
     std::uint64_t Tell() const { return Position(); }
-    /// How many bytes there are, those included that are not flushed yet; 0 with a failure.
+    /// Stores in `length` how many bytes there are, including those that are not flushed yet; 0 after a failure.
     bool GetLength(std::uint64_t& length);
-    /// Whether nothing is left to be read; true also after an error.
+    /// Whether nothing is left to be read; true also when the stream has failed or is closed.
     bool IsAtEnd();
 
-    /// Hands what was written on to what lies beneath. A failed one keeps the bytes that were not taken: after
-    /// ClearError(), it can be repeated, and nothing is lost.
+    /// Hands what was written on to what lies beneath. When that fails, the stream keeps the bytes that were not taken:
+    /// Flush() can be repeated after ClearError(), and nothing is lost.
     bool Flush();
-    /// Flush(), and returns when the bytes are on the device, which takes milliseconds.
+    /// Flush(), and returns when what was written is on the device, which takes milliseconds.
     bool Sync();
-    /// Flush(), unless the stream has failed, and lets go of what lies beneath, whatever happens. Operations of a
-    /// closed stream do nothing and fail.
-    /// @return the first error that nobody cleared; the same when called again.
+    /// Ends the use of the stream: flushes it, unless it has failed, and lets go of what lies beneath, even when that
+    /// fails. From then on, operations that read or write do nothing and fail.
+    /// @return the stream's error, which is the first that nobody cleared; ERR_OK when there is none. Closing again
+    /// does nothing and returns the same.
     Result Close();
 
+    /// The first error that nobody cleared; ERR_OK when there is none.
     Error GetError() const { return m_error; }
-    /// Makes `error` the stream's, unless it has one already or is closed: for who finds that the data are wrong.
+    /// Makes `error` the stream's error, unless it has one already or is closed. Call it when you find that the data
+    /// are wrong; ERR_OK changes nothing.
     void Fail(Error error);
+    /// Forgets the error. The position is where the failed operation left it.
     void ClearError() { m_error = ERR_OK; }
     /// Values of Ability, combined by or; 0 for a stream that is closed.
     unsigned GetAbilities() const { return m_abilities; }
@@ -105,24 +119,27 @@ public:
 protected:
     explicit Stream(unsigned abilities) : m_abilities(abilities) {}
 
-    /// Reads when the window is empty; as Read(). Errors are reported by Fail(), here and below.
+    /// Read() for a window that is empty. Operations report errors by Fail(), here and below.
     virtual std::uint32_t ReadSlow(void* buffer, std::uint32_t size) = 0;
-    /// Puts at least one byte into the empty window. @return false at the end.
+    /// Puts at least one byte into the window, which is empty. @return false where the data end, and after an error.
     virtual bool Refill() = 0;
-    /// Writes where the window has too little room.
+    /// Write() for more bytes than the window has room for.
     virtual bool WriteSlow(const void* data, std::uint32_t size) = 0;
-    /// @param target 0 to INT64_MAX.
+    /// Moves the position to `target`, 0 to INT64_MAX.
     virtual bool SeekTo(std::uint64_t target) = 0;
     virtual std::uint64_t Position() const = 0;
     virtual bool Length(std::uint64_t& length) = 0;
+    /// Flush() of a stream that has no error.
     virtual bool FlushBuffer() = 0;
+    /// What Sync() does after flushing.
     virtual Error SyncDevice() = 0;
+    /// What Close() does after flushing, once.
     virtual Error CloseDevice() = 0;
-    /// Empties the window, so that every operation comes to see the error.
+    /// Empties the window when the stream has failed, so that the next operation sees the error.
     virtual void DropWindow();
 
-    /// The window: from the cursor on, bytes to read up to `m_readEnd` and room to write up to `m_writeEnd`. Neither
-    /// end lies before the cursor.
+    /// The window begins at the cursor, where the position is. Up to `m_readEnd` there are bytes to read, up to
+    /// `m_writeEnd` there is room to write. Neither end lies before the cursor.
     unsigned char* m_cursor = nullptr;
     unsigned char* m_readEnd = nullptr;
     unsigned char* m_writeEnd = nullptr;
@@ -142,10 +159,13 @@ private:
     bool WriteMore(const void* data, std::uint32_t size);
 };
 
-/// Copies from where `from` stands up to its end.
-/// @param limit the most bytes that are copied; where there are more, `from` fails with ERR_OVERFLOW.
-/// @param copied receives how many were.
-/// @return false when one of the two streams failed.
+/// Copies what is left of `from`, from its position to its end, to the position of `to`, which is another stream. One
+/// thread may use the two meanwhile.
+/// @param limit the most bytes that are copied. When there are more, these are copied, and then `from` fails with
+/// ERR_OVERFLOW.
+/// @param copied receives how many bytes were copied. The piece at which `to` failed is not counted, though `to` may
+/// have taken a part of it.
+/// @return false when one of the two streams has failed or is closed.
 Z4_API bool CopyStream(Stream& from, Stream& to, std::uint64_t limit, std::uint64_t& copied);
 
 } // namespace Z4

@@ -2,8 +2,9 @@
 /// Typed reading from a stream: numbers in either byte order, texts, arrays and records, out of data that nobody
 /// vouches for.
 ///
-/// Every length that comes from the data is held against a limit, which callers always name, and against what the
-/// stream still has, before memory is taken for it. A stream that cannot tell its length is believed 64 KiB at a time.
+/// Every length that stands in the data is compared with a limit, which the caller names, and with the number of bytes
+/// that the stream has left, before memory is taken. From a stream that does not know its length, memory is taken as
+/// the data arrive: 64 KiB first, then twice as much each time.
 #pragma once
 
 #include <cstdint>
@@ -44,20 +45,27 @@ void SwapElements(T* elements, std::size_t count) {
 
 } // namespace Private
 
-/// Reads from a stream, which outlives it, in one byte order. It has no error of its own: data that are wrong make the
-/// stream fail with ERR_CORRUPTED_DATA, and from a stream that has failed it reads zeros and empty texts. Operations
-/// return false when the stream has failed. One thread at a time, together with its stream.
+/// Reads typed values, in one byte order, from a stream, which must outlive it. One thread at a time uses the reader
+/// and its stream.
+///
+/// The reader has no error of its own: the stream has it. Data that end early, or are wrong, make the stream fail with
+/// ERR_CORRUPTED_DATA, and memory that is refused with ERR_OUT_OF_MEMORY. From a stream that has failed, numbers are
+/// read as 0 and texts as empty. In a number that the end of the data cuts, the bytes that are missing are 0.
+/// Operations that return `bool` return false when the stream has failed.
 class StreamReader {
 public:
     StreamReader(Stream& stream, ByteOrder order) : m_stream(&stream), m_isSwapped(order != NATIVE_ORDER) {}
 
+    /// The stream that is read, which has the error.
     Stream& GetStream() const { return *m_stream; }
 
-    /// Bounds what all lengths that are read from now on may add up to, in bytes of memory.
+    /// Sets the most bytes of memory that texts and vectors, all together, may take from now on; reading more is
+    /// ERR_CORRUPTED_DATA. Without this there is no such bound.
     void SetBudget(std::uint64_t bytes) { m_budget = bytes; }
 
-    /// One value: a number, an enumeration, `bool`, which is a byte of 0 or 1, or a GUID, of which the first half is in
-    /// the reader's byte order.
+    /// Reads one value: a number, an enumeration, a `bool` or a GUID. A `bool` is a byte of 0 or 1; any other makes the
+    /// stream fail. Of a GUID the numbers `data1` to `data3` are in the reader's byte order: big-endian gives the order
+    /// of GUID::ToBytes().
     template <Private::StreamValue T>
     bool Read(T& value) {
         if constexpr (std::is_same_v<T, bool>) {
@@ -81,6 +89,7 @@ public:
         }
         return m_stream->GetError() == ERR_OK;
     }
+    /// The same, as the result: `reader.Read<std::uint32_t>()`.
     template <Private::StreamValue T>
     [[nodiscard]] T Read() {
         T value{};
@@ -88,28 +97,37 @@ public:
         return value;
     }
 
-    /// A number of 7 bits a byte, the lowest first (LEB128), as protocols use it. Forms longer than needed are refused.
+    /// Reads a number of up to 64 bits that has 7 of them in each byte, the lowest first (LEB128). A form that is
+    /// longer than the number needs, and a number above 64 bits, are ERR_CORRUPTED_DATA.
+    /// @return 0 after an error.
     [[nodiscard]] Z4_API std::uint64_t ReadVarint();
-    /// The same with the sign in the lowest bit ("zigzag").
+    /// The same for a number whose sign stands in the lowest bit ("zigzag").
     [[nodiscard]] std::int64_t ReadSignedVarint() {
         const std::uint64_t bits = ReadVarint();
         return static_cast<std::int64_t>(bits >> 1 ^ (0 - (bits & 1)));
     }
 
-    /// A text behind its length, a number of 32 bits. Texts are bytes; the second form wants UTF-8 in them.
-    /// @param maxSize in bytes.
+    /// Reads a length, which is a number of 32 bits, and a text of so many bytes. After a failure the text is empty.
+    /// @param maxSize the largest length that is accepted, in bytes.
     Z4_API bool ReadString(ZelkString& text, std::uint32_t maxSize);
+    /// The same; a text that is not well-formed UTF-8 is ERR_CORRUPTED_DATA.
     Z4_API bool ReadUtf8String(ZelkString& text, std::uint32_t maxSize);
-    /// A field of `fieldSize` bytes, with zeros behind a shorter text.
+    /// Reads a field of `fieldSize` bytes, in which zeros stand behind a shorter text, and terminates it. After a
+    /// failure the text is empty.
     /// @param text has room for `fieldSize` + 1 characters.
     Z4_API bool ReadFixedString(char* text, std::uint32_t fieldSize);
-    /// A text up to a zero, which is read, too.
+    /// Reads a text and the zero behind it. After a failure, which a missing zero is, too, the text is empty.
+    /// @param maxSize the largest size that is accepted, in bytes, without the zero.
     Z4_API bool ReadTerminated(ZelkString& text, std::uint32_t maxSize);
-    /// A line up to a line feed, which is read, too, and left out, as a carriage return before it is. The last line
-    /// need have none. @return false at the end, too.
+    /// Reads a line. It ends with a line feed, or with a carriage return and a line feed, neither of which becomes part
+    /// of `text`; the last line may end with the data. After a failure the text is empty.
+    /// @param maxSize the largest size that is accepted, in bytes, with the carriage return.
+    /// @return false also when there is no further line.
     Z4_API bool ReadLine(ZelkString& text, std::uint32_t maxSize);
 
-    /// `count` elements one behind the other.
+    /// Reads `count` elements that stand one behind the other. `count` must be the caller's, not the data's: it has no
+    /// limit. When the data end early, the rest is zeros, and the elements may be in the wrong byte order.
+    /// @return false also when the elements have more than 0xFFFFFFFF bytes, which is ERR_INVALID.
     template <Private::StreamElement T>
     bool ReadArray(T* elements, std::uint32_t count) {
         constexpr std::uint32_t MOST = 0xFFFFFFFFU / sizeof(T);
@@ -123,7 +141,8 @@ public:
         }
         return isRead;
     }
-    /// Elements behind their number, which has 32 bits. After a failure the vector is empty.
+    /// Reads a number of 32 bits, and as many elements. After a failure the vector is empty.
+    /// @param maxCount the largest number that is accepted.
     template <Private::StreamElement T, class Allocator>
     bool ReadVector(Vector<T, Allocator>& elements, std::uint32_t maxCount) {
         elements.Clear();
@@ -147,19 +166,18 @@ public:
         return m_stream->GetError() == ERR_OK;
     }
 
-    /// The members of a record that are named, one behind the other: `ReadRecord<&Header::kind,
-    /// &Header::size>(header)`.
+    /// Reads the members that are named, which stand one behind the other in the data, without padding:
+    /// `ReadRecord<&Header::kind, &Header::size>(header)`. They are what Read() reads, and arrays of that.
     template <auto... MEMBERS, class R>
     requires(sizeof...(MEMBERS) != 0) bool ReadRecord(R& record) {
         (ReadMember(record.*MEMBERS), ...);
         return m_stream->GetError() == ERR_OK;
     }
-    /// A record as it lies in memory, with its padding.
-    /// @param layout passed StructureSwap::Check().
+    /// Reads a record of `layout.recordSize` bytes as it lies in memory, with its padding, and swaps its fields when
+    /// the reader's order is not the processor's. `layout` is trusted: it must have passed StructureSwap::Check().
     Z4_API bool ReadRecord(void* record, const SwapLayout& layout);
 
-    /// Skips bytes up to the next multiple of `alignment`, counted from the stream's beginning.
-    /// @param alignment 1 at least.
+    /// Passes over the bytes up to the next position that is a multiple of `alignment`, which is at least 1.
     bool Align(std::uint32_t alignment) {
         const auto over = static_cast<std::uint32_t>(m_stream->Tell() % alignment);
         return m_stream->Skip(over != 0 ? alignment - over : 0);

@@ -14,15 +14,16 @@
 
 namespace Z4 {
 
-/// Writes to a stream, which outlives it, in one byte order. It has no error of its own: operations return false when
-/// the stream has failed. One thread at a time, together with its stream.
+/// Writes typed values, in one byte order, to a stream, which must outlive it. One thread at a time uses the writer and
+/// its stream. The writer has no error of its own: the stream has it, and operations return false when it has failed.
 class StreamWriter {
 public:
     StreamWriter(Stream& stream, ByteOrder order) : m_stream(&stream), m_isSwapped(order != NATIVE_ORDER) {}
 
+    /// The stream that is written, which has the error.
     Stream& GetStream() const { return *m_stream; }
 
-    /// One value, as StreamReader::Read() has it.
+    /// Writes one value, in the form that StreamReader::Read() reads.
     template <Private::StreamValue T>
     bool Write(const T& value) {
         if constexpr (std::is_same_v<T, bool>) {
@@ -39,20 +40,24 @@ public:
         }
     }
 
+    /// Writes a number with 7 bits in each byte, the lowest first (LEB128): 1 byte up to 127, at most 10.
     Z4_API bool WriteVarint(std::uint64_t value);
+    /// The same with the sign in the lowest bit ("zigzag"), so that small negative numbers are short, too.
     bool WriteSignedVarint(std::int64_t value) {
         const auto bits = static_cast<std::uint64_t>(value);
         return WriteVarint(bits << 1 ^ (0 - (bits >> 63)));
     }
 
-    /// A text behind its length, a number of 32 bits. A longer text is ERR_OVERFLOW.
+    /// Writes the length of a text as a number of 32 bits, and the text. A text for which that is too small is
+    /// ERR_OVERFLOW.
     Z4_API bool WriteString(StrView text);
-    /// A field of `fieldSize` bytes, with zeros behind the text. A text that is longer is ERR_OVERFLOW.
+    /// Writes a text into a field of `fieldSize` bytes, with zeros behind it. A text that is longer is ERR_OVERFLOW,
+    /// and nothing is written.
     Z4_API bool WriteFixedString(StrView text, std::uint32_t fieldSize);
-    /// A text and a zero. A text that contains one is ERR_INVALID.
+    /// Writes a text and a zero. A text that contains a zero is ERR_INVALID, and nothing is written.
     Z4_API bool WriteTerminated(StrView text);
 
-    /// Elements one behind the other.
+    /// Writes `count` elements one behind the other.
     template <Private::StreamElement T>
     bool WriteArray(const T* elements, std::uint32_t count) {
         if (!m_isSwapped && count <= 0xFFFFFFFFU / sizeof(T)) {
@@ -73,35 +78,37 @@ public:
         }
         return count == 0 && m_stream->GetError() == ERR_OK;
     }
-    /// Elements behind their number, which has 32 bits.
+    /// Writes the number of elements as a number of 32 bits, and the elements.
     template <Private::StreamElement T, class Allocator>
     bool WriteVector(const Vector<T, Allocator>& elements) {
         return Write(static_cast<std::uint32_t>(elements.Size())) && WriteArray(elements.Data(), elements.Size());
     }
 
-    /// The members of a record that are named, one behind the other.
+    /// Writes the members that are named one behind the other, without padding, as StreamReader::ReadRecord() reads
+    /// them.
     template <auto... MEMBERS, class R>
     requires(sizeof...(MEMBERS) != 0) bool WriteRecord(const R& record) {
         return (WriteMember(record.*MEMBERS) && ...);
     }
-    /// A record as it lies in memory, with its padding.
-    /// @param layout passed StructureSwap::Check(); its records have 1024 bytes at most, larger ones are ERR_OVERFLOW.
+    /// Writes a record of `layout.recordSize` bytes as it lies in memory, with its padding, and with its fields swapped
+    /// when the writer's order is not the processor's. `layout` is trusted: it must have passed StructureSwap::Check().
+    /// Records of more than 1024 bytes cannot be swapped here: they are ERR_OVERFLOW, and nothing is written.
     Z4_API bool WriteRecord(const void* record, const SwapLayout& layout);
 
-    /// Writes zeros up to the next multiple of `alignment`, counted from the stream's beginning.
-    /// @param alignment 1 at least.
+    /// Writes zeros up to the next position that is a multiple of `alignment`, which is at least 1.
     Z4_API bool Align(std::uint32_t alignment);
 
-    /// Keeps room for a number that is known later, such as the length of what follows.
-    /// @return its place, for Patch().
+    /// Writes a 0 in the place of a number that is known later, such as the length of what follows.
+    /// @return the position of the number, for Patch().
     template <Private::Number T>
     [[nodiscard]] std::uint64_t Reserve() {
         const std::uint64_t place = m_stream->Tell();
         Write(T{});
         return place;
     }
-    /// Writes a number to its place, and returns to where the stream stood; it must be able to seek. A place that does
-    /// not end before that is ERR_INVALID.
+    /// Writes a number at the position `place`, and moves the position back to where it was:
+    /// `Patch<std::uint32_t>(place, size)`. The stream must be able to seek. When the number would not end at or before
+    /// the position where the stream stands, the result is ERR_INVALID, and nothing is written.
     template <Private::Number T>
     bool Patch(std::uint64_t place, const std::type_identity_t<T>& value) {
         const std::uint64_t end = m_stream->Tell();

@@ -12,6 +12,7 @@
 #include <limits>
 #include <optional>
 #include <tests/support/contract.h>
+#include <tests/support/counts.h>
 #include <vector>
 #include <zelk_core/base/ealid.h>
 #include <zelk_core/services/random/lifecycle.h>

@@ -53,7 +53,7 @@ void ChooseAndSwap(void* to, const void* from, std::size_t count, unsigned size)
 constinit std::atomic<SwapFunction> g_swap{ChooseAndSwap};
 
 void ChooseAndSwap(void* to, const void* from, std::size_t count, unsigned size) {
-    const SwapFunction choice = HasSsse3() ? SwapSsse3 : SwapSse2;
+    const SwapFunction choice = HasAvx2() ? SwapAvx2 : HasSsse3() ? SwapSsse3 : SwapSse2;
     g_swap.store(choice, std::memory_order_relaxed);
     choice(to, from, count, size);
 }

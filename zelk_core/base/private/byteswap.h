@@ -12,5 +12,7 @@ void SwapPlain(void* to, const void* from, std::size_t count, unsigned size);
 void SwapSse2(void* to, const void* from, std::size_t count, unsigned size);
 /// Only where HasSsse3().
 void SwapSsse3(void* to, const void* from, std::size_t count, unsigned size);
+/// Only where HasAvx2().
+void SwapAvx2(void* to, const void* from, std::size_t count, unsigned size);
 
 } // namespace Z4::Private

@@ -70,7 +70,9 @@ std::uint64_t Hash::FNV64(const wchar_t* string) {
 }
 
 std::uint32_t Hash::Knuth(const unsigned char* buffer, unsigned size, std::uint32_t seed) {
-    const auto step = [](std::uint32_t hash, std::uint32_t byte) { return std::rotl(hash, 4) ^ byte; };
+    const auto fourSteps = [](std::uint32_t hash, std::uint32_t word) {
+        return std::rotl(hash, 16) ^ (word & 0xFF) << 12 ^ (word & 0xFF00) ^ (word >> 12 & 0xFF0) ^ word >> 24;
+    };
     std::uint32_t hash = seed;
     const unsigned char* p = buffer;
     unsigned left = size;
@@ -81,12 +83,15 @@ std::uint32_t Hash::Knuth(const unsigned char* buffer, unsigned size, std::uint3
         for (; left >= 8; left -= 8, p += 8) {
             sum ^= Load64(p);
         }
-        for (unsigned i = 0; i < 8; ++i, sum >>= 8) {
-            hash = step(hash, sum & 0xFF);
-        }
+        hash = fourSteps(fourSteps(hash, static_cast<std::uint32_t>(sum)), static_cast<std::uint32_t>(sum >> 32));
+    }
+    if (left >= 4) {
+        hash = fourSteps(hash, Load32(p));
+        left -= 4;
+        p += 4;
     }
     for (; left != 0; --left, ++p) {
-        hash = step(hash, *p);
+        hash = std::rotl(hash, 4) ^ *p;
     }
     return hash;
 }

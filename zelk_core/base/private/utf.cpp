@@ -10,7 +10,7 @@ using namespace Private;
 
 namespace {
 
-constexpr std::size_t BLOCK = 16;
+constexpr std::ptrdiff_t BLOCK = 16;
 
 /// Where units go: as many as there is room for, and how many there were.
 template <class To>
@@ -34,14 +34,13 @@ struct Output {
     }
 };
 
-/// Of a block of 16 units, how many at its front are ASCII. They are stored with whatever follows.
+/// Stores a block of 16 units as if all were ASCII. @return which are not, one bit each; those are stored wrong.
 unsigned CopyAscii(wchar_t* to, const char* from) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     const __m128i zero = _mm_setzero_si128();
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_unpacklo_epi8(bytes, zero));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 8), _mm_unpackhi_epi8(bytes, zero));
-    const auto others = static_cast<unsigned>(_mm_movemask_epi8(bytes));
-    return static_cast<unsigned>(std::countr_zero(others | 0x10000));
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 unsigned CopyAscii(char* to, const wchar_t* from) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
@@ -51,33 +50,101 @@ unsigned CopyAscii(char* to, const wchar_t* from) {
     const __m128i zero = _mm_setzero_si128();
     const __m128i ascii = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_and_si128(low, above), zero),
                                           _mm_cmpeq_epi16(_mm_and_si128(high, above), zero));
-    return static_cast<unsigned>(std::countr_zero(~static_cast<unsigned>(_mm_movemask_epi8(ascii))));
+    return static_cast<unsigned>(_mm_movemask_epi8(ascii)) ^ 0xFFFF;
+}
+
+/// Moves both on over characters of two and three bytes of UTF-8, which are one unit of UTF-16.
+void CopyOthers(wchar_t*& to, const wchar_t* toEnd, const char*& from, const char* fromEnd) {
+    while (fromEnd - from >= 3 && to != toEnd) {
+        const auto byte = [=](unsigned i) { return unsigned{static_cast<unsigned char>(from[i])}; };
+        const bool isSecond = (byte(1) & 0xC0) == 0x80;
+        if (byte(0) - 0xC2 <= 0xDF - 0xC2 && isSecond) {
+            *to++ = static_cast<wchar_t>((byte(0) & 0x1F) << 6 | (byte(1) & 0x3F));
+            from += 2;
+            continue;
+        }
+        const unsigned unit = (byte(0) & 0x0F) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F);
+        const bool isTriple = (byte(0) & 0xF0) == 0xE0 && isSecond && (byte(2) & 0xC0) == 0x80;
+        if (!isTriple || unit < 0x800 || unit - 0xD800 < 0x800) {
+            return;
+        }
+        *to++ = static_cast<wchar_t>(unit);
+        from += 3;
+    }
+}
+void CopyOthers(char*& to, const char* toEnd, const wchar_t*& from, const wchar_t* fromEnd) {
+    for (; from != fromEnd && toEnd - to >= 3; ++from) {
+        const unsigned unit = static_cast<std::uint16_t>(*from);
+        if (unit < 0x80 || unit - 0xD800 < 0x800) {
+            return;
+        }
+        if (unit < 0x800) {
+            to[0] = static_cast<char>(0xC0 | unit >> 6);
+            to[1] = static_cast<char>(0x80 | (unit & 0x3F));
+            to += 2;
+            continue;
+        }
+        to[0] = static_cast<char>(0xE0 | unit >> 12);
+        to[1] = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
+        to[2] = static_cast<char>(0x80 | (unit & 0x3F));
+        to += 3;
+    }
+}
+
+/// Converts blocks, as long as there are such and room for them, up to a character that is rare or ill-formed.
+template <class To, class From>
+const From* ConvertBlocks(Output<To>& output, const From* at, const From* end) {
+    To* to = output.at;
+    while (end - at >= BLOCK && output.end - to >= BLOCK) {
+        const unsigned others = CopyAscii(to, at);
+        if (others == 0) {
+            // By a number that does not depend on what was read, so that the next block need not wait for this one.
+            to += BLOCK;
+            at += BLOCK;
+            continue;
+        }
+        const int count = std::countr_zero(others);
+        to += count;
+        at += count;
+        const From* const before = at;
+        CopyOthers(to, output.end, at, end);
+        if (at == before) {
+            break;
+        }
+    }
+    output.length += static_cast<std::size_t>(to - output.at);
+    output.at = to;
+    return at;
+}
+
+/// Moves on over blocks of ASCII for which there is no room, so that they are only counted.
+template <class To, class From>
+const From* CountBlocks(Output<To>& output, const From* at, const From* end) {
+    To unused[BLOCK];
+    while (end - at >= BLOCK && CopyAscii(unused, at) == 0) {
+        at += BLOCK;
+        output.length += BLOCK;
+    }
+    return at;
 }
 
 /// Converts up to the end or to what is ill-formed, where it returns.
 template <class To, class From>
 const From* Convert(Output<To>& output, const From* at, const From* end) {
     while (at != end) {
-        if (static_cast<std::size_t>(end - at) >= BLOCK && (output.Room() >= BLOCK || output.Room() == 0)) {
-            To unused[BLOCK];
-            const bool hasRoom = output.Room() != 0;
-            const unsigned count = CopyAscii(hasRoom ? output.at : unused, at);
-            output.at += hasRoom ? count : 0;
-            output.length += count;
-            at += count;
-            if (count == BLOCK) {
-                continue;
-            }
-        }
-        // As long as there are others than ASCII, a block would begin in vain.
-        do {
+        at = output.at != output.end ? ConvertBlocks(output, at, end) : CountBlocks(output, at, end);
+        // What blocks cannot: rare characters, the last few, and those beyond the room.
+        while (at != end) {
             const Sequence sequence = ReadSequence(at, end);
             if (!sequence.isValid) {
                 return at;
             }
             output.Put(sequence.character);
             at += sequence.size;
-        } while (at != end && static_cast<std::make_unsigned_t<From>>(*at) >= 0x80);
+            if (sequence.character < 0x80 && end - at >= BLOCK) {
+                break;
+            }
+        }
     }
     return end;
 }
@@ -138,13 +205,14 @@ bool Utf::IsValidUtf8(StrView text) {
     const char* at = text.begin();
     const char* const end = text.end();
     while (at != end) {
-        if (static_cast<std::size_t>(end - at) >= BLOCK) {
+        if (end - at >= BLOCK) {
             const auto others =
                 static_cast<unsigned>(_mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at))));
-            at += std::countr_zero(others | 0x10000);
             if (others == 0) {
+                at += BLOCK;
                 continue;
             }
+            at += std::countr_zero(others);
         }
         do {
             const Sequence sequence = ReadSequence(at, end);

@@ -18,6 +18,7 @@
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/hostnew.h>
 #include <zelk_core/base/layout.h>
+#include <zelk_core/math/geometry/columns.h>
 #include <zelk_core/math/matrixsimd.h>
 #include <zelk_core/math/vectorsimd.h>
 
@@ -157,29 +158,9 @@ public:
 private:
     friend struct Private::Layout<GeometryOBB>;
 
-    /// In the lanes x, y and z, those of three vectors: x of all three, y of all three and z of all three.
-    struct Columns {
-        Columns(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c) {
-            const __m128 xy = Lanes::InterleaveLow(a.Native(), b.Native());
-            const __m128 zw = Lanes::InterleaveHigh(a.Native(), b.Native());
-            x = VectorSIMD4f(Lanes::Shuffle<0, 1, 0, 0>(xy, c.Native()));
-            y = VectorSIMD4f(Lanes::Shuffle<2, 3, 1, 1>(xy, c.Native()));
-            z = VectorSIMD4f(Lanes::Shuffle<0, 1, 2, 2>(zw, c.Native()));
-        }
-        template <SumOrder ORDER>
-        VectorSIMD4f Sum() const {
-            if constexpr (ORDER == SumOrder::FAST) {
-                return x + (y + z);
-            } else {
-                return (x + y) + z;
-            }
-        }
-        VectorSIMD4f x, y, z;
-    };
-    /// The dot products of `v` with the three axes, in the lanes x, y and z.
     template <SumOrder ORDER>
     VectorSIMD4f AlongAxes(const VectorSIMD4f& v) const {
-        return Columns(m_axes[0] * v, m_axes[1] * v, m_axes[2] * v).template Sum<ORDER>();
+        return Private::AlongAxes<ORDER>(m_axes, v);
     }
     template <SumOrder ORDER>
     bool ContainsWithin(const VectorSIMD4f& point, const VectorSIMD4f& extent) const {

@@ -3,16 +3,9 @@
 
 namespace Z4::Geometry {
 
-namespace {
-
-VectorSIMD4f Yzx(const VectorSIMD4f& v) {
-    return VectorSIMD4f(Lanes::Shuffle<1, 2, 0, 3>(v.Native()));
-}
-VectorSIMD4f Zxy(const VectorSIMD4f& v) {
-    return VectorSIMD4f(Lanes::Shuffle<2, 0, 1, 3>(v.Native()));
-}
-
-} // namespace
+using Private::Columns;
+using Private::Yzx;
+using Private::Zxy;
 
 // Everything is seen from this box, A, whose axes are then the unit vectors; r0, r1 and r2 are those of the other box,
 // B, and t is the way from centre to centre. An axis separates when the shadow of t on it is longer than those of both
@@ -37,8 +30,8 @@ bool GeometryOBB::Intersect(const GeometryOBB& other) const {
         return false;
     }
     // The three axes of B.
-    const VectorSIMD4f reach =
-        Columns(m_extent * Abs(r0), m_extent * Abs(r1), m_extent * Abs(r2)).Sum<SumOrder::FAST>();
+    const Columns reaches(m_extent * Abs(r0), m_extent * Abs(r1), m_extent * Abs(r2));
+    const VectorSIMD4f reach = Private::Sum<SumOrder::FAST>(reaches.x, reaches.y, reaches.z);
     if (!AllTrue3(LessEqual(Abs(other.AlongAxes<SumOrder::FAST>(offset)), other.m_extent + reach))) {
         return false;
     }
