@@ -1,3 +1,4 @@
+// Hunted here: bytes that land elsewhere, padding that changes, layouts that reach beyond their record.
 #include <gtest/gtest.h>
 #include <tests/support/random.h>
 #include <zelk_core/base/structureswap.h>
@@ -71,8 +72,6 @@ TEST(StructureSwap, RecordsByLayoutAndByMembersAgree) {
     EXPECT_EQ(byLayout[0], original[3]);
     EXPECT_EQ(byLayout[offsetof(Outer, guid) + 4], original[offsetof(Outer, guid) + 5]);
     EXPECT_EQ(byLayout[offsetof(Outer, inner) + 3], original[offsetof(Outer, inner) + 3]) << "padding stays";
-    StructureSwap::Record(byLayout, OUTER, 3);
-    EXPECT_EQ(std::memcmp(byLayout, original, sizeof(original)), 0) << "twice restores";
 }
 
 TEST(StructureSwap, LayoutsThatCheckRefuses) {
@@ -81,17 +80,15 @@ TEST(StructureSwap, LayoutsThatCheckRefuses) {
     circle[0].nested = &round;
     const SwapField overlapping[] = {{0, 2, 4, nullptr}, {6, 1, 2, nullptr}};
     const SwapField touching[] = {{4, 1, 2, nullptr}, {0, 1, 4, nullptr}};
-    const SwapField rows[] = {{0, 1, 3, nullptr}, {1, 2, 4, nullptr},     {0, 0, 4, nullptr},
-                              {0, 1, 0, nullptr}, {0, 1, 4, &INNER},      {0, 0xFFFF, 16, nullptr},
-                              {8, 1, 1, nullptr}, {0xFFFF, 1, 1, nullptr}};
-    for (const SwapField& row : rows) {
-        EXPECT_EQ(StructureSwap::Check({&row, 1, 8}), Z4::ERR_INVALID) << &row - rows;
+    const SwapField odd[] = {{0, 1, 3, nullptr}, {1, 2, 4, nullptr},       {0, 0, 4, nullptr}, {0, 1, 0, nullptr},
+                             {0, 1, 4, &INNER},  {0, 0xFFFF, 16, nullptr}, {8, 1, 1, nullptr}, {0xFFFF, 1, 1, nullptr}};
+    for (const SwapField& field : odd) {
+        EXPECT_EQ(StructureSwap::Check({&field, 1, 8}), Z4::ERR_INVALID) << &field - odd;
     }
-    EXPECT_EQ(StructureSwap::Check(round), Z4::ERR_INVALID);
-    EXPECT_EQ(StructureSwap::Check({overlapping, 2, 8}), Z4::ERR_INVALID);
+    for (const SwapLayout& refused : {round, {overlapping, 2, 8}, {nullptr, 1, 8}, {nullptr, 0, 0}}) {
+        EXPECT_EQ(StructureSwap::Check(refused), Z4::ERR_INVALID) << refused.recordSize;
+    }
     EXPECT_EQ(StructureSwap::Check({touching, 2, 8}), Z4::ERR_OK);
-    EXPECT_EQ(StructureSwap::Check({nullptr, 1, 8}), Z4::ERR_INVALID);
-    EXPECT_EQ(StructureSwap::Check({nullptr, 0, 0}), Z4::ERR_INVALID);
     EXPECT_EQ(StructureSwap::Check({nullptr, 0, 1}), Z4::ERR_OK);
 }
 

@@ -1,4 +1,5 @@
-#include "files.h"
+// Hunted here: bytes that depend on how they were cut, damage that passes, a parent that is left elsewhere.
+#include <tests/support/memoryfiles.h>
 
 #include <zelk_core/streams/compressedstream.h>
 #include <zelk_core/streams/memorystream.h>

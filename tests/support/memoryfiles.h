@@ -1,14 +1,27 @@
 // A file table whose files are texts in memory, so that what is built on files runs on every platform. Any number of
-// handles may be open on a file; nothing is shared or locked. Asynchronous transfers complete before they return.
+// handles may be open on a file, each for everything. Asynchronous transfers complete before they return.
 #pragma once
 
 #include <algorithm>
 #include <cstring>
+#include <gtest/gtest.h>
+#include <host/filefaults.h>
 #include <map>
 #include <string>
+#include <tests/support/random.h>
+#include <tests/support/testhost.h>
 #include <zelk_core/base/ealinterface.h>
 
 namespace ZelkTest {
+
+/// What a write at `offset` makes of a file's content.
+inline void Overwrite(std::string& content, std::uint64_t offset, const void* data, std::uint32_t size) {
+    if (size != 0) {
+        const auto at = static_cast<std::size_t>(offset);
+        content.resize(std::max(content.size(), at + size));
+        std::memcpy(&content[at], data, size);
+    }
+}
 
 class MemoryFiles {
 public:
@@ -17,14 +30,8 @@ public:
         static std::map<std::string, std::string> files;
         return files;
     }
-    static int& OpenHandles() {
-        static int count = 0;
-        return count;
-    }
-    static int& Flushes() {
-        static int count = 0;
-        return count;
-    }
+    inline static int openHandles = 0;
+    inline static int flushes = 0;
 
     static Z4::eal_file_dll_interface Table() {
         Z4::eal_file_dll_interface table{};
@@ -34,91 +41,91 @@ public:
         table.close = Close;
         table.read = Read;
         table.write = Write;
-        table.read_async = [](Z4::eal_file_handle handle, void* buffer, std::uint32_t size, std::uint64_t offset,
-                              Z4::eal_file_completion completion, void* context) {
-            std::uint32_t done = 0;
-            const Z4::eal_file_status status = Read(handle, buffer, size, offset, &done);
-            completion(context, status, done);
+        table.read_async = Transfer<void, Read>;
+        table.write_async = Transfer<const void, Write>;
+        table.flush = [](File) {
+            ++flushes;
             return Z4::EAL_FILE_OK;
         };
-        table.write_async = [](Z4::eal_file_handle handle, const void* buffer, std::uint32_t size, std::uint64_t offset,
-                               Z4::eal_file_completion completion, void* context) {
-            std::uint32_t done = 0;
-            const Z4::eal_file_status status = Write(handle, buffer, size, offset, &done);
-            completion(context, status, done);
-            return Z4::EAL_FILE_OK;
-        };
-        table.flush = [](Z4::eal_file_handle) {
-            ++Flushes();
-            return Z4::EAL_FILE_OK;
-        };
-        table.buffer_alignment = [](Z4::eal_file_handle) -> std::uint32_t { return 1; };
-        table.sector_size = [](Z4::eal_file_handle) -> std::uint32_t { return 1; };
+        table.buffer_alignment = [](File) -> std::uint32_t { return 1; };
+        table.sector_size = [](File) -> std::uint32_t { return 1; };
         table.separator = [] { return '/'; };
         table.exists = [](const char* path) -> unsigned char { return All().contains(path) ? 1 : 0; };
-        table.size = [](Z4::eal_file_handle handle, std::uint64_t* size) {
-            *size = Of(handle).text->size();
+        table.size = [](File handle, std::uint64_t* size) {
+            *size = Of(handle).size();
             return Z4::EAL_FILE_OK;
         };
         return table;
     }
 
 private:
-    struct Handle {
-        std::string* text;
-        unsigned mode;
-    };
-    static Handle& Of(Z4::eal_file_handle handle) { return *static_cast<Handle*>(handle); }
+    using Status = Z4::eal_file_status;
+    using File = Z4::eal_file_handle;
 
-    static Z4::eal_file_status Z4_CDECL Open(const char* path, unsigned mode, Z4::eal_file_handle* handle) {
+    static std::string& Of(File handle) { return *static_cast<std::string*>(handle); }
+
+    static Status Z4_CDECL Open(const char* path, unsigned mode, File* handle) {
         *handle = nullptr;
-        const bool isThere = All().contains(path);
-        if (!isThere && (mode & Z4::EAL_FILE_CREATE) == 0) {
+        if (!All().contains(path) && (mode & Z4::EAL_FILE_CREATE) == 0) {
             return Z4::EAL_FILE_NOT_FOUND;
         }
-        if (isThere && (mode & Z4::EAL_FILE_EXCLUSIVE) != 0) {
-            return Z4::EAL_FILE_ALREADY_EXISTS;
-        }
-        std::string& text = All()[path];
+        std::string& content = All()[path];
         if ((mode & Z4::EAL_FILE_TRUNCATE) != 0) {
-            text.clear();
+            content.clear();
         }
-        *handle = new Handle{&text, mode};
-        ++OpenHandles();
+        *handle = &content;
+        ++openHandles;
         return Z4::EAL_FILE_OK;
     }
-    static Z4::eal_file_status Z4_CDECL Close(Z4::eal_file_handle handle) {
-        delete &Of(handle);
-        --OpenHandles();
+    static Status Z4_CDECL Close(File) {
+        --openHandles;
         return Z4::EAL_FILE_OK;
     }
-    static Z4::eal_file_status Z4_CDECL Read(Z4::eal_file_handle handle, void* buffer, std::uint32_t size,
-                                             std::uint64_t offset, std::uint32_t* transferred) {
-        const std::string& text = *Of(handle).text;
-        *transferred = 0;
-        if ((Of(handle).mode & Z4::EAL_FILE_READ) == 0) {
-            return Z4::EAL_FILE_ACCESS_DENIED;
-        }
-        if (offset < text.size()) {
-            *transferred = static_cast<std::uint32_t>(std::min<std::uint64_t>(size, text.size() - offset));
-            std::memcpy(buffer, text.data() + offset, *transferred);
-        }
+    static Status Z4_CDECL Read(File handle, void* buffer, std::uint32_t size, std::uint64_t offset,
+                                std::uint32_t* transferred) {
+        const std::string& content = Of(handle);
+        const std::uint64_t left = content.size() - std::min<std::uint64_t>(content.size(), offset);
+        *transferred = static_cast<std::uint32_t>(std::min<std::uint64_t>(size, left));
+        std::memcpy(buffer, content.data() + content.size() - left, *transferred);
         return Z4::EAL_FILE_OK;
     }
-    static Z4::eal_file_status Z4_CDECL Write(Z4::eal_file_handle handle, const void* buffer, std::uint32_t size,
-                                              std::uint64_t offset, std::uint32_t* transferred) {
-        std::string& text = *Of(handle).text;
-        *transferred = 0;
-        if ((Of(handle).mode & Z4::EAL_FILE_WRITE) == 0) {
-            return Z4::EAL_FILE_ACCESS_DENIED;
-        }
-        if (size != 0) {
-            text.resize(std::max<std::size_t>(text.size(), static_cast<std::size_t>(offset) + size));
-            std::memcpy(text.data() + offset, buffer, size);
-        }
+    static Status Z4_CDECL Write(File handle, const void* buffer, std::uint32_t size, std::uint64_t offset,
+                                 std::uint32_t* transferred) {
+        Overwrite(Of(handle), offset, buffer, size);
         *transferred = size;
         return Z4::EAL_FILE_OK;
     }
+    template <class Data, auto TRANSFER>
+    static Status Z4_CDECL Transfer(File handle, Data* buffer, std::uint32_t size, std::uint64_t offset,
+                                    Z4::eal_file_completion completion, void* context) {
+        std::uint32_t done = 0;
+        const Status status = TRANSFER(handle, buffer, size, offset, &done);
+        completion(context, status, done);
+        return Z4::EAL_FILE_OK;
+    }
 };
+
+/// Files in memory, with faults on demand, for as long as a test runs.
+class WithFiles : public testing::Test {
+protected:
+    WithFiles() { Z4::SetEalInterface(ZelkHost::WithFileFaults(MemoryFiles::Table())); }
+    ~WithFiles() override {
+        ZelkHost::InjectFileFaults({});
+        EXPECT_EQ(MemoryFiles::openHandles, 0);
+        MemoryFiles::All().clear();
+    }
+
+    static std::string& Content() { return MemoryFiles::All()["file"]; }
+};
+
+/// Bytes of which half repeat themselves.
+inline std::string Sample(std::size_t size, std::uint32_t seed = 1) {
+    Input input(seed);
+    std::string text(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        text[i] = i > 50 && i / 100 % 2 == 0 ? text[i - 50] : static_cast<char>(input.Bits());
+    }
+    return text;
+}
 
 } // namespace ZelkTest
