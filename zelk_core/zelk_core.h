@@ -37,7 +37,9 @@
 #include <zelk_core/generics/vectorstorage.h>
 #include <zelk_core/math/geometry/aabb.h>
 #include <zelk_core/math/geometry/columns.h>
+#include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/distance.h>
+#include <zelk_core/math/geometry/frustum.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/intersectray.h>
 #include <zelk_core/math/geometry/nearestpoint.h>
