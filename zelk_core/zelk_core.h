@@ -46,6 +46,7 @@
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/plane.h>
 #include <zelk_core/math/geometry/ray.h>
+#include <zelk_core/math/geometry/round.h>
 #include <zelk_core/math/geometry/shear.h>
 #include <zelk_core/math/geometry/slabs.h>
 #include <zelk_core/math/lanes.h>

@@ -29,17 +29,30 @@ struct PlaneTest {
     VectorSIMD4f notBehind;
     VectorSIMD4f inFront;
 };
+/// Without a branch, for which answer comes next is hard to foresee.
 Z4_ALWAYS_INLINE Geometry::Containment Combine(const PlaneTest& sides, const PlaneTest& ends, bool isShape) {
-    if (!isShape || !AllTrue(And(sides.notBehind, ends.notBehind))) {
-        return Geometry::Containment::OUTSIDE;
+    const int isSeen = AllTrue(And(sides.notBehind, ends.notBehind)) & isShape;
+    return static_cast<Geometry::Containment>(isSeen + (isSeen & AllTrue(And(sides.inFront, ends.inFront))));
+}
+static_assert(static_cast<int>(Geometry::Containment::INTERSECTING) == 1 &&
+              static_cast<int>(Geometry::Containment::INSIDE) == 2);
+
+/// Four planes, prepared for boxes. All is doubled, which saves the halving: the sum of the corners is twice the
+/// centre.
+class BoxTest {
+public:
+    explicit BoxTest(const FourPlanes& planes)
+        : m_planes{planes.x, planes.y, planes.z, planes.d + planes.d},
+          m_reaches{Abs(planes.x), Abs(planes.y), Abs(planes.z), planes.d} {}
+
+    Z4_ALWAYS_INLINE PlaneTest operator()(const Geometry::GeometryAABB& box) const {
+        return {m_planes.Along(box.GetMin() + box.GetMax()) + m_planes.d, m_reaches.Along(box.GetFullExtent())};
     }
-    return AllTrue(And(sides.inFront, ends.inFront)) ? Geometry::Containment::INSIDE
-                                                     : Geometry::Containment::INTERSECTING;
-}
-/// All doubled, which saves the halving: the sum of the corners is twice the centre.
-Z4_ALWAYS_INLINE PlaneTest TestBox(const FourPlanes& planes, const VectorSIMD4f& sum, const VectorSIMD4f& size) {
-    return {planes.Along(sum) + (planes.d + planes.d), planes.Reach(size)};
-}
+
+private:
+    FourPlanes m_planes;
+    FourPlanes m_reaches;
+};
 
 } // namespace Private
 
@@ -47,10 +60,8 @@ namespace Geometry {
 
 /// Where a body lies: wholly INSIDE, INTERSECTING or OUTSIDE.
 [[nodiscard]] Z4_API_INLINE Containment ClassifyAABBByFrustum(const GeometryFrustum& frustum, const GeometryAABB& box) {
-    const VectorSIMD4f sum = box.GetMin() + box.GetMax();
-    const VectorSIMD4f size = box.GetFullExtent();
-    return Private::Combine(Private::TestBox(frustum.GetSides(), sum, size),
-                            Private::TestBox(frustum.GetEnds(), sum, size), box.IsValid());
+    return Private::Combine(Private::BoxTest(frustum.GetSides())(box), Private::BoxTest(frustum.GetEnds())(box),
+                            box.IsValid());
 }
 /// The axes should be perpendicular and of unit length.
 [[nodiscard]] Z4_API Containment ClassifyOBBByFrustum(const GeometryFrustum& frustum, const GeometryOBB& box);

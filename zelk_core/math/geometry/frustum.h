@@ -27,11 +27,6 @@ struct FourPlanes {
     Z4_ALWAYS_INLINE VectorSIMD4f Along(const VectorSIMD4f& v) const {
         return Along(v.BroadcastX(), v.BroadcastY(), v.BroadcastZ());
     }
-    /// The products of their absolute values with `size`.
-    Z4_ALWAYS_INLINE VectorSIMD4f Reach(const VectorSIMD4f& size) const {
-        return FourPlanes{Abs(x), Abs(y), Abs(z), d}.Along(size);
-    }
-
     VectorSIMD4f x, y, z, d;
 };
 

@@ -1,5 +1,7 @@
 #include <zelk_core/math/geometry/cull.h>
 
+#include <bit>
+
 namespace Z4 {
 
 namespace {
@@ -27,14 +29,6 @@ Containment ClassifySphere(const GeometryFrustum& frustum, const VectorSIMD4f& c
                             AllTrue(LessEqual(VectorSIMD4f::Broadcast(0.0F), radius)));
 }
 
-unsigned long CountBits(std::uint32_t bits) {
-    unsigned long count = 0;
-    for (; bits != 0; bits &= bits - 1) {
-        ++count;
-    }
-    return count;
-}
-
 /// `see(i)` tells the bits of the bodies that stand in place `i`, `EACH` of them.
 template <unsigned long EACH, class See>
 unsigned long Cull(unsigned long count, std::uint32_t* visible, See see) {
@@ -47,17 +41,14 @@ unsigned long Cull(unsigned long count, std::uint32_t* visible, See see) {
             bits |= static_cast<std::uint32_t>(see(first + i)) << (i * EACH);
         }
         visible[first / PLACES] = bits;
-        sum += CountBits(bits);
+        sum += static_cast<unsigned long>(std::popcount(bits));
     }
     return sum;
 }
 
-/// The outer half of ClassifyAABBByFrustum(), without a branch.
-bool Sees(const FourPlanes& sides, const FourPlanes& ends, const GeometryAABB& box) {
-    const VectorSIMD4f sum = box.GetMin() + box.GetMax();
-    const VectorSIMD4f size = box.GetFullExtent();
-    const VectorSIMD4f notBehind =
-        And(Private::TestBox(sides, sum, size).notBehind, Private::TestBox(ends, sum, size).notBehind);
+/// The outer half of ClassifyAABBByFrustum().
+bool Sees(const Private::BoxTest& sides, const Private::BoxTest& ends, const GeometryAABB& box) {
+    const VectorSIMD4f notBehind = And(sides(box).notBehind, ends(box).notBehind);
     const int valid = Lanes::SignBits(LessEqual(box.GetMin(), box.GetMax()).Native()) | 8;
     return (Lanes::SignBits(notBehind.Native()) & valid) == 15;
 }
@@ -68,9 +59,13 @@ struct SpreadPlane {
         : x(plane.BroadcastX()),
           y(plane.BroadcastY()),
           z(plane.BroadcastZ()),
-          doubleD(plane.BroadcastW() + plane.BroadcastW()) {}
+          doubleD(plane.BroadcastW() + plane.BroadcastW()),
+          reachX(Abs(x)),
+          reachY(Abs(y)),
+          reachZ(Abs(z)) {}
 
     VectorSIMD4f x, y, z, doubleD;
+    VectorSIMD4f reachX, reachY, reachZ;
 };
 
 } // namespace
@@ -91,16 +86,17 @@ Containment ClassifySphereByFrustum(const GeometryFrustum& frustum, const Vector
 
 void ClassifyAABBsByFrustum(const GeometryFrustum& frustum, const GeometryAABB* boxes, unsigned long count,
                             Containment* results) {
-    const GeometryFrustum local(frustum); // which no result can be part of
+    const Private::BoxTest sides(frustum.GetSides());
+    const Private::BoxTest ends(frustum.GetEnds());
     for (unsigned long i = 0; i < count; ++i) {
-        results[i] = ClassifyAABBByFrustum(local, boxes[i]);
+        results[i] = Private::Combine(sides(boxes[i]), ends(boxes[i]), boxes[i].IsValid());
     }
 }
 
 unsigned long CullAABBsByFrustum(const GeometryFrustum& frustum, const GeometryAABB* boxes, unsigned long count,
                                  std::uint32_t* visible) {
-    const FourPlanes sides = frustum.GetSides();
-    const FourPlanes ends = frustum.GetEnds();
+    const Private::BoxTest sides(frustum.GetSides());
+    const Private::BoxTest ends(frustum.GetEnds());
     return Cull<1>(count, visible, [&](unsigned long i) { return Sees(sides, ends, boxes[i]) ? 1 : 0; });
 }
 
@@ -125,7 +121,7 @@ unsigned long CullAABBsByFrustum(const GeometryFrustum& frustum, const GeometryA
             const VectorSIMD4f middle =
                 Private::Sum<SumOrder::FAST>(plane.x * sum[0], plane.y * sum[1], plane.z * sum[2]) + plane.doubleD;
             const VectorSIMD4f reach =
-                Private::Sum<SumOrder::FAST>(Abs(plane.x) * size[0], Abs(plane.y) * size[1], Abs(plane.z) * size[2]);
+                Private::Sum<SumOrder::FAST>(plane.reachX * size[0], plane.reachY * size[1], plane.reachZ * size[2]);
             seen = And(seen, PlaneTest(middle, reach).notBehind);
         }
         return Lanes::SignBits(seen.Native());
