@@ -1,7 +1,9 @@
-// Rays against boxes, triangles and spheres: every row `query/zelk` beside a peer's own query of the same figures. One
-// iteration is COUNT queries in random order; a ray is used for 16 figures, and its preparation counts. All rows of a
-// query must hit equally often, but for the figures that rounding decides.
+// Rays against boxes, triangles and spheres, and what a frustum sees of boxes: every row `query/zelk` beside a peer's
+// own query of the same figures. One iteration is COUNT queries in random order; a ray is used for 16 figures, and its
+// preparation counts. All rows of a query must hit equally often, but for the figures that rounding decides.
 #include <benchmark/benchmark.h>
+#include <BulletCollision/BroadphaseCollision/btDbvt.h>
+#include <cglm/cglm.h>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +11,7 @@
 #include <glm/gtx/intersect.hpp>
 #include <LinearMath/btAabbUtil2.h>
 #include <random>
+#include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/intersectray.h>
 
@@ -50,6 +53,7 @@ struct Scene {
             high[i] = center + extent;
             boxes[i] = GeometryAABB(Ours(low[i]), Ours(high[i]));
             boxes4[i / 4].Set(i % 4, boxes[i]);
+            bulletBounds[i] = btDbvtAabbMm::FromMM(Bullets(low[i]), Bullets(high[i]));
             bulletBoxes[i][0] = Bullets(low[i]);
             bulletBoxes[i][1] = Bullets(high[i]);
             for (unsigned k = 0; k < 3; ++k) {
@@ -68,10 +72,13 @@ struct Scene {
     GeometryAABB boxes[COUNT];
     GeometryAABB4 boxes4[COUNT / 4];
     btVector3 bulletBoxes[COUNT][2];
+    btDbvtAabbMm bulletBounds[COUNT];
     VectorSIMD4f ourCorners[COUNT][3], ourCenters[COUNT];
     GeometryTriangle4 triangles4[COUNT / 4];
     float radii[COUNT];
     float t[COUNT];
+    Z4::Geometry::Containment where[COUNT];
+    std::uint32_t visible[COUNT / 32];
 };
 
 Scene& TheScene() {
@@ -114,6 +121,11 @@ GeometryRay PrepareOurs(const glm::vec3& origin, const glm::vec3& direction) {
     return {Ours(origin), Ours(direction)};
 }
 
+/// Of four bits, without the call that counting makes on old processors.
+int CountBits(unsigned bits) {
+    return static_cast<int>(0x4332322132212110 >> (4 * bits) & 15);
+}
+
 int g_boxHits = -1;
 void RayBox(benchmark::State& state) {
     Measure<1>(state, g_boxHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i) {
@@ -126,7 +138,7 @@ void RayBoxFour(benchmark::State& state) {
         VectorSIMD4f t;
         const unsigned hits = IntersectRayAABB4(ray, scene.boxes4[i / 4], t);
         t.Store(scene.t + i);
-        return __builtin_popcount(hits);
+        return CountBits(hits);
     });
 }
 BENCHMARK(RayBoxFour)->Name("ray_box/zelk/four");
@@ -169,7 +181,7 @@ void RayTriangleFour(benchmark::State& state) {
         VectorSIMD4f t;
         const unsigned hits = IntersectRayTriangle4(ray, scene.triangles4[i / 4], t);
         t.Store(scene.t + i);
-        return __builtin_popcount(hits);
+        return CountBits(hits);
     });
 }
 BENCHMARK(RayTriangleFour)->Name("ray_triangle/zelk/four");
@@ -200,6 +212,115 @@ void RaySphereGlm(benchmark::State& state) {
     });
 }
 BENCHMARK(RaySphereGlm)->Name("ray_sphere/glm/unit_direction");
+
+/// A view from the origin along z, which some of the boxes are in.
+const Z4::MatrixSIMD44f& View() {
+    static const Z4::MatrixSIMD44f view{VectorSIMD4f(1, 0, 0, 0), VectorSIMD4f(0, 1, 0, 0),
+                                        VectorSIMD4f(0, 0, 1.05F, 1), VectorSIMD4f(0, 0, -0.1F, 0)};
+    return view;
+}
+const Z4::Geometry::GeometryFrustum& Frustum() {
+    static const Z4::Geometry::GeometryFrustum frustum(View(), Z4::Geometry::DepthRange::ZERO_TO_ONE);
+    return frustum;
+}
+/// `classify` tells of all boxes how many are at least partly inside.
+template <class Classify>
+void MeasureCull(benchmark::State& state, int& expected, Classify classify) {
+    Scene& scene = TheScene();
+    int seen = 0;
+    for (auto _ : state) {
+        seen = classify(scene);
+        benchmark::DoNotOptimize(seen);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * COUNT);
+    Compare(state, expected, seen);
+}
+
+int g_seen = -1;
+void Classify(benchmark::State& state) {
+    MeasureCull(state, g_seen, [](Scene& scene) {
+        int seen = 0;
+        for (unsigned i = 0; i < COUNT; ++i) {
+            scene.where[i] = ClassifyAABBByFrustum(Frustum(), scene.boxes[i]);
+            seen += scene.where[i] != Z4::Geometry::Containment::OUTSIDE ? 1 : 0;
+        }
+        return seen;
+    });
+}
+BENCHMARK(Classify)->Name("classify_box/zelk");
+void ClassifyMany(benchmark::State& state) {
+    MeasureCull(state, g_seen, [](Scene& scene) {
+        ClassifyAABBsByFrustum(Frustum(), scene.boxes, COUNT, scene.where);
+        int seen = 0;
+        for (const Z4::Geometry::Containment where : scene.where) {
+            seen += where != Z4::Geometry::Containment::OUTSIDE ? 1 : 0;
+        }
+        return seen;
+    });
+}
+BENCHMARK(ClassifyMany)->Name("classify_box/zelk/many");
+/// Plane by plane, as its trees do, until one has the box behind it.
+void ClassifyBullet(benchmark::State& state) {
+    btVector3 normals[6];
+    btScalar offsets[6];
+    int signs[6];
+    for (unsigned i = 0; i < 6; ++i) {
+        const VectorSIMD4f plane = Frustum().GetPlane(i);
+        normals[i] = btVector3(plane.X(), plane.Y(), plane.Z());
+        offsets[i] = plane.W();
+        signs[i] = (plane.X() >= 0 ? 1 : 0) + (plane.Y() >= 0 ? 2 : 0) + (plane.Z() >= 0 ? 4 : 0);
+    }
+    MeasureCull(state, g_seen, [&](Scene& scene) {
+        int seen = 0;
+        for (unsigned i = 0; i < COUNT; ++i) {
+            auto where = Z4::Geometry::Containment::INSIDE;
+            for (unsigned k = 0; k < 6; ++k) {
+                const int side = scene.bulletBounds[i].Classify(normals[k], offsets[k], signs[k]);
+                if (side < 0) {
+                    where = Z4::Geometry::Containment::OUTSIDE;
+                    break;
+                }
+                where = side == 0 ? Z4::Geometry::Containment::INTERSECTING : where;
+            }
+            scene.where[i] = where;
+            seen += where != Z4::Geometry::Containment::OUTSIDE ? 1 : 0;
+        }
+        return seen;
+    });
+}
+BENCHMARK(ClassifyBullet)->Name("classify_box/bullet");
+
+void Visible(benchmark::State& state) {
+    MeasureCull(state, g_seen, [](Scene& scene) {
+        return static_cast<int>(CullAABBsByFrustum(Frustum(), scene.boxes, COUNT, scene.visible));
+    });
+}
+BENCHMARK(Visible)->Name("visible_boxes/zelk");
+void VisibleGroups(benchmark::State& state) {
+    MeasureCull(state, g_seen, [](Scene& scene) {
+        return static_cast<int>(CullAABBsByFrustum(Frustum(), scene.boxes4, COUNT / 4, scene.visible));
+    });
+}
+BENCHMARK(VisibleGroups)->Name("visible_boxes/zelk/four");
+void VisibleCglm(benchmark::State& state) {
+    vec4 planes[6];
+    for (unsigned i = 0; i < 6; ++i) {
+        Frustum().GetPlane(i).Store(planes[i]);
+    }
+    MeasureCull(state, g_seen, [&](Scene& scene) {
+        int seen = 0;
+        for (unsigned i = 0; i < COUNT; ++i) {
+            vec3 box[2] = {{scene.low[i].x, scene.low[i].y, scene.low[i].z},
+                           {scene.high[i].x, scene.high[i].y, scene.high[i].z}};
+            const unsigned bit = glm_aabb_frustum(box, planes) ? 1 : 0;
+            scene.visible[i / 32] = i % 32 == 0 ? bit : scene.visible[i / 32] | bit << (i % 32);
+            seen += static_cast<int>(bit);
+        }
+        return seen;
+    });
+}
+BENCHMARK(VisibleCglm)->Name("visible_boxes/cglm");
 
 } // namespace
 

@@ -45,13 +45,16 @@
 #include <zelk_core/generics/vectorstorage.h>
 #include <zelk_core/math/geometry/aabb.h>
 #include <zelk_core/math/geometry/columns.h>
+#include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/distance.h>
+#include <zelk_core/math/geometry/frustum.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/intersectray.h>
 #include <zelk_core/math/geometry/nearestpoint.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/plane.h>
 #include <zelk_core/math/geometry/ray.h>
+#include <zelk_core/math/geometry/round.h>
 #include <zelk_core/math/geometry/shear.h>
 #include <zelk_core/math/geometry/slabs.h>
 #include <zelk_core/math/lanes.h>

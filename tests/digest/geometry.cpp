@@ -6,6 +6,7 @@
 #include <tests/math/queries.h>
 #include <tests/math/rayqueries.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/plane.h>
@@ -204,6 +205,37 @@ void AddQueries(Digest& digest, Input& input, const ZelkTest::Query (&queries)[C
     }
 }
 
+/// Whose matrix is any.
+void AddCulled(Digest& digest, Input& input) {
+    using Z4::Geometry::DepthRange;
+    const Kind kind = DrawKind(input);
+    const MatrixSIMD44f matrix{Point(input, kind), Point(input, kind), Point(input, kind), Point(input, kind)};
+    const Z4::Geometry::GeometryFrustum frustum(matrix, static_cast<DepthRange>(input.Below(3)));
+    VectorSIMD4f corners[8] = {};
+    digest.Add(frustum.GetCorners(corners));
+    digest.Add(corners[input.Below(8)]);
+    digest.Add(frustum.GetPlane(input.Below(6)));
+    GeometryAABB boxes[8];
+    GeometryOBB oriented[4];
+    Z4::Geometry::GeometryAABB4 groups[2];
+    for (unsigned long i = 0; i < 8; ++i) {
+        const Points points(input);
+        boxes[i] = GeometryAABB(points.p, 2);
+        groups[i / 4].Set(i % 4, boxes[i]);
+        oriented[i / 2] = Box(input);
+        corners[i] = points.p[2];
+    }
+    std::uint32_t visible[4] = {};
+    Z4::Geometry::Containment where[8] = {};
+    ClassifyAABBsByFrustum(frustum, boxes, 8, where);
+    digest.Add(where, sizeof where);
+    digest.Add(CullAABBsByFrustum(frustum, boxes, 8, visible));
+    digest.Add(CullAABBsByFrustum(frustum, groups, 2, visible + 1));
+    digest.Add(CullOBBsByFrustum(frustum, oriented, 4, visible + 2));
+    digest.Add(CullSpheresByFrustum(frustum, corners, 8, visible + 3));
+    digest.Add(visible, sizeof visible);
+}
+
 /// `FORM` is 0 for the fast one and 1 for the consistent one.
 template <int FORM>
 void AddIntersections(Digest& digest, Input& input) {
@@ -269,6 +301,9 @@ void AddAllIntersections(Digest& digest) {
     Input input;
     for (int round = 0; round < ROUNDS; ++round) {
         AddIntersections<FORM>(digest, input);
+        if (FORM == 0) {
+            AddCulled(digest, input);
+        }
     }
 }
 

@@ -32,6 +32,7 @@
 #include <zelk_core/math/geometry/aabb.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/ray.h>
+#include <zelk_core/math/geometry/round.h>
 #include <zelk_core/math/vectorsimd.h>
 
 namespace Z4::Geometry {
@@ -54,13 +55,12 @@ enum class Sides : unsigned char {
 [[nodiscard]] Z4_API_INLINE bool IntersectRayAABB(const GeometryRay& ray, const GeometryAABB& box, float& tIn,
                                                   float& tOut) {
     const Private::Interval range = ray.GetRange();
-    const Private::Interval common = Private::Common3(Private::ClipBySlab(
-        box.GetMin() - ray.GetOrigin(), box.GetMax() - ray.GetOrigin(), ray.GetInverseDirection(), range));
-    // The lanes y and z hold the same two numbers, combined in another order.
-    if (!AllTrue3(And(Private::HoldsSome(common), LessEqual(box.GetMin(), box.GetMax())))) {
+    const Private::Interval part = Private::ClipBySlab(box.GetMin() - ray.GetOrigin(), box.GetMax() - ray.GetOrigin(),
+                                                       ray.GetInverseDirection(), range);
+    if (!AllTrue3(And(Private::HoldInCommon3(part), LessEqual(box.GetMin(), box.GetMax())))) {
         return false;
     }
-    const Private::Interval result = Private::Tidy(common, range);
+    const Private::Interval result = Private::Tidy(Private::Common3(part), range);
     tIn = result.in.X();
     tOut = result.out.X();
     return true;
@@ -72,8 +72,12 @@ enum class Sides : unsigned char {
 /// Ray and sphere. The way from the centre to the nearest point of the line is calculated by itself, which keeps small
 /// spheres far away accurate (E. Haines, J. Günther and T. Akenine-Möller, "Precision Improvements for Ray/Sphere
 /// Intersection", Ray Tracing Gems, 2019).
-[[nodiscard]] Z4_API bool IntersectRaySphere(const GeometryRay& ray, const VectorSIMD4f& center, float radius,
-                                             float& tIn, float& tOut);
+[[nodiscard]] Z4_API_INLINE bool IntersectRaySphere(const GeometryRay& ray, const VectorSIMD4f& center, float radius,
+                                                    float& tIn, float& tOut) {
+    const Private::Part part = Private::FindRoundPart<SumOrder::FAST>(
+        ray.GetOrigin() - center, ray.GetDirection(), radius, ray.GetInverseLengthSqr<SumOrder::FAST>());
+    return part.WriteWithin(ray.GetFirst(), ray.GetLast(), tIn, tOut);
+}
 
 /// Ray and capsule, the points no farther than `radius` from the segment from `a` to `b`. Where `a` and `b` are equal,
 /// that is a sphere.

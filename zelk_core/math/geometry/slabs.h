@@ -35,12 +35,21 @@ Z4_ALWAYS_INLINE Interval ClipBySlab(const VectorSIMD4f& low, const VectorSIMD4f
     return {Max(Min(toHigh, toLow), range.in), Min(Max(toLow, toHigh), range.out)};
 }
 
-/// Whether the interval holds a parameter. Its ends carry the errors of a difference, a reciprocal and a product, three
-/// halves of a unit in the last place each; so much further out, rounding makes no ray miss what it touches. By
-/// products, as adding a part of an infinite end to it could give NaN.
+/// The end of an interval, so much further out that rounding makes no ray miss what it touches. Both ends carry the
+/// errors of a difference, a reciprocal and a product, half a unit in the last place each. By products, as adding a
+/// part of an infinite end to it could give NaN.
+Z4_ALWAYS_INLINE VectorSIMD4f Widen(const VectorSIMD4f& out) {
+    return Max(out * 1.0000005F, out * 0.9999995F);
+}
+/// Lane by lane, whether the interval holds a parameter.
 Z4_ALWAYS_INLINE VectorSIMD4f HoldsSome(const Interval& interval) {
-    const VectorSIMD4f out = Max(interval.out * 1.0000005F, interval.out * 0.9999995F);
-    return LessEqual(interval.in, out);
+    return LessEqual(interval.in, Widen(interval.out));
+}
+/// In the lanes x, y and z together, whether those of the interval have a parameter in common: no start lies behind any
+/// end. That asks less than looking for the last start and the first end, which only a hit needs.
+Z4_ALWAYS_INLINE VectorSIMD4f HoldInCommon3(const Interval& interval) {
+    const VectorSIMD4f out = Widen(interval.out);
+    return And(LessEqual(interval.in, out), And(LessEqual(Yzx(interval.in), out), LessEqual(Zxy(interval.in), out)));
 }
 
 /// The interval as a query gives it out, within `range` and not backwards. Adding 0 makes -0 to 0, so that the order in
@@ -51,9 +60,9 @@ Z4_ALWAYS_INLINE Interval Tidy(const Interval& interval, const Interval& range) 
 }
 
 /// The parameters that are common to the first three lanes, in lane x.
-inline Interval Common3(const Interval& interval) {
-    const VectorSIMD4f in = Max(interval.in, Yzx(Max(interval.in, Yzx(interval.in))));
-    const VectorSIMD4f out = Min(interval.out, Yzx(Min(interval.out, Yzx(interval.out))));
+Z4_ALWAYS_INLINE Interval Common3(const Interval& interval) {
+    const VectorSIMD4f in = Max(interval.in, Max(Yzx(interval.in), Zxy(interval.in)));
+    const VectorSIMD4f out = Min(interval.out, Min(Yzx(interval.out), Zxy(interval.out)));
     return {in, out};
 }
 

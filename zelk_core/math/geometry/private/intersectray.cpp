@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <limits>
 
 namespace Z4 {
 
@@ -25,32 +24,14 @@ using Geometry::GeometryOBB;
 using Geometry::GeometryRay;
 using Geometry::Sides;
 using Private::Interval;
+using Private::Part;
 
 VectorSIMD4f Zero() {
     return VectorSIMD4f::Broadcast(0.0F);
 }
-constexpr float INFINITE_T = std::numeric_limits<float>::infinity();
-
-/// The parameters from `in` to `out`; none where `in` is above `out`.
-struct Part {
-    float in;
-    float out;
-
-    bool IsEmpty() const { return !(in <= out); }
-};
-constexpr Part NOTHING = {INFINITE_T, -INFINITE_T};
-constexpr Part EVERYTHING = {-INFINITE_T, INFINITE_T};
-
 /// What of the part lies within the ray's bounds, if anything does.
 bool Write(const GeometryRay& ray, const Part& found, float& tIn, float& tOut) {
-    const float in = found.in > ray.GetFirst() ? found.in : ray.GetFirst();
-    const float out = found.out < ray.GetLast() ? found.out : ray.GetLast();
-    if (!(in <= out)) {
-        return false;
-    }
-    tIn = in;
-    tOut = out;
-    return true;
+    return found.WriteWithin(ray.GetFirst(), ray.GetLast(), tIn, tOut);
 }
 
 template <SumOrder ORDER>
@@ -80,38 +61,22 @@ bool RayOBB(const GeometryRay& ray, const GeometryOBB& box, float& tIn, float& t
     const VectorSIMD4f low = -box.GetExtent() - start;
     const VectorSIMD4f high = box.GetExtent() - start;
     const Interval range = ray.GetRange();
-    const Interval common =
-        Private::Common3(Private::ClipBySlab(low, high, Private::InverseDirection(direction), range));
+    const Interval part = Private::ClipBySlab(low, high, Private::InverseDirection(direction), range);
     // The slabs let a NaN pass; these comparisons do not.
     const VectorSIMD4f isShape = And(LessEqual(Zero(), box.GetExtent()), LessEqual(low, high));
-    if (!AllTrue3(And(And(Private::HoldsSome(common), isShape), Equal(direction, direction)))) {
+    if (!AllTrue3(And(And(Private::HoldInCommon3(part), isShape), Equal(direction, direction)))) {
         return false;
     }
-    const Interval result = Private::Tidy(common, range);
+    const Interval result = Private::Tidy(Private::Common3(part), range);
     tIn = result.in.X();
     tOut = result.out.X();
     return true;
 }
 
-/// Where the line r + t d is no farther than `radius` from 0. `inverse` is 1 over the square of d, and 0 where there is
-/// no d: then it is everywhere or nowhere so.
-template <SumOrder ORDER>
-Part RoundPart(const VectorSIMD4f& r, const VectorSIMD4f& d, float radius, float inverse) {
-    const float nearestT = -Dot3<ORDER>(r, d).X() * inverse;
-    const float rest = radius * radius - LengthSqr3<ORDER>(r + nearestT * d).X();
-    if (!(rest >= 0) || !(radius >= 0)) {
-        return NOTHING;
-    }
-    if (inverse == 0) {
-        return EVERYTHING;
-    }
-    const float half = Lanes::SquareRoot(rest * inverse);
-    return {nearestT - half, nearestT + half};
-}
-
 template <SumOrder ORDER>
 Part SpherePart(const GeometryRay& ray, const VectorSIMD4f& center, float radius) {
-    return RoundPart<ORDER>(ray.GetOrigin() - center, ray.GetDirection(), radius, ray.GetInverseLengthSqr<ORDER>());
+    return Private::FindRoundPart<ORDER>(ray.GetOrigin() - center, ray.GetDirection(), radius,
+                                         ray.GetInverseLengthSqr<ORDER>());
 }
 
 /// The part in the cylinder; none where the axis has no length.
@@ -120,7 +85,7 @@ Part CylinderPart(const GeometryRay& ray, const VectorSIMD4f& a, const VectorSIM
     const VectorSIMD4f axis = b - a;
     const VectorSIMD4f axisSqr = LengthSqr3<ORDER>(axis);
     if (!AllTrue(Less(Zero(), axisSqr))) {
-        return NOTHING;
+        return Part::Nothing();
     }
     const VectorSIMD4f start = ray.GetOrigin() - a;
     const VectorSIMD4f& direction = ray.GetDirection();
@@ -130,9 +95,9 @@ Part CylinderPart(const GeometryRay& ray, const VectorSIMD4f& a, const VectorSIM
     const VectorSIMD4f flatStart = start - height / axisSqr * axis;
     const VectorSIMD4f flat = direction - slope / axisSqr * axis;
     const float flatSqr = LengthSqr3<ORDER>(flat).X();
-    const Part wall = RoundPart<ORDER>(flatStart, flat, radius, flatSqr != 0 ? 1 / flatSqr : 0);
+    const Part wall = Private::FindRoundPart<ORDER>(flatStart, flat, radius, flatSqr != 0 ? 1 / flatSqr : 0);
     if (wall.IsEmpty()) {
-        return NOTHING;
+        return Part::Nothing();
     }
     const Interval cut = Private::ClipBySlab(-height, axisSqr - height, Private::InverseDirection(slope),
                                              {VectorSIMD4f::Broadcast(wall.in), VectorSIMD4f::Broadcast(wall.out)});
@@ -144,9 +109,9 @@ template <SumOrder ORDER>
 Part CapsulePart(const GeometryRay& ray, const VectorSIMD4f& a, const VectorSIMD4f& b, float radius) {
     const float axisSqr = LengthSqr3<ORDER>(b - a).X();
     if (axisSqr != axisSqr) {
-        return NOTHING;
+        return Part::Nothing();
     }
-    Part part = NOTHING;
+    Part part = Part::Nothing();
     for (const Part& piece : {SpherePart<ORDER>(ray, a, radius), SpherePart<ORDER>(ray, b, radius),
                               CylinderPart<ORDER>(ray, a, b, radius)}) {
         if (!piece.IsEmpty()) {
@@ -162,7 +127,7 @@ bool RayConvex(const GeometryRay& ray, const VectorSIMD4f* planes, unsigned long
     if (count == 0) {
         return false;
     }
-    Part part = EVERYTHING;
+    Part part = Part::Everything();
     for (unsigned long i = 0; i < count; ++i) {
         const float height = (Dot3<ORDER>(ray.GetOrigin(), planes[i]) + planes[i].BroadcastW()).X();
         const float slope = Dot3<ORDER>(ray.GetDirection(), planes[i]).X();
@@ -229,10 +194,6 @@ bool IntersectRayPlane(const GeometryRay& ray, const VectorSIMD4f& plane, float&
 
 bool IntersectRayOBB(const GeometryRay& ray, const GeometryOBB& box, float& tIn, float& tOut) {
     return RayOBB<SumOrder::FAST>(ray, box, tIn, tOut);
-}
-
-bool IntersectRaySphere(const GeometryRay& ray, const VectorSIMD4f& center, float radius, float& tIn, float& tOut) {
-    return Write(ray, SpherePart<SumOrder::FAST>(ray, center, radius), tIn, tOut);
 }
 
 bool IntersectRayCapsule(const GeometryRay& ray, const VectorSIMD4f& a, const VectorSIMD4f& b, float radius, float& tIn,
