@@ -110,6 +110,12 @@ bool ReadsAs(const std::string& kind, StreamReader& reader, ZelkString& text) {
     if (kind == "flag") {
         return reader.Read<bool>();
     }
+    if (kind == "number") {
+        return reader.Read<std::uint32_t>() != 0;
+    }
+    if (kind == "identifier") {
+        return !reader.Read<GUID>().IsNil();
+    }
     if (kind == "varint") {
         return reader.ReadVarint() != 0;
     }

@@ -49,9 +49,9 @@ void SwapElements(T* elements, std::size_t count) {
 /// and its stream.
 ///
 /// The reader has no error of its own: the stream has it. Data that end early, or are wrong, make the stream fail with
-/// ERR_CORRUPTED_DATA, and memory that is refused with ERR_OUT_OF_MEMORY. From a stream that has failed, numbers are
-/// read as 0 and texts as empty. In a number that the end of the data cuts, the bytes that are missing are 0.
-/// Operations that return `bool` return false when the stream has failed.
+/// ERR_CORRUPTED_DATA, and memory that is refused with ERR_OUT_OF_MEMORY. From a stream that has failed, and where the
+/// data end within one, numbers are read as 0 and texts as empty. Operations that return `bool` return false when the
+/// stream has failed.
 class StreamReader {
 public:
     StreamReader(Stream& stream, ByteOrder order) : m_stream(&stream), m_isSwapped(order != NATIVE_ORDER) {}
@@ -79,11 +79,13 @@ public:
             Read(value.data1);
             Read(value.data2);
             Read(value.data3);
-            m_stream->ReadExactly(value.data4, sizeof(value.data4));
+            if (!m_stream->ReadExactly(value.data4, sizeof(value.data4))) {
+                value = GUID{};
+            }
         } else {
             Private::UnsignedOfSize<sizeof(T)> bits = 0;
             const bool isRead = m_stream->ReadExactly(&bits, sizeof(bits));
-            bits = m_isSwapped ? ByteSwap(bits) : bits;
+            bits = !isRead ? 0 : m_isSwapped ? ByteSwap(bits) : bits;
             std::memcpy(&value, &bits, sizeof(bits));
             return isRead;
         }
