@@ -140,16 +140,6 @@ bool DebugHelp() {
            module.size != 0;
 }
 
-bool Streams() {
-    Z4::MemoryStream stream;
-    Z4::StreamWriter writer(stream, Z4::BIG_ENDIAN_ORDER);
-    const bool isWritten = writer.Write(0x01020304U) && writer.WriteString("1e3");
-    Z4::StreamReader reader(stream, Z4::BIG_ENDIAN_ORDER);
-    Z4::ZelkString text;
-    return isWritten && stream.Seek(0, Z4::SEEK_FROM_BEGIN) && reader.Read<unsigned>() == 0x01020304U &&
-           reader.ReadString(text, 10) && text == "1e3" && *stream.GetData() == 1;
-}
-
 bool Network() {
     Z4::TcpSocket listener;
     return listener.Bind("127.0.0.1", 0) && listener.Listen(1) && listener.GetPortNumber() != 0 &&
@@ -168,7 +158,6 @@ const struct {
     {"net", Z4::InitializeOS, Z4::ShutdownOS, Network},
     {"eal_utils", Z4::InitializeEalUtils, Z4::ShutdownEalUtils, HostThreads},
     {"generics", Z4::InitializeGenerics, Z4::ShutdownGenerics, Generics},
-    {"streams", Z4::InitializeGenerics, Z4::ShutdownGenerics, Streams},
     {"math", Z4::InitializeMath, Z4::ShutdownMath, Math},
     {"random", Z4::InitializeRandomService, Z4::ShutdownRandomService, Random},
     {"encryption", Z4::InitializeEncryptionService, Z4::ShutdownEncryptionService, Encryption},

@@ -380,7 +380,7 @@ TEST(HostFiles, TransfersThatCannotStartSayWhy) {
     const TemporaryFile name;
     char buffer[16] = {};
     std::uint64_t size = 0;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
+    OpenFile file(name.Utf8(), ASYNC_READ_WRITE_CREATE);
     file.Write("some text", 0);
     // Transfers from and to it fail only after the system has begun with them.
     void* const reserved = VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_NOACCESS);
