@@ -86,6 +86,10 @@ Scene& TheScene() {
     return scene;
 }
 
+void Lower(float& nearest, float t) {
+    nearest = t < nearest ? t : nearest;
+}
+
 /// How often the rows of one query hit: the first tells the others.
 void Compare(benchmark::State& state, int& expected, int hits) {
     if (expected < 0) {
@@ -97,7 +101,8 @@ void Compare(benchmark::State& state, int& expected, int hits) {
     state.counters["hits"] = static_cast<double>(hits) / COUNT;
 }
 
-/// `prepare` makes a ray of origin and direction; `query` tells how many of the figures `i` to `i + STEP - 1` it hits.
+/// `prepare` makes a ray of origin and direction; `query` tells how many of the figures `i` to `i + STEP - 1` it hits,
+/// and lowers `nearest` to the least t: callers branch on a hit.
 template <unsigned STEP, class Prepare, class Query>
 void Measure(benchmark::State& state, int& expected, Prepare prepare, Query query) {
     Scene& scene = TheScene();
@@ -106,9 +111,11 @@ void Measure(benchmark::State& state, int& expected, Prepare prepare, Query quer
         hits = 0;
         for (unsigned first = 0; first < COUNT; first += PER_RAY) {
             const auto ray = prepare(scene.origins[first / PER_RAY], scene.directions[first / PER_RAY]);
+            float nearest = 3e38F;
             for (unsigned i = first; i < first + PER_RAY; i += STEP) {
-                hits += query(scene, ray, i);
+                hits += query(scene, ray, i, nearest);
             }
+            scene.t[first] = nearest;
         }
         benchmark::DoNotOptimize(hits);
         benchmark::ClobberMemory();
@@ -128,16 +135,22 @@ int CountBits(unsigned bits) {
 
 int g_boxHits = -1;
 void RayBox(benchmark::State& state) {
-    Measure<1>(state, g_boxHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i) {
-        return IntersectRayAABB(ray, scene.boxes[i], scene.t[i]) ? 1 : 0;
+    Measure<1>(state, g_boxHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i, float& nearest) {
+        float t = 0;
+        if (!IntersectRayAABB(ray, scene.boxes[i], t)) {
+            return 0;
+        }
+        Lower(nearest, t);
+        return 1;
     });
 }
 BENCHMARK(RayBox)->Name("ray_box/zelk");
 void RayBoxFour(benchmark::State& state) {
-    Measure<4>(state, g_boxHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i) {
+    Measure<4>(state, g_boxHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i, float& nearest) {
         VectorSIMD4f t;
         const unsigned hits = IntersectRayAABB4(ray, scene.boxes4[i / 4], t);
-        t.Store(scene.t + i);
+        const VectorSIMD4f pairs = Min(t, VectorSIMD4f(Z4::Lanes::Shuffle<2, 3, 0, 1>(t.Native())));
+        Lower(nearest, Min(pairs, pairs.BroadcastY()).X());
         return CountBits(hits);
     });
 }
@@ -151,8 +164,13 @@ void RayBoxBullet(benchmark::State& state) {
         const btVector3 inverse(1.0F / d.x, 1.0F / d.y, 1.0F / d.z);
         return BulletRay{Bullets(origin), inverse, {inverse.x() < 0, inverse.y() < 0, inverse.z() < 0}};
     };
-    Measure<1>(state, g_boxHits, prepare, [](Scene& scene, const BulletRay& ray, unsigned i) {
-        return btRayAabb2(ray.origin, ray.inverse, ray.signs, scene.bulletBoxes[i], scene.t[i], 0.0F, 3e38F) ? 1 : 0;
+    Measure<1>(state, g_boxHits, prepare, [](Scene& scene, const BulletRay& ray, unsigned i, float& nearest) {
+        float t = 0;
+        if (!btRayAabb2(ray.origin, ray.inverse, ray.signs, scene.bulletBoxes[i], t, 0.0F, 3e38F)) {
+            return 0;
+        }
+        Lower(nearest, t);
+        return 1;
     });
 }
 BENCHMARK(RayBoxBullet)->Name("ray_box/bullet");
@@ -166,49 +184,69 @@ GlmRay PrepareGlm(const glm::vec3& origin, const glm::vec3& direction) {
 
 int g_triangleHits = -1;
 void RayTriangle(benchmark::State& state) {
-    Measure<1>(state, g_triangleHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i) {
-        const auto& p = scene.ourCorners[i];
-        float u = 0;
-        float v = 0;
-        const bool isHit = IntersectRayTriangle(ray, p[0], p[1], p[2], scene.t[i], u, v);
-        benchmark::DoNotOptimize(u + v);
-        return isHit ? 1 : 0;
-    });
+    Measure<1>(state, g_triangleHits, PrepareOurs,
+               [](Scene& scene, const GeometryRay& ray, unsigned i, float& nearest) {
+                   const auto& p = scene.ourCorners[i];
+                   float t = 0;
+                   float u = 0;
+                   float v = 0;
+                   if (!IntersectRayTriangle(ray, p[0], p[1], p[2], t, u, v)) {
+                       return 0;
+                   }
+                   benchmark::DoNotOptimize(u + v);
+                   Lower(nearest, t);
+                   return 1;
+               });
 }
 BENCHMARK(RayTriangle)->Name("ray_triangle/zelk");
 void RayTriangleFour(benchmark::State& state) {
-    Measure<4>(state, g_triangleHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i) {
-        VectorSIMD4f t;
-        const unsigned hits = IntersectRayTriangle4(ray, scene.triangles4[i / 4], t);
-        t.Store(scene.t + i);
-        return CountBits(hits);
-    });
+    Measure<4>(state, g_triangleHits, PrepareOurs,
+               [](Scene& scene, const GeometryRay& ray, unsigned i, float& nearest) {
+                   VectorSIMD4f t;
+                   const unsigned hits = IntersectRayTriangle4(ray, scene.triangles4[i / 4], t);
+                   const VectorSIMD4f pairs = Min(t, VectorSIMD4f(Z4::Lanes::Shuffle<2, 3, 0, 1>(t.Native())));
+                   Lower(nearest, Min(pairs, pairs.BroadcastY()).X());
+                   return CountBits(hits);
+               });
 }
 BENCHMARK(RayTriangleFour)->Name("ray_triangle/zelk/four");
 /// Not watertight; it takes hits behind the start, too, which the row leaves out as ours does.
 void RayTriangleGlm(benchmark::State& state) {
-    Measure<1>(state, g_triangleHits, PrepareGlm, [](Scene& scene, const GlmRay& ray, unsigned i) {
+    Measure<1>(state, g_triangleHits, PrepareGlm, [](Scene& scene, const GlmRay& ray, unsigned i, float& nearest) {
         const auto& p = scene.corners[i];
         glm::vec2 weights;
-        const bool isHit = glm::intersectRayTriangle(ray.origin, ray.direction, p[0], p[1], p[2], weights, scene.t[i]);
+        float t = 0;
+        if (!glm::intersectRayTriangle(ray.origin, ray.direction, p[0], p[1], p[2], weights, t) || t < 0) {
+            return 0;
+        }
         benchmark::DoNotOptimize(weights.x + weights.y);
-        return isHit && scene.t[i] >= 0 ? 1 : 0;
+        Lower(nearest, t);
+        return 1;
     });
 }
 BENCHMARK(RayTriangleGlm)->Name("ray_triangle/glm");
 
 int g_sphereHits = -1;
 void RaySphere(benchmark::State& state) {
-    Measure<1>(state, g_sphereHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i) {
-        return IntersectRaySphere(ray, scene.ourCenters[i], scene.radii[i], scene.t[i]) ? 1 : 0;
+    Measure<1>(state, g_sphereHits, PrepareOurs, [](Scene& scene, const GeometryRay& ray, unsigned i, float& nearest) {
+        float t = 0;
+        if (!IntersectRaySphere(ray, scene.ourCenters[i], scene.radii[i], t)) {
+            return 0;
+        }
+        Lower(nearest, t);
+        return 1;
     });
 }
 BENCHMARK(RaySphere)->Name("ray_sphere/zelk");
 void RaySphereGlm(benchmark::State& state) {
-    Measure<1>(state, g_sphereHits, PrepareGlm, [](Scene& scene, const GlmRay& ray, unsigned i) {
+    Measure<1>(state, g_sphereHits, PrepareGlm, [](Scene& scene, const GlmRay& ray, unsigned i, float& nearest) {
         const float radius = scene.radii[i];
-        return glm::intersectRaySphere(ray.origin, ray.direction, scene.centers[i], radius * radius, scene.t[i]) ? 1
-                                                                                                                 : 0;
+        float t = 0;
+        if (!glm::intersectRaySphere(ray.origin, ray.direction, scene.centers[i], radius * radius, t)) {
+            return 0;
+        }
+        Lower(nearest, t);
+        return 1;
     });
 }
 BENCHMARK(RaySphereGlm)->Name("ray_sphere/glm/unit_direction");

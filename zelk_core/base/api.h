@@ -125,6 +125,9 @@ inline bool CompareExchange(volatile long long& value, long long& expected, long
 /// same.
 #if defined(ZELK_CORE_BUILD) && !defined(ZELK_CORE_STATIC)
 #    define Z4_API_INLINE inline __declspec(dllexport)
+#    define Z4_API_ALWAYS_INLINE Z4_ALWAYS_INLINE __declspec(dllexport)
 #else
 #    define Z4_API_INLINE inline
+/// The same where a call would cost about as much as the function, which the compiler is not to decide.
+#    define Z4_API_ALWAYS_INLINE Z4_ALWAYS_INLINE
 #endif

@@ -59,7 +59,8 @@ private:
 namespace Geometry {
 
 /// Where a body lies: wholly INSIDE, INTERSECTING or OUTSIDE.
-[[nodiscard]] Z4_API_INLINE Containment ClassifyAABBByFrustum(const GeometryFrustum& frustum, const GeometryAABB& box) {
+[[nodiscard]] Z4_API_ALWAYS_INLINE Containment ClassifyAABBByFrustum(const GeometryFrustum& frustum,
+                                                                     const GeometryAABB& box) {
     return Private::Combine(Private::BoxTest(frustum.GetSides())(box), Private::BoxTest(frustum.GetEnds())(box),
                             box.IsValid());
 }

@@ -67,8 +67,8 @@ private:
 
 /// Which of four boxes the ray meets: bit i stands for box i. Writes IntersectRayAABB()'s `tIn` of each to a lane of
 /// `t`, +infinity for those that are missed, so that sorting puts them last. `t` is always written.
-[[nodiscard]] Z4_API_INLINE unsigned IntersectRayAABB4(const GeometryRay& ray, const GeometryAABB4& boxes,
-                                                       VectorSIMD4f& t) {
+[[nodiscard]] Z4_API_ALWAYS_INLINE unsigned IntersectRayAABB4(const GeometryRay& ray, const GeometryAABB4& boxes,
+                                                              VectorSIMD4f& t) {
     const VectorSIMD4f& origin = ray.GetOrigin();
     const VectorSIMD4f& inverse = ray.GetInverseDirection();
     const Private::Interval range = ray.GetRange();

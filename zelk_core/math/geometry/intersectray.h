@@ -52,8 +52,8 @@ enum class Sides : unsigned char {
 /// moving the box's sides by 1e-6 of their distance from the ray's start would make it so.
 ///
 /// This is the slab test of slabs.h.
-[[nodiscard]] Z4_API_INLINE bool IntersectRayAABB(const GeometryRay& ray, const GeometryAABB& box, float& tIn,
-                                                  float& tOut) {
+[[nodiscard]] Z4_API_ALWAYS_INLINE bool IntersectRayAABB(const GeometryRay& ray, const GeometryAABB& box, float& tIn,
+                                                         float& tOut) {
     const Private::Interval range = ray.GetRange();
     const Private::Interval part = Private::ClipBySlab(box.GetMin() - ray.GetOrigin(), box.GetMax() - ray.GetOrigin(),
                                                        ray.GetInverseDirection(), range);
@@ -72,8 +72,8 @@ enum class Sides : unsigned char {
 /// Ray and sphere. The way from the centre to the nearest point of the line is calculated by itself, which keeps small
 /// spheres far away accurate (E. Haines, J. Günther and T. Akenine-Möller, "Precision Improvements for Ray/Sphere
 /// Intersection", Ray Tracing Gems, 2019).
-[[nodiscard]] Z4_API_INLINE bool IntersectRaySphere(const GeometryRay& ray, const VectorSIMD4f& center, float radius,
-                                                    float& tIn, float& tOut) {
+[[nodiscard]] Z4_API_ALWAYS_INLINE bool IntersectRaySphere(const GeometryRay& ray, const VectorSIMD4f& center,
+                                                           float radius, float& tIn, float& tOut) {
     const Private::Part part = Private::FindRoundPart<SumOrder::FAST>(
         ray.GetOrigin() - center, ray.GetDirection(), radius, ray.GetInverseLengthSqr<SumOrder::FAST>());
     return part.WriteWithin(ray.GetFirst(), ray.GetLast(), tIn, tOut);
@@ -95,26 +95,26 @@ enum class Sides : unsigned char {
                                              float& tIn, float& tOut);
 
 /// The same queries without the far end.
-[[nodiscard]] inline bool IntersectRayAABB(const GeometryRay& ray, const GeometryAABB& box, float& t) {
+[[nodiscard]] Z4_ALWAYS_INLINE bool IntersectRayAABB(const GeometryRay& ray, const GeometryAABB& box, float& t) {
     float out = 0;
     return IntersectRayAABB(ray, box, t, out);
 }
-[[nodiscard]] inline bool IntersectRayOBB(const GeometryRay& ray, const GeometryOBB& box, float& t) {
+[[nodiscard]] Z4_ALWAYS_INLINE bool IntersectRayOBB(const GeometryRay& ray, const GeometryOBB& box, float& t) {
     float out = 0;
     return IntersectRayOBB(ray, box, t, out);
 }
-[[nodiscard]] inline bool IntersectRaySphere(const GeometryRay& ray, const VectorSIMD4f& center, float radius,
-                                             float& t) {
+[[nodiscard]] Z4_ALWAYS_INLINE bool IntersectRaySphere(const GeometryRay& ray, const VectorSIMD4f& center, float radius,
+                                                       float& t) {
     float out = 0;
     return IntersectRaySphere(ray, center, radius, t, out);
 }
-[[nodiscard]] inline bool IntersectRayCapsule(const GeometryRay& ray, const VectorSIMD4f& a, const VectorSIMD4f& b,
-                                              float radius, float& t) {
+[[nodiscard]] Z4_ALWAYS_INLINE bool IntersectRayCapsule(const GeometryRay& ray, const VectorSIMD4f& a,
+                                                        const VectorSIMD4f& b, float radius, float& t) {
     float out = 0;
     return IntersectRayCapsule(ray, a, b, radius, t, out);
 }
-[[nodiscard]] inline bool IntersectRayCylinder(const GeometryRay& ray, const VectorSIMD4f& a, const VectorSIMD4f& b,
-                                               float radius, float& t) {
+[[nodiscard]] Z4_ALWAYS_INLINE bool IntersectRayCylinder(const GeometryRay& ray, const VectorSIMD4f& a,
+                                                         const VectorSIMD4f& b, float radius, float& t) {
     float out = 0;
     return IntersectRayCylinder(ray, a, b, radius, t, out);
 }
@@ -125,9 +125,9 @@ enum class Sides : unsigned char {
 ///
 /// Watertight: a ray at an edge or a corner that triangles share hits at least one of them, so that none passes through
 /// a closed mesh. shear.h has the algorithm and the reason.
-[[nodiscard]] Z4_API_INLINE bool IntersectRayTriangle(const GeometryRay& ray, const VectorSIMD4f& a,
-                                                      const VectorSIMD4f& b, const VectorSIMD4f& c, float& t, float& u,
-                                                      float& v, Sides sides = Sides::BOTH) {
+[[nodiscard]] Z4_API_ALWAYS_INLINE bool IntersectRayTriangle(const GeometryRay& ray, const VectorSIMD4f& a,
+                                                             const VectorSIMD4f& b, const VectorSIMD4f& c, float& t,
+                                                             float& u, float& v, Sides sides = Sides::BOTH) {
     const VectorSIMD4f& start = ray.GetOrigin();
     return Private::FindTriangleHit<SumOrder::FAST>(ray.GetShear(), ray.GetFirst(), ray.GetLast(), a - start, b - start,
                                                     c - start, sides == Sides::FRONT, t, u, v);

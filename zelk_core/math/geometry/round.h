@@ -4,6 +4,7 @@
 #pragma once
 
 #include <limits>
+#include <zelk_core/base/api.h>
 #include <zelk_core/math/vectorsimd.h>
 
 namespace Z4::Private {
@@ -36,7 +37,7 @@ struct Part {
 /// Where the line r + t d is no farther than `radius` from 0. `inverse` is 1 over the square of d, and 0 where there is
 /// no d: then it is everywhere or nowhere so.
 template <SumOrder ORDER>
-inline Part FindRoundPart(const VectorSIMD4f& r, const VectorSIMD4f& d, float radius, float inverse) {
+Z4_ALWAYS_INLINE Part FindRoundPart(const VectorSIMD4f& r, const VectorSIMD4f& d, float radius, float inverse) {
     const float nearestT = -Dot3<ORDER>(r, d).X() * inverse;
     const float rest = radius * radius - LengthSqr3<ORDER>(r + nearestT * d).X();
     if (!(rest >= 0) || !(radius >= 0)) {

@@ -34,8 +34,8 @@ struct ShearedPoints {
 };
 
 /// Shears points that are given relative to the ray's start. The axes keep their cyclic order.
-inline ShearedPoints ShearPoints(const Shear& shear, const VectorSIMD4f& x, const VectorSIMD4f& y,
-                                 const VectorSIMD4f& z) {
+Z4_ALWAYS_INLINE ShearedPoints ShearPoints(const Shear& shear, const VectorSIMD4f& x, const VectorSIMD4f& y,
+                                           const VectorSIMD4f& z) {
     const auto along = [&shear](const VectorSIMD4f& p, const VectorSIMD4f& q, const VectorSIMD4f& depth) {
         return ShearedPoints{p - shear.x * depth, q - shear.y * depth, depth * shear.scale};
     };
@@ -76,8 +76,9 @@ Z4_ALWAYS_INLINE Signs SignsOf(const VectorSIMD4f& sides) {
 /// run clockwise as seen from the start are missed.
 /// @return whether there is a hit; only then are t and the weights of `b` and `c` written.
 template <SumOrder ORDER>
-inline bool FindTriangleHit(const Shear& shear, float first, float last, const VectorSIMD4f& a, const VectorSIMD4f& b,
-                            const VectorSIMD4f& c, bool onlyFront, float& t, float& u, float& v) {
+Z4_ALWAYS_INLINE bool FindTriangleHit(const Shear& shear, float first, float last, const VectorSIMD4f& a,
+                                      const VectorSIMD4f& b, const VectorSIMD4f& c, bool onlyFront, float& t, float& u,
+                                      float& v) {
     const Columns corners(a, b, c);
     const ShearedPoints p = ShearPoints(shear, corners.x, corners.y, corners.z);
     const VectorSIMD4f nextX = Yzx(p.x);

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <limits>
+#include <zelk_core/base/api.h>
 #include <zelk_core/math/geometry/columns.h>
 #include <zelk_core/math/vectorsimd.h>
 
