@@ -170,7 +170,7 @@ public:
         const std::size_t signs = isNegative ? 1 : 0;
         std::uint32_t magnitude = 0;
         if (radix == 10 && Private::ReadShortDecimal(text.begin() + signs, text.Size() - signs, magnitude) &&
-            magnitude <= static_cast<Bits>(std::numeric_limits<T>::max())) {
+            magnitude <= static_cast<Bits>((std::numeric_limits<T>::max)())) {
             const auto bits = static_cast<Bits>(magnitude);
             value = static_cast<T>(isNegative ? static_cast<Bits>(0 - bits) : bits);
             return ERR_OK;
