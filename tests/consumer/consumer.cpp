@@ -60,7 +60,10 @@ bool Generics() {
 bool Math() {
     const std::vector<Z4::VectorSIMD4f> corners{{-1, -1, -1, 0}, {1, 2, 3, 0}};
     const Z4::Geometry::GeometryAABB box(corners.data(), 2);
-    return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter());
+    float t = 0;
+    const bool isHit = IntersectRayAABB(Z4::Geometry::GeometryRay({-3, 0, 0, 0}, {1, 0, 0, 0}), box, t);
+    return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter()) &&
+           isHit && t == 2;
 }
 
 bool Random() {

@@ -334,7 +334,7 @@ TEST(IntersectRay, DecidesTrianglesAsWholeNumbersDo) {
         const auto [least, greatest] = std::minmax({sides[0], sides[1], sides[2]});
         const double sum = sides[0] + sides[1] + sides[2];
         const double t = Dot(p[0], Cross(p[1], p[2])) / sum;
-        const bool isTouching = sides[0] == 0 || sides[1] == 0 || sides[2] == 0;
+        const bool isTouching = sides[0] == 0 || sides[1] == 0 || sides[2] == 0 || t == 0;
         if (isTouching && !isStraight) {
             continue;
         }
