@@ -32,12 +32,12 @@ TEST_F(ClosedSocketTest, RefusesEveryOption) {
                            BerkeleySocket::SetNagleOnOff, BerkeleySocket::SetLingerOnOff}) {
         ExpectRefused(set(true, CLOSED, m_error), row++);
     }
-    for (const Sizes set : {BerkeleySocket::SetSendBufSize, BerkeleySocket::SetReceiveBufSize,
-                            BerkeleySocket::SetLingerSeconds}) {
+    for (const Sizes set :
+         {BerkeleySocket::SetSendBufSize, BerkeleySocket::SetReceiveBufSize, BerkeleySocket::SetLingerSeconds}) {
         ExpectRefused(set(5, CLOSED, m_error), row++);
     }
-    for (const Reads read : {BerkeleySocket::GetReuseAddr, BerkeleySocket::GetBroadCast,
-                             BerkeleySocket::GetNagleOnOff, BerkeleySocket::GetLingerOnOff}) {
+    for (const Reads read : {BerkeleySocket::GetReuseAddr, BerkeleySocket::GetBroadCast, BerkeleySocket::GetNagleOnOff,
+                             BerkeleySocket::GetLingerOnOff}) {
         bool value = true;
         ExpectRefused(read(value, CLOSED, m_error), row++);
         EXPECT_TRUE(value);
