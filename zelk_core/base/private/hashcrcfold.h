@@ -9,7 +9,8 @@
 
 namespace Z4::Private {
 
-namespace { // NOLINT(google-build-namespaces, cert-dcl59-cpp): see above
+// NOLINTBEGIN(misc-definitions-in-headers): see above
+namespace {
 
 /// x^power modulo the polynomial, reflected. The product of two reflected numbers lies one bit too low, which the shift
 /// makes good.
@@ -150,5 +151,6 @@ Z4_NOINLINE std::uint32_t FoldLong(const unsigned char* p, unsigned size, std::u
 }
 
 } // namespace
+// NOLINTEND(misc-definitions-in-headers)
 
 } // namespace Z4::Private
