@@ -2,9 +2,12 @@
 // own.
 #if defined(_WIN32)
 #    include <windows.h>
+
+#    include <rpc.h>
 #endif
 
 #include <cstddef>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
@@ -106,6 +109,19 @@ TEST(Guid, GeneratedOnesDifferAndSayHowTheyWereMade) {
     EXPECT_EQ(all.size(), 20000u);
     EXPECT_EQ(ever, 0xFFFFFFFF);
     EXPECT_EQ(always, 0u);
+}
+
+TEST(Guid, TheSystemReadsAndWritesTheSameTexts) {
+    ::GUID system{};
+    std::string text = Text(SAMPLE);
+    ASSERT_EQ(UuidFromStringA(reinterpret_cast<unsigned char*>(text.data()), &system), RPC_S_OK);
+    EXPECT_EQ(std::memcmp(&system, &SAMPLE, sizeof system), 0);
+    RPC_CSTR written = nullptr;
+    ASSERT_EQ(UuidToStringA(&system, &written), RPC_S_OK);
+    GUID back{};
+    EXPECT_EQ(GUID::Parse(reinterpret_cast<const char*>(written), back), Z4::ERR_OK);
+    EXPECT_EQ(back, SAMPLE);
+    RpcStringFreeA(&written);
 }
 #endif
 
