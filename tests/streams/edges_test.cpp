@@ -20,6 +20,11 @@ struct Record {
     std::uint16_t versions[3] = {1, 2, 3};
     bool isOpen = true;
 };
+constexpr std::uint32_t RECORD_SIZE = 16 + 6 + 1;
+
+bool WriteRecord(StreamWriter& writer) {
+    return writer.WriteRecord<&Record::id, &Record::versions, &Record::isOpen>(Record{});
+}
 
 bool WriteEverything(Stream& stream, ByteOrder order) {
     StreamWriter writer(stream, order);
@@ -28,9 +33,8 @@ bool WriteEverything(Stream& stream, ByteOrder order) {
         many.PushBack(i);
     }
     const std::uint64_t place = writer.Reserve<std::uint32_t>();
-    return writer.WriteRecord<&Record::id, &Record::versions, &Record::isOpen>(Record{}) &&
-           writer.WriteString("text") && writer.WriteFixedString("abc", 100) && writer.WriteTerminated("ended") &&
-           writer.WriteVector(many) && writer.WriteVarint(300) && writer.Align(64) &&
+    return WriteRecord(writer) && writer.WriteString("text") && writer.WriteFixedString("abc", 100) &&
+           writer.WriteTerminated("ended") && writer.WriteVector(many) && writer.WriteVarint(300) && writer.Align(64) &&
            writer.Patch<std::uint32_t>(place, 0) && stream.GetError() == ERR_OK;
 }
 
@@ -45,6 +49,9 @@ TEST_F(StreamEdges, AWriterFillsAnyRoomAndNoMore) {
             ASSERT_EQ(stream.GetError(), ERR_OVERFLOW) << room;
             ASSERT_TRUE(stream.GetSize() <= room && memory[room] == 0xEE);
             ASSERT_EQ(std::memcmp(memory.data(), whole.GetData(), stream.GetSize()), 0) << room;
+            MemoryStream small(memory.data(), room, 0);
+            StreamWriter writer(small, order);
+            ASSERT_EQ(WriteRecord(writer), room >= RECORD_SIZE);
         }
     }
 }
