@@ -113,6 +113,7 @@ protected:
         ZelkHost::InjectFileFaults({});
         EXPECT_EQ(MemoryFiles::openHandles, 0);
         MemoryFiles::All().clear();
+        MemoryFiles::flushes = 0;
     }
 
     static std::string& Content() { return MemoryFiles::All()["file"]; }
