@@ -18,11 +18,6 @@ set_target_properties(zelk_core PROPERTIES
     VERIFY_INTERFACE_HEADER_SETS ON)
 if(ZELK_MS_ABI)
     target_link_libraries(zelk_core PRIVATE $<BUILD_INTERFACE:zelk_msabi_dll>)
-    # A project around this one builds from another folder, where that link is not.
-    if(PROJECT_IS_TOP_LEVEL)
-        set(launcher ${PROJECT_SOURCE_DIR}/msabi/compile ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER_LAUNCHER})
-        set_target_properties(zelk_core PROPERTIES CXX_COMPILER_LAUNCHER "${launcher}")
-    endif()
     # The import library beside the DLL.
     set_target_properties(zelk_core PROPERTIES ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
     set(symbols $<TARGET_PDB_FILE:zelk_core>)
