@@ -18,7 +18,8 @@ add_compile_options(-msse2 -mfpmath=sse -mtune=generic)
 add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build
     -ffile-prefix-map=${ZELK_DEPS}=deps) # last, as the sources can lie within
 if(ZELK_MS_ABI)
-    add_compile_options(-fdebug-compilation-dir=. -gno-codeview-command-line)
+    # The last one: no time of day in object files, and so in the libraries that are installed.
+    add_compile_options(-fdebug-compilation-dir=. -gno-codeview-command-line -mno-incremental-linker-compatible)
     # Nor in the debug database: not its own name's, not the objects', and the libraries are reached through a link in the
     # build folder (msabi/CMakeLists.txt). Without a date equal sources give equal bits.
     add_link_options(LINKER:/pdbaltpath:%_PDB% LINKER:/pdbsourcepath:build LINKER:/Brepro LINKER:/WX)
