@@ -41,7 +41,8 @@ inline __m128i ZeroUnits(__m128i units, wchar_t) {
     return _mm_cmpeq_epi16(units, _mm_setzero_si128());
 }
 
-/// The terminator of a string that is aligned to its units. Whole blocks of 16 aligned bytes are read, so bytes beside
+/// The terminator of a string that is aligned to its units. It is inline, where TextLength() would be a call that the
+/// hash of a few characters feels. Whole blocks of 16 aligned bytes are read, so bytes beside
 /// the string, too; as no page ends within a block, that never faults, but AddressSanitizer would object.
 template <class Unit>
 Z4_NO_SANITIZE_ADDRESS inline const unsigned char* FindTerminator(const unsigned char* string) {
