@@ -3,6 +3,7 @@ FILE ?=
 ROOM ?=
 PREFIX ?= $(CURDIR)/build/install
 FUZZ_SECONDS ?= 20
+FUZZ_FLAGS ?= -max_total_time=$(FUZZ_SECONDS)
 # Many short turns: most fit between two of the system's own, so that medians hold on a busy machine, too.
 BENCH_FLAGS ?= --benchmark_repetitions=31 --benchmark_enable_random_interleaving=true \
     --benchmark_report_aggregates_only=true --benchmark_min_time=0.002
@@ -83,7 +84,7 @@ fuzz: build/fuzz/build.ninja
 	cmake --build --preset fuzz
 	for seeds in fuzz/seeds/*.txt; do \
 	    name=$$(basename $$seeds .txt) && scripts/seeds unpack $$seeds build/fuzz/corpus/$$name && \
-	    build/fuzz/bin/$${name}_fuzz -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name || exit 1; \
+	    build/fuzz/bin/$${name}_fuzz $(FUZZ_FLAGS) -print_final_stats=1 build/fuzz/corpus/$$name || exit 1; \
 	done
 
 proof: build/proof/build.ninja

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <zelk_core/base/private/textcharacters.h>
 #include <zelk_core/base/private/utfcharacters.h>
@@ -112,9 +113,11 @@ bool MatchesBy(StrView text, StrView pattern, Equal equal) {
                 ++wanted;
                 continue;
             }
-            if (equal(*at, *wanted)) {
-                ++at;
-                ++wanted;
+            // Whole ones: a stray byte of the pattern is no part of the text's characters.
+            const std::size_t size = CharacterSize(at, text.end());
+            if (size == CharacterSize(wanted, pattern.end()) && std::equal(at, at + size, wanted, equal)) {
+                at += size;
+                wanted += size;
                 continue;
             }
         }
