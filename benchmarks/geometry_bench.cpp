@@ -1,19 +1,23 @@
 // Every row `query/zelk` stands beside the same algorithm on plain floats and on glm's vectors, and, named so, a
-// shorter one that is less exact. One iteration is COUNT queries that fall into all regions in random order.
+// shorter one that is less exact. One iteration is as many queries as the row's size says. They fall into all regions
+// in random order; of the few the processor soon remembers every branch, of the many it cannot.
 #include <algorithm>
+#include <array>
 #include <benchmark/benchmark.h>
 #include <cmath>
 #include <glm/geometric.hpp>
 #include <glm/vec3.hpp>
 #include <limits>
 #include <random>
+#include <vector>
 #include <zelk_core/math/geometry/distance.h>
 
 namespace {
 
 using Z4::VectorSIMD4f;
 
-constexpr unsigned COUNT = 4096;
+constexpr unsigned FEW = 1024;
+constexpr unsigned MANY = 65536;
 
 struct Plain {
     float x, y, z;
@@ -218,7 +222,7 @@ Vector Make(float x, float y, float z, const Vector&) {
 /// Random points, the same for all types, and what a query made of them.
 template <class Vector>
 struct Scene {
-    Scene() {
+    explicit Scene(unsigned count) : p(count), closest(count), parameters(count), distanceSqr(count) {
         std::mt19937 random(1);
         const auto number = [&] { return static_cast<float>(random() % 20001) / 10000.0F - 1.0F; };
         for (auto& points : p) {
@@ -230,23 +234,24 @@ struct Scene {
         }
     }
 
-    Vector p[COUNT][4];
-    Vector closest[COUNT];
-    float parameters[COUNT][2];
-    float distanceSqr[COUNT];
+    std::vector<std::array<Vector, 4>> p;
+    std::vector<Vector> closest;
+    std::vector<std::array<float, 2>> parameters;
+    std::vector<float> distanceSqr;
 };
 
 /// Answers all queries of a scene; `query` takes the scene and an index.
 template <class Vector, class Query>
 void Measure(benchmark::State& state, Query query) {
-    static Scene<Vector> scene;
+    const auto count = static_cast<unsigned>(state.range(0));
+    static Scene<Vector> scene(MANY);
     for (auto _ : state) {
-        for (unsigned i = 0; i < COUNT; ++i) {
+        for (unsigned i = 0; i < count; ++i) {
             query(scene, i);
         }
         benchmark::ClobberMemory();
     }
-    state.SetItemsProcessed(state.iterations() * COUNT);
+    state.SetItemsProcessed(state.iterations() * count);
 }
 
 template <class Vector, float (*FUNCTION)(Vector&, const Vector&, const Vector&, const Vector&, float&)>
@@ -256,11 +261,16 @@ void PointToSegment(benchmark::State& state) {
         scene.distanceSqr[i] = FUNCTION(scene.closest[i], p[0], p[1], p[2], scene.parameters[i][0]);
     });
 }
-BENCHMARK(PointToSegment<VectorSIMD4f, Z4::Geometry::ClosestPointToSegment>)->Name("closest_segment/zelk");
+BENCHMARK(PointToSegment<VectorSIMD4f, Z4::Geometry::ClosestPointToSegment>)
+    ->Name("closest_segment/zelk")
+    ->Arg(FEW)
+    ->Arg(MANY);
 BENCHMARK(PointToSegment<VectorSIMD4f, Z4::Geometry::Consistent::ClosestPointToSegment>)
-    ->Name("closest_segment/zelk/consistent");
-BENCHMARK(PointToSegment<Plain, SegmentPoint>)->Name("closest_segment/scalar");
-BENCHMARK(PointToSegment<glm::vec3, SegmentPoint>)->Name("closest_segment/glm");
+    ->Name("closest_segment/zelk_consistent")
+    ->Arg(FEW)
+    ->Arg(MANY);
+BENCHMARK(PointToSegment<Plain, SegmentPoint>)->Name("closest_segment/scalar")->Arg(FEW)->Arg(MANY);
+BENCHMARK(PointToSegment<glm::vec3, SegmentPoint>)->Name("closest_segment/glm")->Arg(FEW)->Arg(MANY);
 
 template <class Vector, Vector (*FUNCTION)(const Vector&, const Vector&, const Vector&, const Vector&)>
 void PointToTriangle(benchmark::State& state) {
@@ -269,23 +279,29 @@ void PointToTriangle(benchmark::State& state) {
         scene.closest[i] = FUNCTION(p[0], p[1], p[2], p[3]);
     });
 }
-BENCHMARK(PointToTriangle<VectorSIMD4f, Z4::Geometry::ClosestTrianglePointToPoint>)->Name("closest_triangle/zelk");
-BENCHMARK(PointToTriangle<Plain, TrianglePoint>)->Name("closest_triangle/scalar");
-BENCHMARK(PointToTriangle<glm::vec3, TrianglePoint>)->Name("closest_triangle/glm");
-BENCHMARK(PointToTriangle<Plain, ShortTrianglePoint>)->Name("closest_triangle/scalar_less_exact");
+BENCHMARK(PointToTriangle<VectorSIMD4f, Z4::Geometry::ClosestTrianglePointToPoint>)
+    ->Name("closest_triangle/zelk")
+    ->Arg(FEW)
+    ->Arg(MANY);
+BENCHMARK(PointToTriangle<Plain, TrianglePoint>)->Name("closest_triangle/scalar")->Arg(FEW)->Arg(MANY);
+BENCHMARK(PointToTriangle<glm::vec3, TrianglePoint>)->Name("closest_triangle/glm")->Arg(FEW)->Arg(MANY);
+BENCHMARK(PointToTriangle<Plain, ShortTrianglePoint>)->Name("closest_triangle/scalar_less_exact")->Arg(FEW)->Arg(MANY);
 
 template <class Vector, float (*FUNCTION)(const Vector&, const Vector&, const Vector&, const Vector&, float&, float&)>
 void SegmentToSegment(benchmark::State& state) {
     Measure<Vector>(state, [](Scene<Vector>& scene, unsigned i) {
         const auto& p = scene.p[i];
-        float* const parameters = scene.parameters[i];
+        auto& parameters = scene.parameters[i];
         scene.distanceSqr[i] = FUNCTION(p[0], p[1], p[2], p[3], parameters[0], parameters[1]);
     });
 }
-BENCHMARK(SegmentToSegment<VectorSIMD4f, Z4::Geometry::DistanceSegmentToSegmentSqr>)->Name("segment_segment/zelk");
-BENCHMARK(SegmentToSegment<Plain, Segments>)->Name("segment_segment/scalar");
-BENCHMARK(SegmentToSegment<glm::vec3, Segments>)->Name("segment_segment/glm");
-BENCHMARK(SegmentToSegment<Plain, ShortSegments>)->Name("segment_segment/scalar_less_exact");
+BENCHMARK(SegmentToSegment<VectorSIMD4f, Z4::Geometry::DistanceSegmentToSegmentSqr>)
+    ->Name("segment_segment/zelk")
+    ->Arg(FEW)
+    ->Arg(MANY);
+BENCHMARK(SegmentToSegment<Plain, Segments>)->Name("segment_segment/scalar")->Arg(FEW)->Arg(MANY);
+BENCHMARK(SegmentToSegment<glm::vec3, Segments>)->Name("segment_segment/glm")->Arg(FEW)->Arg(MANY);
+BENCHMARK(SegmentToSegment<Plain, ShortSegments>)->Name("segment_segment/scalar_less_exact")->Arg(FEW)->Arg(MANY);
 
 } // namespace
 
