@@ -1,5 +1,5 @@
 // Rays against boxes, triangles and spheres, and what a frustum sees of boxes: every row `query/zelk` beside a peer's
-// own query of the same figures. One iteration is COUNT queries in random order; a ray is used for 16 figures, and its
+// own query of the same figures. One iteration is 4,096 queries in random order; a ray is used for 16 figures, and its
 // preparation counts. All rows of a query must hit equally often, but for the figures that rounding decides.
 #include <benchmark/benchmark.h>
 #include <BulletCollision/BroadphaseCollision/btDbvt.h>
