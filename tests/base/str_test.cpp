@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <tests/support/guardedpage.h>
@@ -77,6 +78,14 @@ TYPED_TEST(StrOf, LengthAtPageEnds) {
         *first = 0;
         ASSERT_EQ(Str::Length(reinterpret_cast<const TypeParam*>(page.Begin())), length);
         *first = 1;
+        // At an odd address.
+        const TypeParam end = 0;
+        unsigned char* const last = page.End() - sizeof(end) - 1;
+        const unsigned char* const odd = last - length * sizeof(end);
+        std::memcpy(last, &end, sizeof(end));
+        ASSERT_EQ(Str::Length(reinterpret_cast<const TypeParam*>(odd)), length);
+        ASSERT_EQ(Str::Length(reinterpret_cast<const TypeParam*>(odd), length / 2), length / 2);
+        std::fill(last, page.End(), static_cast<unsigned char>(1));
     }
     EXPECT_EQ(Str::Length(static_cast<const TypeParam*>(nullptr)), 0u);
 }
@@ -223,7 +232,7 @@ TEST(Str, WholeNumbersAgreeWithTheStandardLibrary) {
     for (const unsigned radix : {0u, 1u, 37u}) {
         EXPECT_EQ(Str::ToInt("1", number, radix), Z4::ERR_INVALID) << radix;
     }
-    for (const char* const text : {"-1", "-99999999999"}) {
+    for (const char* const text : {"-1", "-99999999999", "-4294967296"}) {
         EXPECT_EQ(Str::ToInt(text, natural), Z4::ERR_INVALID) << text;
     }
     EXPECT_EQ(natural, 1u);

@@ -135,6 +135,21 @@ TEST(StringCompressor, BlockThatFillsItsSizeField) {
     EXPECT_EQ(Compress("eeee" + std::string(9000, 'U'), 6).error, Z4::ERR_OVERFLOW);
 }
 
+// A block's last bytes may lie behind the capacity, so that none is left for the next.
+TEST(StringCompressor, AnyRoomThatIsTooSmallIsRefused) {
+    const std::string text(3 * MAX_BLOCK_LENGTH, 'e');
+    const Compressor compressor;
+    const unsigned long whole = Compress(text).size;
+    std::string out(whole, UNTOUCHED);
+    unsigned long size = 0;
+    for (unsigned long room = 0; room <= whole; room += room % 3073 < 12 ? 1 : 13) {
+        EXPECT_EQ(compressor.Compress(text.data(), 3 * MAX_BLOCK_LENGTH, out.data(), room, size, nullptr,
+                                      Compressor::DETECT, 0) == Z4::ERR_OK,
+                  room + 3 >= whole)
+            << room;
+    }
+}
+
 TEST(StringCompressor, TellsItsErrors) {
     for (const unsigned long content : {0UL, 16UL, 254UL, 256UL, 0xFFFFFFFFUL}) {
         EXPECT_EQ(Compress(std::string(9000, 'a'), content, 0).error, Z4::ERR_UNSUPPORTED) << content;
@@ -159,6 +174,8 @@ TEST(StringCompressor, TellsItsErrors) {
         EXPECT_EQ(Compressor::GetSize(endless, size, bytes), Z4::ERR_CORRUPTED_DATA);
     }
     EXPECT_EQ(out, std::string(9000, UNTOUCHED));
+    EXPECT_EQ(compressor.Decompress({withoutContent, 3}, out).error, Z4::ERR_CORRUPTED_DATA);
+    EXPECT_EQ(Compressor::Text(static_cast<const char*>(nullptr)).size, 0u);
 }
 
 TEST(StringCompressor, DamagedHeadersAndMissingBytesAreFound) {
@@ -181,8 +198,9 @@ TEST(StringCompressor, DamagedHeadersAndMissingBytesAreFound) {
 
 TEST(StringCompressor, RoomForEveryText) {
     static_assert(Compressor::GetMaxCompressedSize(8184) == 8192 && Compressor::GetMaxCompressedSize(8185) == 8200);
-    static_assert(Compressor::GetMaxCompressedSize(0xFFFFFFFF) == 0xFFFFFFFC);
-    for (unsigned long length = 0; length < 100; ++length) {
+    unsigned long length = 0xFFFFFFFF;
+    EXPECT_EQ(Compressor::GetMaxCompressedSize(length), 0xFFFFFFFCu);
+    for (length = 0; length < 100; ++length) {
         EXPECT_EQ(Compress(std::string(length, 'U'), 6, Compressor::GetMaxCompressedSize(length)).error, Z4::ERR_OK);
     }
 }
