@@ -41,17 +41,6 @@ Packed Compress(const std::string& text, unsigned long content = Compressor::DET
     return packed;
 }
 
-/// The codes as text, got out of the library: eight times a character makes as many bytes as its code has bits.
-std::string Code(unsigned content, char character) {
-    const Packed packed = Compress(std::string(8, character), content);
-    std::string code;
-    for (unsigned bit = 0; bit < packed.size - 4; ++bit) {
-        const char byte = packed.memory[4 + (bit / 8 ^ 3)];
-        code += (byte >> (7 - bit % 8) & 1) != 0 ? '1' : '0';
-    }
-    return code;
-}
-
 std::string Decompress(const std::string& packed, unsigned long capacity) {
     Compressor compressor;
     std::string text(capacity + 1, UNTOUCHED);
@@ -72,19 +61,6 @@ std::string DecompressChecked(const std::string& packed, unsigned long inSize, u
     const Error error = compressor.DecompressChecked(static_cast<const char*>(in), inSize, text.data(), capacity, size);
     EXPECT_TRUE(error == Z4::ERR_OK || (error == Z4::ERR_CORRUPTED_DATA && size == 0)) << error;
     return error == Z4::ERR_OK ? text.substr(0, size) : "damaged";
-}
-
-// Kraft's sum of 1.
-TEST(StringCompressor, NoBitSequenceIsWithoutAMeaning) {
-    for (unsigned content = 1; content < 16; ++content) {
-        unsigned space = 0;
-        for (unsigned byte = 0; byte < 256; ++byte) {
-            const std::size_t length = Code(content, static_cast<char>(byte)).size();
-            ASSERT_LE(length, Compressor::MAX_CODE_LENGTH);
-            space += length != 0 ? 1U << (Compressor::MAX_CODE_LENGTH - length) : 0;
-        }
-        EXPECT_EQ(space, 1U << Compressor::MAX_CODE_LENGTH) << "content " << content;
-    }
 }
 
 TEST(StringCompressor, WritesTheBytesOfDataInUse) {
