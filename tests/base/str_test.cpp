@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <tests/support/guardedpage.h>
@@ -78,14 +77,15 @@ TYPED_TEST(StrOf, LengthAtPageEnds) {
         *first = 0;
         ASSERT_EQ(Str::Length(reinterpret_cast<const TypeParam*>(page.Begin())), length);
         *first = 1;
-        // At an odd address.
-        const TypeParam end = 0;
-        unsigned char* const last = page.End() - sizeof(end) - 1;
-        const unsigned char* const odd = last - length * sizeof(end);
-        std::memcpy(last, &end, sizeof(end));
-        ASSERT_EQ(Str::Length(reinterpret_cast<const TypeParam*>(odd)), length);
-        ASSERT_EQ(Str::Length(reinterpret_cast<const TypeParam*>(odd), length / 2), length / 2);
-        std::fill(last, page.End(), static_cast<unsigned char>(1));
+    }
+    // At odd addresses.
+    std::fill(page.Begin(), page.End(), static_cast<unsigned char>(1));
+    unsigned char* const end = page.End() - sizeof(TypeParam) - 1;
+    std::fill_n(end, sizeof(TypeParam), static_cast<unsigned char>(0));
+    for (unsigned length = 0; length < 80; ++length) {
+        const auto* const text = reinterpret_cast<const TypeParam*>(end - length * sizeof(TypeParam));
+        ASSERT_EQ(Str::Length(text), length);
+        ASSERT_EQ(Str::Length(text, length / 2), length / 2);
     }
     EXPECT_EQ(Str::Length(static_cast<const TypeParam*>(nullptr)), 0u);
 }

@@ -20,10 +20,10 @@ struct Record {
     std::uint16_t versions[3] = {1, 2, 3};
     bool isOpen = true;
 };
-constexpr std::uint32_t RECORD_SIZE = 16 + 6 + 1;
+constexpr std::uint32_t RECORD_SIZE = 16 + 6 + 1 + 1 + 16;
 
 bool WriteRecord(StreamWriter& writer) {
-    return writer.WriteRecord<&Record::id, &Record::versions, &Record::isOpen>(Record{});
+    return writer.WriteRecord<&Record::id, &Record::versions, &Record::isOpen, &Record::isOpen, &Record::id>(Record{});
 }
 
 bool WriteEverything(Stream& stream, ByteOrder order) {
@@ -94,6 +94,8 @@ TEST_F(StreamEdges, CopiesEndWithTheFirstErrorOfEitherSide) {
     EXPECT_FALSE(CopyStream(from, to, 9, copied));
     EXPECT_TRUE(copied == 9 && from.GetError() == ERR_OVERFLOW);
     EXPECT_FALSE(CopyStream(from, to, 9, copied)) << "a stream that has failed";
+    MemoryStream none("", 0);
+    EXPECT_FALSE(CopyStream(none, small, 9, copied)) << "nothing, to a stream that has failed";
     from.ClearError();
     EXPECT_TRUE(CopyStream(from, to, 1, copied) && copied == 1 && to.GetSize() == 10);
 }

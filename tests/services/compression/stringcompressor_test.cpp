@@ -118,7 +118,7 @@ TEST(StringCompressor, AnyRoomThatIsTooSmallIsRefused) {
     const unsigned long whole = Compress(text).size;
     std::string out(whole, UNTOUCHED);
     unsigned long size = 0;
-    for (unsigned long room = 0; room <= whole; room += room % 3073 < 12 ? 1 : 13) {
+    for (unsigned long room = 0; room <= whole; room += (room + 13) % 3073 < 26 ? 1 : 13) {
         EXPECT_EQ(compressor.Compress(text.data(), 3 * MAX_BLOCK_LENGTH, out.data(), room, size, nullptr,
                                       Compressor::DETECT, 0) == Z4::ERR_OK,
                   room + 3 >= whole)
