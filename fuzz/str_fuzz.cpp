@@ -2,10 +2,10 @@
 // decimal numbers against the standard library. The first byte chooses, the others are the text.
 #include "body.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <string>
 #include <vector>
 #include <zelk_core/base/guid.h>
 #include <zelk_core/base/path.h>
@@ -25,42 +25,35 @@ void Require(bool holds) {
 }
 
 /// The characters as wildcards count them: those of UTF-8, else bytes.
-std::vector<std::string> CharactersOf(StrView text) {
-    std::vector<std::string> characters;
+std::vector<StrView> CharactersOf(StrView text) {
+    std::vector<StrView> characters;
     while (!text.IsEmpty()) {
-        std::size_t size = 4 < text.Size() ? 4 : text.Size();
-        while (size > 1) {
-            StrView rest = text.Substring(0, size);
-            Utf::Decode(rest);
-            if (rest.IsEmpty() && Utf::IsValidUtf8(text.Substring(0, size))) {
-                break;
-            }
-            --size;
-        }
-        characters.emplace_back(text.Data(), size);
-        text = text.Substring(size);
+        StrView rest = text;
+        Utf::Decode(rest);
+        const StrView decoded = text.Substring(0, text.Size() - rest.Size());
+        characters.push_back(Utf::IsValidUtf8(decoded) ? decoded : text.Substring(0, 1));
+        text = text.Substring(characters.back().Size());
     }
     return characters;
 }
 
 void RequireWildcards(StrView text, StrView pattern) {
-    const std::vector<std::string> characters = CharactersOf(text);
-    // One column for each character of the pattern: after which characters of the text it can stand.
-    std::vector<bool> reached(characters.size() + 1, false);
-    reached[0] = true;
-    std::vector<std::string> wanted = CharactersOf(pattern);
-    for (const std::string& want : wanted) {
-        std::vector<bool> next(reached.size(), false);
-        for (std::size_t i = 0; i < reached.size(); ++i) {
-            if (want == "*") {
-                next[i] = reached[i] || (i != 0 && next[i - 1]);
-            } else {
-                next[i] = i != 0 && reached[i - 1] && (want == "?" || want == characters[i - 1]);
-            }
+    const std::vector<StrView> characters = CharactersOf(text);
+    const std::size_t count = characters.size();
+    // After which characters of the text the pattern so far can stand.
+    std::vector<unsigned char> reached(count + 1, 0);
+    reached[0] = 1;
+    for (const StrView want : CharactersOf(pattern)) {
+        if (want == "*") {
+            std::fill(std::find(reached.begin(), reached.end(), 1), reached.end(), static_cast<unsigned char>(1));
+            continue;
         }
-        reached = next;
+        for (std::size_t i = count; i != 0; --i) {
+            reached[i] = reached[i - 1] != 0 && (want == "?" || want == characters[i - 1]) ? 1 : 0;
+        }
+        reached[0] = 0;
     }
-    Require(Str::Matches(text, pattern) == reached.back());
+    Require(Str::Matches(text, pattern) == (reached[count] != 0));
 }
 
 void RequireUtf(StrView text) {

@@ -78,6 +78,15 @@ TYPED_TEST(StrOf, LengthAtPageEnds) {
         ASSERT_EQ(Str::Length(reinterpret_cast<const TypeParam*>(page.Begin())), length);
         *first = 1;
     }
+    // At odd addresses.
+    std::fill(page.Begin(), page.End(), static_cast<unsigned char>(1));
+    unsigned char* const end = page.End() - sizeof(TypeParam) - 1;
+    std::fill_n(end, sizeof(TypeParam), static_cast<unsigned char>(0));
+    for (unsigned length = 0; length < 80; ++length) {
+        const auto* const text = reinterpret_cast<const TypeParam*>(end - length * sizeof(TypeParam));
+        ASSERT_EQ(Str::Length(text), length);
+        ASSERT_EQ(Str::Length(text, length / 2), length / 2);
+    }
     EXPECT_EQ(Str::Length(static_cast<const TypeParam*>(nullptr)), 0u);
 }
 
@@ -223,7 +232,7 @@ TEST(Str, WholeNumbersAgreeWithTheStandardLibrary) {
     for (const unsigned radix : {0u, 1u, 37u}) {
         EXPECT_EQ(Str::ToInt("1", number, radix), Z4::ERR_INVALID) << radix;
     }
-    for (const char* const text : {"-1", "-99999999999"}) {
+    for (const char* const text : {"-1", "-99999999999", "-4294967296"}) {
         EXPECT_EQ(Str::ToInt(text, natural), Z4::ERR_INVALID) << text;
     }
     EXPECT_EQ(natural, 1u);

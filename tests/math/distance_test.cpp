@@ -59,6 +59,12 @@ TEST(Distance, HasTheseAnswers) {
     }
 }
 
+TEST(Distance, ParametersOfALineAndATriangleAreAskedForOrNot) {
+    const V p[] = {{0, 0, 3, 0}, {1, 0, 3, 0}, {0, -1, 0, 0}, {1, -1, 0, 0}, {0, 4, 1, 0}};
+    EXPECT_EQ(Z4::Geometry::DistanceLineToTriangleSqr(p[0], p[1], p[2], p[3], p[4], nullptr),
+              LINE_TRIANGLE(p).returned);
+}
+
 // Its weights cancel: taken as they are, they give a point that is four times as far away.
 TEST(Distance, AThinTriangleHasANearestPointToo) {
     std::array<float, 4> nearest{};

@@ -279,6 +279,7 @@ TEST_F(Factory, WhatIsParkedMovesIntoTheNextFactory) {
     EXPECT_TRUE(Instance().IsRegistered(TypeID(9)));
     ClassFactory::UnRegisterCreatorFuncPreMain(nodes[0], Create<0>, TypeID(9));
     EXPECT_FALSE(Instance().IsRegistered(TypeID(9)));
+    ClassFactory::UnRegisterCreatorFuncPreMain(nodes[0], Create<0>, TypeID(9));
     // Services nest: the inner end leaves the factory alone. A fresh one is empty.
     InitializeRuntimeTypeService();
     ShutdownRuntimeTypeService();

@@ -100,7 +100,7 @@ inline GeometryRay::GeometryRay(const VectorSIMD4f& origin, const VectorSIMD4f& 
 
     const VectorSIMD4f finite = VectorSIMD4f::Broadcast((std::numeric_limits<float>::max)());
     const bool hasPoints = AllTrue3(And(LessEqual(Abs(origin), finite), LessEqual(size, finite)));
-    m_first = hasPoints && first >= -LARGEST ? first : (hasPoints && first < -LARGEST ? -LARGEST : BEYOND);
+    m_first = !hasPoints ? BEYOND : first >= -LARGEST ? first : (first < -LARGEST ? -LARGEST : BEYOND);
     SetLast(last);
 }
 
