@@ -1,7 +1,6 @@
 // Faults hunted: a setting that does not reach the system or reaches it unchecked, a failure told as another, results
 // that are not cleared, a handle closed or left open at the wrong time, an announcement that others notice.
 #include "crowd.h"
-#include "namerecorder.h"
 #include <tests/support/importhook.h>
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
@@ -153,39 +152,6 @@ TEST(NativeThread, SettingsReachTheSystemAndComeBack) {
     EXPECT_EQ(id, thread.id);
 }
 
-BOOL g_boostDisabled;
-
-BOOL WINAPI SetBoost(HANDLE thread, BOOL disable) {
-    g_boostDisabled = disable;
-    SetLastError(ERROR_INVALID_HANDLE);
-    return thread != DEAD_HANDLE;
-}
-
-BOOL WINAPI GetBoost(HANDLE thread, BOOL* disabled) {
-    *disabled = g_boostDisabled;
-    return SetBoost(thread, g_boostDisabled);
-}
-
-TEST(NativeThread, BoostReachesTheSystemAndComesBack) {
-    // Wine does not keep it.
-    const ImportHook set("SetThreadPriorityBoost", SetBoost);
-    const ImportHook get("GetThreadPriorityBoost", GetBoost);
-    ThreadSchedulingPolicy policy = THREAD_SCHEDULING_DYNAMIC_BOOST;
-    bool enabled = false;
-    for (const unsigned value : {1u, 7u, 0u}) {
-        EXPECT_EQ(ThreadChangeSchedulingPolicy(nullptr, static_cast<ThreadSchedulingPolicy>(value)), ERR_OK);
-        EXPECT_EQ(g_boostDisabled != FALSE, value != 0);
-        EXPECT_EQ(ThreadGetSchedulingPolicy(nullptr, policy), ERR_OK);
-        EXPECT_EQ(policy, value != 0 ? 1 : 0);
-        EXPECT_EQ(BSP::ThreadGetPriorityBoostState({}, enabled), ERR_OK);
-        EXPECT_EQ(enabled, value == 0);
-    }
-    EXPECT_EQ(ThreadChangeSchedulingPolicy(DEAD_HANDLE, THREAD_SCHEDULING_FIXED_PRIORITY), ERR_NOT_FOUND);
-    EXPECT_EQ(ThreadGetSchedulingPolicy(DEAD_HANDLE, policy), ERR_NOT_FOUND);
-    EXPECT_EQ(BSP::ThreadGetPriorityBoostState({DEAD_HANDLE, 0}, enabled), ERR_DEVICE_NOT_READY);
-    EXPECT_TRUE(policy == THREAD_SCHEDULING_DYNAMIC_BOOST && enabled) << "unchanged";
-}
-
 TEST(NativeThread, HandlesWithoutAThreadAreNotFound) {
     const LogCapture log;
     for (void* const handle : {static_cast<void*>(nullptr), DEAD_HANDLE}) {
@@ -240,19 +206,6 @@ TEST(ThreadJoin, TakesATimeLimit) {
     EXPECT_EQ(thread.handle, nullptr);
     EXPECT_EQ(thread.threadId, INVALID_THREAD_ID);
     EXPECT_EQ(BSP::ThreadJoin(thread, INFINITE), ERR_INVALID);
-}
-
-TEST(ThreadNames, ReachADebuggerAndNobodyElse) {
-    NameRecorder recorder;
-    ThreadAttributes attributes = Attributes();
-    const std::string longest(63, 'n');
-    attributes.name = longest.c_str();
-    const WaitingThread named(attributes);
-    recorder.ExpectOnly(longest, named.id);
-    EXPECT_EQ(ThreadChangeName(named.handle, nullptr), ERR_OK);
-    recorder.ExpectOnly("(null)", named.id);
-    EXPECT_EQ(ThreadChangeName(named.handle, std::string(64, 'n').c_str()), ERR_INVALID);
-    recorder.ExpectNone();
 }
 
 DWORD g_foreignException;

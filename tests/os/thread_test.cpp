@@ -13,9 +13,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <type_traits>
+#include <winternl.h>
+#include <zelk_core/os/blockinglock.h>
+#include <zelk_core/os/condvariable.h>
 #include <zelk_core/os/thread.h>
 
 namespace {
@@ -106,6 +110,11 @@ BOOL WINAPI SetBoost(HANDLE, BOOL disable) {
     return TRUE;
 }
 
+BOOL WINAPI GetBoost(HANDLE, BOOL* disabled) {
+    *disabled = g_boostDisabled;
+    return TRUE;
+}
+
 TEST_F(ThreadTest, StartsWithItsSettings) {
     outside.work = [&] {
         unsigned committed = 0;
@@ -113,12 +122,20 @@ TEST_F(ThreadTest, StartsWithItsSettings) {
         const auto depth = worker.GetStackAddress() - reinterpret_cast<std::uintptr_t>(&committed);
         EXPECT_TRUE(0 < depth && depth <= committed);
     };
-    const ImportHook boost("SetThreadPriorityBoost", SetBoost); // Wine does not keep it.
+    const ImportHook set("SetThreadPriorityBoost", SetBoost); // Wine does not keep it.
+    const ImportHook get("GetThreadPriorityBoost", GetBoost);
     EXPECT_EQ(worker.SetPriorityBoost(false), ERR_OK);
     ASSERT_EQ(worker.StartThread(-2, 0x20000, 1), ERR_OK);
-    EXPECT_TRUE(g_boostDisabled);
-    EXPECT_EQ(worker.SetPriorityBoost(true), ERR_OK);
-    EXPECT_FALSE(g_boostDisabled);
+    for (const bool enable : {false, true}) {
+        EXPECT_EQ(g_boostDisabled == FALSE, enable);
+        ThreadSchedulingPolicy policy;
+        bool enabled = !enable;
+        EXPECT_EQ(ThreadGetSchedulingPolicy(nullptr, policy), ERR_OK);
+        EXPECT_EQ(policy == THREAD_SCHEDULING_DYNAMIC_BOOST, enable);
+        EXPECT_EQ(BSP::ThreadGetPriorityBoostState({}, enabled), ERR_OK);
+        EXPECT_EQ(enabled, enable);
+        EXPECT_EQ(worker.SetPriorityBoost(true), ERR_OK);
+    }
     EXPECT_EQ(SystemsPriority(), -2);
     ExpectCores(1);
     EXPECT_EQ(worker.GetCurrentAffinity(), 1);
@@ -130,6 +147,74 @@ TEST_F(ThreadTest, StartsWithItsSettings) {
     const ExpectContract tinyStack(LIBRARY_CHECKS ? 1 : 0);
     ASSERT_EQ(worker.StartThread(5), ERR_OK) << "the system's least";
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
+}
+
+#define FAILING(function) #function, Failing(::function)
+
+TEST_F(ThreadTest, TellsOfWhatTheSystemRefuses) {
+    BringTo(THREAD_RUNNING, worker, outside);
+    void* const handle = worker.GetThreadNativeHandle();
+    BSP::ThreadInfo info{handle, 0};
+    unsigned size = 0;
+    ThreadSchedulingPolicy policy = THREAD_SCHEDULING_FIXED_PRIORITY;
+    bool enabled = false;
+    BlockingLock lock;
+    lock.Lock();
+    const auto create = [](ThreadAffinity affinity) {
+        ThreadAttributes attributes;
+        attributes.affinity = affinity;
+        void* created = nullptr;
+        return ThreadCreate(
+            attributes, [](void*) {}, nullptr, created);
+    };
+    const struct {
+        const char* name;
+        void* failing;
+        DWORD number;
+        std::function<Error()> call;
+        Error error;
+        long result = 0;
+    } rows[] = {
+        {FAILING(GetProcessAffinityMask), 5, [&] { return create(1); }, ERR_UNHANDLED},
+        {FAILING(GetProcessAffinityMask), 5, [&] { return create(0); }, ERR_INVALID, TRUE}, // no core at all
+        {FAILING(GetProcessAffinityMask), 5, [&] { return ThreadChangeAffinity(handle, 1); }, ERR_UNHANDLED},
+        {FAILING(GetProcessAffinityMask), 5, [&] { return worker.SetThreadAffinity(1); }, ERR_UNHANDLED},
+        {FAILING(SetThreadAffinityMask), ERROR_INVALID_PARAMETER, [&] { return worker.SetThreadAffinity(1); },
+         ERR_INVALID},
+        {FAILING(SetThreadPriority), ERROR_INVALID_HANDLE, [&] { return worker.SetThreadPriority(1); }, ERR_NOT_FOUND},
+        {FAILING(SetThreadPriorityBoost), ERROR_INVALID_HANDLE, [&] { return create(1); }, ERR_NOT_FOUND},
+        {FAILING(SetThreadPriorityBoost), ERROR_INVALID_HANDLE,
+         [&] { return worker.SetThreadSchedulingPolicy(THREAD_SCHEDULING_FIXED_PRIORITY); }, ERR_NOT_FOUND},
+        {FAILING(GetThreadPriorityBoost), ERROR_INVALID_HANDLE,
+         [&] { return ThreadGetSchedulingPolicy(handle, policy); }, ERR_NOT_FOUND},
+        {FAILING(GetThreadPriorityBoost), 5, [&] { return BSP::ThreadGetPriorityBoostState(info, enabled); },
+         ERR_DEVICE_NOT_READY},
+        {FAILING(GetThreadId), ERROR_INVALID_HANDLE, [&] { return worker.SetThreadName("name"); }, ERR_NOT_FOUND},
+        {FAILING(GetThreadId), ERROR_SUCCESS, [&] { return ThreadChangeName(handle, "name"); }, ERR_OK},
+        {FAILING(NtQueryInformationThread), 5, [&] { return BSP::ThreadGetStackSize(info, size); },
+         ERR_DEVICE_NOT_READY, 1},
+        {FAILING(GetCurrentProcessId), 5, [&] { return BSP::ThreadGetStackSize(info, size); }, ERR_DEVICE_NOT_READY},
+        {FAILING(ReadProcessMemory), 5, [&] { return BSP::ThreadGetStackSize(info, size); }, ERR_DEVICE_NOT_READY},
+        {FAILING(VirtualQuery), 5, [&] { return BSP::ThreadGetStackSize(info, size); }, ERR_DEVICE_NOT_READY},
+        {FAILING(WaitForSingleObject), ERROR_INVALID_HANDLE, [&] { return ThreadJoin(handle); }, ERR_NOT_FOUND, -1},
+        {FAILING(WaitForSingleObject), ERROR_INVALID_HANDLE, [&] { return BSP::ThreadJoin(info, 0); }, ERR_INVALID, -1},
+        {FAILING(SleepConditionVariableCS), 5,
+         [&] { return CondVariable().WaitWithTimeout(lock, 1) ? ERR_OK : ERR_TIMEOUT; }, ERR_OK},
+        {FAILING(GetProcessAffinityMask), 5,
+         [&] { return Thread::GetAffinityMask() == (1 << Thread::GetNumberOfCore()) - 1 ? ERR_OK : ERR_UNHANDLED; },
+         ERR_OK},
+    };
+    for (const auto& row : rows) {
+        const ImportHook hook(row.name, row.failing);
+        Failure::s_error = row.number;
+        Failure::s_result = row.result;
+        EXPECT_EQ(row.call(), row.error) << &row - rows << ": " << row.name;
+    }
+    lock.Unlock();
+    EXPECT_TRUE(worker.GetThreadPriority() == 0 && worker.GetThreadAffinity() == 0) << "nothing is kept";
+    EXPECT_TRUE(policy == THREAD_SCHEDULING_DYNAMIC_BOOST && !enabled && size == 0);
+    LeaveBehind(3); // with the suspended threads whose settings were refused
+    Finish();
 }
 
 TEST_F(ThreadTest, TakesBothSetsThatMeanAllCores) {
@@ -186,7 +271,7 @@ TEST_F(ThreadTest, RelativePrioritiesLieHalfway) {
     EXPECT_EQ(worker.GetThreadPriority(), 3) << "between 2 and 3";
     EXPECT_EQ(low.SetThreadPriority(-16), ERR_INVALID);
     for (const Error error : {worker.SetThreadRelativePriority(high, 16), worker.SetThreadRelativePriority(low, 1),
-                              worker.SetRelativePriority(high, low)}) {
+                              worker.SetRelativePriority(high, low), worker.SetRelativePriority(low, high)}) {
         EXPECT_EQ(error, ERR_INVALID);
     }
     EXPECT_EQ(worker.GetThreadPriority(), 3);
@@ -206,6 +291,9 @@ TEST_F(ThreadTest, NamesAreCutAndAnnounced) {
     recorder.ExpectOnly("short", worker.GetThreadId());
     EXPECT_EQ(worker.SetThreadName(nullptr), ERR_OK);
     EXPECT_STREQ(worker.GetThreadName(), "");
+    recorder.ExpectOnly("", worker.GetThreadId());
+    EXPECT_EQ(ThreadChangeName(worker.GetThreadNativeHandle(), nullptr), ERR_OK);
+    recorder.ExpectOnly("(null)", worker.GetThreadId());
     Finish();
 }
 
@@ -227,7 +315,21 @@ TEST_F(ThreadTest, DetachedItCannotBeReachedButCanBeFollowed) {
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
 }
 
+TEST_F(ThreadTest, MayGoOnItsOwnWayOut) {
+    const LogCapture log;
+    auto* const last = new Worker<OfSystem>(outside);
+    AtThreadExit exit([&] { delete last; });
+    outside.work = [&] { exit.Arm(); };
+    ASSERT_EQ(last->CreateThread(), ERR_OK);
+    void* const thread = OpenThread(SYNCHRONIZE, FALSE, last->GetThreadId());
+    outside.release.Open();
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    CloseHandle(thread);
+    EXPECT_EQ(log.Lines().size(), 1u) << "not joined";
+}
+
 TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
+    ASSERT_EQ(worker.CreateThread(0, false, true), ERR_OK); // runs all the while
     const ExpectedLine suspended{
         2, "os/private/thread", 523,
         "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:Nemo is still suspended. Thread::ResumeThread() must be called prior "
@@ -268,6 +370,9 @@ TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
         CloseHandle(thread);
         EXPECT_EQ(shared.runs, runs);
     }
+    EXPECT_TRUE(worker.IsRunning());
+    outside.release.Open();
+    Await([&] { return worker.IsEnded(); });
 }
 
 TEST_F(ThreadTest, ManyJoinedAndDetachedLeaveNothingBehind) {

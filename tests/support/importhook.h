@@ -68,4 +68,22 @@ private:
     void* m_original = nullptr;
 };
 
+/// What functions by Failing() do: they leave `s_error` as the last error, and answer `s_result`.
+struct Failure {
+    static inline DWORD s_error;
+    static inline long s_result;
+};
+
+/// A function that stands in for one of the system's, and only fails.
+template <class Result, class... Arguments>
+void* Failing(Result(WINAPI*)(Arguments...)) {
+    struct Function {
+        static Result WINAPI Fail(Arguments...) {
+            SetLastError(Failure::s_error);
+            return static_cast<Result>(Failure::s_result);
+        }
+    };
+    return reinterpret_cast<void*>(Function::Fail);
+}
+
 } // namespace ZelkTest
