@@ -10,7 +10,6 @@
 namespace {
 
 using namespace Z4;
-using ZelkTest::Failing;
 using Sockets = BerkeleySocket;
 
 using RefusedCalls = ZelkTest::NetworkTest;
@@ -43,9 +42,9 @@ TEST_F(RefusedCalls, SayWhyAndStoreNothing) {
         {[&] { return Sockets::SetBroadCast(true, CLOSED, error); }},
         {[&] { return Sockets::SetNagleOnOff(true, CLOSED, error); }},
         {[&] { return Sockets::SetLingerOnOff(true, CLOSED, error); }},
-        {[&] { return Sockets::SetLingerOnOff(true, open, error); }, "setsockopt", Failing(setsockopt)},
+        {[&] { return Sockets::SetLingerOnOff(true, open, error); }, ZELK_FAILING(setsockopt)},
         {[&] { return Sockets::SetLingerSeconds(5, CLOSED, error); }},
-        {[&] { return Sockets::SetLingerSeconds(5, open, error); }, "setsockopt", Failing(setsockopt)},
+        {[&] { return Sockets::SetLingerSeconds(5, open, error); }, ZELK_FAILING(setsockopt)},
         {[&] { return Sockets::SetSendBufSize(5, CLOSED, error); }},
         {[&] { return Sockets::SetReceiveBufSize(5, CLOSED, error); }},
         {[&] { return Sockets::GetReuseAddr(flag, CLOSED, error); }},
@@ -56,7 +55,7 @@ TEST_F(RefusedCalls, SayWhyAndStoreNothing) {
         {[&] { return Sockets::GetReceiveBufSize(number, CLOSED, error); }},
         {[&] { return Sockets::GetLingerSeconds(number, CLOSED, error); }},
         {[&] { return Sockets::GetPendingDataCount(number, CLOSED, error); }},
-        {[&] { return Sockets::Bind(bound, open, error); }, "getsockname", Failing(getsockname)},
+        {[&] { return Sockets::Bind(bound, open, error); }, ZELK_FAILING(getsockname)},
         {[&] { return Sockets::Connect(SocketAddr(), bound, open, error); }},
         {[&] { return Sockets::Listen(1, CLOSED, error); }},
         {[&] { return Sockets::Shutdown(Sockets::SHUTDOWN_BOTH, CLOSED, error); }},
@@ -65,10 +64,10 @@ TEST_F(RefusedCalls, SayWhyAndStoreNothing) {
         {[&] { return Sockets::Send(&byte, 0xFFFFFFFF, CLOSED, error) >= 0; }},
         {[&] { return Sockets::Receive(&byte, 1, CLOSED, error) >= 0; }},
         {[&] { return Sockets::ReceiveFrom(peer, &byte, 1, CLOSED, error) >= 0; }},
-        {[&] { return Sockets::OpenStream(error) >= 0; }, "socket", Failing(::socket)},
-        {[&] { return Sockets::OpenDatagram(error) >= 0; }, "socket", Failing(::socket)},
-        {[&] { return OpensOne(TcpSocket(0), error); }, "socket", Failing(::socket)},
-        {[&] { return OpensOne(TcpSocket("127.0.0.1", 9), error); }, "socket", Failing(::socket)},
+        {[&] { return Sockets::OpenStream(error) >= 0; }, ZELK_FAILING(socket)},
+        {[&] { return Sockets::OpenDatagram(error) >= 0; }, ZELK_FAILING(socket)},
+        {[&] { return OpensOne(TcpSocket(0), error); }, ZELK_FAILING(socket)},
+        {[&] { return OpensOne(TcpSocket("127.0.0.1", 9), error); }, ZELK_FAILING(socket)},
     };
     ZelkTest::Failure::s_error = WSAENOTSOCK;
     ZelkTest::Failure::s_result = SOCKET_ERROR;

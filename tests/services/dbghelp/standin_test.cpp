@@ -239,7 +239,7 @@ TEST_F(StandInTest, LivesWithoutNotificationsAndWithoutASystemFolder) {
     }
     m_library.lookedUp.clear();
     WinDbgHelp::SetSystemLibraryOnly(true);
-    const ImportHook hook("GetSystemDirectoryA", Failing(GetSystemDirectoryA));
+    const ImportHook hook(ZELK_FAILING(GetSystemDirectoryA));
     for (const long length : {0, MAX_PATH}) {
         Failure::s_result = length;
         EXPECT_FALSE(Start().IsLoaded());
