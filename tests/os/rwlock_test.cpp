@@ -110,21 +110,6 @@ TYPED_TEST(ReaderWriterLocks, LetReadersShareAndAWriterBeAlone) {
     EXPECT_EQ(Access(lock, other), 'w');
 }
 
-TEST(RWLockRecursion, AReaderReentersPastAWaitingWriter) {
-    RWLock lock;
-    Actor writer;
-    lock.LockReader();
-    writer.Waits([&] { lock.LockWriter(); });
-    lock.LockShared();
-    EXPECT_TRUE(lock.TryLockReader());
-    lock.UnlockReader();
-    lock.UnlockReader();
-    lock.UnlockReader();
-    writer.Proceeds();
-    writer.Does([&] { lock.UnlockWriter(); });
-    EXPECT_TRUE(IsFree(lock));
-}
-
 /// A lock as one thread uses it, and what that should have made of it.
 struct Modelled {
     RWLock lock;
@@ -165,7 +150,7 @@ TEST(RWLockHoldings, AgreeWithAModelOnRandomUse) {
         const unsigned choice = step < 49'000 ? input.Below(8) : 7; // in the end all are left
         if (choice < 3 && one.holds >= 0) {
             if (choice == 0 || !one.lock.TryLockReader()) {
-                one.lock.LockReader();
+                input.OnceIn(2) ? one.lock.LockReader() : one.lock.LockShared();
             }
             one.EnterReader(hasRoom);
         } else if (choice < 3) {

@@ -184,6 +184,8 @@ void RunAHostThread() {
     for (int i = 0; i < 2; ++i) {
         worker.ran = false;
         EXPECT_EQ(worker.CreateThread(), ERR_OK);
+        const ThreadErrorCodeWrapper ended = worker.BlockUntilStopped(1);
+        EXPECT_TRUE(ended == ERR_OK || ended == ERR_TIMEOUT);
         const Error joined = worker.JoinThread();
         EXPECT_EQ(joined, worker.ran ? ERR_OK : ERR_NOT_READY);
         EXPECT_EQ(worker.GetThreadState(), worker.ran ? EalThread::THREAD_JOINED : EalThread::THREAD_IDLE);
@@ -249,59 +251,50 @@ constexpr Scenario SCENARIOS[] = {
 
 /// The host's threads, of which some are refused.
 struct RefusingThreads {
-    static inline std::size_t s_untilFirst;
-    static inline std::size_t s_count;
-    static inline std::size_t s_refused;
+    static inline std::size_t s_first, s_count, s_asked;
 
     static void Refuse(std::size_t first, std::size_t count) {
-        s_untilFirst = first;
+        s_first = first;
         s_count = count;
-        s_refused = 0;
+        s_asked = 0;
         eal_thread_dll_interface table = ZelkHost::ThreadTable();
-        table.create = Create;
+        table.create = [](int id, std::size_t stackSize, eal_thread_priority priority, eal_thread_entry entry,
+                          void* argument) {
+            const bool isRefused = ++s_asked >= s_first && s_asked - s_first < s_count;
+            return isRefused ? nullptr : ZelkHost::ThreadTable().create(id, stackSize, priority, entry, argument);
+        };
+        table.join = [](eal_thread_handle thread) {
+            EXPECT_NE(thread, nullptr);
+            ZelkHost::ThreadTable().join(thread);
+        };
         SetEalInterface(table);
     }
     static std::size_t Grant() {
         SetEalInterface(ZelkHost::ThreadTable());
-        return s_refused;
-    }
-
-private:
-    static eal_thread_handle Z4_CDECL Create(int id, std::size_t stackSize, eal_thread_priority priority,
-                                             eal_thread_entry entry, void* argument) {
-        if (s_untilFirst > 1) {
-            --s_untilFirst;
-        } else if (s_refused < s_count) {
-            ++s_refused;
-            return nullptr;
-        }
-        return ZelkHost::ThreadTable().create(id, stackSize, priority, entry, argument);
+        return s_asked >= s_first ? 1 : 0;
     }
 };
 
-void RefuseAllocations(std::size_t first, std::size_t count) {
-    ZelkHost::FailAllocations(first, count);
-}
-
-std::size_t GrantAllocations() {
-    return ZelkHost::FailAllocations(0);
-}
+struct RefusingMemory {
+    static void Refuse(std::size_t first, std::size_t count) { ZelkHost::FailAllocations(first, count); }
+    static std::size_t Grant() { return ZelkHost::FailAllocations(0); }
+};
 
 class Refusals : public testing::TestWithParam<Scenario> {
 protected:
-    /// Runs the scenario with each thing refused in its turn.
+    /// Runs the scenario with each of `Things` refused in its turn.
     /// @return how many there are.
-    static std::size_t RefuseEach(void (*refuse)(std::size_t first, std::size_t count), std::size_t (*grant)(),
-                                  std::size_t count) {
+    template <class Things>
+    static std::size_t RefuseEach(std::size_t count) {
         const std::size_t before = ZelkTest::OutstandingMemory().blocks;
         std::size_t first = 0;
         std::size_t refused = 0;
         do {
             SCOPED_TRACE(testing::Message() << ++first << "-th refused, " << count << " in all");
             const LogCapture log;
-            refuse(first, count);
+            Things::Refuse(first, count);
             GetParam().run();
-            refused = grant();
+            refused = Things::Grant();
             EXPECT_EQ(ZelkTest::OutstandingMemory().blocks, before) << "blocks left behind";
         } while (refused != 0 && !HasFailure());
         return first - 1;
@@ -309,10 +302,10 @@ protected:
 };
 
 TEST_P(Refusals, HaveADefinedResult) {
-    EXPECT_GE(RefuseEach(RefuseAllocations, GrantAllocations, 1), GetParam().allocations);
-    EXPECT_GE(RefuseEach(RefusingThreads::Refuse, RefusingThreads::Grant, 1), GetParam().threads);
-    RefuseEach(RefuseAllocations, GrantAllocations, SIZE_MAX);
-    RefuseEach(RefusingThreads::Refuse, RefusingThreads::Grant, SIZE_MAX);
+    for (const std::size_t count : {std::size_t{1}, SIZE_MAX}) {
+        EXPECT_GE(RefuseEach<RefusingMemory>(count), GetParam().allocations * (count == 1));
+        EXPECT_GE(RefuseEach<RefusingThreads>(count), GetParam().threads * (count == 1));
+    }
 }
 
 TEST_P(Refusals, AHostThatHearsNothingIsToldNothing) {

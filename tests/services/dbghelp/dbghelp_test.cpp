@@ -171,13 +171,19 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
     monitor.Sample();
     EXPECT_EQ(monitor.GetCount(), 2u);
     monitor.Forget(id);
-    EXPECT_FALSE(monitor.FindThread(id, entry));
+    monitor.Forget(id);
+    EXPECT_FALSE(monitor.FindThread(id, entry) || monitor.GetEntry(1, entry));
 }
 
 DWORD g_versionSize;
 
 DWORD WINAPI AnswerVersionSize(HMODULE, HRSRC) {
     return g_versionSize;
+}
+
+void* WINAPI LockUnsigned(HGLOBAL) {
+    static char record[200];
+    return record;
 }
 
 TEST(FileVersion, IsReadUpTo64KiB) {
@@ -198,6 +204,7 @@ TEST(FileVersion, IsReadUpTo64KiB) {
         {ZELK_DLL_FILE, 40 + sizeof(VS_FIXEDFILEINFO), 0, ""},
         {ZELK_DLL_FILE, 40 + sizeof(VS_FIXEDFILEINFO) - 1, 655, cannot + ZELK_DLL_FILE},
         {"no such file.dll", 0, 655, cannot + "no such file.dll"},
+        {"dbghelp_landmark.dll", 0, 655, cannot + "dbghelp_landmark.dll"},
     };
     for (const auto& row : rows) {
         const ZelkTest::LogCapture log;
@@ -210,6 +217,10 @@ TEST(FileVersion, IsReadUpTo64KiB) {
                              "[Z4::WinDbgHelp] EAL_LOG_WARNING: " + row.text + "\n"}});
         }
     }
+    g_versionSize = 200;
+    const ZelkTest::LogCapture log;
+    const ZelkTest::ImportHook lock("LockResource", LockUnsigned);
+    EXPECT_FALSE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version)) << "no version's signature";
     EXPECT_THAT(version, testing::ElementsAre(4, 3, 2, 0)) << "a failure leaves it alone";
 }
 

@@ -25,10 +25,9 @@ using Guard = AutoLock<AdaptiveLock>;
 
 /// The reservation that `address`, on the calling thread's stack, belongs to begins at its allocation base.
 unsigned long ReservedSize(const char* stackEnd, const void* address) {
-    MEMORY_BASIC_INFORMATION region;
-    if (VirtualQuery(address, &region, sizeof region) == 0) {
-        return 0;
-    }
+    MEMORY_BASIC_INFORMATION region{};
+    region.AllocationBase = const_cast<char*>(stackEnd); // A system that does not answer leaves a size of 0.
+    VirtualQuery(address, &region, sizeof region);
     return static_cast<unsigned long>(stackEnd - static_cast<const char*>(region.AllocationBase));
 }
 
