@@ -1,6 +1,7 @@
-// Rays against boxes, triangles and spheres, and what a frustum sees of boxes: every row `query/zelk` beside a peer's
-// own query of the same figures. One iteration is 4,096 queries in random order; a ray is used for 16 figures, and its
-// preparation counts. All rows of a query must hit equally often, but for the figures that rounding decides.
+// Rays and segments against boxes, triangles and spheres, and what a frustum sees of boxes: every row `query/zelk`
+// beside a peer's own query of the same figures. One iteration is 4,096 queries in random order; a ray is used for 16
+// figures, and its preparation counts. All rows of a query must hit equally often, but for the figures that rounding
+// decides.
 #include <benchmark/benchmark.h>
 #include <BulletCollision/BroadphaseCollision/btDbvt.h>
 #include <cglm/cglm.h>
@@ -14,6 +15,7 @@
 #include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/intersectray.h>
+#include <zelk_core/math/geometry/intersectsegment.h>
 
 namespace {
 
@@ -250,6 +252,80 @@ void RaySphereGlm(benchmark::State& state) {
     });
 }
 BENCHMARK(RaySphereGlm)->Name("ray_sphere/glm/unit_direction");
+
+/// Segments, of which most end among the boxes.
+template <class Point>
+struct Segment {
+    Point from, to;
+};
+template <class Point>
+Segment<Point> MakeSegment(const glm::vec3& origin, const glm::vec3& direction, Point (*convert)(const glm::vec3&)) {
+    return {convert(origin), convert(origin + 3.0F * direction)};
+}
+
+int g_segmentHits = -1;
+void SegmentBox(benchmark::State& state) {
+    const auto prepare = [](const glm::vec3& o, const glm::vec3& d) { return MakeSegment(o, d, Ours); };
+    Measure<1>(state, g_segmentHits, prepare,
+               [](Scene& scene, const Segment<VectorSIMD4f>& segment, unsigned i, float& nearest) {
+                   if (!IntersectSegmentAABB(segment.from, segment.to, scene.boxes[i])) {
+                       return 0;
+                   }
+                   Lower(nearest, static_cast<float>(i));
+                   return 1;
+               });
+}
+BENCHMARK(SegmentBox)->Name("segment_box/zelk");
+/// It tells where, too, and of which side.
+void SegmentBoxBullet(benchmark::State& state) {
+    const auto prepare = [](const glm::vec3& o, const glm::vec3& d) { return MakeSegment(o, d, Bullets); };
+    Measure<1>(state, g_segmentHits, prepare,
+               [](Scene& scene, const Segment<btVector3>& segment, unsigned i, float& nearest) {
+                   float t = 1;
+                   btVector3 normal(0, 0, 0);
+                   const auto& box = scene.bulletBoxes[i];
+                   if (!btRayAabb(segment.from, segment.to, box[0], box[1], t, normal)) {
+                       return 0;
+                   }
+                   Lower(nearest, static_cast<float>(i));
+                   return 1;
+               });
+}
+BENCHMARK(SegmentBoxBullet)->Name("segment_box/bullet/with_t");
+
+int g_segmentTriangleHits = -1;
+void SegmentTriangle(benchmark::State& state) {
+    const auto prepare = [](const glm::vec3& o, const glm::vec3& d) { return MakeSegment(o, d, Ours); };
+    Measure<1>(state, g_segmentTriangleHits, prepare,
+               [](Scene& scene, const Segment<VectorSIMD4f>& segment, unsigned i, float& nearest) {
+                   const auto& p = scene.ourCorners[i];
+                   float t = 0;
+                   if (!Z4::Geometry::IntersectSegmentTriangle(segment.from, segment.to, p[0], p[1], p[2], t)) {
+                       return 0;
+                   }
+                   Lower(nearest, t);
+                   return 1;
+               });
+}
+BENCHMARK(SegmentTriangle)->Name("segment_triangle/zelk");
+/// Its ray, cut off at the segment's end.
+void SegmentTriangleGlm(benchmark::State& state) {
+    const auto same = [](const glm::vec3& o, const glm::vec3& d) { return Segment<glm::vec3>{o, o + 3.0F * d}; };
+    Measure<1>(
+        state, g_segmentTriangleHits, same,
+        [](Scene& scene, const Segment<glm::vec3>& segment, unsigned i, float& nearest) {
+            const auto& p = scene.corners[i];
+            glm::vec2 weights;
+            float t = 0;
+            if (!glm::intersectRayTriangle(segment.from, segment.to - segment.from, p[0], p[1], p[2], weights, t) ||
+                t < 0 || t > 1) {
+                return 0;
+            }
+            Lower(nearest, t);
+            return 1;
+        });
+}
+BENCHMARK(SegmentTriangleGlm)->Name("segment_triangle/glm");
 
 /// A view from the origin along z, which some of the boxes are in.
 const Z4::MatrixSIMD44f& View() {

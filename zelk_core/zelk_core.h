@@ -50,9 +50,11 @@
 #include <zelk_core/math/geometry/frustum.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/intersectray.h>
+#include <zelk_core/math/geometry/intersectsegment.h>
 #include <zelk_core/math/geometry/nearestpoint.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/plane.h>
+#include <zelk_core/math/geometry/pointin.h>
 #include <zelk_core/math/geometry/ray.h>
 #include <zelk_core/math/geometry/round.h>
 #include <zelk_core/math/geometry/shear.h>

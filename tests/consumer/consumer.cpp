@@ -62,8 +62,11 @@ bool Math() {
     const Z4::Geometry::GeometryAABB box(corners.data(), 2);
     float t = 0;
     const bool isHit = IntersectRayAABB(Z4::Geometry::GeometryRay({-3, 0, 0, 0}, {1, 0, 0, 0}), box, t);
+    const bool isThrough = Z4::Geometry::IntersectSegmentAABB({-3, 0, 0, 0}, corners[1], box) &&
+                           Z4::Geometry::IsPointInSphere(box.GetCenter(), corners[1], 3) &&
+                           Z4::Geometry::Orientation2D({0, 0}, {1, 0}, {1, 1}) == 1;
     return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter()) &&
-           isHit && t == 2;
+           isHit && t == 2 && isThrough;
 }
 
 bool Random() {

@@ -247,10 +247,15 @@ void AddIntersections(Digest& digest, Input& input) {
     // Often towards a corner of the figure.
     const VectorSIMD4f target = input.OnceIn(2) ? p[input.Below(3)] : Point(input);
     const Fast::GeometryRay ray(start, target - start, 10, input.Coarse());
-    for (const auto& query : ZelkTest::RAY_QUERIES) {
-        const ZelkTest::RayAnswer a = query[FORM](ray, p);
-        digest.Add(a.isHit, a.written[0], a.written[1], a.written[2]);
-    }
+    const auto addAll = [&](const auto& queries) {
+        for (const auto& query : queries) {
+            const ZelkTest::RayAnswer a = query[FORM](ray, p);
+            digest.Add(a.isHit, a.written[0], a.written[1], a.written[2]);
+        }
+    };
+    addAll(ZelkTest::RAY_QUERIES);
+    addAll(ZelkTest::SEGMENT_QUERIES);
+    addAll(ZelkTest::POINT_QUERIES);
     const GeometryAABB box(Min(p[0], p[1]), Max(p[0], p[1]));
     const GeometryOBB oriented = Box(input);
     VectorSIMD4f point = VectorSIMD4f::ZERO;
@@ -281,6 +286,12 @@ void AddIntersections(Digest& digest, Input& input) {
         digest.Add(plane);
         digest.Add(Fast::MakePlane(plane, p, 5));
         digest.Add(plane, Fast::MakePlane(p[0], p[1]), Fast::TransformPlane(plane, oriented.GetMatrix()));
+        const Z4::Vector2f q[] = {ToVector2f(start), ToVector2f(target), ToVector2f(p[0]), ToVector2f(p[1])};
+        float parameters[2] = {};
+        digest.Add(Fast::IntersectSegmentSegment2D(q[0], q[1], q[2], q[3], parameters[0], parameters[1]));
+        digest.Add(parameters[0], parameters[1], Fast::Orientation2D(q[0], q[2], q[3]));
+        digest.Add(Fast::IsPointInTriangle2D(q[0], q[1], q[2], q[3]), Fast::IsPointInPolygon2D(q[0], p, 5),
+                   Fast::IsPointInConvexPolygon2D(q[0], p, 5));
     } else {
         digest.Add(Consistent::IntersectRayTriangle4(ray, triangles, t));
         digest.Add(Consistent::IntersectPlanePlane(p[0], p[1], point, direction));
