@@ -62,8 +62,11 @@ bool Math() {
     const Z4::Geometry::GeometryAABB box(corners.data(), 2);
     float t = 0;
     const bool isHit = IntersectRayAABB(Z4::Geometry::GeometryRay({-3, 0, 0, 0}, {1, 0, 0, 0}), box, t);
+    Z4::VectorSIMD4f a = corners[0];
+    Z4::VectorSIMD4f b = corners[1];
+    const Z4::VectorSIMD4f plane(1, 0, 0, 0);
     return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter()) &&
-           isHit && t == 2;
+           isHit && t == 2 && Z4::Geometry::ClipSegment(a, b, &plane, 1) && a.X() == 0;
 }
 
 bool Random() {
