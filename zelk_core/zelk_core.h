@@ -44,6 +44,7 @@
 #include <zelk_core/generics/vector.h>
 #include <zelk_core/generics/vectorstorage.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/clip.h>
 #include <zelk_core/math/geometry/columns.h>
 #include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/distance.h>

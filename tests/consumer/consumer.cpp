@@ -65,8 +65,11 @@ bool Math() {
     const bool isThrough = Z4::Geometry::IntersectSegmentAABB({-3, 0, 0, 0}, corners[1], box) &&
                            Z4::Geometry::IsPointInSphere(box.GetCenter(), corners[1], 3) &&
                            Z4::Geometry::Orientation2D({0, 0}, {1, 0}, {1, 1}) == 1;
+    Z4::VectorSIMD4f a = corners[0];
+    Z4::VectorSIMD4f b = corners[1];
+    const Z4::VectorSIMD4f plane(1, 0, 0, 0);
     return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter()) &&
-           isHit && t == 2 && isThrough;
+           isHit && t == 2 && isThrough && Z4::Geometry::ClipSegment(a, b, &plane, 1) && a.X() == 0;
 }
 
 bool Random() {

@@ -27,6 +27,8 @@ constexpr struct {
     {"consistent-geometry", DigestConsistentGeometry},
     {"intersections", DigestIntersections},
     {"consistent-intersections", DigestConsistentIntersections},
+    {"clipping", DigestClipping},
+    {"consistent-clipping", DigestConsistentClipping},
     {"uniform-draws", DigestUniformDraws},
     {"ziggurat-draws", DigestZigguratDraws},
     {"ciphers", DigestCiphers},

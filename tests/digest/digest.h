@@ -80,6 +80,8 @@ void DigestGeometry(Digest& digest);
 void DigestConsistentGeometry(Digest& digest);
 void DigestIntersections(Digest& digest);
 void DigestConsistentIntersections(Digest& digest);
+void DigestClipping(Digest& digest);
+void DigestConsistentClipping(Digest& digest);
 void DigestUniformDraws(Digest& digest);
 void DigestZigguratDraws(Digest& digest);
 void DigestCiphers(Digest& digest);

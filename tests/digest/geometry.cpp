@@ -6,6 +6,7 @@
 #include <tests/math/queries.h>
 #include <tests/math/rayqueries.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/clip.h>
 #include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/obb.h>
@@ -318,6 +319,31 @@ void AddAllIntersections(Digest& digest) {
     }
 }
 
+/// Of the forms' functions, those that are given.
+template <class ClipPolygon, class ClipByConvex, class ClipSegment>
+void AddClipped(Digest& digest, ClipPolygon clipPolygon, ClipByConvex clipByConvex, ClipSegment clipSegment) {
+    Input input;
+    for (int round = 0; round < ROUNDS; ++round) {
+        const Points polygon(input);
+        const Points planes(input);
+        VectorSIMD4f clipped[8];
+        VectorSIMD4f scratch[8];
+        const auto add = [&](unsigned long count) {
+            digest.Add(count);
+            for (unsigned long i = 0; i < count; ++i) {
+                digest.Add(clipped[i]);
+            }
+        };
+        add(clipPolygon(polygon.p, 3, planes.p[0], clipped));
+        add(clipPolygon(polygon.p, 5, planes.p[0], clipped));
+        add(clipByConvex(polygon.p, 3, planes.p, 5, clipped, scratch));
+        VectorSIMD4f a = polygon.p[0];
+        VectorSIMD4f b = polygon.p[1];
+        digest.Add(clipSegment(a, b, planes.p, 3));
+        digest.Add(a, b);
+    }
+}
+
 } // namespace
 
 void DigestMath(Digest& digest) {
@@ -376,4 +402,14 @@ void DigestIntersections(Digest& digest) {
 
 void DigestConsistentIntersections(Digest& digest) {
     AddAllIntersections<1>(digest);
+}
+
+void DigestClipping(Digest& digest) {
+    using namespace Z4::Geometry;
+    AddClipped(digest, ClipPolygon, ClipPolygonByConvex, ClipSegment);
+}
+
+void DigestConsistentClipping(Digest& digest) {
+    using namespace Z4::Geometry::Consistent;
+    AddClipped(digest, ClipPolygon, ClipPolygonByConvex, ClipSegment);
 }

@@ -63,12 +63,6 @@ private:
 
     static constexpr float BEYOND = std::numeric_limits<float>::infinity();
 
-    template <SumOrder ORDER>
-    static float InverseLengthSqr(const VectorSIMD4f& direction) {
-        const VectorSIMD4f lengthSqr = LengthSqr3<ORDER>(direction);
-        return AndNot(Equal(lengthSqr, VectorSIMD4f::Broadcast(0.0F)), 1.0F / lengthSqr).X();
-    }
-
     VectorSIMD4f m_origin;
     VectorSIMD4f m_direction;
     VectorSIMD4f m_inverse;
@@ -79,11 +73,13 @@ private:
 };
 
 inline GeometryRay::GeometryRay(const VectorSIMD4f& origin, const VectorSIMD4f& direction, float last, float first)
-    : m_origin(origin),
-      m_direction(direction),
-      m_inverse(Private::InverseDirection(direction)),
-      m_inverseLengthSqr{InverseLengthSqr<SumOrder::FAST>(direction),
-                         InverseLengthSqr<SumOrder::CONSISTENT>(direction)} {
+    : m_origin(origin), m_direction(direction), m_inverse(Private::InverseDirection(direction)) {
+    const VectorSIMD4f lengthsSqr(Lanes::InterleaveLow(LengthSqr3<SumOrder::FAST>(direction).Native(),
+                                                       LengthSqr3<SumOrder::CONSISTENT>(direction).Native()));
+    const VectorSIMD4f inverses = AndNot(Equal(lengthsSqr, VectorSIMD4f::Broadcast(0.0F)), 1.0F / lengthsSqr);
+    m_inverseLengthSqr[0] = inverses.X();
+    m_inverseLengthSqr[1] = inverses.Y();
+
     const VectorSIMD4f size = Abs(direction);
     const VectorSIMD4f greatest = Max(size.BroadcastX(), Max(size.BroadcastY(), size.BroadcastZ()));
     // The last of those that are greatest. A direction with NaN has none, and needs none.
