@@ -40,6 +40,7 @@
 #include <zelk_core/generics/redblacktree.h>
 #include <zelk_core/generics/sharedtext.h>
 #include <zelk_core/generics/string.h>
+#include <zelk_core/generics/stringpool.h>
 #include <zelk_core/generics/textalgorithms.h>
 #include <zelk_core/generics/vector.h>
 #include <zelk_core/generics/vectorstorage.h>
@@ -118,6 +119,7 @@
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
+#include <zelk_core/services/dbghelp/symbolmap.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
 #include <zelk_core/services/encryption/cipher.h>
 #include <zelk_core/services/encryption/lifecycle.h>

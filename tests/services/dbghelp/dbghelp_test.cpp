@@ -120,6 +120,11 @@ TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     EXPECT_TRUE(SymbolHandler::Instance().Resolve(address + 1, info));
     EXPECT_STREQ(info.module, module.name);
     EXPECT_STREQ(info.function, "") << "no symbols are read yet";
+    ASSERT_TRUE(SymbolHandler::Instance().ResolveQuick(address + 1, info));
+    EXPECT_STREQ(info.module, "dbghelp_landmark.dll") << "as the module names itself";
+    EXPECT_STREQ(info.function, "ZelkTestLandmark");
+    EXPECT_EQ(info.displacement, 1u);
+    EXPECT_EQ(info.source, SYMBOL_EXPORT);
     // Those of this module only; all together take seconds.
     char path[MAX_PATH];
     GetModuleFileNameA(static_cast<HMODULE>(module.baseAddress), path, MAX_PATH);
@@ -132,7 +137,9 @@ TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     EXPECT_EQ(info.displacement, 1u);
     EXPECT_THAT(info.file, testing::HasSubstr("landmark.cpp"));
     EXPECT_NE(info.line, 0u);
+    EXPECT_EQ(info.source, SYMBOL_DEBUG_INFO);
     const int local = ZelkTestLandmark(0);
+    EXPECT_FALSE(SymbolHandler::Instance().ResolveQuick(&local, info)) << "no module";
     EXPECT_FALSE(SymbolHandler::Instance().Resolve(&local, info)) << "no module";
     EXPECT_STREQ(info.module, "");
     EXPECT_STREQ(info.function, "");

@@ -12,6 +12,15 @@ template <class T>
 class Singleton;
 } // namespace Private
 
+/// Where the name of a function comes from.
+enum SymbolSource : unsigned long {
+    SYMBOL_NONE = 0,        ///< it is not known
+    SYMBOL_DEBUG_INFO = 1,  ///< the module's debug information, by WinDbgHelp
+    SYMBOL_FILE = 2,        ///< a symbol file, see SymbolHandler::LoadSymbolFile()
+    SYMBOL_OBJECT_ONLY = 3, ///< a symbol file, which knows no function there, but the object file; `function` is empty
+    SYMBOL_EXPORT = 4,      ///< the module's exports: the function that begins last before the address
+};
+
 /// What is known of an address. What is unknown is an empty text or 0. A text that is too long for its field is cut; it
 /// ends with a zero in any case.
 struct SymbolInfo {
@@ -20,6 +29,7 @@ struct SymbolInfo {
     unsigned long displacement; ///< bytes from the function's beginning to the address
     char file[260];             ///< the source file
     unsigned long line;         ///< its line, from 1
+    SymbolSource source;        ///< of the function's name
 };
 
 /// A source of symbols for SymbolHandler, which several threads may ask at once. A program can derive its own, and make
@@ -59,6 +69,12 @@ public:
     /// waits until WinDbgHelp is ready.
     /// @return true when `address` lies in a module; the function may still be unknown.
     Z4_API bool Resolve(const void* address, SymbolInfo& info);
+
+    /// The same from what lies in memory alone, for code that may run at any time, after a crash or with other threads
+    /// stopped: it takes no lock, allocates nothing and does not ask WinDbgHelp. It knows no file and no line. `module`
+    /// is the name that the module has among its exports, without a path, and is empty where there are none.
+    /// @return true when `address` lies in a module; the function may still be unknown.
+    Z4_API bool ResolveQuick(const void* address, SymbolInfo& info);
 
     /// Sets where symbols come from; null for nowhere, then only modules are told. The handler does not own the data
     /// base: the one that was set before must not be released until all calls of Resolve() that have begun are over.

@@ -9,6 +9,7 @@
 #include <zelk_core/base/private/copytext.h>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/atomic.h>
+#include <zelk_core/services/dbghelp/private/imageview.h>
 #include <zelk_core/services/dbghelp/private/symboldatabase.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
@@ -23,7 +24,8 @@ struct Private::Layout<SymbolInfo> {
     static_assert(offsetof(SymbolInfo, displacement) == 516);
     static_assert(offsetof(SymbolInfo, file) == 520);
     static_assert(offsetof(SymbolInfo, line) == 780);
-    static_assert(sizeof(SymbolInfo) == 784);
+    static_assert(offsetof(SymbolInfo, source) == 784);
+    static_assert(sizeof(SymbolInfo) == 788);
 };
 
 namespace {
@@ -49,6 +51,7 @@ public:
         if (found) {
             Private::CopyTruncated(info.function, record.symbol.Name);
             info.displacement = static_cast<unsigned long>(displacement);
+            info.source = SYMBOL_DEBUG_INFO;
         }
         IMAGEHLP_LINE64 line{};
         line.SizeOfStruct = sizeof line;
@@ -62,6 +65,18 @@ public:
 
     void Release() override { delete this; }
 };
+
+/// The program or DLL in memory that `address` lies in; null when it lies in none.
+const void* FindImage(const void* address) {
+    MEMORY_BASIC_INFORMATION region;
+    return VirtualQuery(address, &region, sizeof region) != 0 && region.Type == MEM_IMAGE ? region.AllocationBase
+                                                                                          : nullptr;
+}
+
+Private::ImageView ViewImage(const void* base) {
+    constexpr std::uint32_t HEADERS = 4096; // one page, which every image has
+    return {base, Private::ImageView(base, HEADERS).GetImageSize()};
+}
 
 } // namespace
 
@@ -92,6 +107,25 @@ bool SymbolHandler::Resolve(const void* address, SymbolInfo& info) {
     SymbolDataBase* const dataBase = std::atomic_ref(m_dataBase).load();
     if (dataBase != nullptr) {
         dataBase->FindSymbol(address, info);
+    }
+    return true;
+}
+
+bool SymbolHandler::ResolveQuick(const void* address, SymbolInfo& info) {
+    info = {};
+    const void* const base = FindImage(address);
+    if (base == nullptr) {
+        return false;
+    }
+    const Private::ImageView image = ViewImage(base);
+    const auto place = reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(base);
+    Private::CopyTruncated(info.module, image.GetName());
+    const char* name = nullptr;
+    std::uint32_t start = 0;
+    if (image.FindExport(static_cast<std::uint32_t>(place), name, start)) {
+        Private::CopyTruncated(info.function, name);
+        info.displacement = static_cast<unsigned long>(place - start);
+        info.source = SYMBOL_EXPORT;
     }
     return true;
 }
