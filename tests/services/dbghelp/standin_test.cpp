@@ -1,6 +1,6 @@
 // The gateway and the list of modules over functions that do as they are told. Hunted are: arguments and results that
 // are lost on the way, a wrong order of start-up or shut-down, retries too many or too few, calls that overlap, waits
-// that never end, and modules that are lost or kept while the list is read.
+// that never end, and modules that are lost or kept.
 #include "standin.h"
 
 #include <tests/os/crowd.h>
@@ -319,23 +319,37 @@ TEST_F(StandInTest, NotificationsAreCutToTheirRoomAndEndWithTheObject) {
     EXPECT_EQ(m_library.notify, nullptr);
 }
 
-/// The list of modules, which the stand-in tells it: 16 bytes at each base.
+/// The list of modules, which stands in for the loader's: 16 bytes at each base.
 class ModulesTest : public StandInTest {
 protected:
     ModulesTest() {
+        s_test = this;
         Start();
-        m_library.answers["EnumerateLoadedModules64"] = [this](const StandIn::Call& call) -> unsigned long long {
-            const auto tell = FromNumber<WinDbgHelp::EnumerateModulesCallback>(call.arguments[1]);
-            for (const unsigned base : m_bases) {
-                m_meanwhile();
-                tell("module", base, 16, FromNumber<void*>(call.arguments[2]));
-            }
-            return m_readable(call);
-        };
         EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
     }
     ~ModulesTest() override { ProgramModuleDB::SingletonShutdown(); }
 
+    /// As the loader has its entries.
+    struct Entry {
+        void* links[6];
+        void* base;
+        void* entryPoint;
+        ULONG size;
+        UNICODE_STRING fullName;
+        UNICODE_STRING baseName;
+    };
+
+    static LONG NTAPI Enumerate(ULONG, void(NTAPI* callback)(const Entry*, void*, BOOLEAN*), void* context) {
+        ++s_test->m_readings;
+        BOOLEAN stop = FALSE;
+        wchar_t name[] = L"module";
+        const UNICODE_STRING text{12, 14, name};
+        for (const unsigned base : s_test->m_bases) {
+            const Entry entry{{}, FromNumber<void*>(base), nullptr, 16, text, text};
+            callback(&entry, context, &stop);
+        }
+        return s_test->m_status;
+    }
     static void Tell(unsigned base, bool unloaded) {
         ProgramModuleDB::UpdateModulesList({1, FromNumber<void*>(base), 16, L"module", L"module", unloaded},
                                            &ProgramModuleDB::Instance());
@@ -350,33 +364,55 @@ protected:
         }
         return bases;
     }
-    unsigned Readings() const { return m_library.Count("EnumerateLoadedModules64"); }
 
+    static inline ModulesTest* s_test;
     std::vector<unsigned> m_bases{0x10, 0x20, 0x30};
-    std::function<void()> m_meanwhile = [] {};
-    StandIn::Answer m_readable = StandIn::Fails(0, 0);
+    LONG m_status = 0;
+    unsigned m_readings = 0;
+    const ImportHook m_hook{"LdrEnumerateLoadedModules", Enumerate};
 };
 
-TEST_F(ModulesTest, OneReadingSeesWhatComesAndGoes) {
-    m_meanwhile = [&] {
-        if (Readings() < 5) {
-            Tell(0x10, true);
-            Tell(0x20, true);
-            Tell(0x40, false);
-            Tell(0x50, false);
-            Tell(0x50, true);
-            Tell(0x20, false);
-        }
-    };
-    EXPECT_EQ(Known(), "234");
-    EXPECT_EQ(Readings(), 1u);
-    m_meanwhile = [] {};
-    Tell(0x30, true);
-    EXPECT_EQ(Known(), "24");
-    EXPECT_EQ(Readings(), 1u) << "what one reading noted of the unloaded is not kept for the next";
+TEST_F(ModulesTest, AreReadOnceAndThenToldOf) {
+    EXPECT_EQ(Known(), "123");
+    EXPECT_EQ(m_readings, 1u) << "at the subscription";
+    Tell(0x20, true);
+    Tell(0x50, false);
+    Tell(0x50, true);
+    Tell(0x40, false);
+    Tell(0x40, false);
+    EXPECT_EQ(Known(), "134");
+    EXPECT_EQ(ProgramModuleDB::Instance().GetCount(), 3u);
+    m_bases = {0x20, 0x30};
+    EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_ALREADY_EXISTS);
+    EXPECT_EQ(Known(), "134");
+    ProgramModuleDB::SingletonShutdown();
+    m_status = static_cast<LONG>(0xC0000022);
+    EXPECT_EQ(Known(), "23") << "what was known goes with the object";
+    EXPECT_GT(m_readings, 2u) << "a reading that failed is repeated";
+    m_status = 0;
+    EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
+    Tell(0x20, true);
+    m_bases = {0x10};
+    EXPECT_EQ(Known(), "3");
 }
 
-TEST_F(ModulesTest, EdgesOfAModule) {
+TEST_F(ModulesTest, AreReadAgainUntilNotificationsBegin) {
+    ProgramModuleDB::SingletonShutdown();
+    WinDbgHelp::SingletonShutdown();
+    Gate gate;
+    m_library.atLookUp = [&] { gate.Wait(); };
+    EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
+    m_bases = {0x10, 0x50};
+    EXPECT_EQ(Known(), "15") << "nobody has told of what came and went";
+    gate.Open();
+    Start();
+    m_bases = {0x20};
+    EXPECT_EQ(Known(), "2");
+    m_bases = {0x30};
+    EXPECT_EQ(Known(), "2");
+}
+
+TEST_F(ModulesTest, EdgesOfAModuleAndOfTheList) {
     ProgramModuleDB& modules = ProgramModuleDB::Instance();
     ProgramModuleDB::Module module;
     EXPECT_TRUE(modules.FindModule(FromNumber<void*>(0x3F), module));
@@ -385,61 +421,27 @@ TEST_F(ModulesTest, EdgesOfAModule) {
     EXPECT_FALSE(modules.FindModule(FromNumber<void*>(0x0F), module));
     EXPECT_TRUE(modules.GetModule(2, module));
     EXPECT_FALSE(modules.GetModule(3, module));
+    Tell(0x20, true);
+    char text[64];
+    EXPECT_EQ(modules.ToText(text, sizeof text), 68u);
+    EXPECT_EQ(std::string(text), std::string("00000010-00000020 00000000 module\n00000030-00000040 00000000 module\n")
+                                     .substr(0, sizeof text - 1));
+    for (unsigned i = 0; i < ProgramModuleDB::MAX_MODULES; ++i) {
+        Tell(0x100000 - i * 0x10, false);
+    }
+    EXPECT_EQ(modules.GetCount(), ProgramModuleDB::MAX_MODULES);
+    EXPECT_EQ(modules.GetLost(), 2u);
+    EXPECT_FALSE(modules.FindModule(FromNumber<void*>(0x100000 - 511 * 0x10), module));
+    EXPECT_TRUE(modules.FindModule(FromNumber<void*>(0x100000 - 509 * 0x10), module));
+}
+
+TEST_F(ModulesTest, NameWithoutRoom) {
+    ProgramModuleDB& modules = ProgramModuleDB::Instance();
+    ProgramModuleDB::Module module{};
     const std::wstring longName(300, L'n');
     ProgramModuleDB::UpdateModulesList({1, FromNumber<void*>(0x50), 1, L"short", longName.c_str(), false}, &modules);
     EXPECT_TRUE(modules.FindModule(FromNumber<void*>(0x50), module));
     EXPECT_STREQ(module.name, "short") << "where the full name has no room";
-}
-
-TEST_F(ModulesTest, WhoAsksDuringAReadingGetsTheWholeList) {
-    std::atomic<int> told = -1;
-    m_meanwhile = [&] {
-        ++told;
-        Sleep(20);
-    };
-    RunCrowd(2, [&](unsigned index) {
-        // The second asks when the first has heard of one module.
-        while (index != 0 && told < 1) {
-            SwitchToThread();
-        }
-        EXPECT_EQ(ProgramModuleDB::Instance().GetCount(), 3u);
-    });
-}
-
-TEST_F(ModulesTest, WhatWasRefusedIsReadAgain) {
-    // Once in a reading: what is lost of it is not told again.
-    m_meanwhile = [&, calls = 0u]() mutable {
-        if (calls++ % m_bases.size() == 0) {
-            Tell(0x30, true);
-            Tell(0x40, false);
-        }
-    };
-    std::size_t allocation = 1;
-    do {
-        ProgramModuleDB::SingletonShutdown();
-        EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
-        ZelkHost::FailAllocations(allocation);
-        ProgramModuleDB::Instance().GetCount();
-        EXPECT_EQ(Known(), "124") << "allocation " << allocation;
-        ++allocation;
-    } while (ZelkHost::FailAllocations(0) != 0);
-    EXPECT_GE(allocation, 6u) << "two lists and the one that went";
-
-    m_library.calls.clear();
-    m_readable = StandIn::Fails(1, ERROR_ACCESS_DENIED);
-    ProgramModuleDB::SingletonShutdown();
-    EXPECT_EQ(Known(), "124");
-    EXPECT_EQ(Readings(), 2u);
-    m_bases = {0x20};
-    EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
-    EXPECT_EQ(Known(), "24") << "nobody told of what had gone before";
-    ProgramModuleDB::SingletonShutdown();
-    unsigned observers = 0;
-    while (WinDbgHelp::Instance().RegisterDllNotificationCallback([](const auto&, void*) {},
-                                                                  FromNumber<void*>(observers)) == ERR_OK) {
-        ++observers;
-    }
-    EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OUT_OF_RESOURCES);
 }
 
 } // namespace

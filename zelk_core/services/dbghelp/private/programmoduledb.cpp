@@ -1,13 +1,28 @@
 #include <windows.h>
 
+#include <winternl.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <zelk_core/base/layout.h>
-#include <zelk_core/base/private/copytext.h>
 #include <zelk_core/base/private/singleton.h>
-#include <zelk_core/os/autolock.h>
-#include <zelk_core/services/dbghelp/private/pushbackorkeep.h>
+#include <zelk_core/os/atomic.h>
+#include <zelk_core/services/dbghelp/private/codemodules.h>
+#include <zelk_core/services/dbghelp/private/textroom.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
+
+// The loader's list, which the system's headers do not declare.
+struct LoaderEntry {
+    LIST_ENTRY links[3];
+    void* base;
+    void* entryPoint;
+    ULONG size;
+    UNICODE_STRING fullName;
+    UNICODE_STRING baseName;
+};
+extern "C" NTSYSAPI NTSTATUS NTAPI LdrEnumerateLoadedModules(
+    ULONG reserved, void(NTAPI* callback)(const LoaderEntry* entry, void* context, BOOLEAN* stop), void* context);
 
 namespace Z4 {
 
@@ -16,62 +31,46 @@ struct Private::Layout<ProgramModuleDB::Module> {
     static_assert(offsetof(ProgramModuleDB::Module, baseAddress) == 0);
     static_assert(offsetof(ProgramModuleDB::Module, size) == 4);
     static_assert(offsetof(ProgramModuleDB::Module, name) == 8);
-    static_assert(sizeof(ProgramModuleDB::Module) == 268);
+    static_assert(offsetof(ProgramModuleDB::Module, timeStamp) == 268);
+    static_assert(sizeof(ProgramModuleDB::Module) == 272);
+    static_assert(sizeof(ProgramModuleDB::Module::name) == sizeof(Private::ModuleName::text));
+    static_assert(ProgramModuleDB::MAX_MODULES == Private::CodeModules::CAPACITY);
 };
 
 namespace {
 
 constinit Private::Singleton<ProgramModuleDB> g_instance;
 
-using Private::PushBackOrKeep;
-using Guard = AutoLock<BlockingLock>;
+using Private::CodeModule;
+using Private::g_codeModules;
+using Private::ModuleName;
 
-bool Contains(const ProgramModuleDB::Module& module, const void* address) {
-    // An address before the base wraps to a large offset.
-    const std::uintptr_t offset =
-        reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(module.baseAddress);
-    return offset < module.size;
-}
-
-const void* BaseOf(const ProgramModuleDB::Module& module) {
-    return module.baseAddress;
-}
-
-const void* BaseOf(const void* base) {
-    return base;
-}
-
-template <class T>
-const T* FindBase(const Vector<T>& list, const void* base) {
-    for (const T& element : list) {
-        if (BaseOf(element) == base) {
-            return &element;
-        }
-    }
-    return nullptr;
-}
-
-template <class T>
-void EraseBase(Vector<T>& list, const void* base) {
-    if (const T* const found = FindBase(list, base); found != nullptr) {
-        list.Erase(found);
+/// Too long a name leaves the text empty or unfinished: then the short one.
+void ConvertName(const wchar_t* fullName, int fullLength, const wchar_t* baseName, int baseLength, ModuleName& name) {
+    constexpr int LAST = sizeof name.text - 1;
+    name = {};
+    if (WideCharToMultiByte(CP_ACP, 0, fullName, fullLength, name.text, LAST, nullptr, nullptr) == 0) {
+        std::memset(name.text, 0, sizeof name.text);
+        WideCharToMultiByte(CP_ACP, 0, baseName, baseLength, name.text, LAST, nullptr, nullptr);
     }
 }
 
-/// What one look at the system's list gave.
-struct Reading {
-    Vector<ProgramModuleDB::Module> modules;
-    bool refused = false;
-};
+void ConvertName(const UNICODE_STRING& fullName, const UNICODE_STRING& baseName, ModuleName& name) {
+    constexpr int UNIT = sizeof(wchar_t);
+    ConvertName(fullName.Buffer, fullName.Length / UNIT, baseName.Buffer, baseName.Length / UNIT, name);
+}
 
-int Z4_STDCALL AddEnumerated(const char* name, unsigned long long base, unsigned long size, void* context) {
-    Reading& reading = *static_cast<Reading*>(context);
-    ProgramModuleDB::Module module{reinterpret_cast<void*>(static_cast<std::uintptr_t>(base)), size, {}};
-    Private::CopyTruncated(module.name, name);
-    // A list that changed while the system read it begins anew.
-    EraseBase(reading.modules, module.baseAddress);
-    reading.refused = !PushBackOrKeep(reading.modules, module) || reading.refused;
-    return TRUE;
+void NTAPI PutEntry(const LoaderEntry* entry, void*, BOOLEAN*) {
+    ModuleName name;
+    ConvertName(entry->fullName, entry->baseName, name);
+    g_codeModules.Put(entry->base, entry->size, name);
+}
+
+void ToModule(const CodeModule& found, const ModuleName& name, ProgramModuleDB::Module& module) {
+    module.baseAddress = reinterpret_cast<void*>(found.key);
+    module.size = found.size;
+    std::memcpy(module.name, name.text, sizeof module.name);
+    module.timeStamp = found.timeStamp;
 }
 
 } // namespace
@@ -89,111 +88,98 @@ ProgramModuleDB& ProgramModuleDB::Instance() {
 }
 
 ProgramModuleDB::~ProgramModuleDB() {
-    if (m_subscribed) {
+    if (m_subscribed != 0) {
         // Waits for the notification that another thread may be in. ERR_NOT_FOUND when WinDbgHelp was made anew.
         WinDbgHelp::Instance().UnregisterDllNotificationCallback(UpdateModulesList, this);
     }
+    g_codeModules.Clear();
 }
 
 Error ProgramModuleDB::Subscribe() {
     const Error result = WinDbgHelp::Instance().RegisterDllNotificationCallback(UpdateModulesList, this);
     if (result == ERR_OK) {
-        const Guard guard(m_lock);
-        m_subscribed = true;
+        Atomic::Exchange(m_subscribed, 1);
         // Nobody has kept current what was read before.
-        m_modules.Clear();
-        NoteLoss();
+        Atomic::Increment(m_wanted);
+        ReadModulesOnce();
     }
     return result;
 }
 
+Error ProgramModuleDB::Prepare() {
+    ReadModulesOnce();
+    return g_codeModules.MakeIndexes();
+}
+
 unsigned long ProgramModuleDB::GetCount() {
     ReadModulesOnce();
-    const Guard guard(m_lock);
-    return m_modules.Size();
+    return g_codeModules.GetCount();
 }
 
 bool ProgramModuleDB::GetModule(unsigned long index, Module& module) {
     ReadModulesOnce();
-    const Guard guard(m_lock);
-    if (index >= m_modules.Size()) {
+    CodeModule found;
+    ModuleName name;
+    if (!g_codeModules.Get(index, found, name)) {
         return false;
     }
-    module = m_modules[index];
+    ToModule(found, name, module);
     return true;
 }
 
 bool ProgramModuleDB::FindModule(const void* address, Module& module) {
     ReadModulesOnce();
-    const Guard guard(m_lock);
-    for (const Module& candidate : m_modules) {
-        if (Contains(candidate, address)) {
-            module = candidate;
-            return true;
-        }
+    CodeModule found;
+    ModuleName name;
+    if (!g_codeModules.FindNamed(reinterpret_cast<std::uintptr_t>(address), found, name)) {
+        return false;
     }
-    return false;
+    ToModule(found, name, module);
+    return true;
 }
 
-void Z4_CDECL ProgramModuleDB::UpdateModulesList(const WinDbgHelp::DllNotificationData& data, void* context) {
-    ProgramModuleDB& self = *static_cast<ProgramModuleDB*>(context);
-    Module module{data.baseAddress, data.size, {}};
-    const int last = sizeof module.name - 1;
-    // Too long a name leaves the text empty or unfinished: then the short one.
-    if (WideCharToMultiByte(CP_ACP, 0, data.fullName, -1, module.name, last, nullptr, nullptr) == 0) {
-        WideCharToMultiByte(CP_ACP, 0, data.baseName, -1, module.name, last, nullptr, nullptr);
+unsigned long ProgramModuleDB::GetLost() {
+    return g_codeModules.GetLost();
+}
+
+unsigned long ProgramModuleDB::ToText(char* text, unsigned long size) {
+    Private::TextRoom room(text, size);
+    Module module;
+    for (unsigned long i = 0; GetModule(i, module); ++i) {
+        const auto base = static_cast<unsigned long>(reinterpret_cast<std::uintptr_t>(module.baseAddress));
+        room.Print("%08lx-%08lx %08lx %s\n", base, base + module.size, module.timeStamp,
+                   static_cast<const char*>(module.name));
     }
-    module.name[last] = '\0';
-    const Guard guard(self.m_lock);
-    EraseBase(self.m_modules, module.baseAddress);
-    EraseBase(self.m_unloaded, module.baseAddress);
-    if (!data.unloaded) {
-        self.Add(module);
-    } else if (self.m_readers != 0 && !PushBackOrKeep(self.m_unloaded, module.baseAddress)) {
-        self.NoteLoss();
+    return room.Length();
+}
+
+void Z4_CDECL ProgramModuleDB::UpdateModulesList(const WinDbgHelp::DllNotificationData& data, void*) {
+    if (data.unloaded) {
+        g_codeModules.Remove(data.baseAddress);
+        return;
     }
+    ModuleName name;
+    ConvertName(data.fullName, static_cast<int>(std::wcslen(data.fullName)), data.baseName,
+                static_cast<int>(std::wcslen(data.baseName)), name);
+    g_codeModules.Put(data.baseAddress, data.size, name);
 }
 
 void ProgramModuleDB::ReadModulesOnce() {
-    unsigned long losses = 0;
-    {
-        const Guard guard(m_lock);
-        if (m_read) {
-            return;
-        }
-        ++m_readers;
-        losses = m_losses;
+    const unsigned long wanted = Atomic::Get(m_wanted);
+    if (Atomic::Get(m_read) == wanted) {
+        return;
     }
-    // Into a list of one's own and not under the lock: a notification waits for the lock inside the loader, and the
-    // system's list may wait for the loader.
-    Reading reading;
-    const bool enumerated =
-        WinDbgHelp::Instance().EnumerateLoadedModules64(GetCurrentProcess(), AddEnumerated, &reading);
-    const Guard guard(m_lock);
-    if (!m_read && losses == m_losses) {
-        m_read = enumerated && !reading.refused;
-        // Of a module that came or went meanwhile, the notifications know better.
-        for (const Module& module : reading.modules) {
-            if (FindBase(m_modules, module.baseAddress) == nullptr &&
-                FindBase(m_unloaded, module.baseAddress) == nullptr) {
-                Add(module);
-            }
-        }
+    // What comes and goes before the notifications begin is told by nobody.
+    const bool isObserved = Atomic::Get(m_subscribed) == 0 || WinDbgHelp::Instance().IsReady();
+    const std::uint32_t serial = g_codeModules.GetNextSerial();
+    // The loader's lock keeps the list as it is meanwhile, and notifications away.
+    if (LdrEnumerateLoadedModules(0, PutEntry, nullptr) < 0) {
+        return;
     }
-    if (--m_readers == 0) {
-        m_unloaded.Clear();
+    g_codeModules.RemoveOlder(serial);
+    if (isObserved) {
+        Atomic::Exchange(m_read, wanted);
     }
-}
-
-void ProgramModuleDB::Add(const Module& module) {
-    if (!PushBackOrKeep(m_modules, module)) {
-        NoteLoss();
-    }
-}
-
-void ProgramModuleDB::NoteLoss() {
-    ++m_losses;
-    m_read = false;
 }
 
 } // namespace Z4

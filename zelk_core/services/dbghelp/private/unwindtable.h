@@ -1,0 +1,71 @@
+// Call-frame information, as compilers put it into the section .eh_frame: how to get from the registers in a function
+// to those in its caller. The format is that of the DWARF Debugging Information Format, version 4, section 6.4, with
+// the changes of the Linux Standard Base Core Specification, section 10.6, for i386.
+//
+// The bytes are not trusted: whatever they hold, nothing outside the views is read, every loop ends, and what is not
+// understood counts as unknown. Nothing is allocated. Any thread.
+#pragma once
+
+#include <cstdint>
+
+namespace Z4::Private {
+
+/// Bytes of a process with addresses of 32 bits, and where they lie there.
+struct MemoryView {
+    const unsigned char* bytes;
+    std::uint32_t address;
+    std::uint32_t size;
+
+    /// The word at `at`, in the processor's byte order and however aligned.
+    /// @return false when it does not lie in the view wholly.
+    bool Read(std::uint32_t at, std::uint32_t& word) const;
+};
+
+struct StackRegisters {
+    /// By the numbers that the tables use.
+    enum Number : unsigned {
+        EAX,
+        ECX,
+        EDX,
+        EBX,
+        ESP,
+        EBP,
+        ESI,
+        EDI,
+        EIP,
+        COUNT
+    };
+
+    std::uint32_t values[COUNT];
+};
+
+/// A function of a table.
+struct UnwindEntry {
+    std::uint32_t begin;  ///< the function's first address
+    std::uint32_t offset; ///< of its record in the table
+};
+
+/// Whether the view begins as a table does.
+bool IsUnwindTable(const MemoryView& table);
+
+/// How many functions the table has.
+std::uint32_t CountEntries(const MemoryView& table);
+/// Fills `entries` with the functions of the table, as many as there is room for, sorted by their begin.
+/// @return their number.
+std::uint32_t IndexEntries(const MemoryView& table, UnwindEntry* entries, std::uint32_t capacity);
+
+/// Finds the function that `pc` lies in, by search of the whole table.
+bool FindEntry(const MemoryView& table, std::uint32_t pc, UnwindEntry& found);
+/// The same by what IndexEntries() made of the table.
+bool FindEntry(const MemoryView& table, const UnwindEntry* entries, std::uint32_t count, std::uint32_t pc,
+               UnwindEntry& found);
+
+/// Turns the registers in a function, at the instruction that `pc` lies in, into those in its caller.
+/// @param isSignalFrame set to whether the system interrupted the caller there, rather than the caller called: its
+/// new eip is the instruction itself then, and else the one behind the call.
+/// @return false, with all as it was, when there is no caller, it is unknown, or its stack pointer would not be above
+/// that of the function and within `stack` or at its end.
+bool UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
+                 StackRegisters& registers, bool& isSignalFrame);
+
+} // namespace Z4::Private
