@@ -117,6 +117,9 @@ TEST(Str, Wildcards) {
     }
     EXPECT_TRUE(Str::MatchesNoCase("Name.TXT", "*.txt"));
     EXPECT_FALSE(Str::Matches("Name.TXT", "*.txt"));
+    const ZelkTest::GuardedPage page; // a pattern that ends within a character
+    auto* const half = std::copy_n("\xE2\x82", 2, reinterpret_cast<char*>(page.End()) - 2) - 2;
+    EXPECT_FALSE(Str::Matches("\xE2\x82\xAC", {half, 2}));
     EXPECT_FALSE(Str::Matches(View(std::string(20000, 'a')), "*a*a*a*a*a*b")) << "it comes back";
 }
 
