@@ -65,7 +65,7 @@ checked: build/checked/build.ninja
 	ctest --preset checked --exclude-regex guard_start
 
 # Counts of an earlier run would be added to. The plain lanes take square roots from the C library where nothing is
-# optimized, and it rounds some of them twice.
+# optimized, and it rounds some of them twice. An installed host wants the counters, which its users do not link.
 coverage: build/coverage/build.ninja
 	cmake --build --preset coverage
 	find build/coverage -name '*.gcda' -delete

@@ -217,6 +217,7 @@ void RequireNumber(StrView text) {
     }
 }
 
+/// What is read as an identifier is one, whole.
 void RequireIdentifier(StrView text) {
     Z4::GUID guid{};
     if (Z4::GUID::Parse(text, guid) == Z4::ERR_OK) {
@@ -224,6 +225,21 @@ void RequireIdentifier(StrView text) {
         const auto form = text.Size() == 36 ? Z4::GUID::DASHED : text.Size() == 38 ? Z4::GUID::BRACED : Z4::GUID::BARE;
         Require(Str::EqualsNoCase(text, {written, guid.Format(written, sizeof(written), form)}));
     }
+}
+
+/// Identifiers in every form, whole, cut and with one bit changed.
+void RequireIdentifiers(StrView text, unsigned choice) {
+    std::uint8_t bytes[16] = {};
+    std::copy_n(text.begin(), std::min<std::size_t>(text.Size(), 16), bytes);
+    const Z4::GUID guid = Z4::GUID::FromBytes(bytes);
+    char written[Z4::GUID::FORMAT_SIZE];
+    const std::size_t size = guid.Format(written, sizeof(written), static_cast<Z4::GUID::Form>(choice % 3));
+    Z4::GUID read{};
+    const std::size_t at = choice / 3 % size;
+    Require(Z4::GUID::Parse({written, at}, read) == Z4::ERR_INVALID && read.IsNil());
+    Require(Z4::GUID::Parse({written, size}, read) == Z4::ERR_OK && read == guid);
+    written[at] = static_cast<char>(written[at] ^ 1 << choice % 8);
+    RequireIdentifier({written, size});
 }
 
 } // namespace
@@ -250,6 +266,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     RequireUtf(text);
     RequireNumber(text);
     RequireIdentifier(text);
+    RequireIdentifiers(text, choice);
     const std::size_t patternSize = data[1] % (text.Size() + 1);
     RequireWildcards(text.Substring(patternSize), text.Substring(0, patternSize));
     Z4::Path::IsSafeRelative(text) ? Require(Str::FindAny(text, ":*?") == Str::NPOS) : void();
