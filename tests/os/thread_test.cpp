@@ -369,19 +369,6 @@ TEST_F(ThreadTest, DetachedItCannotBeReachedButCanBeFollowed) {
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
 }
 
-TEST_F(ThreadTest, MayGoOnItsOwnWayOut) {
-    const LogCapture log;
-    auto* const last = new Worker<OfSystem>(outside);
-    AtThreadExit exit([&] { delete last; });
-    outside.work = [&] { exit.Arm(); };
-    ASSERT_EQ(last->CreateThread(), ERR_OK);
-    void* const thread = OpenThread(SYNCHRONIZE, FALSE, last->GetThreadId());
-    outside.release.Open();
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    CloseHandle(thread);
-    EXPECT_EQ(log.Lines().size(), 1u) << "not joined";
-}
-
 TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
     ASSERT_EQ(worker.CreateThread(0, false, true), ERR_OK); // runs all the while
     const ExpectedLine suspended{

@@ -439,7 +439,11 @@ TEST_F(ModulesTest, WhatWasRefusedIsReadAgain) {
                                                                   FromNumber<void*>(observers)) == ERR_OK) {
         ++observers;
     }
+    m_library.calls.clear();
+    EXPECT_EQ(Known(), "24");
     EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OUT_OF_RESOURCES);
+    EXPECT_EQ(Known(), "24");
+    EXPECT_EQ(Readings(), 1u) << "what cannot be kept current stays as it was read";
 }
 
 } // namespace
