@@ -96,7 +96,7 @@ TEST(RWLockHoldings, AgreeWithAModelOnRandomUse) {
         const unsigned choice = step < 49'000 ? input.Below(8) : 7; // in the end all are left
         if (choice < 3 && one.holds >= 0) {
             if (choice == 0 || !one.lock.TryLockReader()) {
-                input.OnceIn(2) ? one.lock.LockReader() : one.lock.LockShared();
+                step % 2 == 0 ? one.lock.LockReader() : one.lock.LockShared();
             }
             one.EnterReader(hasRoom);
         } else if (choice < 3) {
