@@ -134,15 +134,6 @@ TEST_P(HostFilesOf, ThreadsTransferAtPlacesOfTheirOwn) {
 
 INSTANTIATE_TEST_SUITE_P(Modes, HostFilesOf, testing::Values(READ_WRITE_CREATE, ASYNC_READ_WRITE_CREATE));
 
-TEST(HostFiles, AsynchronousTransfersAreForFilesOpenedSo) {
-    const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
-    Completions completions;
-    char byte = 0;
-    EXPECT_EQ(g_table.read_async(file, &byte, 1, 0, Completions::Complete, &completions), EAL_FILE_UNSUPPORTED);
-    EXPECT_EQ(g_table.write_async(file, &byte, 1, 0, Completions::Complete, &completions), EAL_FILE_UNSUPPORTED);
-}
-
 TEST(HostFiles, LongPaths) {
     const TemporaryFile name;
     std::filesystem::path folder = name.Path();
@@ -401,6 +392,10 @@ TEST(HostFiles, TransfersThatCannotStartSayWhy) {
     EXPECT_THAT(TransferStatuses(reader, buffer, 16, 0),
                 testing::ElementsAre(EAL_FILE_OK, EAL_FILE_OK, EAL_FILE_ACCESS_DENIED, EAL_FILE_ACCESS_DENIED));
     EXPECT_EQ(g_table.flush(reader), EAL_FILE_OK);
+    const TemporaryFile other;
+    const OpenFile plain(other.Utf8(), READ_WRITE_CREATE);
+    EXPECT_THAT(TransferStatuses(plain, buffer, 16, 0),
+                testing::ElementsAre(EAL_FILE_OK, EAL_FILE_UNSUPPORTED, EAL_FILE_OK, EAL_FILE_UNSUPPORTED));
 }
 
 TEST(HostFiles, UnbufferedTransfersObeyTheAlignment) {

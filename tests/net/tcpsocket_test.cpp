@@ -70,9 +70,11 @@ TEST_F(TcpSocketTest, LifeOfAHandle) {
 TEST_F(TcpSocketTest, HandlesMoveAndAreClosedOnce) {
     Connection connection;
     connection.ours.SetTimeout(60'000);
+    EXPECT_FALSE(connection.ours.Select(0)) << "nothing to wait for";
     TcpSocket moved(std::move(connection.ours));
     EXPECT_FALSE(connection.ours.IsValid());
     EXPECT_EQ(moved.GetTimeout(), 60'000u);
+    EXPECT_EQ(moved.GetLastError(), ERR_INVALID);
     EXPECT_STREQ(moved.GetIpAddress(), "127.0.0.1");
     StreamSocket<TcpSocket> stream(moved.Detach());
     EXPECT_FALSE(moved.IsValid());
@@ -211,8 +213,6 @@ TEST_F(TcpSocketTest, TimeOuts) {
     }
     bool writable = false;
     EXPECT_TRUE(socket.Select(nullptr, &writable, nullptr) && writable && socket.Select(Socket::SELECT_WRITABLE));
-    EXPECT_FALSE(socket.Select(0));
-    EXPECT_EQ(socket.GetLastError(), ERR_INVALID) << "nothing to wait for";
     Actor reader;
     for (const unsigned long ms : {BerkeleySocket::NO_TIMEOUT, 60'000ul}) {
         socket.SetTimeout(ms);

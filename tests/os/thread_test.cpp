@@ -351,7 +351,8 @@ TEST_F(ThreadTest, NamesAreCutAndAnnounced) {
     Finish();
 }
 
-TEST_F(ThreadTest, DetachedItCannotBeReachedButCanBeFollowed) {
+TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
+    // One cannot be reached, but can be followed, and runs on while others come and go.
     ASSERT_EQ(worker.CreateThread(0, false, true), ERR_OK);
     EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK);
     EXPECT_EQ(worker.GetThreadNativeHandle(), nullptr);
@@ -363,27 +364,6 @@ TEST_F(ThreadTest, DetachedItCannotBeReachedButCanBeFollowed) {
     EXPECT_EQ(worker.SetThreadName("name"), ERR_NOT_FOUND);
     EXPECT_EQ(worker.CreateThread(), ERR_IN_PROGRESS);
     EXPECT_TRUE(worker.IsDetached());
-    outside.release.Open();
-    Await([&] { return worker.IsEnded(); });
-    ASSERT_EQ(worker.CreateThread(0, false, false), ERR_OK);
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
-}
-
-TEST_F(ThreadTest, MayGoOnItsOwnWayOut) {
-    const LogCapture log;
-    auto* const last = new Worker<OfSystem>(outside);
-    AtThreadExit exit([&] { delete last; });
-    outside.work = [&] { exit.Arm(); };
-    ASSERT_EQ(last->CreateThread(), ERR_OK);
-    void* const thread = OpenThread(SYNCHRONIZE, FALSE, last->GetThreadId());
-    outside.release.Open();
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    CloseHandle(thread);
-    EXPECT_EQ(log.Lines().size(), 1u) << "not joined";
-}
-
-TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
-    ASSERT_EQ(worker.CreateThread(0, false, true), ERR_OK); // runs all the while
     const ExpectedLine suspended{
         2, "os/private/thread", 523,
         "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:Nemo is still suspended. Thread::ResumeThread() must be called prior "
@@ -427,6 +407,8 @@ TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
     EXPECT_TRUE(worker.IsRunning());
     outside.release.Open();
     Await([&] { return worker.IsEnded(); });
+    ASSERT_EQ(worker.CreateThread(0, false, false), ERR_OK);
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
 }
 
 TEST_F(ThreadTest, ManyJoinedAndDetachedLeaveNothingBehind) {

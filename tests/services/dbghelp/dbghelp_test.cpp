@@ -175,7 +175,9 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
     monitor.Sample();
     EXPECT_EQ(ZelkHost::FailAllocations(0), 1u);
     EXPECT_EQ(monitor.GetCount(), 1u) << "nothing is lost";
+    const ZelkTest::ImportHook hook(ZELK_FAILING(VirtualQuery));
     monitor.Sample();
+    EXPECT_TRUE(monitor.GetEntry(1, entry) && entry.size == 0) << "the system does not tell";
     EXPECT_EQ(monitor.GetCount(), 2u);
     monitor.Forget(id);
     monitor.Forget(id);
