@@ -137,16 +137,16 @@ TEST(IntersectRay, DegenerateFigures) {
         const GeometryRay& ray = row.ray;
         Expect(row.line, row.shape, ray, row.p, row.t);
         for (unsigned lane = 0; row.t != MISS && lane < LANES[row.shape]; ++lane) {
-            V p[6]; // the last is the ray's start
+            V p[5];
             std::copy(row.p, row.p + 5, p);
-            p[5] = ray.GetOrigin();
             p[lane / 4].Set(lane % 4, NOT);
-            p[5].Set(lane % 3, lane < 3 ? NOT : p[5][lane % 3]);
             Expect(row.line, row.shape, ray, p, lane % 4 == 3 && row.shape > PLANE ? row.t : MISS);
-            if (lane < 3) {
-                Expect(row.line, row.shape, {p[5], ray.GetDirection(), ray.GetLast(), ray.GetFirst()}, row.p, MISS);
-                Expect(row.line, row.shape, {ray.GetOrigin(), p[5], ray.GetLast(), ray.GetFirst()}, row.p, MISS);
-            }
+        }
+        for (unsigned i = 0; row.t != MISS && i < 12; ++i) { // in each lane of both, a NaN and an infinity
+            V start = ray.GetOrigin();
+            V way = ray.GetDirection();
+            (i < 6 ? start : way).Set(i % 3, i % 2 == 0 ? NOT : INF);
+            Expect(row.line, row.shape, {start, way, ray.GetLast(), ray.GetFirst()}, row.p, MISS);
         }
     }
     EXPECT_EQ(GeometryRay(x, y, INF, -INF).GetLast(), GeometryRay::LARGEST);

@@ -1,8 +1,7 @@
-#include <zelk_core/math/geometry/intersectsegment.h>
+#include "orientation.h"
 
 #include <limits>
-
-#include "orientation.h"
+#include <zelk_core/math/geometry/intersectsegment.h>
 
 namespace Z4 {
 

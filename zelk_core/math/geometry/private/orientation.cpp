@@ -10,8 +10,8 @@ double Magnitude(double value) {
 
 constexpr int COUNT = 6;
 
-/// The sum of the terms, but for its own last bit. Shewchuk's grow-expansion: the parts do not overlap, so that the last
-/// one that is not 0 is greater than all before it together.
+/// The sum of the terms, but for its own last bit. Shewchuk's grow-expansion: the parts do not overlap, so that the
+/// last one that is not 0 is greater than all before it together.
 double Sum(const double (&terms)[COUNT]) {
     double parts[COUNT] = {};
     for (int i = 0; i < COUNT; ++i) {

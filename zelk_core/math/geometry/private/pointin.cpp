@@ -1,8 +1,8 @@
+#include "orientation.h"
+
 #include <zelk_core/math/geometry/columns.h>
 #include <zelk_core/math/geometry/nearestpoint.h>
 #include <zelk_core/math/geometry/pointin.h>
-
-#include "orientation.h"
 
 namespace Z4 {
 
