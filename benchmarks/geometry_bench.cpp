@@ -10,7 +10,7 @@
 #include <limits>
 #include <random>
 #include <vector>
-#include <zelk_core/math/geometry/distance.h>
+#include <zelk_core/math/geometry/shapedistance.h>
 
 namespace {
 
@@ -211,6 +211,71 @@ float Segments(const Vector& a0, const Vector& a1, const Vector& b0, const Vecto
     return dot(residual, residual);
 }
 
+/// The crossing, both ends and the three edges.
+float SegmentTriangle(const Plain& a, const Plain& b, const Plain& t0, const Plain& t1, const Plain& t2, float& t) {
+    const Plain normal = cross(t1 - t0, t2 - t0);
+    const float slope = dot(b - a, normal);
+    const float crossing = slope != 0 ? std::clamp(dot(t0 - a, normal) / slope, 0.0F, 1.0F) : 0.0F;
+    float least = std::numeric_limits<float>::infinity();
+    for (const float s : {crossing, 0.0F, 1.0F}) {
+        const Plain p = a + s * (b - a);
+        const Plain residual = p - TrianglePoint(p, t0, t1, t2);
+        const float distanceSqr = dot(residual, residual);
+        if (distanceSqr < least) {
+            least = distanceSqr;
+            t = s;
+        }
+    }
+    const Plain* const edges[][2] = {{&t0, &t1}, {&t1, &t2}, {&t2, &t0}};
+    for (const auto& edge : edges) {
+        float s = 0;
+        float other = 0;
+        const float distanceSqr = Segments(a, b, *edge[0], *edge[1], s, other);
+        if (distanceSqr < least) {
+            least = distanceSqr;
+            t = s;
+        }
+    }
+    return least;
+}
+
+/// As ours, through the sides' planes, but for as few of them as will do.
+float SegmentBox(const Plain& a, const Plain& b, const Plain& min, const Plain& max, float& t) {
+    const float start[] = {a.x, a.y, a.z};
+    const float way[] = {b.x - a.x, b.y - a.y, b.z - a.z};
+    const float low[] = {min.x, min.y, min.z};
+    const float high[] = {max.x, max.y, max.z};
+    const auto excess = [&](unsigned k, float s) {
+        const float at = start[k] + s * way[k];
+        return at < low[k] ? at - low[k] : (at > high[k] ? at - high[k] : 0.0F);
+    };
+    const auto slope = [&](float s) { return way[0] * excess(0, s) + way[1] * excess(1, s) + way[2] * excess(2, s); };
+    float fallT = 0;
+    float riseT = 1;
+    float fall = slope(0);
+    float rise = slope(1);
+    if (fall >= 0) {
+        t = 0;
+    } else if (rise <= 0) {
+        t = 1;
+    } else {
+        for (unsigned k = 0; k < 3; ++k) {
+            const float inverse = way[k] != 0 ? 1 / way[k] : 0;
+            for (const float side : {low[k], high[k]}) {
+                const float s = (side - start[k]) * inverse;
+                if (s > fallT && s < riseT) {
+                    const float there = slope(s);
+                    (there <= 0 ? fallT : riseT) = s;
+                    (there <= 0 ? fall : rise) = there;
+                }
+            }
+        }
+        t = fallT + (riseT - fallT) * (fall / (fall - rise));
+    }
+    const float d[] = {excess(0, t), excess(1, t), excess(2, t)};
+    return d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
+}
+
 VectorSIMD4f Make(float x, float y, float z, const VectorSIMD4f&) {
     return {x, y, z, 0.0F};
 }
@@ -234,7 +299,7 @@ struct Scene {
         }
     }
 
-    std::vector<std::array<Vector, 4>> p;
+    std::vector<std::array<Vector, 5>> p;
     std::vector<Vector> closest;
     std::vector<std::array<float, 2>> parameters;
     std::vector<float> distanceSqr;
@@ -302,6 +367,49 @@ BENCHMARK(SegmentToSegment<VectorSIMD4f, Z4::Geometry::DistanceSegmentToSegmentS
 BENCHMARK(SegmentToSegment<Plain, Segments>)->Name("segment_segment/scalar")->Arg(FEW)->Arg(MANY);
 BENCHMARK(SegmentToSegment<glm::vec3, Segments>)->Name("segment_segment/glm")->Arg(FEW)->Arg(MANY);
 BENCHMARK(SegmentToSegment<Plain, ShortSegments>)->Name("segment_segment/scalar_less_exact")->Arg(FEW)->Arg(MANY);
+
+float Narrowed(float size) {
+    return size * 0.5F + 0.5F;
+}
+/// The third point and, somewhat above it, the fourth make the box.
+void SegmentToBox(benchmark::State& state) {
+    Measure<VectorSIMD4f>(state, [](Scene<VectorSIMD4f>& scene, unsigned i) {
+        const auto& p = scene.p[i];
+        const VectorSIMD4f size = p[3] * 0.5F + 0.5F;
+        scene.distanceSqr[i] = Z4::Geometry::DistanceSegmentToAABBSqr(
+            p[0], p[1], Z4::Geometry::GeometryAABB(p[2], p[2] + size), scene.parameters[i][0], scene.closest[i]);
+    });
+}
+BENCHMARK(SegmentToBox)->Name("segment_box/zelk")->Arg(FEW)->Arg(MANY);
+void SegmentToBoxScalar(benchmark::State& state) {
+    Measure<Plain>(state, [](Scene<Plain>& scene, unsigned i) {
+        const auto& p = scene.p[i];
+        const Plain max = p[2] + Plain{Narrowed(p[3].x), Narrowed(p[3].y), Narrowed(p[3].z)};
+        float& t = scene.parameters[i][0];
+        scene.distanceSqr[i] = SegmentBox(p[0], p[1], p[2], max, t);
+        const Plain at = p[0] + t * (p[1] - p[0]);
+        scene.closest[i] = {std::clamp(at.x, p[2].x, max.x), std::clamp(at.y, p[2].y, max.y),
+                            std::clamp(at.z, p[2].z, max.z)};
+    });
+}
+BENCHMARK(SegmentToBoxScalar)->Name("segment_box/scalar")->Arg(FEW)->Arg(MANY);
+
+void SegmentToTriangle(benchmark::State& state) {
+    Measure<VectorSIMD4f>(state, [](Scene<VectorSIMD4f>& scene, unsigned i) {
+        const auto& p = scene.p[i];
+        float uv[2];
+        scene.distanceSqr[i] = Z4::Geometry::DistanceSegmentToTriangleSqr(p[0], p[1], p[2], p[3], p[4],
+                                                                          scene.parameters[i][0], uv[0], uv[1]);
+    });
+}
+BENCHMARK(SegmentToTriangle)->Name("segment_triangle/zelk")->Arg(FEW)->Arg(MANY);
+void SegmentToTriangleScalar(benchmark::State& state) {
+    Measure<Plain>(state, [](Scene<Plain>& scene, unsigned i) {
+        const auto& p = scene.p[i];
+        scene.distanceSqr[i] = SegmentTriangle(p[0], p[1], p[2], p[3], p[4], scene.parameters[i][0]);
+    });
+}
+BENCHMARK(SegmentToTriangleScalar)->Name("segment_triangle/scalar")->Arg(FEW)->Arg(MANY);
 
 } // namespace
 

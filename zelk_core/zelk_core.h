@@ -59,6 +59,7 @@
 #include <zelk_core/math/geometry/pointin.h>
 #include <zelk_core/math/geometry/ray.h>
 #include <zelk_core/math/geometry/round.h>
+#include <zelk_core/math/geometry/shapedistance.h>
 #include <zelk_core/math/geometry/shear.h>
 #include <zelk_core/math/geometry/slabs.h>
 #include <zelk_core/math/lanes.h>

@@ -199,10 +199,11 @@ void AddOriented(Digest& digest, Input& input) {
 
 template <std::size_t COUNT>
 void AddQueries(Digest& digest, Input& input, const ZelkTest::Query (&queries)[COUNT]) {
-    const Points p(input);
+    const Points five(input);
+    const VectorSIMD4f p[] = {five.p[0], five.p[1], five.p[2], five.p[3], five.p[4], Point(input)};
     for (const ZelkTest::Query& query : queries) {
-        const ZelkTest::Answer a = query(p.p);
-        digest.Add(a.returned, a.t[0], a.t[1], a.t[2], a.points[0], a.points[1]);
+        const ZelkTest::Answer a = query(p);
+        digest.Add(a.returned, a.t[0], a.t[1], a.t[2], a.t[3], a.points[0], a.points[1]);
     }
 }
 
