@@ -86,6 +86,7 @@ TEST(IntersectRay, DegenerateFigures) {
         {__LINE__, AABB, point, {corner, one}, 0},
         {__LINE__, AABB, point, {zero, one}, 0}, // on its corner
         {__LINE__, AABB, away, {corner, one}, MISS},
+        {__LINE__, AABB, GeometryRay({-3, 0, 0, 0}, x, 2.5F, 2.5000002F), {corner, one}, MISS}, // ends before it starts
         {__LINE__, AABB, along, {zero, zero}, 3},
         {__LINE__, AABB, along, {y, one}, MISS},
         {__LINE__, AABB, along, {one, corner}, MISS},

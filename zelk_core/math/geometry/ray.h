@@ -39,8 +39,12 @@ public:
     /// The bounds of t. Of a ray without points, the first is above the last.
     float GetFirst() const { return m_first; }
     float GetLast() const { return m_last; }
-    /// Moves the end, for instance to the nearest hit so far. With NaN, the ray has no points.
-    void SetLast(float last) { m_last = last <= LARGEST ? last : (last > LARGEST ? LARGEST : -BEYOND); }
+    /// Moves the end, for instance to the nearest hit so far. With NaN, and before the first t, the ray has no points.
+    void SetLast(float last) {
+        const float bounded = last > LARGEST ? LARGEST : last;
+        // Far from the first, where there are no points: some queries look a little beyond the end.
+        m_last = m_first <= bounded ? bounded : -BEYOND;
+    }
 
     /// origin + t direction, in all four lanes. `t` may lie outside the bounds.
     VectorSIMD4f At(float t) const { return m_origin + t * m_direction; }
