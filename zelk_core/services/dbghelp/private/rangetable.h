@@ -1,6 +1,7 @@
 // What is known of ranges of addresses, for readers that never wait.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <zelk_core/base/error.h>
@@ -37,6 +38,7 @@ public:
             std::atomic<Entry*>* free = Find(entry->base);
             for (unsigned i = 0; free == nullptr && i < MOST; ++i) {
                 free = m_entries[i].load() == nullptr ? &m_entries[i] : nullptr;
+                m_end.store((std::max)(m_end.load(), i + 1));
             }
             if (free == nullptr) {
                 return ERR_OUT_OF_RESOURCES;
@@ -77,8 +79,9 @@ public:
     bool Visit(std::uintptr_t address, Read read) {
         m_readers.fetch_add(1);
         bool result = false;
-        for (const std::atomic<Entry*>& place : m_entries) {
-            const Entry* const entry = place.load();
+        const unsigned end = m_end.load();
+        for (unsigned i = 0; i < end; ++i) {
+            const Entry* const entry = m_entries[i].load();
             if (entry != nullptr && address - entry->base < entry->size) {
                 result = read(*entry);
                 break;
@@ -124,6 +127,7 @@ private:
 
     NonRecursiveSpinLock m_lock; ///< of those who change the table
     std::atomic<Entry*> m_entries[MOST] = {};
+    std::atomic<unsigned> m_end{0}; ///< from here on no place was ever taken
     std::atomic<unsigned long> m_readers{0};
     Entry* m_retired = nullptr;
 };
