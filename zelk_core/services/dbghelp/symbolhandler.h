@@ -113,7 +113,8 @@ public:
     /// @return the length of the whole name; `size` or more says that it was cut.
     Z4_API unsigned long Demangle(const char* name, char* text, unsigned long size);
     /// The same without WinDbgHelp, lock and memory, after a crash, too: the qualified name without arguments,
-    /// `Engine::Widget::Spin` of `_ZN6Engine6Widget4SpinEi`. What is not decorated, or not understood, is copied.
+    /// `Engine::Widget::Spin` of `_ZN6Engine6Widget4SpinEi`. Arguments of templates become `<>`. What is not decorated,
+    /// or not understood, is copied.
     Z4_API static unsigned long DemangleQuick(const char* name, char* text, unsigned long size);
 
     /// Sets where symbols come from; null for nowhere, then only modules are told. The handler does not own the data

@@ -11,7 +11,6 @@
 #include <zelk_core/base/str.h>
 #include <zelk_core/os/atomic.h>
 #include <zelk_core/os/autolock.h>
-#include <zelk_core/services/dbghelp/private/symbolname.h>
 #include <zelk_core/services/dbghelp/private/symbolsources.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
@@ -114,6 +113,9 @@ unsigned long SymbolHandler::Demangle(const char* name, char* text, unsigned lon
         demangler = m_demangler;
         context = m_demanglerContext;
     }
+    if (name == nullptr) {
+        name = "";
+    }
     char readable[LONGEST] = "";
     const bool isMicrosoft = name[0] == '?';
     const bool isItanium = name[0] == '_' && name[1] == 'Z';
@@ -123,11 +125,7 @@ unsigned long SymbolHandler::Demangle(const char* name, char* text, unsigned lon
         readable[LONGEST - 1] = '\0';
         return static_cast<unsigned long>(Str::Copy(text, size, readable));
     }
-    return static_cast<unsigned long>(Private::ShortenName(name, text, size));
-}
-
-unsigned long SymbolHandler::DemangleQuick(const char* name, char* text, unsigned long size) {
-    return static_cast<unsigned long>(Private::ShortenName(name, text, size));
+    return DemangleQuick(name, text, size);
 }
 
 void SymbolHandler::SetDataBase(SymbolDataBase* dataBase) {

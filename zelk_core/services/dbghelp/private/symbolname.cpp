@@ -1,5 +1,6 @@
 #include <zelk_core/base/str.h>
 #include <zelk_core/services/dbghelp/private/symbolname.h>
+#include <zelk_core/services/dbghelp/symbolhandler.h>
 
 namespace Z4::Private {
 
@@ -410,3 +411,7 @@ std::size_t ShortenName(StrView name, char* to, std::size_t size) {
 }
 
 } // namespace Z4::Private
+
+unsigned long Z4::SymbolHandler::DemangleQuick(const char* name, char* text, unsigned long size) {
+    return static_cast<unsigned long>(Private::ShortenName(name, text, size));
+}
