@@ -70,6 +70,33 @@ bool ImageView::FindCode(std::uint32_t rva, Section& section) const {
     return false;
 }
 
+bool ImageView::HasName(const Section& section, const char* name) const {
+    constexpr std::uint32_t SYMBOL_SIZE = 18;
+    if (section.name[0] != '/') {
+        return std::strncmp(section.name, name, sizeof section.name) == 0;
+    }
+    std::uint64_t offset = m_symbolTable.offset + std::uint64_t{m_symbolTable.count} * SYMBOL_SIZE;
+    std::uint32_t number = 0;
+    for (std::size_t i = 1; i < sizeof section.name && section.name[i] >= '0' && section.name[i] <= '9'; ++i) {
+        number = number * 10 + static_cast<std::uint32_t>(section.name[i] - '0');
+    }
+    offset += number;
+    return offset < m_size && std::strcmp(GetText(static_cast<std::uint32_t>(offset)), name) == 0;
+}
+
+bool ImageView::GetDebugLink(char (&name)[260]) const {
+    Section section;
+    for (std::uint32_t i = 0; GetSection(i, section); ++i) {
+        if (HasName(section, ".gnu_debuglink")) {
+            const char* const text = GetText(section.offset);
+            const std::size_t length = std::strlen(text);
+            std::memcpy(name, text, length < sizeof name ? length + 1 : 0);
+            return length != 0 && length < sizeof name;
+        }
+    }
+    return false;
+}
+
 bool ImageView::ReadExports(Exports& exports) const {
     if (m_exports == 0 || !Has(m_exports, EXPORTS_SIZE)) {
         return false;

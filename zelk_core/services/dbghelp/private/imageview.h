@@ -39,6 +39,10 @@ public:
     bool FindCode(std::uint32_t rva, Section& section) const;
     SymbolTable GetSymbolTable() const { return m_symbolTable; }
 
+    /// Of an image in its file: the name of the file that debug information was split off to, which GNU's tools leave
+    /// in a section. False when there is none.
+    bool GetDebugLink(char (&name)[260]) const;
+
     // What follows is for images in memory.
 
     /// The function with a name that begins last at or before `rva`, in the same section of code. When an export
@@ -71,6 +75,8 @@ private:
         std::uint32_t ordinals;
     };
 
+    /// Whether a section has that name, which can stand among the long names behind the symbols.
+    bool HasName(const Section& section, const char* name) const;
     bool ReadExports(Exports& exports) const;
     const char* GetText(std::uint32_t offset) const;
     /// Where the export's code begins; 0 when it has none here.

@@ -3,7 +3,7 @@
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
-#include <zelk_core/services/dbghelp/private/symboldatabase.h>
+#include <zelk_core/services/dbghelp/private/symbolsources.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
@@ -56,6 +56,7 @@ void ShutdownDbgHelpService() {
     }
     SymbolHandler::Instance().SetDataBase(nullptr);
     WinDbgHelp::SingletonShutdown();
+    Private::UnloadAllSymbolFiles();
     ShutdownOS();
     Private::RemoveCoreUser();
     ShutdownEalUtils();
