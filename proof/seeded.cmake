@@ -265,3 +265,30 @@ zelk_seeded_fault(range_reader_counts_itself_too_late
         m_readers.fetch_add(1);"
     SOURCES proof/rangetable_scenarios.cpp
     SANITIZER address SCENARIO RangeIsDroppedWhileItIsRead FOUND "heap-use-after-free")
+
+# Readers of the modules: a change that they cannot notice, a look that is not repeated, blocks that are freed too early,
+# and a wait that misses those of one count.
+set(module_scenario SOURCES proof/module_scenarios.cpp SANITIZER address FOUND "FAULT: |AddressSanitizer")
+zelk_seeded_fault(modules_change_unmarked
+    FILE services/dbghelp/private/sequencetable.h
+    TEXT "m_table.m_sequence.load(std::memory_order_relaxed) + 1"
+    REPLACEMENT "m_table.m_sequence.load(std::memory_order_relaxed)"
+    SCENARIO TailBelongsToItsRecord ${module_scenario})
+
+zelk_seeded_fault(modules_are_looked_at_once
+    FILE services/dbghelp/private/sequencetable.h
+    TEXT "if (m_sequence.load(std::memory_order_relaxed) == before) {"
+    REPLACEMENT "if (true) {"
+    SCENARIO TailBelongsToItsRecord ${module_scenario})
+
+zelk_seeded_fault(modules_index_freed_at_once
+    FILE services/dbghelp/private/retiredblocks.h
+    TEXT "m_readers[0].fetch_add(0) != 0 ||"
+    REPLACEMENT ""
+    SCENARIO IndexGoesWhileItIsRead ${module_scenario})
+
+zelk_seeded_fault(modules_wait_misses_a_count
+    FILE services/dbghelp/private/retiredblocks.h
+    TEXT "return m_phase.fetch_add(1) % 2;"
+    REPLACEMENT "m_phase.fetch_add(1); return 0;"
+    SCENARIO BytesGoAfterTheirReaders ${module_scenario})

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <gmock/gmock.h>
 #include <host/zelkhost.h>

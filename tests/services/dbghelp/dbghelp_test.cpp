@@ -8,7 +8,6 @@
 #include <windows.h>
 
 #include <gmock/gmock.h>
-#include <host/zelkhost.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -171,10 +170,6 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
     EXPECT_EQ(entry.largestUse, deep);
     EXPECT_GT(entry.size, deep);
     EXPECT_FALSE(monitor.FindThread(GetCurrentThreadId(), entry));
-    ZelkHost::FailAllocations(1);
-    monitor.Sample();
-    EXPECT_EQ(ZelkHost::FailAllocations(0), 1u);
-    EXPECT_EQ(monitor.GetCount(), 1u) << "nothing is lost";
     const ZelkTest::ImportHook hook(ZELK_FAILING(VirtualQuery));
     monitor.Sample();
     EXPECT_TRUE(monitor.GetEntry(1, entry) && entry.size == 0) << "the system does not tell";
@@ -182,6 +177,72 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
     monitor.Forget(id);
     monitor.Forget(id);
     EXPECT_FALSE(monitor.FindThread(id, entry) || monitor.GetEntry(1, entry));
+}
+
+Z4_NOINLINE unsigned GoDeep(unsigned kib) {
+    volatile unsigned char frame[1024];
+    frame[kib] = 1;
+    return kib == 0 ? 0 : GoDeep(kib - 1) + frame[kib];
+}
+
+TEST_F(DbgHelpTest, PaintShowsHowDeepTheStackWasInBetween) {
+    StackSizeMonitorDb& monitor = StackSizeMonitorDb::Instance();
+    std::thread([&] {
+        const unsigned long id = GetCurrentThreadId();
+        StackSizeMonitorDb::Entry entry;
+        EXPECT_EQ(monitor.Paint(100001), 100000u);
+        const unsigned long flat = monitor.Sample();
+        ASSERT_TRUE(monitor.FindThread(id, entry));
+        EXPECT_LT(entry.largestUse, flat + 1024) << "nobody has been deeper";
+        EXPECT_EQ(entry.painted, 100000u);
+        EXPECT_GE(entry.committed, flat + 100000);
+        EXPECT_EQ(GoDeep(50), 50u);
+        monitor.Sample();
+        ASSERT_TRUE(monitor.FindThread(id, entry));
+        EXPECT_GE(entry.largestUse, flat + 50 * 1024);
+        EXPECT_LT(entry.largestUse, flat + 56 * 1024);
+        EXPECT_EQ(GoDeep(150), 150u);
+        monitor.Sample();
+        ASSERT_TRUE(monitor.FindThread(id, entry));
+        EXPECT_LE(entry.largestUse, flat + 101000) << "no more than was painted";
+        EXPECT_GT(entry.largestUse, flat + 99000);
+        const unsigned long all = monitor.Paint(0xFFFFFFFF);
+        EXPECT_GT(all, entry.size - flat - 32 * 1024);
+        EXPECT_LT(all, entry.size - flat);
+    }).join();
+}
+
+TEST_F(DbgHelpTest, WarnsOnceOfADeepStack) {
+    StackSizeMonitorDb& monitor = StackSizeMonitorDb::Instance();
+    EXPECT_EQ(monitor.SetWarning(101), ERR_INVALID);
+    EXPECT_EQ(monitor.SetWarning(4), ERR_OK);
+    const ZelkTest::LogCapture log;
+    StackSizeMonitorDb::Entry entry{};
+    std::thread([&] {
+        monitor.Sample();
+        EXPECT_TRUE(log.Lines().empty());
+        ASSERT_TRUE(monitor.FindThread(GetCurrentThreadId(), entry));
+        SampleDeep(entry.size / 25 / 1024);
+        SampleDeep(entry.size / 20 / 1024);
+    }).join();
+    ASSERT_EQ(log.Lines().size(), 1u);
+    EXPECT_EQ(log.Lines()[0].level, EAL_LOG_WARNING);
+    EXPECT_THAT(log.Lines()[0].text, testing::HasSubstr("Thread " + std::to_string(entry.threadId) + " has used"));
+    monitor.LogEntries(EAL_LOG_INFO);
+    ASSERT_EQ(log.Lines().size(), 2u);
+    EXPECT_THAT(log.Lines()[1].text, testing::HasSubstr("reserved " + std::to_string(entry.size) + ", committed"));
+}
+
+TEST_F(DbgHelpTest, ANewThreadGetsTheEntryOfAnEndedOne) {
+    StackSizeMonitorDb& monitor = StackSizeMonitorDb::Instance();
+    monitor.Sample();
+    for (unsigned i = 0; i < StackSizeMonitorDb::MAX_THREADS + 10; ++i) {
+        std::thread([&] { monitor.Sample(); }).join();
+    }
+    EXPECT_LE(monitor.GetCount(), 256u);
+    StackSizeMonitorDb::Entry entry;
+    EXPECT_TRUE(monitor.GetEntry(0, entry));
+    EXPECT_EQ(entry.threadId, GetCurrentThreadId()) << "the oldest, which runs";
 }
 
 DWORD g_versionSize;

@@ -2,8 +2,8 @@
 /// Start-up and shut-down of the debug services: the debug-help library, modules, symbols and stack sizes.
 /// base/lifecycle.h tells how all pairs work.
 ///
-/// The start-up waits for nothing but, as it reads the list of modules, for whoever is inside the system's loader. So it
-/// may be called even there, for example in `DllMain`, provided that the host's tables may be called there.
+/// The start-up waits for nothing but, as it reads the list of modules, for whoever is inside the system's loader. So
+/// it may be called even there, for example in `DllMain`, provided that the host's tables may be called there.
 ///
 /// The last shut-down waits for the end of a thread that needs the loader. So it must not be called inside the loader:
 /// it would never return. Call it before the process ends, when no other thread uses a debug service any more, and

@@ -39,7 +39,7 @@ struct CodeModule {
     ImagePart table;   ///< for unwinding
 
     ImagePart Whole() const { return {static_cast<std::uint32_t>(key), size}; }
-    /// Finds the record of the function that `pc` lies in.
+    /// Finds the record of the only function that `pc` can lie in.
     bool FindFunction(std::uint32_t pc, UnwindEntry& entry) const;
 };
 

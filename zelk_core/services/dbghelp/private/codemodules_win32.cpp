@@ -109,8 +109,7 @@ bool CodeModule::FindFunction(std::uint32_t pc, UnwindEntry& entry) const {
     if (table.size == 0) {
         return false;
     }
-    return index != nullptr ? FindEntry(table.View(), index->entries, index->count, pc, entry)
-                            : FindEntry(table.View(), pc, entry);
+    return index != nullptr ? FindEntry(index->entries, index->count, pc, entry) : FindEntry(table.View(), pc, entry);
 }
 
 bool CodeModules::FindNamed(std::uint32_t address, CodeModule& module, ModuleName& name) {

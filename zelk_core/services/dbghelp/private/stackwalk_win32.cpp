@@ -110,7 +110,7 @@ std::uint32_t SkipJumps(std::uint32_t target) {
 ImagePart PlaceOfBegin(const CodeModule& module, std::uint32_t pc) {
     constexpr std::uint32_t LARGEST_FUNCTION = 0x10000;
     UnwindEntry entry;
-    if (module.FindFunction(pc, entry)) {
+    if (module.FindFunction(pc, entry) && Covers(module.table.View(), entry, pc)) {
         return {entry.begin, 1};
     }
     const std::uint32_t size = (std::min)(LARGEST_FUNCTION, pc - module.Whole().begin + 1);

@@ -13,51 +13,61 @@ using Registers = StackRegisters;
 class Cursor {
 public:
     Cursor(const MemoryView& view, std::uint32_t begin, std::uint32_t end)
-        : m_view(&view), m_at(begin), m_end(end), m_good(begin <= end && end <= view.size) {}
+        : m_view(&view), m_good(begin <= end && end <= view.size) {
+        m_at = view.bytes + (m_good ? begin : 0);
+        m_end = view.bytes + (m_good ? end : 0);
+    }
 
     bool IsGood() const { return m_good; }
-    bool IsAtEnd() const { return !m_good || m_at == m_end; }
-    std::uint32_t Offset() const { return m_at; }
-    std::uint32_t Address() const { return m_view->address + m_at; }
+    bool IsAtEnd() const { return m_at == m_end; }
+    std::uint32_t Offset() const { return static_cast<std::uint32_t>(m_at - m_view->bytes); }
+    std::uint32_t Address() const { return m_view->address + Offset(); }
 
     /// Goes on behind the next `count` bytes.
     void Skip(std::uint32_t count) {
-        m_good = m_good && count <= m_end - m_at;
-        m_at += m_good ? count : 0;
+        if (count <= static_cast<std::size_t>(m_end - m_at)) {
+            m_at += count;
+        } else {
+            m_at = m_end;
+            m_good = false;
+        }
     }
 
     template <class T>
     T Take() {
         T value{};
-        const std::uint32_t at = m_at;
-        Skip(sizeof value);
-        if (m_good) {
-            std::memcpy(&value, m_view->bytes + at, sizeof value);
+        if (sizeof value <= static_cast<std::size_t>(m_end - m_at)) {
+            std::memcpy(&value, m_at, sizeof value);
+            m_at += sizeof value;
+        } else {
+            m_at = m_end;
+            m_good = false;
         }
         return value;
     }
 
     /// A number in groups of seven bits, least significant first. Bits above the 32nd are dropped.
-    std::uint32_t TakeUnsigned() { return TakeGroups(false); }
+    std::uint32_t TakeUnsigned() {
+        const auto first = Take<std::uint8_t>();
+        return first < 0x80 ? first : TakeGroups(first, false);
+    }
     /// The same in two's complement, the sign in the last group.
-    std::uint32_t TakeSigned() { return TakeGroups(true); }
+    std::uint32_t TakeSigned() { return TakeGroups(Take<std::uint8_t>(), true); }
 
 private:
-    std::uint32_t TakeGroups(bool isSigned) {
-        std::uint32_t value = 0;
-        std::uint32_t shift = 0;
-        std::uint8_t byte = 0;
-        do {
+    std::uint32_t TakeGroups(std::uint8_t byte, bool isSigned) {
+        std::uint32_t value = byte & 0x7F;
+        std::uint32_t shift = 7;
+        for (; (byte & 0x80) != 0; shift += 7) {
             byte = Take<std::uint8_t>();
             value |= shift < 32 ? std::uint32_t{byte & 0x7Fu} << shift : 0;
-            shift += 7;
-        } while ((byte & 0x80) != 0);
+        }
         return isSigned && (byte & 0x40) != 0 && shift < 32 ? value | ~std::uint32_t{0} << shift : value;
     }
 
     const MemoryView* m_view;
-    std::uint32_t m_at;
-    std::uint32_t m_end;
+    const unsigned char* m_at;
+    const unsigned char* m_end;
     bool m_good;
 };
 
@@ -66,7 +76,6 @@ constexpr std::uint8_t POINTER = 0x00;
 constexpr std::uint8_t UNSIGNED_4 = 0x03;
 constexpr std::uint8_t SIGNED_4 = 0x0B;
 constexpr std::uint8_t FROM_HERE = 0x10;
-constexpr std::uint8_t OMITTED = 0xFF;
 
 bool IsKnownEncoding(std::uint8_t encoding) {
     const int width = encoding & 0x0F;
@@ -383,8 +392,12 @@ private:
     static constexpr unsigned DEPTH = 4;
 
     bool Run(Cursor cursor) {
+        constexpr unsigned ADVANCE = 1;
         while (!cursor.IsAtEnd()) {
-            if (!Step(cursor)) {
+            const auto instruction = cursor.Take<std::uint8_t>();
+            if (instruction >> 6 == ADVANCE) {
+                Advance(instruction & 0x3F);
+            } else if (!Step(instruction, cursor)) {
                 return false;
             }
             if (m_location > m_pc) {
@@ -424,25 +437,21 @@ private:
         return offset;
     }
 
-    bool Step(Cursor& cursor) {
-        const auto instruction = cursor.Take<std::uint8_t>();
+    bool Step(std::uint8_t instruction, Cursor& cursor) {
         const std::uint32_t operand = instruction & 0x3F;
         switch (instruction >> 6) {
-        case 1: // advance_loc
-            Advance(operand);
-            return true;
         case 2: // offset
             Set(operand, Rule::AT_OFFSET, TakeOffset(cursor));
             return true;
         case 3: // restore
             return Restore(operand);
         default:
-            return StepOnRegisters(instruction, cursor) || StepOnFrame(instruction, cursor);
+            // The second looks at what the first does not know, which has taken nothing then.
+            return StepOnFrame(instruction, cursor) || StepOnRegister(instruction, cursor);
         }
     }
 
-    bool StepOnRegisters(std::uint8_t instruction, Cursor& cursor) {
-        const Cursor before = cursor;
+    bool StepOnRegister(std::uint8_t instruction, Cursor& cursor) {
         const std::uint32_t number = cursor.TakeUnsigned();
         switch (instruction) {
         case 0x05: // offset_extended
@@ -475,7 +484,6 @@ private:
             Set(number, Rule::EXPRESSION, TakeExpression(cursor));
             return true;
         default:
-            cursor = before;
             return false;
         }
     }
@@ -620,18 +628,20 @@ bool FindEntry(const MemoryView& table, std::uint32_t pc, UnwindEntry& found) {
     });
 }
 
-bool FindEntry(const MemoryView& table, const UnwindEntry* entries, std::uint32_t count, std::uint32_t pc,
-               UnwindEntry& found) {
+bool FindEntry(const UnwindEntry* entries, std::uint32_t count, std::uint32_t pc, UnwindEntry& found) {
     const UnwindEntry* const behind =
         std::upper_bound(entries, entries + count, pc,
                          [](std::uint32_t address, const UnwindEntry& entry) { return address < entry.begin; });
-    FunctionRecord function;
-    if (behind == entries || !ReadFunctionAt(table, behind[-1].offset, function) ||
-        pc - function.begin >= function.size) {
+    if (behind == entries) {
         return false;
     }
     found = behind[-1];
     return true;
+}
+
+bool Covers(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc) {
+    FunctionRecord function;
+    return ReadFunctionAt(table, entry.offset, function) && pc - function.begin < function.size;
 }
 
 bool UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
@@ -639,7 +649,8 @@ bool UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_
     FunctionRecord function;
     Row row{};
     row.frameRegister = Registers::COUNT;
-    if (!ReadFunctionAt(table, entry.offset, function) || !RowMachine(table, function, pc).FindRow(row)) {
+    if (!ReadFunctionAt(table, entry.offset, function) || pc - function.begin >= function.size ||
+        !RowMachine(table, function, pc).FindRow(row)) {
         return false;
     }
     Calculator calculator(table, stack, registers);

@@ -56,14 +56,17 @@ std::uint32_t IndexEntries(const MemoryView& table, UnwindEntry* entries, std::u
 
 /// Finds the function that `pc` lies in, by search of the whole table.
 bool FindEntry(const MemoryView& table, std::uint32_t pc, UnwindEntry& found);
-/// The same by what IndexEntries() made of the table.
-bool FindEntry(const MemoryView& table, const UnwindEntry* entries, std::uint32_t count, std::uint32_t pc,
-               UnwindEntry& found);
+/// Finds the only function that `pc` can lie in by what IndexEntries() made of the table; whether it does is for
+/// Covers() to say.
+bool FindEntry(const UnwindEntry* entries, std::uint32_t count, std::uint32_t pc, UnwindEntry& found);
+/// Whether `pc` lies in the function.
+bool Covers(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc);
 
 /// Turns the registers in a function, at the instruction that `pc` lies in, into those in its caller.
 /// @param isSignalFrame set to whether the system interrupted the caller there, rather than the caller called: its
 /// new eip is the instruction itself then, and else the one behind the call.
-/// @return false, with all as it was, when there is no caller, it is unknown, or its stack pointer would not be above
+/// @return false, with all as it was, when `pc` does not lie in the function, there is no caller, it is unknown, or its
+/// stack pointer would not be above
 /// that of the function and within `stack` or at its end.
 bool UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
                  StackRegisters& registers, bool& isSignalFrame);
