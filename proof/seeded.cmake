@@ -292,3 +292,17 @@ zelk_seeded_fault(modules_wait_misses_a_count
     TEXT "return m_phase.fetch_add(1) % 2;"
     REPLACEMENT "m_phase.fetch_add(1); return 0;"
     SCENARIO BytesGoAfterTheirReaders ${module_scenario})
+
+zelk_seeded_fault(callback_is_held_without_a_second_look
+    FILE services/dbghelp/private/callbackuses.h
+    TEXT "return use != 0 && word.load() == use;"
+    REPLACEMENT "return use != 0;"
+    SOURCES proof/breakpoint_scenarios.cpp
+    SANITIZER address SCENARIO CallbackIsTakenAwayWhileTwoCallIt FOUND "AddressSanitizer")
+
+zelk_seeded_fault(callback_is_taken_away_without_waiting
+    FILE services/dbghelp/private/callbackuses.h
+    TEXT "while (!IsInside(threadId) && IsHeld(use))"
+    REPLACEMENT "while (false)"
+    SOURCES proof/breakpoint_scenarios.cpp
+    SANITIZER address SCENARIO CallbackIsTakenAwayWhileTwoCallIt FOUND "heap-use-after-free")

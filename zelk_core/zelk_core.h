@@ -115,6 +115,7 @@
 #include <zelk_core/services/compression/lzo.h>
 #include <zelk_core/services/compression/stringcompressor.h>
 #include <zelk_core/services/compression/zlib.h>
+#include <zelk_core/services/dbghelp/breakpoint.h>
 #include <zelk_core/services/dbghelp/callstack.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
 #include <zelk_core/services/dbghelp/observertable.h>
