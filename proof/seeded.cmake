@@ -245,3 +245,17 @@ zelk_seeded_fault(observer_removal_skips_the_next
     REPLACEMENT ""
     SOURCES proof/observer_scenarios.cpp
     SANITIZER address SCENARIO ObserverGoesWhileItIsCalled FOUND "FAULT: an observer is skipped")
+
+zelk_seeded_fault(callback_is_held_without_a_second_look
+    FILE services/dbghelp/private/callbackuses.h
+    TEXT "return use != 0 && word.load() == use;"
+    REPLACEMENT "return use != 0;"
+    SOURCES proof/breakpoint_scenarios.cpp
+    SANITIZER address SCENARIO CallbackIsTakenAwayWhileTwoCallIt FOUND "AddressSanitizer")
+
+zelk_seeded_fault(callback_is_taken_away_without_waiting
+    FILE services/dbghelp/private/callbackuses.h
+    TEXT "while (!IsInside(threadId) && IsHeld(use))"
+    REPLACEMENT "while (false)"
+    SOURCES proof/breakpoint_scenarios.cpp
+    SANITIZER address SCENARIO CallbackIsTakenAwayWhileTwoCallIt FOUND "heap-use-after-free")

@@ -139,8 +139,11 @@ bool RuntimeType() {
 
 bool DebugHelp() {
     Z4::ProgramModuleDB::Module module{};
+    unsigned long slot = 0;
     return Z4::ProgramModuleDB::Instance().FindModule(reinterpret_cast<const void*>(&DebugHelp), module) &&
-           module.size != 0;
+           module.size != 0 &&
+           Z4::StringBreakpoint::Set("needle", Z4::StringBreakpoint::CHECK, 0, nullptr, nullptr, slot) == Z4::ERR_OK &&
+           Z4::StringBreakpoint::Check("a needle") && Z4::StringBreakpoint::Clear(slot) == Z4::ERR_OK;
 }
 
 bool Network() {
