@@ -14,10 +14,9 @@ namespace Z4::Private {
 /// Whoever calls: Enter(), Hold(), the callback, Leave(). Whoever takes away: 0 into the word, then WaitFor(). Each
 /// stores what the other loads, before it loads what the other stores, and all in one order: so one of them sees the
 /// other. Where nobody waited, a place for a callback can be filled anew as soon as IsHeld() is false.
-class CallbackUses {
+template <unsigned long CAPACITY>
+class CallbackPlaces {
 public:
-    static constexpr unsigned long CAPACITY = 64;
-
     struct Place {
         std::atomic<unsigned long> threadId{0};
         std::atomic<unsigned long> use{0};
@@ -81,5 +80,7 @@ public:
 private:
     Place m_places[CAPACITY];
 };
+
+using CallbackUses = CallbackPlaces<64>;
 
 } // namespace Z4::Private
