@@ -434,10 +434,13 @@ TEST_F(ModulesTest, WhatWasRefusedIsReadAgain) {
     EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
     EXPECT_EQ(Known(), "24") << "nobody told of what had gone before";
     ProgramModuleDB::SingletonShutdown();
-    unsigned observers = 0;
-    while (WinDbgHelp::Instance().RegisterDllNotificationCallback([](const auto&, void*) {},
-                                                                  FromNumber<void*>(observers)) == ERR_OK) {
-        ++observers;
+    // What threads may meet among observers is explored in proof/.
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    const WinDbgHelp::DllNotificationCallback observe = [](const auto&, void*) {};
+    for (unsigned context = 0; context < WinDbgHelp::MAX_OBSERVERS; ++context) {
+        EXPECT_EQ(debugHelp.UnregisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_NOT_FOUND);
+        EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_OK);
+        EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_ALREADY_EXISTS);
     }
     m_library.calls.clear();
     EXPECT_EQ(Known(), "24");
