@@ -246,7 +246,6 @@ zelk_seeded_fault(observer_removal_skips_the_next
     SOURCES proof/observer_scenarios.cpp
     SANITIZER address SCENARIO ObserverGoesWhileItIsCalled FOUND "FAULT: an observer is skipped")
 
-<<<<<<< HEAD
 zelk_seeded_fault(range_is_freed_while_it_is_read
     FILE services/dbghelp/private/rangetable.h
     TEXT "            if (m_readers.load() == 0) {"
@@ -294,8 +293,6 @@ zelk_seeded_fault(modules_wait_misses_a_count
     REPLACEMENT "m_phase.fetch_add(1); return 0;"
     SCENARIO BytesGoAfterTheirReaders ${module_scenario})
 
-=======
->>>>>>> n3
 zelk_seeded_fault(callback_is_held_without_a_second_look
     FILE services/dbghelp/private/callbackuses.h
     TEXT "return use != 0 && word.load() == use;"

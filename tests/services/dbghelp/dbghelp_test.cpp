@@ -77,40 +77,6 @@ TEST_F(DbgHelpTest, TellsOfLoadsAndUnloads) {
     EXPECT_EQ(noted.events.size(), 4u) << "told no more";
 }
 
-/// Observers that tell their names. The first removes itself and the third, and adds the fourth.
-struct Named {
-    static constexpr char NAMES[] = "1234567";
-    static inline Private::ObserverTable<void (*)(const int&, void*), 4> s_table;
-    static inline std::string s_told;
-
-    static void Tell(const int&, void* context) {
-        const char name = *static_cast<const char*>(context);
-        s_told += name;
-        if (name == '1') {
-            EXPECT_EQ(Remove(1), ERR_OK);
-            EXPECT_EQ(Remove(3), ERR_OK);
-            EXPECT_EQ(Add(4), ERR_OK);
-        }
-    }
-    static Error Add(int name) { return s_table.Add(Tell, const_cast<char*>(NAMES + name - 1)); }
-    static Error Remove(int name) { return s_table.Remove(Tell, const_cast<char*>(NAMES + name - 1), 1); }
-};
-
-// What threads may meet there is explored in proof/.
-TEST(ObserverTable, ObserversComeAndGoDuringANotification) {
-    for (const int name : {1, 2, 3}) {
-        EXPECT_EQ(Named::Add(name), ERR_OK);
-    }
-    Named::s_table.Notify(0, 1);
-    Named::s_table.Notify(0, 1);
-    EXPECT_EQ(Named::s_told, "12424");
-    EXPECT_EQ(Named::Remove(1), ERR_NOT_FOUND);
-    EXPECT_EQ(Named::Add(4), ERR_ALREADY_EXISTS);
-    EXPECT_EQ(Named::Add(5), ERR_OK);
-    EXPECT_EQ(Named::Add(6), ERR_OK);
-    EXPECT_EQ(Named::Add(7), ERR_OUT_OF_RESOURCES);
-}
-
 TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     const char* const address = reinterpret_cast<const char*>(&ZelkTestLandmark);
     ProgramModuleDB::Module module;

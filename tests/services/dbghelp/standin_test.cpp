@@ -444,4 +444,17 @@ TEST_F(ModulesTest, NameWithoutRoom) {
     EXPECT_STREQ(module.name, "short") << "where the full name has no room";
 }
 
+TEST_F(ModulesTest, ObserversHavePlacesAndNames) {
+    ProgramModuleDB::SingletonShutdown();
+    // What threads may meet among observers is explored in proof/.
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    const WinDbgHelp::DllNotificationCallback observe = [](const auto&, void*) {};
+    for (unsigned context = 0; context < WinDbgHelp::MAX_OBSERVERS; ++context) {
+        EXPECT_EQ(debugHelp.UnregisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_NOT_FOUND);
+        EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_OK);
+        EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_ALREADY_EXISTS);
+    }
+    EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OUT_OF_RESOURCES);
+}
+
 } // namespace
