@@ -83,7 +83,7 @@ struct Pairs {
         for (unsigned i = 1; i < 4; ++i) {
             least = lanes[i] < lanes[least] ? i : least;
         }
-        return least;
+        return least % 4; // which GCC 12 does not see
     }
 
     V first[2];
