@@ -10,13 +10,8 @@ namespace {
 using namespace Z4::Geometry;
 using namespace ZelkTest;
 using V = Z4::VectorSIMD4f;
-using Z4::Vector3d;
 
 constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
-
-Vector3d Wide(const V& v) {
-    return Vector3d(Z4::ToVector3f(v));
-}
 
 TEST(Plane, GoesThroughItsPoints) {
     Input input(9);

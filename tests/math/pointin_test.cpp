@@ -56,11 +56,7 @@ TEST(PointIn, NoRoundingTurnsAPoint) {
 /// Whether the corners go around `p` an odd number of times: does an odd number of the triangles that the edges make
 /// with some other point contain it? The numbers are small, so that doubles are exact.
 bool IsInside(const Vector2f& p, const std::vector<V>& corners) {
-    const auto side = [](const V& a, const V& b, const V& c) {
-        const Vector3d ab(Z4::ToVector3f(b - a));
-        const Vector3d ac(Z4::ToVector3f(c - a));
-        return SignOf(ab.X() * ac.Y() - ab.Y() * ac.X());
-    };
+    const auto side = [](const V& a, const V& b, const V& c) { return SignOf(Cross(Wide(b - a), Wide(c - a)).Z()); };
     const V q(p.X(), p.Y(), 0, 0);
     const V apex(100.3F, 57.7F, 0, 0);
     bool isInside = false;
@@ -112,17 +108,17 @@ TEST(PointIn, PolygonsHaveExactBorders) {
             ASSERT_EQ(IsPointInTriangle2D(scale * p, ToVector2f(c[2]), ToVector2f(c[0]), ToVector2f(c[1])), expected);
         }
         if (count != 0) {
-            const bool isX = input.OnceIn(2);
-            const float bad = input.OnceIn(2) ? NOT : INF;
-            ASSERT_FALSE(IsPointInPolygon2D({isX ? bad : 0, isX ? 0 : bad}, c, count));
-            ASSERT_FALSE(IsPointInConvexPolygon2D({isX ? bad : 0, isX ? 0 : bad}, c, count));
-            corners[input.Below(static_cast<unsigned>(count))].Set(isX ? 0 : 1, bad);
+            corners[input.Below(static_cast<unsigned>(count))].Set(input.Below(2), input.OnceIn(2) ? NOT : INF);
             ASSERT_FALSE(IsPointInPolygon2D(scale * p, c, count)) << round;
         }
     }
     EXPECT_TRUE(inside[0] > 5000 && inside[1] > 5000) << inside[0] << ", " << inside[1];
     EXPECT_FALSE(IsPointInTriangle2D({0, 0}, {-1, -1}, {1, -1}, {0, NOT}));
-    EXPECT_FALSE(IsPointInTriangle2D({0, INF}, {-1, -1}, {1, -1}, {0, 1}));
+    const V ring[] = {{-1, -1, 0, 0}, {1, -1, 0, 0}, {0, 1, 0, 0}};
+    for (const Vector2f& p : {Vector2f(NOT, 0), Vector2f(0, INF)}) {
+        EXPECT_FALSE(IsPointInTriangle2D(p, {-1, -1}, {1, -1}, {0, 1}));
+        EXPECT_FALSE(IsPointInPolygon2D(p, ring, 3) || IsPointInConvexPolygon2D(p, ring, 3));
+    }
 }
 
 TEST(PointIn, TetrahedraAndTrianglesHaveTheirSides) {
@@ -136,7 +132,7 @@ TEST(PointIn, TetrahedraAndTrianglesHaveTheirSides) {
         for (int i = 0; i < 5; ++i) {
             const auto whole = [&] { return static_cast<float>(input.Below(7)) - 3 + offset; };
             p[i] = V{whole(), whole(), whole(), NOT};
-            wide[i] = Vector3d(Z4::ToVector3f(p[i]));
+            wide[i] = Wide(p[i]);
         }
         const Vector3d& q = wide[4];
         bool isIn = true;
@@ -152,13 +148,15 @@ TEST(PointIn, TetrahedraAndTrianglesHaveTheirSides) {
             isOver = isOver && Dot(normal, Cross(wide[(i + 1) % 3] - wide[i], q - wide[i])) >= 0;
         }
         ++inside[isIn ? 1 : 0];
-        ASSERT_EQ(IsPointInTetrahedron(p[4], p[0], p[1], p[2], p[3]), isIn) << round;
-        ASSERT_EQ(Consistent::IsPointInTetrahedron(p[4], p[0], p[1], p[2], p[3]), isIn) << round;
-        ASSERT_EQ(IsPointInTriangle(p[4], p[0], p[1], p[2]), isOver) << round;
-        ASSERT_EQ(Consistent::IsPointInTriangle(p[4], p[0], p[1], p[2]), isOver) << round;
-        p[input.Below(3)].Set(input.Below(3), NOT);
-        ASSERT_FALSE(IsPointInTetrahedron(p[4], p[0], p[1], p[2], p[3])) << round;
-        ASSERT_FALSE(Consistent::IsPointInTriangle(p[4], p[0], p[1], p[2])) << round;
+        const V broken[] = {p[0], p[1], V(NOT, 0, 0, 0), p[3]};
+        for (int form = 0; form < 2; ++form) {
+            const RayQuery& triangle = POINT_QUERIES[CYLINDER + 1][form];
+            const RayQuery& tetrahedron = POINT_QUERIES[CYLINDER + 2][form];
+            const GeometryRay point(p[4], p[4]);
+            ASSERT_EQ(triangle(point, p).isHit, isOver) << round;
+            ASSERT_EQ(tetrahedron(point, p).isHit, isIn) << round;
+            ASSERT_FALSE(triangle(point, broken).isHit || tetrahedron(point, broken).isHit) << round;
+        }
     }
     EXPECT_TRUE(inside[0] > 1000 && inside[1] > 500) << inside[0] << ", " << inside[1];
     const V a(2, 3, 4, 0);
