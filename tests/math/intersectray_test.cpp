@@ -331,16 +331,12 @@ TEST(IntersectRay, DecidesTrianglesAsWholeNumbersDo) {
             direction = Whole(0, 0, 0);
             direction[input.Below(3)] = input.OnceIn(2) ? 2 : -4;
         }
-        const Vector3d d = Wide(Floats(direction));
-        Vector3d p[3];
-        for (int i = 0; i < 3; ++i) {
-            p[i] = Wide(Floats(corners[i] - origin));
-        }
-        // Exact, as all numbers are small.
-        const double sides[] = {Dot(d, Cross(p[1], p[2])), Dot(d, Cross(p[2], p[0])), Dot(d, Cross(p[0], p[1]))};
+        const Whole p[] = {corners[0] - origin, corners[1] - origin, corners[2] - origin};
+        const long long sides[] = {Dot(direction, Cross(p[1], p[2])), Dot(direction, Cross(p[2], p[0])),
+                                   Dot(direction, Cross(p[0], p[1]))};
         const auto [least, greatest] = std::minmax({sides[0], sides[1], sides[2]});
-        const double sum = sides[0] + sides[1] + sides[2];
-        const double t = Dot(p[0], Cross(p[1], p[2])) / sum;
+        const auto sum = static_cast<double>(sides[0] + sides[1] + sides[2]);
+        const double t = static_cast<double>(Dot(p[0], Cross(p[1], p[2]))) / sum;
         const bool isTouching = sides[0] == 0 || sides[1] == 0 || sides[2] == 0 || t == 0 || t == 1;
         if (isTouching && !isStraight) {
             continue;
@@ -355,8 +351,8 @@ TEST(IntersectRay, DecidesTrianglesAsWholeNumbersDo) {
         ++decided[expected ? 1 : 0];
         if (expected) {
             ASSERT_NEAR(out[0], t, 1e-5 * (1 + std::fabs(t))) << round;
-            ASSERT_NEAR(out[1], sides[1] / sum, 1e-5) << round;
-            ASSERT_NEAR(out[2], sides[2] / sum, 1e-5) << round;
+            ASSERT_NEAR(out[1], static_cast<double>(sides[1]) / sum, 1e-5) << round;
+            ASSERT_NEAR(out[2], static_cast<double>(sides[2]) / sum, 1e-5) << round;
             float same[3];
             ASSERT_EQ(IntersectRayTriangle(ray, a, b, c, same[0], same[1], same[2], Sides::FRONT), sum < 0) << round;
             ASSERT_TRUE(Z4::Geometry::Consistent::IntersectRayTriangle(ray, a, b, c, same[0], same[1], same[2]));

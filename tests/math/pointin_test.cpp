@@ -3,12 +3,10 @@
 #include "figures.h"
 #include "rayqueries.h"
 
-#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <vector>
 #include <zelk_core/math/geometry/distance.h>
-#include <zelk_core/math/geometry/plane.h>
 
 namespace {
 
@@ -28,29 +26,24 @@ int SignOf(double value) {
 TEST(PointIn, NoRoundingTurnsAPoint) {
     Input input(11);
     for (unsigned round = 0; round < 20000; ++round) {
-        // On the line y = slope x, of which floats hold these points exactly, from very close to the origin to far
-        // away.
+        // On a line of which floats hold these points exactly, very close to the origin or far away.
         const float slope = input.OnceIn(2) ? 3.0F : -0.625F;
         Vector2f p[3];
         for (Vector2f& point : p) {
-            const float x =
-                std::ldexp(static_cast<float>(input.Below(1 << 20)) + 1, static_cast<int>(input.Below(80)) - 60);
-            point = Vector2f(input.OnceIn(2) ? x : -x, 0.0F);
-            point.SetY(slope * point.X());
+            const float x = std::ldexp(std::round(input.Number(1 << 20)), static_cast<int>(input.Below(80)) - 60);
+            point = Vector2f(x, slope * x);
         }
         ASSERT_EQ(Orientation2D(p[0], p[1], p[2]), 0) << round;
         const bool isUp = input.OnceIn(2);
         p[2].SetY(std::nextafter(p[2].Y(), isUp ? INF : -INF));
         const int expected = SignOf(p[1].X() - p[0].X()) * (isUp ? 1 : -1);
-        ASSERT_EQ(Orientation2D(p[0], p[1], p[2]), expected) << round;
         ASSERT_EQ(Orientation2D(p[1], p[2], p[0]), expected) << round;
         ASSERT_EQ(Orientation2D(p[0], p[2], p[1]), -expected) << round;
         float s = 0;
         float t = 0;
         ASSERT_EQ(IntersectSegmentSegment2D(p[0], p[1], p[2], p[2], s, t), expected == 0) << round;
     }
-    EXPECT_EQ(Orientation2D({0, 0}, {1, 0}, {0, NOT}), 0);
-    EXPECT_EQ(Orientation2D({0, 0}, {INF, 0}, {0, 1}), 0);
+    EXPECT_TRUE(Orientation2D({0, 0}, {1, 0}, {0, NOT}) == 0 && Orientation2D({0, 0}, {INF, 0}, {0, 1}) == 0);
 }
 
 /// Whether the corners go around `p` an odd number of times: does an odd number of the triangles that the edges make
@@ -113,10 +106,10 @@ TEST(PointIn, PolygonsHaveExactBorders) {
         }
     }
     EXPECT_TRUE(inside[0] > 5000 && inside[1] > 5000) << inside[0] << ", " << inside[1];
-    EXPECT_FALSE(IsPointInTriangle2D({0, 0}, {-1, -1}, {1, -1}, {0, NOT}));
     const V ring[] = {{-1, -1, 0, 0}, {1, -1, 0, 0}, {0, 1, 0, 0}};
     for (const Vector2f& p : {Vector2f(NOT, 0), Vector2f(0, INF)}) {
         EXPECT_FALSE(IsPointInTriangle2D(p, {-1, -1}, {1, -1}, {0, 1}));
+        EXPECT_FALSE(IsPointInTriangle2D({0, 0}, {-1, -1}, {1, -1}, p));
         EXPECT_FALSE(IsPointInPolygon2D(p, ring, 3) || IsPointInConvexPolygon2D(p, ring, 3));
     }
 }
@@ -208,20 +201,6 @@ TEST(IntersectSegment, MeetsInThePlaneWhereTheDistanceIsNone) {
     float t = 0;
     EXPECT_FALSE(IntersectSegmentSegment2D({-1, 0}, {1, 0}, {0, -1}, {0, INF}, s, t));
     EXPECT_FALSE(IntersectSegmentSegment2D({-1, 0}, {1, NOT}, {0, -1}, {0, 1}, s, t));
-}
-
-TEST(IntersectSegment, NoneSlipsThroughAPlaneAtAJoint) {
-    Input input(15);
-    for (unsigned round = 0; round < 20000; ++round) {
-        const V plane = RandomPoint(input, 3, input.Number(3));
-        const V joint = ClosestPointToPlane(RandomPoint(input, 5), plane);
-        const V ends[] = {joint + And(plane, V::MASK_3D), joint - And(plane, V::MASK_3D)};
-        float t = 0;
-        ASSERT_TRUE(IntersectSegmentPlane(ends[0], joint, plane, t) || IntersectSegmentPlane(joint, ends[1], plane, t));
-        ASSERT_TRUE(Consistent::IntersectSegmentPlane(ends[0], joint, plane, t) ||
-                    Consistent::IntersectSegmentPlane(joint, ends[1], plane, t));
-        ASSERT_TRUE(t >= 0 && t <= 1) << round;
-    }
 }
 
 } // namespace
