@@ -77,6 +77,7 @@ TEST(IntersectRay, DegenerateFigures) {
         {__LINE__, PLANE, along, {{0, 1, 0, 1}}, MISS},
         {__LINE__, PLANE, point, {{1, 0, 0, -1}}, MISS},
         {__LINE__, PLANE, point, {x}, 0},
+        {__LINE__, PLANE, inside, {x}, 0},
         {__LINE__, PLANE, GeometryRay::FromSegment({-3, 0, 0, 0}, zero), {x}, 1},
         {__LINE__, PLANE, GeometryRay::FromSegment({-3, 0, 0, 0}, {-0.001F, 0, 0, 0}), {x}, MISS},
         {__LINE__, AABB, along, {corner, one}, 2},
@@ -104,16 +105,16 @@ TEST(IntersectRay, DegenerateFigures) {
         {__LINE__, SPHERE, point, {ball}, 0},
         {__LINE__, SPHERE, away, {ball}, MISS},
         {__LINE__, SPHERE, along, {speck}, 3},
-        {__LINE__, SPHERE, along, {hole}, MISS},
+        {__LINE__, SPHERE, inside, {hole}, MISS},
         {__LINE__, CAPSULE, along, {ball, {2, 0, 0, 0}}, 2},
         {__LINE__, CAPSULE, along, {ball, zero}, 2},
         {__LINE__, CAPSULE, point, {ball, zero}, 0},
-        {__LINE__, CAPSULE, along, {hole, y}, MISS},
+        {__LINE__, CAPSULE, inside, {hole, y}, MISS},
         {__LINE__, CYLINDER, along, {ball, {2, 0, 0, 0}}, 3},
         {__LINE__, CYLINDER, GeometryRay({-3, 1, 0, 0}, x), {ball, x}, 3},
         {__LINE__, CYLINDER, point, {ball, x}, 0},
         {__LINE__, CYLINDER, along, {ball, zero}, MISS},
-        {__LINE__, CYLINDER, along, {hole, y}, MISS},
+        {__LINE__, CYLINDER, inside, {hole, y}, MISS},
         {__LINE__, CONVEX, along, {{1, 0, 0, 1}, {-1, 0, 0, 1}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 0}}, 2},
         {__LINE__, CONVEX, along, {{1, 0, 0, 1}, {0, 1, 0, -1}, x, x, x}, MISS}, // parallel and behind
         {__LINE__, CONVEX, along, {{1, 0, 0, -1}, {-1, 0, 0, -1}, x, x, x}, MISS},
@@ -152,10 +153,6 @@ TEST(IntersectRay, DegenerateFigures) {
     }
     EXPECT_EQ(GeometryRay(x, y, INF, -INF).GetLast(), GeometryRay::LARGEST);
     EXPECT_EQ(GeometryRay(x, y, INF, -INF).GetFirst(), -GeometryRay::LARGEST);
-}
-
-Vector3d Wide(const V& v) {
-    return Vector3d(Z4::ToVector3f(v));
 }
 
 /// A solid as points for its query, and how far a point is outside of it, below 0 inside, about.
@@ -261,70 +258,63 @@ TEST(IntersectRay, MeetsSolidsWhereTheyAre) {
 }
 
 /// Points with whole coordinates, as both arithmetics see them.
-struct Whole {
-    long long x[3];
+using Whole = Z4::Vector3s64;
 
-    V Floats() const { return {static_cast<float>(x[0]), static_cast<float>(x[1]), static_cast<float>(x[2]), NOT}; }
-    Whole operator-(const Whole& b) const { return {{x[0] - b.x[0], x[1] - b.x[1], x[2] - b.x[2]}}; }
-};
+V Floats(const Whole& p) {
+    return {Z4::Vector3f(p), NOT};
+}
 Whole RandomWhole(Input& input, unsigned size) {
     const auto number = [&] { return static_cast<long long>(input.Below(2 * size + 1)) - size; };
-    const long long x = number();
-    const long long y = number();
-    return {{x, y, number()}};
+    return Whole{number(), number(), number()};
 }
 
-/// Slabs without division: n / d <= m / e. The box is `scale` times as large, and `growth` more on each side; a way
-/// along `d` ends at `last`.
-bool MeetsExactly(const Whole& origin, const Whole& d, const Whole& low, const Whole& high, long long last,
-                  long long scale, long long growth) {
-    struct Ratio {
-        long long n, d;
-    };
-    Ratio in[4] = {{0, 1}};
-    Ratio out[4] = {{last * scale, 1}};
-    for (int k = 0; k < 3; ++k) {
-        const long long sign = d.x[k] < 0 ? -1 : 1;
-        const long long ends[] = {scale * (low.x[k] - origin.x[k]) - growth,
-                                  scale * (high.x[k] - origin.x[k]) + growth};
-        if (d.x[k] == 0 && (ends[0] > 0 || ends[1] < 0)) {
+/// Whether the way from 0 to `last` times `d` meets the box: no axis parts them, neither one of the box's nor one that
+/// is perpendicular to such a one and to the way.
+bool MeetsExactly(const Whole& d, const Whole& low, const Whole& high, long long last) {
+    for (unsigned k = 0; k < 3; ++k) {
+        const unsigned j = (k + 1) % 3;
+        const auto [from, to] = std::minmax({0LL, last * d[k]});
+        const auto [least, greatest] = std::minmax({d[j] * low[k], d[j] * high[k]});
+        const auto [otherLeast, otherGreatest] = std::minmax({d[k] * low[j], d[k] * high[j]});
+        if (low[k] > to || high[k] < from || least > otherGreatest || otherLeast > greatest) {
             return false;
         }
-        in[k + 1] = d.x[k] == 0 ? in[0] : Ratio{sign * ends[sign > 0 ? 0 : 1], sign * d.x[k]};
-        out[k + 1] = d.x[k] == 0 ? out[0] : Ratio{sign * ends[sign > 0 ? 1 : 0], sign * d.x[k]};
     }
-    return std::all_of(in, in + 4, [&](const Ratio& a) {
-        return std::all_of(out, out + 4, [&](const Ratio& b) { return a.n * b.d <= b.n * a.d; });
-    });
+    return true;
 }
 
 TEST(IntersectRay, MissesNoBox) {
     Input input(5);
     int touching = 0;
     for (unsigned round = 0; round < Repeats(30000, 3000000); ++round) {
-        const unsigned size = input.OnceIn(2) ? 4 : 1000;
+        const unsigned size = 4U << 7 * input.Below(4);
         const Whole origin = RandomWhole(input, size);
-        Whole low = RandomWhole(input, size);
-        Whole high = RandomWhole(input, size);
-        for (int k = 0; k < 3; ++k) {
-            if (low.x[k] > high.x[k]) {
-                std::swap(low.x[k], high.x[k]);
-            }
+        const Whole third = RandomWhole(input, size);
+        const Whole way = 3 * third;
+        // Every other time, the ray touches a corner there.
+        const Whole corner = input.OnceIn(2) ? origin + third : RandomWhole(input, size);
+        const Whole opposite = RandomWhole(input, size);
+        const Whole low = Min(corner, opposite);
+        const Whole high = Max(corner, opposite);
+        const V end = Floats(origin + way);
+        if (Whole(Z4::ToVector3f(end)) != origin + way) {
+            continue;
         }
-        // Often at a corner, which the ray then touches.
-        const Whole way = input.OnceIn(2) ? Whole{{low.x[0], high.x[1], low.x[2]}} - origin : RandomWhole(input, size);
-        const V start = origin.Floats();
-        const GeometryRay ray(start, way.Floats());
-        const GeometryAABB box(low.Floats(), high.Floats());
+        const GeometryRay ray(Floats(origin), Floats(way));
+        const GeometryAABB box(Floats(low), Floats(high));
         float t = MISS;
-        const bool isHit[] = {IntersectRayAABB(ray, box, t),
-                              IntersectSegmentAABB(start, start + ray.GetDirection(), box)};
-        for (int i = 0; i < 2; ++i) {
+        const bool isHit[] = {IntersectRayAABB(ray, box, t), IntersectSegmentAABB(ray.GetOrigin(), end, box)};
+        // Of the largest, floats hold the ends alone.
+        for (int i = size < 1U << 23 ? 0 : 1; i < 2; ++i) {
             const long long last = i == 0 ? 1 << 20 : 1;
-            const bool touches = MeetsExactly(origin, way, low, high, last, 1, 0);
+            const bool touches = MeetsExactly(way, low - origin, high - origin, last);
             touching += touches ? 1 : 0;
             ASSERT_TRUE(isHit[i] || !touches) << round;
-            ASSERT_TRUE(!isHit[i] || MeetsExactly(origin, way, low, high, last, 1024, 3)) << round;
+            // The same, 1024 times as large, with a box that has grown by 1.5e-6 of the greatest distance.
+            const Whole grown = Whole(1, 1, 1) * (1 + size * 3 / 1000);
+            ASSERT_TRUE(!isHit[i] ||
+                        MeetsExactly(way, 1024 * (low - origin) - grown, 1024 * (high - origin) + grown, 1024 * last))
+                << round;
         }
     }
     EXPECT_GT(touching, 10000);
@@ -339,35 +329,31 @@ TEST(IntersectRay, DecidesTrianglesAsWholeNumbersDo) {
         Whole direction = RandomWhole(input, 8);
         const bool isStraight = input.OnceIn(2);
         if (isStraight) { // shearing is then exact, touching too
-            direction = {{0, 0, 0}};
-            direction.x[input.Below(3)] = input.OnceIn(2) ? 2 : -4;
+            direction = Whole(0, 0, 0);
+            direction[input.Below(3)] = input.OnceIn(2) ? 2 : -4;
         }
-        const Vector3d d = Wide(direction.Floats());
-        Vector3d p[3];
-        for (int i = 0; i < 3; ++i) {
-            p[i] = Wide((corners[i] - origin).Floats());
-        }
-        // Exact, as all numbers are small.
-        const double sides[] = {Dot(d, Cross(p[1], p[2])), Dot(d, Cross(p[2], p[0])), Dot(d, Cross(p[0], p[1]))};
+        const Whole p[] = {corners[0] - origin, corners[1] - origin, corners[2] - origin};
+        const long long sides[] = {Dot(direction, Cross(p[1], p[2])), Dot(direction, Cross(p[2], p[0])),
+                                   Dot(direction, Cross(p[0], p[1]))};
         const auto [least, greatest] = std::minmax({sides[0], sides[1], sides[2]});
-        const double sum = sides[0] + sides[1] + sides[2];
-        const double t = Dot(p[0], Cross(p[1], p[2])) / sum;
+        const auto sum = static_cast<double>(sides[0] + sides[1] + sides[2]);
+        const double t = static_cast<double>(Dot(p[0], Cross(p[1], p[2]))) / sum;
         const bool isTouching = sides[0] == 0 || sides[1] == 0 || sides[2] == 0 || t == 0 || t == 1;
         if (isTouching && !isStraight) {
             continue;
         }
         const bool expected = (least >= 0 || greatest <= 0) && sum != 0 && t >= 0;
-        const V a = corners[0].Floats();
-        const V b = corners[1].Floats();
-        const V c = corners[2].Floats();
-        const GeometryRay ray(origin.Floats(), direction.Floats());
+        const V a = Floats(corners[0]);
+        const V b = Floats(corners[1]);
+        const V c = Floats(corners[2]);
+        const GeometryRay ray(Floats(origin), Floats(direction));
         float out[3] = {MISS, MISS, MISS};
         ASSERT_EQ(IntersectRayTriangle(ray, a, b, c, out[0], out[1], out[2]), expected) << round;
         ++decided[expected ? 1 : 0];
         if (expected) {
             ASSERT_NEAR(out[0], t, 1e-5 * (1 + std::fabs(t))) << round;
-            ASSERT_NEAR(out[1], sides[1] / sum, 1e-5) << round;
-            ASSERT_NEAR(out[2], sides[2] / sum, 1e-5) << round;
+            ASSERT_NEAR(out[1], static_cast<double>(sides[1]) / sum, 1e-5) << round;
+            ASSERT_NEAR(out[2], static_cast<double>(sides[2]) / sum, 1e-5) << round;
             float same[3];
             ASSERT_EQ(IntersectRayTriangle(ray, a, b, c, same[0], same[1], same[2], Sides::FRONT), sum < 0) << round;
             ASSERT_TRUE(Z4::Geometry::Consistent::IntersectRayTriangle(ray, a, b, c, same[0], same[1], same[2]));

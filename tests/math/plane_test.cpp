@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <limits>
+#include <zelk_core/math/geometry/intersectsegment.h>
 #include <zelk_core/math/geometry/plane.h>
 
 namespace {
@@ -10,13 +11,8 @@ namespace {
 using namespace Z4::Geometry;
 using namespace ZelkTest;
 using V = Z4::VectorSIMD4f;
-using Z4::Vector3d;
 
 constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
-
-Vector3d Wide(const V& v) {
-    return Vector3d(Z4::ToVector3f(v));
-}
 
 TEST(Plane, GoesThroughItsPoints) {
     Input input(9);
@@ -36,6 +32,12 @@ TEST(Plane, GoesThroughItsPoints) {
         const V foot = ClosestPointToPlane(q, planes[2]);
         ASSERT_NEAR(DistancePointToPlane(foot, planes[2]), 0, 1e-4);
         ASSERT_LT(Length3(Cross3(foot - q, planes[2])).X(), 1e-3);
+        // No chain of segments slips through it there.
+        const V beside = And(planes[2], V::MASK_3D);
+        float t = -1;
+        ASSERT_TRUE(IntersectSegmentPlane(foot + beside, foot, planes[2], t) ||
+                    IntersectSegmentPlane(foot, foot - beside, planes[2], t));
+        ASSERT_TRUE(t >= 0 && t <= 1);
         V point;
         V direction;
         if (IntersectPlanePlane(planes[0], planes[2], point, direction) && LengthSqr3(direction).X() > 0.1F) {
