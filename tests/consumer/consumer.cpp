@@ -63,7 +63,8 @@ bool Math() {
     float t = 0;
     const bool isHit = IntersectRayAABB(Z4::Geometry::GeometryRay({-3, 0, 0, 0}, {1, 0, 0, 0}), box, t);
     return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter()) &&
-           isHit && t == 2 && DistancePointToAABBSqr({1, 2, 6, 0}, box) == 9;
+           isHit && t == 2 && DistancePointToAABBSqr({1, 2, 6, 0}, box) == 9 &&
+           IntersectSphereAABB({1, 2, 6, 0}, 3, box);
 }
 
 bool Random() {

@@ -3,6 +3,7 @@
 // another holds the registers to plain arithmetic; the others hold all compilers to the same bits.
 #include "digest.h"
 
+#include <tests/math/pairqueries.h>
 #include <tests/math/queries.h>
 #include <tests/math/rayqueries.h>
 #include <zelk_core/math/geometry/aabb.h>
@@ -251,6 +252,10 @@ void AddIntersections(Digest& digest, Input& input) {
     for (const auto& query : ZelkTest::RAY_QUERIES) {
         const ZelkTest::RayAnswer a = query[FORM](ray, p);
         digest.Add(a.isHit, a.written[0], a.written[1], a.written[2]);
+    }
+    const VectorSIMD4f six[] = {p[0], p[1], p[2], p[3], p[4], start};
+    for (const ZelkTest::PairQuery& query : ZelkTest::PAIR_QUERIES) {
+        digest.Add(query.calls[FORM](six));
     }
     const GeometryAABB box(Min(p[0], p[1]), Max(p[0], p[1]));
     const GeometryOBB oriented = Box(input);
