@@ -9,7 +9,9 @@
 #include <glm/vec3.hpp>
 #include <limits>
 #include <random>
+#include <tuple>
 #include <vector>
+#include <zelk_core/math/geometry/intersectpair.h>
 #include <zelk_core/math/geometry/shapedistance.h>
 
 namespace {
@@ -276,6 +278,88 @@ float SegmentBox(const Plain& a, const Plain& b, const Plain& min, const Plain& 
     return d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
 }
 
+float Along(const Plain& p, unsigned axis) {
+    return axis == 0 ? p.x : (axis == 1 ? p.y : p.z);
+}
+
+/// As in T. Akenine-Moeller's "Fast 3D Triangle-Box Overlap Testing", 2001; what decides most often comes first.
+bool TriangleBox(const Plain& a, const Plain& b, const Plain& c, const Plain& min, const Plain& max) {
+    const Plain h = 0.5F * (max - min);
+    const Plain center = min + h;
+    const Plain v[] = {a - center, b - center, c - center};
+    for (unsigned k = 0; k < 3; ++k) {
+        const float reach = Along(h, k);
+        const auto [low, high] = std::minmax({Along(v[0], k), Along(v[1], k), Along(v[2], k)});
+        if (low > reach || high < -reach) {
+            return false;
+        }
+    }
+    const Plain edges[] = {v[1] - v[0], v[2] - v[1], v[0] - v[2]};
+    const Plain n = cross(edges[0], edges[1]);
+    if (std::fabs(dot(n, v[0])) > std::fabs(n.x) * h.x + std::fabs(n.y) * h.y + std::fabs(n.z) * h.z) {
+        return false;
+    }
+    for (unsigned i = 0; i < 3; ++i) {
+        const Plain& e = edges[i];
+        const Plain& p = v[i];
+        const Plain& q = v[(i + 2) % 3];
+        const Plain size = {std::fabs(e.x), std::fabs(e.y), std::fabs(e.z)};
+        const auto apart = [](float s, float t, float reach) {
+            return std::min(s, t) > reach || std::max(s, t) < -reach;
+        };
+        if (apart(e.z * p.y - e.y * p.z, e.z * q.y - e.y * q.z, size.z * h.y + size.y * h.z) ||
+            apart(e.x * p.z - e.z * p.x, e.x * q.z - e.z * q.x, size.z * h.x + size.x * h.z) ||
+            apart(e.y * p.x - e.x * p.y, e.y * q.x - e.x * q.y, size.y * h.x + size.x * h.y)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// The part of the line that two planes share which lies in the triangle with these heights over the other's plane.
+struct LinePart {
+    LinePart(const float (&heights)[3], const float (&along)[3]) {
+        // The corner that is alone on its side.
+        const unsigned alone = heights[0] * heights[1] > 0 ? 2 : (heights[0] * heights[2] > 0 ? 1 : 0);
+        const unsigned p = (alone + 1) % 3;
+        const unsigned q = (alone + 2) % 3;
+        const auto crossing = [&](unsigned i) {
+            return along[i] + (along[alone] - along[i]) * heights[i] / (heights[i] - heights[alone]);
+        };
+        std::tie(low, high) = std::minmax({crossing(p), crossing(q)});
+    }
+
+    float low, high;
+};
+
+/// As in T. Moeller's "A Fast Triangle-Triangle Intersection Test", 1997, without the case of one plane, which the
+/// scene does not have.
+bool TriangleTriangle(const Plain (&a)[3], const Plain (&b)[3]) {
+    const auto heights = [](const Plain(&t)[3], const Plain& n, const Plain(&of)[3], float(&result)[3]) {
+        const float d = -dot(n, t[0]);
+        for (unsigned i = 0; i < 3; ++i) {
+            result[i] = dot(n, of[i]) + d;
+        }
+        return (result[0] > 0 && result[1] > 0 && result[2] > 0) || (result[0] < 0 && result[1] < 0 && result[2] < 0);
+    };
+    float heightsA[3];
+    float heightsB[3];
+    const Plain m = cross(b[1] - b[0], b[2] - b[0]);
+    if (heights(b, m, a, heightsA)) {
+        return false;
+    }
+    const Plain n = cross(a[1] - a[0], a[2] - a[0]);
+    if (heights(a, n, b, heightsB)) {
+        return false;
+    }
+    const Plain way = cross(n, m);
+    const float size[] = {std::fabs(way.x), std::fabs(way.y), std::fabs(way.z)};
+    const unsigned axis = size[0] > size[1] ? (size[0] > size[2] ? 0 : 2) : (size[1] > size[2] ? 1 : 2);
+    const LinePart inA(heightsA, {Along(a[0], axis), Along(a[1], axis), Along(a[2], axis)});
+    const LinePart inB(heightsB, {Along(b[0], axis), Along(b[1], axis), Along(b[2], axis)});
+    return inA.low <= inB.high && inB.low <= inA.high;
+}
+
 VectorSIMD4f Make(float x, float y, float z, const VectorSIMD4f&) {
     return {x, y, z, 0.0F};
 }
@@ -299,7 +383,7 @@ struct Scene {
         }
     }
 
-    std::vector<std::array<Vector, 5>> p;
+    std::vector<std::array<Vector, 6>> p;
     std::vector<Vector> closest;
     std::vector<std::array<float, 2>> parameters;
     std::vector<float> distanceSqr;
@@ -410,6 +494,45 @@ void SegmentToTriangleScalar(benchmark::State& state) {
     });
 }
 BENCHMARK(SegmentToTriangleScalar)->Name("segment_triangle/scalar")->Arg(FEW)->Arg(MANY);
+
+/// `query` tells whether the shapes of scene and index meet; `hits` is the share that does, alike in all rows of a
+/// query.
+template <class Vector, class Query>
+void MeasureHits(benchmark::State& state, Query query) {
+    unsigned hits = 0;
+    Measure<Vector>(state, [&](Scene<Vector>& scene, unsigned i) {
+        const bool isHit = query(scene.p[i].data());
+        scene.distanceSqr[i] = isHit ? 1.0F : 0.0F;
+        hits += isHit ? 1U : 0U;
+    });
+    state.counters["hits"] = static_cast<double>(hits) / static_cast<double>(state.iterations() * state.range(0));
+}
+
+void TriangleToBox(benchmark::State& state) {
+    MeasureHits<VectorSIMD4f>(state, [](const VectorSIMD4f* p) {
+        const Z4::Geometry::GeometryAABB box(p[3], p[3] + (p[4] * 0.5F + 0.5F));
+        return IntersectTriangleAABB(p[0], p[1], p[2], box);
+    });
+}
+BENCHMARK(TriangleToBox)->Name("triangle_box/zelk")->Arg(FEW)->Arg(MANY);
+void TriangleToBoxScalar(benchmark::State& state) {
+    MeasureHits<Plain>(state, [](const Plain* p) {
+        const Plain max = p[3] + Plain{Narrowed(p[4].x), Narrowed(p[4].y), Narrowed(p[4].z)};
+        return TriangleBox(p[0], p[1], p[2], p[3], max);
+    });
+}
+BENCHMARK(TriangleToBoxScalar)->Name("triangle_box/scalar")->Arg(FEW)->Arg(MANY);
+
+void TriangleToTriangle(benchmark::State& state) {
+    MeasureHits<VectorSIMD4f>(state, [](const VectorSIMD4f* p) {
+        return Z4::Geometry::IntersectTriangleTriangle(p[0], p[1], p[2], p[3], p[4], p[5]);
+    });
+}
+BENCHMARK(TriangleToTriangle)->Name("triangle_triangle/zelk")->Arg(FEW)->Arg(MANY);
+void TriangleToTriangleScalar(benchmark::State& state) {
+    MeasureHits<Plain>(state, [](const Plain* p) { return TriangleTriangle({p[0], p[1], p[2]}, {p[3], p[4], p[5]}); });
+}
+BENCHMARK(TriangleToTriangleScalar)->Name("triangle_triangle/scalar")->Arg(FEW)->Arg(MANY);
 
 } // namespace
 

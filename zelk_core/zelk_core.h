@@ -51,6 +51,7 @@
 #include <zelk_core/math/geometry/distance.h>
 #include <zelk_core/math/geometry/frustum.h>
 #include <zelk_core/math/geometry/group4.h>
+#include <zelk_core/math/geometry/intersectpair.h>
 #include <zelk_core/math/geometry/intersectray.h>
 #include <zelk_core/math/geometry/intersectsegment.h>
 #include <zelk_core/math/geometry/nearestpoint.h>

@@ -3,6 +3,7 @@
 // another holds the registers to plain arithmetic; the others hold all compilers to the same bits.
 #include "digest.h"
 
+#include <tests/math/pairqueries.h>
 #include <tests/math/queries.h>
 #include <tests/math/rayqueries.h>
 #include <zelk_core/math/geometry/aabb.h>
@@ -258,6 +259,10 @@ void AddIntersections(Digest& digest, Input& input) {
     addAll(ZelkTest::RAY_QUERIES);
     addAll(ZelkTest::SEGMENT_QUERIES);
     addAll(ZelkTest::POINT_QUERIES);
+    const VectorSIMD4f six[] = {p[0], p[1], p[2], p[3], p[4], start};
+    for (const ZelkTest::PairQuery& query : ZelkTest::PAIR_QUERIES) {
+        digest.Add(query.calls[FORM](six));
+    }
     const GeometryAABB box(Min(p[0], p[1]), Max(p[0], p[1]));
     const GeometryOBB oriented = Box(input);
     VectorSIMD4f point = VectorSIMD4f::ZERO;
