@@ -58,6 +58,7 @@
 #include <zelk_core/math/geometry/round.h>
 #include <zelk_core/math/geometry/shear.h>
 #include <zelk_core/math/geometry/slabs.h>
+#include <zelk_core/math/geometry/sweep.h>
 #include <zelk_core/math/lanes.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/math/matrix.h>

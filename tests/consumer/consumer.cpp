@@ -66,7 +66,8 @@ bool Math() {
     Z4::VectorSIMD4f b = corners[1];
     const Z4::VectorSIMD4f plane(1, 0, 0, 0);
     return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter()) &&
-           isHit && t == 2 && Z4::Geometry::ClipSegment(a, b, &plane, 1) && a.X() == 0;
+           isHit && t == 2 && Z4::Geometry::ClipSegment(a, b, &plane, 1) && a.X() == 0 &&
+           Z4::Geometry::IntersectSweptSpherePlane({4, 0, 0, 0}, 1, {-6, 0, 0, 0}, plane, t) && t == 0.5F;
 }
 
 bool Random() {

@@ -133,7 +133,7 @@ TEST(Clip, PartsMakeTheWholeAndShareTheirNewCorners) {
             for (const V& p : front) {
                 ASSERT_GE(HeightOf(p, plane), -near) << round;
                 ASSERT_TRUE(isIn(polygon, p) || isIn(back, p)) << round;
-                cuts += isIn(polygon, p) ? 0 : 1;
+                cuts += isIn(polygon, p) ? 0U : 1U;
             }
             for (const V& p : back) {
                 ASSERT_LE(HeightOf(p, plane), near) << round;
