@@ -171,7 +171,8 @@ TEST(Sweep, DegenerateFigures) {
     EXPECT_FALSE(IntersectSweptAABBAABB(GeometryAABB(one, zero), right, cube.ToAABox(), t, contact));
     EXPECT_FALSE(IntersectSweptAABBAABB(cube.ToAABox(), vague, cube.ToAABox(), t, contact));
     EXPECT_TRUE(t == 9 && contact == V(9, 9, 9, 9));
-    EXPECT_TRUE(IntersectSweptSphereSphere(zero, 1, zero, {2, 0, 0, 0}, 1, t) && t == 0);   // touch, at rest
+    EXPECT_TRUE(IntersectSweptSphereSphere(zero, 1, zero, {2, 0, 0, 0}, 1, t) && t == 0); // touch, at rest
+    EXPECT_TRUE(IntersectSweptSpherePlane(x, 1, zero, x, t) && t == 0);
     EXPECT_TRUE(IntersectSweptSpherePlane({3, 0, 0, 0}, 1, -2 * x, x, t) && t == 1);        // at the end
     EXPECT_TRUE(IntersectSweptSpherePlane({-3, 0, 0, 0}, 1, right, 2 * x, t) && t == 0.5F); // from behind
     EXPECT_TRUE(IntersectSweptSphereAABB(zero, 1, right, cube.ToAABox(), t, contact) && t == 0.5F && contact == 3 * x);
