@@ -10,6 +10,7 @@
 #include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/plane.h>
+#include <zelk_core/math/geometry/sweep.h>
 
 namespace {
 
@@ -169,6 +170,27 @@ void CheckClipping(Numbers& numbers) {
     }
 }
 
+void CheckSweeps(const V* p) {
+    const V unwritten = V::Broadcast(UNWRITTEN);
+    const GeometryAABB box(p[2], p[3]);
+    const auto check = [&](auto sweep) {
+        float t = UNWRITTEN;
+        V point = unwritten;
+        Require(sweep(t, point) ? t >= 0 && t <= 1 : t == UNWRITTEN && point == unwritten);
+    };
+    const float radius = p[4].X();
+    check([&](float& t, V&) { return IntersectSweptSpherePlane(p[0], radius, p[1], p[2], t); });
+    check([&](float& t, V&) { return IntersectSweptSphereSphere(p[0], radius, p[1], p[2], p[2].W(), t); });
+    check([&](float& t, V& contact) {
+        return IntersectSweptSphereTriangle(p[0], radius, p[1], p[2], p[3], p[4], t, contact);
+    });
+    check([&](float& t, V& contact) { return IntersectSweptSphereAABB(p[0], radius, p[1], box, t, contact); });
+    check([&](float& t, V& contact) {
+        return IntersectSweptSphereOBB(p[0], radius, p[1], GeometryOBB(p[2], p + 2, p[4]), t, contact);
+    });
+    check([&](float& t, V& normal) { return IntersectSweptAABBAABB(box, p[1], GeometryAABB(p[0], p[4]), t, normal); });
+}
+
 void CheckPlanes(const V* p) {
     const V unwritten = V::Broadcast(UNWRITTEN);
     V plane = unwritten;
@@ -206,6 +228,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const GeometryRay ray(origin, target - origin, last, numbers.Number());
     CheckRays(ray, p);
     CheckPlanes(p);
+    CheckSweeps(p);
     CheckGroups(ray, numbers);
     CheckCulling(numbers);
     CheckClipping(numbers);

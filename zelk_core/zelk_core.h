@@ -63,6 +63,7 @@
 #include <zelk_core/math/geometry/shapedistance.h>
 #include <zelk_core/math/geometry/shear.h>
 #include <zelk_core/math/geometry/slabs.h>
+#include <zelk_core/math/geometry/sweep.h>
 #include <zelk_core/math/lanes.h>
 #include <zelk_core/math/lifecycle.h>
 #include <zelk_core/math/matrix.h>

@@ -60,7 +60,8 @@ bool Math() {
     const Z4::VectorSIMD4f plane(1, 0, 0, 0);
     return reinterpret_cast<std::uintptr_t>(corners.data()) % 16 == 0 && box.ToOOBox().Contains(box.GetCenter()) &&
            isHit && t == 2 && isThrough && Z4::Geometry::ClipSegment(a, b, &plane, 1) && a.X() == 0 &&
-           DistancePointToAABBSqr({1, 2, 6, 0}, box) == 9 && IntersectSphereAABB({1, 2, 6, 0}, 3, box);
+           DistancePointToAABBSqr({1, 2, 6, 0}, box) == 9 && IntersectSphereAABB({1, 2, 6, 0}, 3, box) &&
+           Z4::Geometry::IntersectSweptSpherePlane({4, 0, 0, 0}, 1, {-6, 0, 0, 0}, plane, t) && t == 0.5F;
 }
 
 bool Random() {

@@ -29,6 +29,8 @@ constexpr struct {
     {"consistent-intersections", DigestConsistentIntersections},
     {"clipping", DigestClipping},
     {"consistent-clipping", DigestConsistentClipping},
+    {"sweeps", DigestSweeps},
+    {"consistent-sweeps", DigestConsistentSweeps},
     {"uniform-draws", DigestUniformDraws},
     {"ziggurat-draws", DigestZigguratDraws},
     {"ciphers", DigestCiphers},

@@ -82,6 +82,8 @@ void DigestIntersections(Digest& digest);
 void DigestConsistentIntersections(Digest& digest);
 void DigestClipping(Digest& digest);
 void DigestConsistentClipping(Digest& digest);
+void DigestSweeps(Digest& digest);
+void DigestConsistentSweeps(Digest& digest);
 void DigestUniformDraws(Digest& digest);
 void DigestZigguratDraws(Digest& digest);
 void DigestCiphers(Digest& digest);

@@ -12,6 +12,7 @@
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/plane.h>
+#include <zelk_core/math/geometry/sweep.h>
 #include <zelk_core/math/matrix.h>
 #include <zelk_core/math/matrixsimd.h>
 #include <zelk_core/math/vector.h>
@@ -350,6 +351,39 @@ void AddClipped(Digest& digest, ClipPolygon clipPolygon, ClipByConvex clipByConv
     }
 }
 
+/// Of either namespace.
+#define ZELK_ADD_SWEPT(form)                                                                              \
+    [](Digest& digest, Input& input) {                                                                    \
+        const Points points(input);                                                                       \
+        const VectorSIMD4f* const p = points.p;                                                           \
+        const float radius = Abs(p[4]).W();                                                               \
+        const GeometryAABB box(Min(p[1], p[2]), Max(p[1], p[2]));                                         \
+        const GeometryAABB other(Min(p[3], p[4]), Max(p[3], p[4]));                                       \
+        const VectorSIMD4f move = p[3] - p[0];                                                            \
+        float t = 7;                                                                                      \
+        VectorSIMD4f written(7, 7, 7, 7);                                                                 \
+        digest.Add(form::IntersectSweptSpherePlane(p[0], radius, move, p[1], t));                         \
+        digest.Add(t);                                                                                    \
+        digest.Add(form::IntersectSweptSphereSphere(p[0], radius, move, p[1], p[2].W(), t));              \
+        digest.Add(t);                                                                                    \
+        digest.Add(form::IntersectSweptSphereTriangle(p[0], radius, move, p[1], p[2], p[4], t, written)); \
+        digest.Add(t, written);                                                                           \
+        digest.Add(form::IntersectSweptSphereAABB(p[0], radius, move, box, t, written));                  \
+        digest.Add(t, written);                                                                           \
+        digest.Add(form::IntersectSweptSphereOBB(p[0], radius, move, Box(input), t, written));            \
+        digest.Add(t, written);                                                                           \
+        digest.Add(form::IntersectSweptAABBAABB(box, move, other, t, written));                           \
+        digest.Add(t, written);                                                                           \
+    }
+
+template <class Add>
+void AddSwept(Digest& digest, Add add) {
+    Input input;
+    for (int round = 0; round < ROUNDS; ++round) {
+        add(digest, input);
+    }
+}
+
 } // namespace
 
 void DigestMath(Digest& digest) {
@@ -418,4 +452,12 @@ void DigestClipping(Digest& digest) {
 void DigestConsistentClipping(Digest& digest) {
     using namespace Z4::Geometry::Consistent;
     AddClipped(digest, ClipPolygon, ClipPolygonByConvex, ClipSegment);
+}
+
+void DigestSweeps(Digest& digest) {
+    AddSwept(digest, ZELK_ADD_SWEPT(Z4::Geometry));
+}
+
+void DigestConsistentSweeps(Digest& digest) {
+    AddSwept(digest, ZELK_ADD_SWEPT(Z4::Geometry::Consistent));
 }
