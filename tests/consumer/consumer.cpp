@@ -43,7 +43,11 @@ bool Generics() {
         lengths.Insert(word, word.Size());
     }
     const auto found = lengths.Find("three");
-    return lengths.Size() == 2 && found != lengths.end() && found->value == 5;
+    Z4::StringPool<Z4::NulLock> pool;
+    unsigned long handles[2];
+    const bool isPooled =
+        pool.Add("word", 4, handles[0]) == Z4::ERR_OK && pool.Add("word", 4, handles[1]) == Z4::ERR_OK;
+    return lengths.Size() == 2 && found != lengths.end() && found->value == 5 && isPooled && handles[0] == handles[1];
 }
 
 // Vectors of SIMD vectors are where a compiler that aligns `new` otherwise would come to grief.
@@ -133,8 +137,15 @@ bool RuntimeType() {
 bool DebugHelp() {
     Z4::ProgramModuleDB::Module module{};
     unsigned long slot = 0;
-    return Z4::ProgramModuleDB::Instance().FindModule(reinterpret_cast<const void*>(&DebugHelp), module) &&
-           module.size != 0 &&
+    Z4::SymbolInfo info;
+    Z4::SymbolMap map;
+    Z4::SymbolMap::Symbol symbol{};
+    const void* const here = reinterpret_cast<const void*>(&DebugHelp);
+    const char list[] = "1000 T _main\n";
+    return Z4::ProgramModuleDB::Instance().FindModule(here, module) && module.size != 0 &&
+           Z4::SymbolHandler::Instance().ResolveQuick(here, info) &&
+           map.Read(list, sizeof list - 1, {}) == Z4::ERR_OK && map.Find(0x1000, symbol) &&
+           std::strcmp(symbol.function, "main") == 0 &&
            Z4::StringBreakpoint::Set("needle", Z4::StringBreakpoint::CHECK, 0, nullptr, nullptr, slot) == Z4::ERR_OK &&
            Z4::StringBreakpoint::Check("a needle") && Z4::StringBreakpoint::Clear(slot) == Z4::ERR_OK;
 }

@@ -80,7 +80,9 @@ TEST(SymbolMap, RefusesFilesOfOtherImages) {
         {gnu, 0x1000, 0, 0, ERR_CORRUPTED_DATA}, // no code, no functions
         {gnu, 0x3000, 0x200, 0, ERR_CANNOT_ASSIGN},
         {link, 0x1000, 0xe8, 0x6b02823f, ERR_OK},
-        {link, 0x1000, 0xe9, 0, ERR_CANNOT_ASSIGN},
+        {link, 0x1000, 0x100e8, 0, ERR_OK}, // with jumps that the linker does not list
+        {link, 0x1000, 0x100e9, 0, ERR_CANNOT_ASSIGN},
+        {link, 0x1000, 0xe7, 0, ERR_CANNOT_ASSIGN},
         {stamped, 0x1000, 0xe8, 0x6b02823f, ERR_OK},
         {stamped, 0x1000, 0xe8, 0, ERR_OK},
         {stamped, 0x1000, 0xe8, 0x6b02823e, ERR_CANNOT_ASSIGN},
@@ -88,7 +90,7 @@ TEST(SymbolMap, RefusesFilesOfOtherImages) {
     SymbolMap map;
     for (const auto& row : rows) {
         const SymbolMap::Section own[] = {{row.codeAt, row.codeSize, true}, sections[1]};
-        EXPECT_EQ(Read(map, row.text, {0x10000, row.timeStamp, 2, own}), row.error)
+        EXPECT_EQ(Read(map, row.text, {0x20000, row.timeStamp, 2, own}), row.error)
             << row.codeAt << ' ' << row.codeSize << ' ' << row.timeStamp;
         EXPECT_NE(map.GetCount(), 0u) << "what was there stays";
     }
@@ -119,6 +121,7 @@ TEST(SymbolMap, SkipsWhatDoesNotParse) {
         {gnu + "   0x401010   f\n   0x401011   " + std::string(SymbolMap::LONGEST_LINE, ' ') + "g\n", ERR_OK, 1, 1},
         {gnu + " .text 0x401100 junk\n   0x401010   f\n", ERR_OK, 1, 1},
         {gnu + "   0x401010   f\n .data\n", ERR_OK, 1, 0},
+        {gnu + " SORT_BY_NAME(*)(.text$*)\n   0x401010   f\n", ERR_OK, 1, 0},
         {lld + "00001000 00000010 16         a.o:(.text)\n00001000 00000000 0                 f", ERR_OK, 1, 0},
         {lld + "00001000 00000000 0                 f\n00001000 0000\nwild\n00001000\n", ERR_OK, 1, 3},
         {"\xEF\xBB\xBF"

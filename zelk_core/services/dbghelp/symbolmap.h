@@ -72,8 +72,9 @@ public:
     /// sections of code.
     /// @return ERR_INVALID for null with a size above 0; ERR_UNSUPPORTED for a file of no known format;
     /// ERR_CANNOT_ASSIGN for one that belongs to another image: both have a time stamp and these differ, or the file
-    /// tells of sections and a section of code is not there with its size; ERR_CORRUPTED_DATA for one without any
-    /// symbol; ERR_OVERFLOW beyond MOST_SYMBOLS or LARGEST_FILE; ERR_OUT_OF_MEMORY.
+    /// tells of sections and a section of code is not there with its size (which may be rounded up as in the image's
+    /// file, and in link's maps lack up to 64 KiB that the linker does not list); ERR_CORRUPTED_DATA for one without
+    /// any symbol; ERR_OVERFLOW beyond MOST_SYMBOLS or LARGEST_FILE; ERR_OUT_OF_MEMORY.
     [[nodiscard]] Z4_API Private::ErrorCodeWrapper Read(const void* bytes, unsigned long size, const Image& image);
 
     /// Finds the function that `rva` lies in. No function is taken to reach beyond the code of its object file, where

@@ -53,11 +53,13 @@ private:
 
     void ReadSection(StrView line, Expected kind) {
         m_expected = Expected::SYMBOL;
-        const char first = line[0];
-        if (first != '.' && first != '/' && (kind == Expected::OUTPUT_SECTION || first == '*')) {
-            return; // a statement, or filling
-        }
         m_name = TakeWord(line);
+        const bool isStatement = kind == Expected::OUTPUT_SECTION
+                                     ? m_name[0] != '.' && m_name[0] != '/'
+                                     : m_name[0] == '*' || Str::Find(m_name, "(") != StrView::NPOS;
+        if (isStatement) {
+            return;
+        }
         m_expected = kind;
         TakeBlanks(line);
         if (!line.IsEmpty()) {

@@ -41,7 +41,7 @@ public:
     void Finish() {
         for (const Segment& segment : m_segments) {
             if (segment.isCode && segment.isPlaced) {
-                m_builder.AddSection(segment.rva, segment.size);
+                m_builder.AddSection(segment.rva, segment.size, THUNKS);
                 m_builder.AddExtent(segment.rva, segment.size, {});
             }
         }
@@ -54,6 +54,8 @@ private:
         bool isCode;
         bool isPlaced;
     };
+    /// Jumps to imported functions, which the linker makes itself, stand behind the code and in no list of lld-link's.
+    static constexpr std::uint32_t THUNKS = 0x10000;
     static constexpr std::uint64_t MOST_SEGMENTS = 97; // one more than an image can have: they count from 1
 
     static bool TakeHeading(StrView line, StrView heading, std::uint64_t& number) {

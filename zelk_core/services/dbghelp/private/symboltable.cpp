@@ -53,10 +53,10 @@ bool SymbolTableBuilder::IsInside(std::uint64_t rva, std::uint64_t size) const {
     return rva < limit && size <= limit - rva;
 }
 
-void SymbolTableBuilder::AddSection(std::uint64_t rva, std::uint64_t size) {
+void SymbolTableBuilder::AddSection(std::uint64_t rva, std::uint64_t size, std::uint32_t unlisted) {
     // Beyond the largest address there is none to compare with.
     if (rva <= NO_LIMIT && size <= NO_LIMIT && m_sections.Size() < MOST) {
-        m_sections.PushBack({static_cast<unsigned long>(rva), static_cast<unsigned long>(size), false});
+        m_sections.PushBack({static_cast<std::uint32_t>(rva), static_cast<std::uint32_t>(size), unlisted});
     }
 }
 
@@ -108,6 +108,17 @@ const char* SymbolTableBuilder::Keep(StrView text) {
     return m_table.names.Get(handle);
 }
 
+bool SymbolTableBuilder::Fits(const ListedSection& listed, const SymbolMap::Section& own) {
+    constexpr std::uint32_t FILE_ALIGNMENT = 512;
+    if (listed.rva != own.rva) {
+        return false;
+    }
+    // Some linkers print sizes as they are in the file.
+    const bool isRounded =
+        listed.size % FILE_ALIGNMENT == 0 && listed.size > own.size && listed.size - own.size < FILE_ALIGNMENT;
+    return isRounded || (listed.size <= own.size && own.size - listed.size <= listed.unlisted);
+}
+
 bool SymbolTableBuilder::IsOfImage() const {
     if (m_image.size == 0) {
         return true;
@@ -115,15 +126,10 @@ bool SymbolTableBuilder::IsOfImage() const {
     if (m_timeStamp != 0 && m_image.timeStamp != 0 && m_timeStamp != m_image.timeStamp) {
         return false;
     }
-    // Some linkers print sizes as they are in the file.
-    constexpr unsigned long FILE_ALIGNMENT = 512;
     for (unsigned long i = 0; !m_sections.IsEmpty() && i < m_image.sectionCount; ++i) {
         const SymbolMap::Section& own = m_image.sections[i];
-        const bool isThere = std::any_of(m_sections.begin(), m_sections.end(), [&](const SymbolMap::Section& other) {
-            return other.rva == own.rva &&
-                   (other.size == own.size || (other.size % FILE_ALIGNMENT == 0 && other.size > own.size &&
-                                               other.size - own.size < FILE_ALIGNMENT));
-        });
+        const bool isThere = std::any_of(m_sections.begin(), m_sections.end(),
+                                         [&](const ListedSection& listed) { return Fits(listed, own); });
         if (own.code && own.size != 0 && !isThere) {
             return false;
         }

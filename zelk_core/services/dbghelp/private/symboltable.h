@@ -47,8 +47,8 @@ public:
     /// Whether there is code at `rva`, as the image's sections say; without an image, as `name`, that of the section,
     /// suggests.
     bool IsCode(std::uint64_t rva, StrView name) const;
-    /// A section as the file has it.
-    void AddSection(std::uint64_t rva, std::uint64_t size);
+    /// A section as the file has it, to be compared with the image's, which may have up to `unlisted` bytes more.
+    void AddSection(std::uint64_t rva, std::uint64_t size, std::uint32_t unlisted = 0);
     void AddTimeStamp(std::uint32_t timeStamp);
     void AddExtent(std::uint64_t rva, std::uint64_t size, StrView object);
     void AddSymbol(std::uint64_t rva, StrView name) { Add(rva, name, false); }
@@ -69,11 +69,17 @@ private:
         std::uint32_t order; ///< in the file; substitutes are later than all others
         const char* name;
     };
+    struct ListedSection {
+        std::uint32_t rva;
+        std::uint32_t size;
+        std::uint32_t unlisted;
+    };
     static constexpr std::uint32_t SUBSTITUTE = 0x80000000;
 
     void Add(std::uint64_t rva, StrView name, bool isSubstitute);
     bool IsInside(std::uint64_t rva, std::uint64_t size) const;
     const char* Keep(StrView text);
+    static bool Fits(const ListedSection& listed, const SymbolMap::Section& own);
     bool IsOfImage() const;
     void DropUnderscores();
 
@@ -83,7 +89,7 @@ private:
     bool m_hasPlainName = false; ///< one that begins with a letter
     Error m_error = ERR_OK;
     std::uint32_t m_timeStamp = 0;
-    Vector<SymbolMap::Section> m_sections;
+    Vector<ListedSection> m_sections;
     Vector<Raw> m_symbols;
 };
 
