@@ -1,6 +1,7 @@
-// The modules of this process, the names behind addresses of code, and how deep the stack was.
+// The modules of this process, the names behind addresses of code, a call stack, and how deep the stack was.
 #include "tour.h"
 
+#include <cstdlib>
 #include <zelk_core/zelk_core.h>
 
 namespace {
@@ -22,6 +23,24 @@ void PrintSymbol(const char* what, const void* address) {
           static_cast<unsigned>(info.displacement), FileName(info.module));
 }
 
+/// What qsort() calls: how it came to that is on the stack.
+int CompareAndLook(const void* left, const void* right) {
+    static bool hasLooked = false;
+    if (!hasLooked) {
+        hasLooked = true;
+        Z4::CallStack stack;
+        stack.Capture(0);
+        Print("   %-24s of %u frames, in a comparison that the C library calls\n", "call stack",
+              static_cast<unsigned>(stack.GetCount()));
+        for (unsigned long i = 0; i < stack.GetCount() && i < 6; ++i) {
+            char line[256];
+            stack.FrameToText(i, line, sizeof line, Z4::CallStack::ORIGINS);
+            Print("      %s\n", line);
+        }
+    }
+    return *static_cast<const int*>(left) - *static_cast<const int*>(right);
+}
+
 } // namespace
 
 void TourDebugHelp() {
@@ -38,6 +57,9 @@ void TourDebugHelp() {
     Print("   %-24s %u are loaded\n", "modules", static_cast<unsigned>(modules.GetCount()));
     PrintSymbol("GetErrorString", reinterpret_cast<const void*>(&Z4::GetErrorString));
     PrintSymbol("TourDebugHelp", reinterpret_cast<const void*>(&TourDebugHelp));
+    int numbers[] = {3, 1, 2};
+    modules.Prepare();
+    std::qsort(numbers, 3, sizeof numbers[0], CompareAndLook);
     Print("   %-24s %u bytes of stack at this line\n", "main thread",
           static_cast<unsigned>(Z4::StackSizeMonitorDb::Instance().Sample()));
     Z4::ShutdownDbgHelpService();

@@ -140,7 +140,7 @@ bool RuntimeType() {
 bool DebugHelp() {
     Z4::ProgramModuleDB::Module module{};
     return Z4::ProgramModuleDB::Instance().FindModule(reinterpret_cast<const void*>(&DebugHelp), module) &&
-           module.size != 0;
+           module.size != 0 && Z4::CallStack().Capture(0) != 0;
 }
 
 bool Network() {
