@@ -12,7 +12,7 @@ namespace {
 LONG WINAPI PrintCrash(EXCEPTION_POINTERS* exception) {
     static Z4::CallStack stack;
     static char text[16384];
-    stack.CaptureFrom(*exception->ContextRecord);
+    stack.CaptureFrom(exception->ContextRecord);
     // First without names, which nothing can keep from being printed, and then with them.
     stack.ToText(text, sizeof text, Z4::CallStack::QUICK);
     std::printf("crash %08lx\n%s\n", exception->ExceptionRecord->ExceptionCode, text);
