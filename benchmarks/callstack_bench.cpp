@@ -57,7 +57,7 @@ __attribute__((optimize("no-omit-frame-pointer"))) void StackWalkCapture(benchma
     RtlCaptureContext(&context);
     Z4::CallStack stack;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(stack.CaptureThroughDebugHelp(context));
+        benchmark::DoNotOptimize(stack.CaptureThroughDebugHelp(&context));
     }
     state.counters["frames"] = static_cast<double>(stack.GetCount());
 }

@@ -18,6 +18,8 @@ add_compile_options(-msse2 -mfpmath=sse -mtune=generic)
 add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build
     -ffile-prefix-map=${ZELK_DEPS}=deps) # last, as the sources can lie within
 if(ZELK_MS_ABI)
+    # There are no tables for unwinding: frame pointers are what call stacks are captured by.
+    add_compile_options(-fno-omit-frame-pointer)
     # The last one: no time of day in object files, and so in the libraries that are installed.
     add_compile_options(-fdebug-compilation-dir=. -gno-codeview-command-line -mno-incremental-linker-compatible)
     # Nor in the debug database: not its own name's, not the objects', and the libraries are reached through a link in the

@@ -1,6 +1,8 @@
-// The modules of this process, the names behind addresses of code, how deep the stack was, and who wrote a variable.
+// The modules of this process, the names behind addresses of code, a call stack, how deep the stack was, and who wrote
+// a variable.
 #include "tour.h"
 
+#include <cstdlib>
 #include <zelk_core/zelk_core.h>
 
 namespace {
@@ -20,6 +22,24 @@ void PrintSymbol(const char* what, const void* address) {
     Z4::SymbolHandler::Instance().Resolve(address, info);
     Print("   %-24s %s+%u in %s\n", what, info.function[0] != '\0' ? info.function : "?",
           static_cast<unsigned>(info.displacement), FileName(info.module));
+}
+
+/// What qsort() calls: how it came to that is on the stack.
+int CompareAndLook(const void* left, const void* right) {
+    static bool hasLooked = false;
+    if (!hasLooked) {
+        hasLooked = true;
+        Z4::CallStack stack;
+        stack.Capture(0);
+        Print("   %-24s of %u frames, in a comparison that the C library calls\n", "call stack",
+              static_cast<unsigned>(stack.GetCount()));
+        for (unsigned long i = 0; i < stack.GetCount() && i < 6; ++i) {
+            char line[256];
+            stack.FrameToText(i, line, sizeof line, Z4::CallStack::ORIGINS);
+            Print("      %s\n", line);
+        }
+    }
+    return *static_cast<const int*>(left) - *static_cast<const int*>(right);
 }
 
 volatile long g_watched = 0;
@@ -72,6 +92,9 @@ void TourDebugHelp() {
     Print("   %-24s %u are loaded\n", "modules", static_cast<unsigned>(modules.GetCount()));
     PrintSymbol("GetErrorString", reinterpret_cast<const void*>(&Z4::GetErrorString));
     PrintSymbol("TourDebugHelp", reinterpret_cast<const void*>(&TourDebugHelp));
+    int numbers[] = {3, 1, 2};
+    modules.Prepare();
+    std::qsort(numbers, 3, sizeof numbers[0], CompareAndLook);
     Print("   %-24s %u bytes of stack at this line\n", "main thread",
           static_cast<unsigned>(Z4::StackSizeMonitorDb::Instance().Sample()));
     PrintWriter();

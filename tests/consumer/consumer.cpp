@@ -143,7 +143,7 @@ bool DebugHelp() {
     const void* const here = reinterpret_cast<const void*>(&DebugHelp);
     const char list[] = "1000 T _main\n";
     return Z4::ProgramModuleDB::Instance().FindModule(here, module) && module.size != 0 &&
-           Z4::SymbolHandler::Instance().ResolveQuick(here, info) &&
+           Z4::CallStack().Capture(0) != 0 && Z4::SymbolHandler::Instance().ResolveQuick(here, info) &&
            map.Read(list, sizeof list - 1, {}) == Z4::ERR_OK && map.Find(0x1000, symbol) &&
            std::strcmp(symbol.function, "main") == 0 &&
            Z4::StringBreakpoint::Set("needle", Z4::StringBreakpoint::CHECK, 0, nullptr, nullptr, slot) == Z4::ERR_OK &&

@@ -149,5 +149,7 @@ void CheckDebugHelp() {
 #endif
     CHECK(IsNamed(reinterpret_cast<const void*>(&Z4::GetErrorString), "GetErrorString"));
     CHECK(Z4::StackSizeMonitorDb::Instance().Sample() > 0);
+    Z4::CallStack stack;
+    CHECK(stack.Capture(0) >= 3);
     CheckBreakpoints();
 }

@@ -210,8 +210,8 @@ TEST_F(CallStackTest, OfAnExceptionIsThatOfTheDebugHelpLibrary) {
     CallStack ours;
     CallStack theirs;
     const Handler handler([&](CONTEXT& context) {
-        ours.CaptureFrom(context);
-        EXPECT_EQ(theirs.CaptureThroughDebugHelp(context), ERR_OK);
+        ours.CaptureFrom(&context);
+        EXPECT_EQ(theirs.CaptureThroughDebugHelp(&context), ERR_OK);
     });
     part.Call(2, [&](const StackTruth& truth) {
         RaiseException(0x2A, 0, 0, nullptr);
@@ -229,7 +229,7 @@ TEST_F(CallStackTest, OfACallOfNullHasTheCaller) {
     Prepare();
     CallStack stack;
     const Handler handler([&](CONTEXT& context) {
-        stack.CaptureFrom(context);
+        stack.CaptureFrom(&context);
         context.Eip = *reinterpret_cast<DWORD*>(context.Esp);
         context.Esp += 4;
     });
@@ -342,7 +342,7 @@ TEST_F(CallStackTest, EndsOnEveryStack) {
         context.Ebx = any();
         context.Esi = any();
         CallStack stack;
-        stack.CaptureFrom(context);
+        stack.CaptureFrom(&context);
         ASSERT_GE(stack.GetCount(), 1u);
         longest = (std::max)(longest, static_cast<unsigned>(stack.GetCount()));
     }

@@ -19,8 +19,6 @@
 #include <zelk_core/base/layout.h>
 #include <zelk_core/base/log.h>
 
-struct _CONTEXT; // the system's registers of a thread, `CONTEXT`, which only its own headers define
-
 namespace Z4 {
 
 namespace Private {
@@ -76,9 +74,10 @@ public:
     /// Captures from the registers of an exception, or of a thread that stands still as long as this takes. Where the
     /// stack pointer lies in no readable memory, there is the first frame only. With an instruction pointer that is in
     /// no known module, as after a call of null, the caller is what lies on top of the stack, if that can be.
-    /// @param context with its integer and control registers.
+    /// @param context the system's record of a thread's registers, a `CONTEXT`, with its integer and control registers.
+    /// It is named differently by different compilers' headers, so it has no type here.
     /// @return GetCount().
-    Z4_API unsigned long CaptureFrom(const _CONTEXT& context);
+    Z4_API unsigned long CaptureFrom(const void* context);
     /// Suspends another thread of this process, captures its stack and resumes it. A thread that has been suspended
     /// before stays so.
     /// @return ERR_INVALID for the calling thread, ERR_NOT_FOUND when this process has no such thread, or has it no
@@ -87,7 +86,7 @@ public:
     /// CaptureFrom() by the debug-help library, which knows the frames of modules with a debug database, at the cost of
     /// milliseconds and its lock. Waits until WinDbgHelp is ready. Each frame counts as FRAME_TABLE.
     /// @return ERR_UNSUPPORTED when there is no such library; then there is the first frame only.
-    Z4_API Error CaptureThroughDebugHelp(const _CONTEXT& context);
+    Z4_API Error CaptureThroughDebugHelp(const void* context);
 
     unsigned long GetCount() const { return m_count; }
     /// @param index from 0, the innermost; below GetCount().

@@ -174,7 +174,8 @@ unsigned long CallStack::Capture(unsigned long skip) {
     return m_count;
 }
 
-unsigned long CallStack::CaptureFrom(const CONTEXT& context) {
+unsigned long CallStack::CaptureFrom(const void* given) {
+    const CONTEXT& context = *static_cast<const CONTEXT*>(given);
     m_count = 0;
     m_flags = EXACT;
     const CodeModules::Reader reader(g_codeModules);
@@ -213,7 +214,8 @@ Error CallStack::CaptureThread(unsigned long threadId) {
     return error;
 }
 
-Error CallStack::CaptureThroughDebugHelp(const CONTEXT& context) {
+Error CallStack::CaptureThroughDebugHelp(const void* given) {
+    const CONTEXT& context = *static_cast<const CONTEXT*>(given);
     m_count = 1;
     m_flags = EXACT;
     m_addresses[0] = ToAddress(context.Eip);

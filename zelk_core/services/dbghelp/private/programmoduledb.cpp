@@ -159,8 +159,7 @@ void Z4_CDECL ProgramModuleDB::UpdateModulesList(const WinDbgHelp::DllNotificati
         return;
     }
     ModuleName name;
-    ConvertName(data.fullName, static_cast<int>(std::wcslen(data.fullName)), data.baseName,
-                static_cast<int>(std::wcslen(data.baseName)), name);
+    ConvertName(data.fullName, lstrlenW(data.fullName), data.baseName, lstrlenW(data.baseName), name);
     g_codeModules.Put(data.baseAddress, data.size, name);
 }
 
