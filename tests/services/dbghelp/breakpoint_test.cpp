@@ -43,7 +43,7 @@ void Z4_CDECL Note(const HardwareBreakpoint::Hit& hit, void* context) {
     EXPECT_EQ(context, &g_hits);
     g_hits.push_back(hit);
     Write(8); // its own hits are none
-    EXPECT_EQ(hit.context->Eip, reinterpret_cast<std::uintptr_t>(hit.instruction));
+    EXPECT_EQ(static_cast<const CONTEXT*>(hit.context)->Eip, reinterpret_cast<std::uintptr_t>(hit.instruction));
 }
 
 Error Set(const void* address, unsigned long size, HardwareBreakOn on, unsigned long& slot,
