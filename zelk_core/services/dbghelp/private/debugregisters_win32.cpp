@@ -90,8 +90,9 @@ bool ClearUnchanged(const CONTEXT& atHit) {
 /// Nothing here takes a lock, as the suspended thread may hold any.
 Error UpdateSuspended(HANDLE thread, unsigned long threadId, bool verified, DWORD& foreign) {
     CONTEXT registers{};
-    // The registers of the processor, too: to answer, the system waits until the thread stands.
-    registers.ContextFlags = CONTEXT_DEBUG_REGISTERS | CONTEXT_CONTROL;
+    registers.ContextFlags = CONTEXT_DEBUG_REGISTERS;
+    // Asked where the thread is, the system waits until it stands.
+    registers.ContextFlags |= CONTEXT_CONTROL;
     if (GetThreadContext(thread, &registers) == 0) {
         return TranslateRefusal();
     }
