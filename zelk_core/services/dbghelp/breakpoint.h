@@ -7,9 +7,6 @@
 #include <zelk_core/base/api.h>
 #include <zelk_core/base/error.h>
 
-// The system's record of a thread's registers, which only its own headers define.
-struct _CONTEXT;
-
 namespace Z4 {
 
 /// The debugger that this process runs under, if there is one. Any thread, at any time.
@@ -63,7 +60,7 @@ public:
         /// With BREAK_ON_EXECUTE the instruction that is about to run, else the one behind the instruction that made
         /// the access.
         const void* instruction;
-        const _CONTEXT* context; ///< all registers, valid during the callback
+        const void* context; ///< the system's CONTEXT with all registers, valid during the callback
     };
 
     /// Called on the thread that made the hit, within the instruction that made it, which may stand anywhere: inside

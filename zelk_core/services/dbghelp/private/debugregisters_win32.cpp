@@ -54,7 +54,7 @@ bool Holds(HANDLE thread, const CONTEXT& written) {
 
 /// Brings the calling thread's registers up to date. Others may change the slots meanwhile, and the registers too.
 /// @param foreign receives what PutSlots() returns.
-Error UpdateThisThread(DWORD& foreign, bool verified) {
+Error UpdateThisThread(bool verified, DWORD& foreign) {
     for (;;) {
         const unsigned long changes = g_breakpointChanges.load();
         CONTEXT registers{};
@@ -88,10 +88,11 @@ bool ClearUnchanged(const CONTEXT& atHit) {
 }
 
 /// Nothing here takes a lock, as the suspended thread may hold any.
-Error UpdateSuspended(HANDLE thread, unsigned long threadId, DWORD& foreign, bool verified) {
+Error UpdateSuspended(HANDLE thread, unsigned long threadId, bool verified, DWORD& foreign) {
     CONTEXT registers{};
-    // The registers of the processor, too: to answer, the system waits until the thread stands.
-    registers.ContextFlags = CONTEXT_DEBUG_REGISTERS | CONTEXT_CONTROL;
+    registers.ContextFlags = CONTEXT_DEBUG_REGISTERS;
+    // Asked where the thread is, the system waits until it stands.
+    registers.ContextFlags |= CONTEXT_CONTROL;
     if (GetThreadContext(thread, &registers) == 0) {
         return TranslateRefusal();
     }
@@ -104,7 +105,7 @@ Error UpdateSuspended(HANDLE thread, unsigned long threadId, DWORD& foreign, boo
 }
 
 /// @return ERR_NOT_FOUND when the thread has ended or is none of this process.
-Error UpdateOtherThread(unsigned long threadId, DWORD& foreign, bool verified) {
+Error UpdateOtherThread(unsigned long threadId, bool verified, DWORD& foreign) {
     foreign = 0;
     const HANDLE thread = OpenThread(THREAD_GET_CONTEXT | THREAD_SET_CONTEXT | THREAD_SUSPEND_RESUME |
                                          THREAD_QUERY_INFORMATION | SYNCHRONIZE,
@@ -116,7 +117,7 @@ Error UpdateOtherThread(unsigned long threadId, DWORD& foreign, bool verified) {
     if (GetProcessIdOfThread(thread) == GetCurrentProcessId()) {
         constexpr DWORD REFUSED = 0xFFFFFFFF;
         if (SuspendThread(thread) != REFUSED) {
-            result = UpdateSuspended(thread, threadId, foreign, verified);
+            result = UpdateSuspended(thread, threadId, verified, foreign);
             ResumeThread(thread);
         } else {
             result = ERR_ACCESS_DENIED;
@@ -133,9 +134,9 @@ Error UpdateOtherThread(unsigned long threadId, DWORD& foreign, bool verified) {
 
 /// Brings the registers of all threads up to date; of a thread that ends meanwhile none are asked for. Goes on after an
 /// error and tells the first.
-Error UpdateAllThreads(DWORD& foreign) {
+Error UpdateAllThreads(bool verified, DWORD& foreign) {
     const DWORD self = GetCurrentThreadId();
-    Error result = UpdateThisThread(foreign, true);
+    Error result = UpdateThisThread(verified, foreign);
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
     if (snapshot == INVALID_HANDLE_VALUE) {
         return result != ERR_OK ? result : ERR_OUT_OF_RESOURCES;
@@ -147,7 +148,7 @@ Error UpdateAllThreads(DWORD& foreign) {
             continue;
         }
         DWORD itsForeign = 0;
-        const Error error = UpdateOtherThread(entry.th32ThreadID, itsForeign, false);
+        const Error error = UpdateOtherThread(entry.th32ThreadID, false, itsForeign);
         foreign |= itsForeign;
         if (result == ERR_OK && error != ERR_NOT_FOUND) {
             result = error;
@@ -159,17 +160,17 @@ Error UpdateAllThreads(DWORD& foreign) {
 
 } // namespace
 
-Error Private::UpdateRegisters(unsigned long threadId, DWORD& foreign) {
+Error Private::UpdateRegisters(unsigned long threadId, bool verified, DWORD& foreign) {
     if (threadId == HardwareBreakpoint::ALL_THREADS) {
-        return UpdateAllThreads(foreign);
+        return UpdateAllThreads(verified, foreign);
     }
-    return threadId == GetCurrentThreadId() ? UpdateThisThread(foreign, true)
-                                            : UpdateOtherThread(threadId, foreign, true);
+    return threadId == GetCurrentThreadId() ? UpdateThisThread(verified, foreign)
+                                            : UpdateOtherThread(threadId, verified, foreign);
 }
 
 void Private::AdoptBreakpoints() {
     DWORD foreign = 0;
-    UpdateThisThread(foreign, false);
+    UpdateThisThread(false, foreign);
 }
 
 void Private::ClearHit(const CONTEXT& atHit) {

@@ -46,12 +46,12 @@ inline constinit BreakpointSlot g_breakpointSlots[HardwareBreakpoint::SLOTS];
 /// updates itself meanwhile notices, and begins anew.
 inline constinit std::atomic<unsigned long> g_breakpointChanges{0};
 
-/// Brings the registers of a thread, or of all, up to date, and sees whether the system keeps what is written. One
-/// caller at a time.
+/// Brings the registers of a thread, or of all, up to date. One caller at a time.
+/// @param verified whether to see that the system keeps what is written; of all threads, in the calling one.
 /// @param foreign receives the bits of slots that are in others' hands, in one of the threads.
 /// @return the first error, though the other threads have theirs all the same. ERR_NOT_FOUND for a thread that has
 /// ended or is none of this process; of all threads, those are left out.
-Error UpdateRegisters(unsigned long threadId, DWORD& foreign);
+Error UpdateRegisters(unsigned long threadId, bool verified, DWORD& foreign);
 
 /// UpdateRegisters() of the calling thread, at any time and with whatever result.
 void AdoptBreakpoints();

@@ -40,10 +40,10 @@ bool IsAnySet() {
 }
 
 /// Puts a change of the slots into the registers of its threads, and of those that are about to begin.
-Error Publish(unsigned long threadId, DWORD& foreign) {
+Error Publish(unsigned long threadId, bool verified, DWORD& foreign) {
     Private::g_breakpointChanges.fetch_add(1);
     Private::g_threadObserver.store(IsAnySet() ? Private::AdoptBreakpoints : nullptr, std::memory_order_release);
-    return Private::UpdateRegisters(threadId, foreign);
+    return Private::UpdateRegisters(threadId, verified, foreign);
 }
 
 /// Tells of one hit. Without a place it is only counted.
@@ -123,13 +123,13 @@ Error Occupy(BreakpointSlot& slot, unsigned long threadId, bool& isForeign) {
     g_everSet.fetch_or(bit);
     slot.use.store(slot.lastUse);
     DWORD foreign = 0;
-    const Error result = Publish(threadId, foreign);
+    const Error result = Publish(threadId, true, foreign);
     isForeign = (foreign & bit) != 0;
     if (result == ERR_OK && !isForeign) {
         return ERR_OK;
     }
     slot.use.store(0);
-    Publish(threadId, foreign);
+    Publish(threadId, false, foreign);
     return isForeign ? ERR_OUT_OF_RESOURCES : result;
 }
 
@@ -207,7 +207,7 @@ Error HardwareBreakpoint::Clear(unsigned long slot) {
         }
         const Silence silence;
         DWORD foreign = 0;
-        Publish(g_breakpointSlots[slot].threadId.load(), foreign);
+        Publish(g_breakpointSlots[slot].threadId.load(), false, foreign);
     }
     g_uses.WaitFor(use, GetCurrentThreadId());
     return ERR_OK;
