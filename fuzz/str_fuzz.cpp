@@ -254,15 +254,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const StrView text(reinterpret_cast<const char*>(data) + 2, size - 2);
     const unsigned choice = data[0] + 256U * data[1];
-    RequireSearches<char>(text, choice);
-    RequireSearches<wchar_t>(text, choice);
-    RequireInteger<std::int8_t>(text, choice);
-    RequireInteger<std::uint16_t>(text, choice);
-    RequireInteger<std::int32_t>(text, choice);
-    RequireInteger<std::uint32_t>(text, choice);
-    RequireInteger<std::int64_t>(text, choice);
-    RequireInteger<std::uint64_t>(text, choice);
-    RequireCuts(text, choice);
+    choice % 5 < 3 ? RequireSearches<char>(text, choice) : RequireSearches<wchar_t>(text, choice);
+    static constexpr void (*INTEGERS[])(StrView, unsigned) = {
+        RequireInteger<std::int8_t>,   RequireInteger<std::uint16_t>, RequireInteger<std::int32_t>,
+        RequireInteger<std::uint32_t>, RequireInteger<std::int64_t>,  RequireInteger<std::uint64_t>};
+    INTEGERS[choice / 16 % 6](text, choice);
+    choice / 8 % 4 == 0 ? RequireCuts(text, choice) : void();
     RequireUtf(text);
     RequireNumber(text);
     RequireIdentifier(text);

@@ -72,6 +72,12 @@ TEST(Utf, WhatIsIllFormedIsReplacedByParts) {
     EXPECT_EQ(Utf::ToUtf8(bytes, sizeof(bytes), lone, length, &badAt), Z4::ERR_CORRUPTED_DATA);
     EXPECT_STREQ(bytes, "a");
     EXPECT_EQ(badAt, 1u);
+    std::string umlauts;
+    for (int i = 0; i < 40; ++i) {
+        umlauts += Encoded(0xE4);
+    }
+    EXPECT_EQ(Utf::ToUtf16(units, 20, {umlauts.data(), umlauts.size()}, length), Z4::ERR_OVERFLOW);
+    EXPECT_TRUE(length == 40 && Stored(units) == std::u16string(19, 0xE4));
     EXPECT_EQ(Utf::Cut("\x80\x80\x80\x80\x80", 4).Size(), 4u);
 }
 

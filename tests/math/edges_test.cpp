@@ -1,6 +1,7 @@
-// Hunted here: places of a group that are none, a solid of no planes, and triangles so small that the products of their
-// coordinates vanish.
+// Hunted here: places of a group that are none, a solid of no planes, triangles so small that the products of their
+// coordinates vanish, rays that begin nowhere.
 #include <gtest/gtest.h>
+#include <limits>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/intersectray.h>
 
@@ -30,6 +31,12 @@ TEST(GeometryEdges, RaysMeetTinyTrianglesButNoSolidOfNothing) {
         EXPECT_EQ(isHit, shift == 0) << shift;
     }
     EXPECT_EQ(t, 1);
+    constexpr float ENDS[] = {-std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()};
+    for (const float first : ENDS) {
+        const GeometryRay line({0, 0, 1, 0}, {0, 0, 1, 0}, 9, first);
+        const bool isHit = IntersectRayTriangle(line, {1, 0, 0, 0}, {-1, 1, 0, 0}, {-1, -1, 0, 0}, t, u, v);
+        EXPECT_EQ(isHit, first == first);
+    }
 }
 
 } // namespace

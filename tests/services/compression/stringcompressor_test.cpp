@@ -116,8 +116,9 @@ TEST(StringCompressor, AnyRoomThatIsTooSmallIsRefused) {
     const std::string text(3 * MAX_BLOCK_LENGTH, 'e');
     const Compressor compressor;
     const unsigned long whole = Compress(text).size;
-    std::string out(whole, UNTOUCHED);
+    std::string out(whole + 3, UNTOUCHED); // as the raw form wants
     unsigned long size = 0;
+    EXPECT_TRUE(!compressor.Compress("e", 1, out.data(), 8, size, nullptr, Compressor::DETECT, 0));
     for (unsigned long room = 0; room <= whole; room += (room + 13) % 3073 < 26 ? 1 : 13) {
         EXPECT_EQ(compressor.Compress(text.data(), 3 * MAX_BLOCK_LENGTH, out.data(), room, size, nullptr,
                                       Compressor::DETECT, 0) == Z4::ERR_OK,
