@@ -46,10 +46,11 @@ Interval Products(const VectorSIMD4f& factor, const VectorSIMD4f& low, const Vec
 
 /// Whether the way from 0 to `way` meets the box from `low` to `max`. The axes that may part them are the box's own and
 /// the cross products of these with the way. Along the latter the way is the number 0, and the box reaches over it
-/// where way.y x and way.x y, for instance, have a value in common; rounding errors that could part them are those of
-/// slabs.
+/// where way.y x and way.x y, for instance, have a value in common; the rounding errors that could part them are
+/// those of slabs.h.
 bool MeetsBox(const VectorSIMD4f& way, const VectorSIMD4f& low, const VectorSIMD4f& max) {
-    // Infinity times 0 is a NaN. From a low end, Products() takes none.
+    // Infinity times 0 is a NaN, which Min() and Max() pass over where it comes from the low end, but not from this
+    // one.
     const VectorSIMD4f high = Min(Greatest(), max);
     const Interval one = Products(Yzx(way), low, high);
     const Interval other = Products(way, Yzx(low), Yzx(high));
