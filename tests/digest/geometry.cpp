@@ -352,28 +352,28 @@ void AddClipped(Digest& digest, ClipPolygon clipPolygon, ClipByConvex clipByConv
 }
 
 /// Of either namespace.
-#define ZELK_ADD_SWEPT(form)                                                                              \
-    [](Digest& digest, Input& input) {                                                                    \
-        const Points points(input);                                                                       \
-        const VectorSIMD4f* const p = points.p;                                                           \
-        const float radius = Abs(p[4]).W();                                                               \
-        const GeometryAABB box(Min(p[1], p[2]), Max(p[1], p[2]));                                         \
-        const GeometryAABB other(Min(p[3], p[4]), Max(p[3], p[4]));                                       \
-        const VectorSIMD4f move = p[3] - p[0];                                                            \
-        float t = 7;                                                                                      \
-        VectorSIMD4f written(7, 7, 7, 7);                                                                 \
-        digest.Add(form::IntersectSweptSpherePlane(p[0], radius, move, p[1], t));                         \
-        digest.Add(t);                                                                                    \
-        digest.Add(form::IntersectSweptSphereSphere(p[0], radius, move, p[1], p[2].W(), t));              \
-        digest.Add(t);                                                                                    \
-        digest.Add(form::IntersectSweptSphereTriangle(p[0], radius, move, p[1], p[2], p[4], t, written)); \
-        digest.Add(t, written);                                                                           \
-        digest.Add(form::IntersectSweptSphereAABB(p[0], radius, move, box, t, written));                  \
-        digest.Add(t, written);                                                                           \
-        digest.Add(form::IntersectSweptSphereOBB(p[0], radius, move, Box(input), t, written));            \
-        digest.Add(t, written);                                                                           \
-        digest.Add(form::IntersectSweptAABBAABB(box, move, other, t, written));                           \
-        digest.Add(t, written);                                                                           \
+#define ZELK_ADD_SWEPT(form)                                                                            \
+    [](Digest& into, Input& input) {                                                                    \
+        const Points points(input);                                                                     \
+        const VectorSIMD4f* const p = points.p;                                                         \
+        const float radius = Abs(p[4]).W();                                                             \
+        const GeometryAABB box(Min(p[1], p[2]), Max(p[1], p[2]));                                       \
+        const GeometryAABB other(Min(p[3], p[4]), Max(p[3], p[4]));                                     \
+        const VectorSIMD4f move = p[3] - p[0];                                                          \
+        float t = 7;                                                                                    \
+        VectorSIMD4f written(7, 7, 7, 7);                                                               \
+        into.Add(form::IntersectSweptSpherePlane(p[0], radius, move, p[1], t));                         \
+        into.Add(t);                                                                                    \
+        into.Add(form::IntersectSweptSphereSphere(p[0], radius, move, p[1], p[2].W(), t));              \
+        into.Add(t);                                                                                    \
+        into.Add(form::IntersectSweptSphereTriangle(p[0], radius, move, p[1], p[2], p[4], t, written)); \
+        into.Add(t, written);                                                                           \
+        into.Add(form::IntersectSweptSphereAABB(p[0], radius, move, box, t, written));                  \
+        into.Add(t, written);                                                                           \
+        into.Add(form::IntersectSweptSphereOBB(p[0], radius, move, Box(input), t, written));            \
+        into.Add(t, written);                                                                           \
+        into.Add(form::IntersectSweptAABBAABB(box, move, other, t, written));                           \
+        into.Add(t, written);                                                                           \
     }
 
 template <class Add>
