@@ -27,7 +27,9 @@ else()
     # CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.
     set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
     # Readers of the newer form are few: the system's debug-help library in Wine knows this one only.
-    target_compile_options(zelk_core PRIVATE -gdwarf-4)
+    foreach(part zelk_core ${compression_libraries})
+        target_compile_options(${part} PRIVATE -gdwarf-4)
+    endforeach()
     target_link_options(zelk_core PRIVATE
         -static-libgcc -Wl,-Map=$<TARGET_FILE:zelk_core>.map -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
 

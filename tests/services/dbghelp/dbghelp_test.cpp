@@ -104,7 +104,8 @@ TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     EXPECT_NE(info.line, 0u);
     EXPECT_EQ(info.source, SYMBOL_DEBUG_INFO);
     const int local = ZelkTestLandmark(0);
-    EXPECT_FALSE(SymbolHandler::Instance().ResolveQuick(&local, info)) << "no module";
+    SymbolInfo quick;
+    EXPECT_FALSE(SymbolHandler::Instance().ResolveQuick(&local, quick)) << "no module";
     EXPECT_FALSE(SymbolHandler::Instance().Resolve(&local, info)) << "no module";
     EXPECT_STREQ(info.module, "");
     EXPECT_STREQ(info.function, "");

@@ -83,6 +83,7 @@ TEST_F(SymbolHandlerTest, KnowsEachFunctionThatNmKnows) {
             SymbolInfo quick;
             ASSERT_TRUE(m_handler.Resolve(At(rva), info) && m_handler.ResolveQuick(At(rva), quick));
             EXPECT_STREQ(info.function, quick.function);
+            EXPECT_TRUE(*info.function != '\0' || info.source != SYMBOL_FILE);
             EXPECT_STREQ(quick.module, LIBRARY);
             known += info.source == SYMBOL_FILE ? 1 : 0;
             if (info.source == SYMBOL_FILE && !byMap) {
