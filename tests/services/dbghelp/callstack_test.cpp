@@ -170,6 +170,17 @@ __attribute__((noinline, optimize("no-omit-frame-pointer"))) int CaptureQuickly(
     const void* two[2];
     EXPECT_EQ(CallStack::CaptureQuick(two, 2, 3), 2u);
     EXPECT_EQ(two[1], addresses[4]);
+    // Chains that end at what is in the place of this function's frame pointer.
+    auto* const frame = static_cast<std::uintptr_t*>(__builtin_frame_address(0));
+    const auto at = reinterpret_cast<std::uintptr_t>(frame);
+    const std::uintptr_t saved = frame[0];
+    for (const std::uintptr_t broken : {at, at - 4, at + 4, at + 9, std::uintptr_t{0}, ~std::uintptr_t{0} - 3}) {
+        frame[0] = broken;
+        const void* few[8];
+        const unsigned long frames = CallStack::CaptureQuick(few, 8, 0);
+        frame[0] = saved;
+        EXPECT_EQ(frames, 2u) << broken - at;
+    }
     return 0;
 }
 
@@ -396,6 +407,22 @@ TEST_F(CallStackTest, AllocatesNothingButByPrepare) {
     stack.ToText(text, sizeof text, CallStack::OFFSETS_ONLY);
     EXPECT_EQ(stack.GetHash(), stack.GetHash());
     EXPECT_EQ(ZelkHost::FailAllocations(0), 0u);
+}
+
+TEST_F(CallStackTest, NeedsLittleStack) {
+    Prepare();
+    std::thread([] {
+        static CallStack stack;
+        StackSizeMonitorDb& monitor = StackSizeMonitorDb::Instance();
+        monitor.Paint(32768);
+        const unsigned long use = monitor.Sample();
+        stack.Capture(0);
+        monitor.Sample();
+        StackSizeMonitorDb::Entry entry{};
+        EXPECT_TRUE(monitor.FindThread(GetCurrentThreadId(), entry));
+        EXPECT_LT(entry.largestUse - use, 1600u);
+        EXPECT_GE(stack.GetCount(), 3u);
+    }).join();
 }
 
 TEST_F(CallStackTest, TellsEachFrameOnALine) {

@@ -37,14 +37,14 @@ enum FrameOrigin : unsigned char {
 /// The addresses of one call stack, a plain value of 328 bytes. Each capture replaces what was in it. Different threads
 /// may use different objects at the same time; the static function is for any thread.
 ///
-/// A capture allocates nothing, takes no lock, and uses little of the stack: about one KiB, for a large part of it the
-/// object itself, if that lies there. It reads the stack between the stack pointer and the stack's end, and the code
-/// and tables of known modules, and nothing else. Each frame lies higher than the one before, so it ends on whatever
-/// the stack holds. So a handler of exceptions may capture, whatever has happened to the thread.
+/// A capture allocates nothing, takes no lock, and needs less than 1,600 bytes of stack besides the object. It reads the
+/// stack between the stack pointer and the stack's end, and the code and tables of known modules, and nothing else. Each
+/// frame lies higher than the one before, so it ends on whatever the stack holds. So a handler of exceptions may
+/// capture, whatever has happened to the thread.
 ///
 /// The address of a frame is the one at which its function goes on: the one behind the call. Where the first frame is
-/// from a context, it is the instruction itself. The first address in no
-/// known module is the last of the stack.
+/// from a context, it is the instruction itself. The first address in no known module is the last of the
+/// stack.
 class CallStack {
 public:
     static constexpr unsigned long MAX_FRAMES = 64; ///< further ones are cut off
