@@ -1,5 +1,5 @@
 // The factory's look-up beside the maps that one would write instead, and a creation beside a call of the creator
-// alone. The argument is the number of classes; `predictable` asks for 16 of them in turn. --large adds ten millions.
+// alone. The size is the number of classes; `predictable` asks for 16 of them in turn. --large adds ten millions.
 #include "keys.h"
 
 #include <cstring>

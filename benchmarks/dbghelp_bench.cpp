@@ -1,15 +1,21 @@
-// A forwarded debug-help call beside the direct one inside a critical section; call stacks beside the system's ways to
-// them; the list of modules beside the debug-help library's.
+// A forwarded debug-help call beside the direct one inside a critical section; names of addresses of our own DLL by its
+// map and by its exports, beside the library's own hits; and the reading of the map, beside a search for its line feeds
+// and a copy of it.
 #include <windows.h>
 
-#include <atomic>
 #include <benchmark/benchmark.h>
+#include <cstdlib>
+#include <cstring>
 #include <dbghelp.h>
+#include <fstream>
 #include <host/zelkhost.h>
-#include <thread>
-#include <zelk_core/services/dbghelp/callstack.h>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <vector>
 #include <zelk_core/services/dbghelp/lifecycle.h>
-#include <zelk_core/services/dbghelp/programmoduledb.h>
+#include <zelk_core/services/dbghelp/symbolhandler.h>
+#include <zelk_core/services/dbghelp/symbolmap.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
 
 namespace {
@@ -56,136 +62,131 @@ void DirectHeader(benchmark::State& state) {
     DeleteCriticalSection(&section);
 }
 
-/// Calls `body(state)` 32 frames deep, each of which keeps a frame pointer.
-__attribute__((noinline, optimize("no-omit-frame-pointer"))) void AtDepth(int depth, void (*body)(benchmark::State&),
-                                                                          benchmark::State& state) {
-    if (depth == 0) {
-        body(state);
-    } else {
-        AtDepth(depth - 1, body, state);
-    }
-    benchmark::ClobberMemory();
-}
+/// Our DLL, its map, and addresses of functions in it.
+struct Subject {
+    HMODULE base = GetModuleHandleA(ZELK_DLL_FILE);
+    std::string map;
+    Z4::SymbolMap symbols;
+    std::vector<unsigned long> places;
 
-template <void (*body)(benchmark::State&)>
-void Deep(benchmark::State& state) {
-    AtDepth(31, body, state);
-}
-
-__attribute__((optimize("no-omit-frame-pointer"))) void QuickCapture(benchmark::State& state) {
-    const void* addresses[32];
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(Z4::CallStack::CaptureQuick(addresses, 32, 0));
-    }
-    state.counters["frames"] = Z4::CallStack::CaptureQuick(addresses, 32, 0);
-}
-
-__attribute__((optimize("no-omit-frame-pointer"))) void SystemsQuickCapture(benchmark::State& state) {
-    void* addresses[32];
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(RtlCaptureStackBackTrace(0, 32, addresses, nullptr));
-    }
-    state.counters["frames"] = RtlCaptureStackBackTrace(0, 32, addresses, nullptr);
-}
-
-void FullCapture(benchmark::State& state) {
-    Z4::CallStack stack;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(stack.Capture(0));
-    }
-    state.counters["frames"] = static_cast<double>(stack.GetCount());
-}
-
-__attribute__((optimize("no-omit-frame-pointer"))) void StackWalkCapture(benchmark::State& state) {
-    CONTEXT context;
-    RtlCaptureContext(&context);
-    Z4::CallStack stack;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(stack.CaptureThroughDebugHelp(&context));
-    }
-    state.counters["frames"] = static_cast<double>(stack.GetCount());
-}
-
-/// A thread that waits at a depth like that of others.
-class Waiter {
-public:
-    Waiter()
-        : m_event(CreateEventA(nullptr, TRUE, FALSE, nullptr)), m_thread([this] {
-              m_id = GetCurrentThreadId();
-              WaitForSingleObject(m_event, INFINITE);
-          }) {
-        Sleep(100);
-    }
-    ~Waiter() {
-        SetEvent(m_event);
-        m_thread.join();
-        CloseHandle(m_event);
-    }
-    Waiter(const Waiter&) = delete;
-    Waiter& operator=(const Waiter&) = delete;
-
-    DWORD Id() const { return m_id; }
-
-private:
-    HANDLE m_event;
-    std::atomic<DWORD> m_id{0};
-    std::thread m_thread;
-};
-
-void ThreadCapture(benchmark::State& state) {
-    const Waiter waiter;
-    Z4::CallStack stack;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(stack.CaptureThread(waiter.Id()));
-    }
-    state.counters["frames"] = static_cast<double>(stack.GetCount());
-}
-
-void SuspendAndResume(benchmark::State& state) {
-    const Waiter waiter;
-    const HANDLE thread = OpenThread(THREAD_ALL_ACCESS, FALSE, waiter.Id());
-    CONTEXT context{};
-    context.ContextFlags = CONTEXT_CONTROL | CONTEXT_INTEGER;
-    for (auto _ : state) {
-        SuspendThread(thread);
-        GetThreadContext(thread, &context);
-        ResumeThread(thread);
-    }
-    CloseHandle(thread);
-}
-
-void ListModules(benchmark::State& state) {
-    Z4::ProgramModuleDB& modules = Z4::ProgramModuleDB::Instance();
-    Z4::ProgramModuleDB::Module module;
-    for (auto _ : state) {
-        for (unsigned long i = 0; modules.GetModule(i, module); ++i) {
-            benchmark::DoNotOptimize(module.baseAddress);
+    Subject() {
+        char path[MAX_PATH];
+        GetModuleFileNameA(base, path, MAX_PATH);
+        std::ifstream file(path + std::string(".map"), std::ios::binary);
+        map.assign(std::istreambuf_iterator<char>(file), {});
+        if (symbols.Read(map.data(), static_cast<unsigned long>(map.size()), {}) != Z4::ERR_OK ||
+            Z4::SymbolHandler::Instance().LoadSymbolFile(base, nullptr) != Z4::ERR_OK) {
+            std::abort();
+        }
+        if (Z4::WinDbgHelp::Instance().SymLoadModule64(GetCurrentProcess(), nullptr, path, nullptr,
+                                                       reinterpret_cast<ULONG_PTR>(base), 0) == 0) {
+            std::abort();
+        }
+        // Both know these, so that hits are compared with hits.
+        for (unsigned long rva = 0x1000; places.size() < 256 && rva < 0x60000; rva += 0x123) {
+            Z4::SymbolMap::Symbol symbol;
+            if (symbols.Find(rva, symbol) && *symbol.function != '\0' && AskLibrary(rva)) {
+                places.push_back(rva);
+            }
         }
     }
-}
 
-int __stdcall TakeModule(const char*, unsigned long long base, unsigned long, void*) {
-    benchmark::DoNotOptimize(base);
-    return TRUE;
-}
-
-void EnumerateModules(benchmark::State& state) {
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(
-            Z4::WinDbgHelp::Instance().EnumerateLoadedModules64(GetCurrentProcess(), TakeModule, nullptr));
+    bool AskLibrary(unsigned long rva) const {
+        struct {
+            IMAGEHLP_SYMBOL64 symbol;
+            char name[256];
+        } record;
+        record.symbol.SizeOfStruct = sizeof record.symbol;
+        record.symbol.MaxNameLength = sizeof record.name;
+        DWORD64 displacement = 0;
+        const bool isKnown = Z4::WinDbgHelp::Instance().SymGetSymFromAddr64(
+            GetCurrentProcess(), reinterpret_cast<ULONG_PTR>(base) + rva, &displacement, &record.symbol);
+        benchmark::DoNotOptimize(record.symbol.Name[0]);
+        return isKnown;
     }
+};
+
+std::optional<Subject> g_subject; // gone before the host's end
+
+template <class Ask>
+void LookUp(benchmark::State& state, Ask ask) {
+    const Subject& subject = *g_subject;
+    std::size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(ask(subject, subject.places[i++ % subject.places.size()]));
+    }
+}
+
+void NameByMap(benchmark::State& state) {
+    LookUp(state, [](const Subject& subject, unsigned long rva) {
+        Z4::SymbolMap::Symbol symbol;
+        return subject.symbols.Find(rva, symbol);
+    });
+}
+
+void NameQuickly(benchmark::State& state) {
+    LookUp(state, [](const Subject& subject, unsigned long rva) {
+        Z4::SymbolInfo info;
+        return Z4::SymbolHandler::Instance().ResolveQuick(reinterpret_cast<const char*>(subject.base) + rva, info);
+    });
+}
+
+void NameByLibrary(benchmark::State& state) {
+    LookUp(state, [](const Subject& subject, unsigned long rva) { return subject.AskLibrary(rva); });
+}
+
+void NameByExports(benchmark::State& state) {
+    const auto* const address = reinterpret_cast<const char*>(
+        reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleA("ntdll.dll"), "NtClose")));
+    for (auto _ : state) {
+        Z4::SymbolInfo info;
+        benchmark::DoNotOptimize(Z4::SymbolHandler::Instance().ResolveQuick(address + 3, info));
+    }
+}
+
+void ReadMap(benchmark::State& state) {
+    const std::string& map = g_subject->map;
+    for (auto _ : state) {
+        Z4::SymbolMap symbols;
+        benchmark::DoNotOptimize(symbols.Read(map.data(), static_cast<unsigned long>(map.size()), {}) == Z4::ERR_OK);
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * map.size()));
+}
+
+void ScanMap(benchmark::State& state) {
+    const std::string& map = g_subject->map;
+    for (auto _ : state) {
+        std::size_t lines = 0;
+        const char* place = map.data();
+        const char* const end = place + map.size();
+        while (const void* const found = std::memchr(place, '\n', static_cast<std::size_t>(end - place))) {
+            place = static_cast<const char*>(found) + 1;
+            ++lines;
+        }
+        benchmark::DoNotOptimize(lines);
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * map.size()));
+}
+
+void CopyMap(benchmark::State& state) {
+    const std::string& map = g_subject->map;
+    std::string copy(map.size(), ' ');
+    for (auto _ : state) {
+        std::memcpy(copy.data(), map.data(), map.size());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * map.size()));
 }
 
 } // namespace
 
-BENCHMARK(Deep<QuickCapture>)->Name("stack_quick_32/zelk");
-BENCHMARK(Deep<SystemsQuickCapture>)->Name("stack_quick_32/RtlCaptureStackBackTrace");
-BENCHMARK(Deep<FullCapture>)->Name("stack_full/zelk");
-BENCHMARK(Deep<StackWalkCapture>)->Name("stack_full/StackWalk64");
-BENCHMARK(ThreadCapture)->Name("stack_of_thread/zelk");
-BENCHMARK(SuspendAndResume)->Name("stack_of_thread/suspend_and_resume");
-BENCHMARK(ListModules)->Name("module_list/zelk");
-BENCHMARK(EnumerateModules)->Name("module_list/EnumerateLoadedModules64");
+BENCHMARK(NameByMap)->Name("symbol_of_address/zelk_map");
+BENCHMARK(NameQuickly)->Name("symbol_of_address/zelk_quick");
+BENCHMARK(NameByLibrary)->Name("symbol_of_address/debug_help");
+BENCHMARK(NameByExports)->Name("export_of_address/zelk");
+BENCHMARK(ReadMap)->Name("symbol_file_read/zelk");
+BENCHMARK(ScanMap)->Name("symbol_file_read/line_feeds");
+BENCHMARK(CopyMap)->Name("symbol_file_read/copy");
 BENCHMARK(ForwardedOptions)->Name("debug_help_get_options/zelk");
 BENCHMARK(DirectOptions)->Name("debug_help_get_options/locked_call");
 BENCHMARK(ForwardedHeader)->Name("debug_help_nt_header/zelk");
@@ -196,7 +197,8 @@ int main(int argc, char** argv) {
     ZelkHost::Install();
     Z4::InitializeDbgHelpService(false);
     Z4::WinDbgHelp::Instance().IsLoaded();
-    Z4::ProgramModuleDB::Instance().Prepare();
+    g_subject.emplace();
     benchmark::RunSpecifiedBenchmarks();
+    g_subject.reset();
     Z4::ShutdownDbgHelpService();
 }

@@ -1,5 +1,6 @@
 // Each lock beside what it stands on: a raw critical section, or a bare exchange and store. With more threads than
-// cores, what is measured is mostly how often the system changes threads.
+// cores, what is measured is mostly how often the system changes threads. Time is
+// that of one locking and unlocking.
 #include <windows.h>
 
 #include <atomic>

@@ -1,8 +1,7 @@
 // Map beside std::map: `std_on_host` takes its memory from the reference host's table, as ours does; `std` takes it
 // from the C++ heap, so that it shows what the table costs. Which is the faster search depends on the branch predictor:
 // ours has no branch that depends on a key, the peer's has one per level. So there are two rows, named by what the
-// predictor can do. The argument is the number of entries; --large adds ten millions,
-// which take minutes.
+// predictor can do. The size is the number of entries; --large adds ten millions, which take minutes.
 #include "hostallocator.h"
 #include "keys.h"
 

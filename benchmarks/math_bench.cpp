@@ -1,5 +1,5 @@
 // Every row `what/zelk` stands beside the same work in plain scalar code (mathscalar.h) and in glm, with glm's own SIMD
-// code and aligned types. One iteration is `COUNT` operations, all in the nearest cache.
+// code and aligned types. One iteration is 64 operations, all in the nearest cache.
 #define GLM_FORCE_INTRINSICS
 #define GLM_FORCE_DEFAULT_ALIGNED_GENTYPES
 

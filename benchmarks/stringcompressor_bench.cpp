@@ -1,5 +1,6 @@
 // StringCompressor beside raw deflate and inflate at zlib's usual level, on one short text at a time: what a user would
-// call for it is counted whole, zlib's set-up and clean-up included, and the compressor's content detection.
+// call for it is counted whole, zlib's set-up and clean-up included, and the compressor's content detection. The size
+// is that of a text of lower-case words; 0 stands for all of many mixed texts, one after another.
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <string>

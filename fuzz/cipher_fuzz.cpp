@@ -4,6 +4,7 @@
 #include "hostmemory.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -66,6 +67,17 @@ void RoundTrip(const Choices& choices, const std::vector<char>& plain, BlockFunc
     std::copy(plain.begin(), plain.end(), in);
     Require(cipher.Encode(in, coded, size) == padded);
     Require(std::equal(expected.begin(), expected.end(), coded));
+
+    // From where it lies to where it goes, which may overlap, by less than a block or by more.
+    const int shift = choices.outOffset - 128;
+    const auto both = std::make_unique<char[]>(padded + static_cast<unsigned>(std::abs(shift)));
+    char* const from = both.get() + std::max(0, -shift);
+    std::copy(plain.begin(), plain.end(), from);
+    Require(cipher.Encode(from, from + shift, size) == padded);
+    Require(std::equal(expected.begin(), expected.end(), from + shift));
+    std::copy(expected.begin(), expected.end(), from);
+    Require(cipher.Decode(from, from + shift, padded) == padded);
+    Require(std::equal(plain.begin(), plain.end(), from + shift));
 
     // Deciphered whole, it is the text again; any prefix is deciphered as far as its blocks go.
     const auto restored = std::make_unique<char[]>(padded);

@@ -246,6 +246,26 @@ zelk_seeded_fault(observer_removal_skips_the_next
     SOURCES proof/observer_scenarios.cpp
     SANITIZER address SCENARIO ObserverGoesWhileItIsCalled FOUND "FAULT: an observer is skipped")
 
+zelk_seeded_fault(range_is_freed_while_it_is_read
+    FILE services/dbghelp/private/rangetable.h
+    TEXT "            if (m_readers.load() == 0) {"
+    REPLACEMENT "            {"
+    SOURCES proof/rangetable_scenarios.cpp
+    SANITIZER address SCENARIO RangeIsReplacedWhileItIsRead FOUND "heap-use-after-free")
+
+zelk_seeded_fault(range_reader_counts_itself_too_late
+    FILE services/dbghelp/private/rangetable.h
+    TEXT "        m_readers.fetch_add(1);
+        bool result = false;
+        const unsigned end = m_end.load();"
+    REPLACEMENT "        bool result = false;
+        const unsigned end = m_end.load();
+        const Entry* const early = m_entries[0].load();
+        if (early != nullptr && address - early->base < early->size) return read(*early);
+        m_readers.fetch_add(1);"
+    SOURCES proof/rangetable_scenarios.cpp
+    SANITIZER address SCENARIO RangeIsDroppedWhileItIsRead FOUND "heap-use-after-free")
+
 # Readers of the modules: a change that they cannot notice, a look that is not repeated, blocks that are freed too early,
 # and a wait that misses those of one count.
 set(module_scenario SOURCES proof/module_scenarios.cpp SANITIZER address FOUND "FAULT: |AddressSanitizer")
@@ -272,3 +292,17 @@ zelk_seeded_fault(modules_wait_misses_a_count
     TEXT "return m_phase.fetch_add(1) % 2;"
     REPLACEMENT "m_phase.fetch_add(1); return 0;"
     SCENARIO BytesGoAfterTheirReaders ${module_scenario})
+
+zelk_seeded_fault(callback_is_held_without_a_second_look
+    FILE services/dbghelp/private/callbackuses.h
+    TEXT "return use != 0 && word.load() == use;"
+    REPLACEMENT "return use != 0;"
+    SOURCES proof/breakpoint_scenarios.cpp
+    SANITIZER address SCENARIO CallbackIsTakenAwayWhileTwoCallIt FOUND "AddressSanitizer")
+
+zelk_seeded_fault(callback_is_taken_away_without_waiting
+    FILE services/dbghelp/private/callbackuses.h
+    TEXT "while (!IsInside(threadId) && IsHeld(use))"
+    REPLACEMENT "while (false)"
+    SOURCES proof/breakpoint_scenarios.cpp
+    SANITIZER address SCENARIO CallbackIsTakenAwayWhileTwoCallIt FOUND "heap-use-after-free")

@@ -20,24 +20,31 @@ if(ZELK_MS_ABI)
     target_link_libraries(zelk_core PRIVATE $<BUILD_INTERFACE:zelk_msabi_dll>)
     # The import library beside the DLL.
     set_target_properties(zelk_core PROPERTIES ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    # Made from the object files' names and no folders.
+    target_link_options(zelk_core PRIVATE LINKER:/map:$<TARGET_FILE:zelk_core>.map)
     set(symbols $<TARGET_PDB_FILE:zelk_core>)
 else()
     # CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.
     set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
+    # Readers of the newer form are few: the system's debug-help library in Wine knows this one only.
+    target_compile_options(zelk_core PRIVATE -gdwarf-4)
     target_link_options(zelk_core PRIVATE
-        -static-libgcc -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
+        -static-libgcc -Wl,-Map=$<TARGET_FILE:zelk_core>.map -Wl,--exclude-all-symbols -Wl,--no-insert-timestamp -Wl,--no-undefined)
 
     # Symbols go beside the DLL, and the DLL says where they are; a debugger finds them by itself. Without a fixed date,
     # objcopy would stamp both files with today's.
     set(objcopy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
     add_custom_command(TARGET zelk_core POST_BUILD
         COMMAND ${objcopy} --only-keep-debug $<TARGET_FILE:zelk_core> $<TARGET_FILE:zelk_core>.debug
+        COMMAND ${CMAKE_COMMAND} -D MAP=$<TARGET_FILE:zelk_core>.map -P ${CMAKE_CURRENT_SOURCE_DIR}/map.cmake
         COMMAND ${objcopy} --strip-debug --add-gnu-debuglink=$<TARGET_FILE:zelk_core>.debug $<TARGET_FILE:zelk_core>
         VERBATIM)
     set(symbols $<TARGET_FILE:zelk_core>.debug)
 endif()
 
-set_target_properties(zelk_core PROPERTIES ZELK_SYMBOLS "${symbols}") # for the installation
+set_target_properties(zelk_core PROPERTIES
+    ZELK_SYMBOLS "${symbols};$<TARGET_FILE:zelk_core>.map" # for the installation
+    ADDITIONAL_CLEAN_FILES $<TARGET_FILE:zelk_core>.map)
 
 # What scripts need to know of the build, for them to source. `tools` is what the names of the tools for object files begin
 # with.

@@ -19,6 +19,7 @@ int main() {
         {"streams", ShowStreams},
         {"runtimetype", ShowRuntimeType},
         {"dbghelp", ShowDbgHelp},
+        {"breakpoints", ShowBreakpoints},
         {"net", ShowNet},
         {"host", ShowHost},
     };

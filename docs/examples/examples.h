@@ -7,6 +7,7 @@
 #include <zelk_core/zelk_core.h>
 
 void ShowBase();
+void ShowBreakpoints();
 void ShowCompression();
 void ShowDbgHelp();
 void ShowEalUtils();

@@ -1,267 +1,53 @@
-// Draws what the geometry finds: picture OUTPUT.svg [SEED]
+// Draws what the geometry finds: picture OUTPUT.svg [SEED], picture frustum OUTPUT.svg, picture scene OUTPUT.png
 //
-// Scatters segments, triangles, boxes and points over a plane, asks for the nearest point of each shape to each point
-// and for the boxes that contain a point or overlap, and writes it all as a picture in which every distance can be
-// checked with a ruler: the unit of the numbers is the grid's.
-#include <cmath>
+// The first draws nearest points, distances and overlaps of shapes that are scattered by SEED; the second what a camera
+// sees, on a map; the third a scene by tracing rays.
+#include "picture.h"
+
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <cstring>
 #include <host/zelkhost.h>
-#include <limits>
-#include <random>
-#include <string>
-#include <vector>
 #include <zelk_core/zelk_core.h>
-
-using Z4::VectorSIMD4f;
-using Z4::Geometry::GeometryAABB;
-using Z4::Geometry::GeometryOBB;
 
 namespace {
 
-constexpr int CELLS_ACROSS = 4;
-constexpr int CELLS_DOWN = 3;
-constexpr float CELL = 10;
-constexpr float PIXELS_PER_UNIT = 26;
-
-enum class Kind : unsigned char {
-    SEGMENT,
-    TRIANGLE,
-    ALIGNED_BOX,
-    ORIENTED_BOX
-};
-
-struct Shape {
-    Kind kind;
-    std::vector<VectorSIMD4f> corners; // in drawing order
-    GeometryAABB aligned;
-    GeometryOBB oriented;
-    bool isOverlapping = false;
-};
-
-struct Nearest {
-    VectorSIMD4f point;
-    float distance;
-};
-
-/// Shapes with z = 0; boxes reach from -1 to 1 in z.
-class Scatter {
-public:
-    explicit Scatter(unsigned seed) : m_engine(seed) {}
-
-    VectorSIMD4f Place(float x, float y, float reach) {
-        const float dx = Number(-reach, reach);
-        return {x + dx, y + Number(-reach, reach), 0, 0};
+/// @return 0 where the arguments are wrong, and else the path of the file.
+const char* Draw(int argc, char** argv, bool& isWritten) {
+    if (argc == 3 && std::strcmp(argv[1], "frustum") == 0) {
+        isWritten = DrawFrustum(argv[2]);
+        return argv[2];
     }
-    Shape Make(Kind kind, float x, float y) {
-        Shape shape;
-        shape.kind = kind;
-        const VectorSIMD4f middle = Place(x, y, 1);
-        const float angle = Number(0, 6.28F);
-        const float width = Number(1.5F, 3);
-        const float height = Number(0.8F, 2);
-        const GeometryOBB turned(middle, VectorSIMD4f(width, height, 1, 0), VectorSIMD4f(0, 0, angle, 0));
-        const GeometryOBB straight(middle, VectorSIMD4f(width, height, 1, 0), VectorSIMD4f(0, 0, 0, 0));
-        const GeometryOBB& box = kind == Kind::ALIGNED_BOX ? straight : turned;
-        // The four corners of the side that looks at us.
-        const VectorSIMD4f around[] = {box[4], box[5], box[6], box[7]};
-        for (unsigned i = 0; i < CornerCount(kind); ++i) {
-            shape.corners.push_back(And(around[kind == Kind::SEGMENT ? 2 * i : i], VectorSIMD4f::MASK_2D));
-        }
-        shape.oriented = box;
-        shape.aligned = box.ToAABox();
-        return shape;
+    if (argc == 3 && std::strcmp(argv[1], "scene") == 0) {
+        isWritten = DrawScene(argv[2]);
+        return argv[2];
     }
-
-private:
-    static unsigned CornerCount(Kind kind) { return kind == Kind::SEGMENT ? 2 : kind == Kind::TRIANGLE ? 3 : 4; }
-    float Number(float low, float high) {
-        return low + (high - low) * static_cast<float>(static_cast<double>(m_engine()) / 4294967296.0);
+    char* end = nullptr;
+    const unsigned long seed = argc > 2 ? std::strtoul(argv[2], &end, 10) : 1;
+    if (argc < 2 || argc > 3 || (end != nullptr && (end == argv[2] || *end != 0))) {
+        return nullptr;
     }
-
-    std::mt19937 m_engine;
-};
-
-bool IsInside(const Shape& shape, const VectorSIMD4f& p) {
-    return shape.kind == Kind::ALIGNED_BOX ? shape.aligned.Contains(p)
-                                           : shape.kind == Kind::ORIENTED_BOX && shape.oriented.Contains(p);
-}
-
-Nearest FindNearest(const Shape& shape, const VectorSIMD4f& p) {
-    Nearest nearest{p, 0};
-    switch (shape.kind) {
-    case Kind::SEGMENT: {
-        float t;
-        Z4::Geometry::ClosestPointToSegment(nearest.point, p, shape.corners[0], shape.corners[1], t);
-        break;
-    }
-    case Kind::TRIANGLE:
-        nearest.point =
-            Z4::Geometry::ClosestTrianglePointToPoint(p, shape.corners[0], shape.corners[1], shape.corners[2]);
-        break;
-    case Kind::ALIGNED_BOX:
-        nearest.point = Z4::Geometry::ClosestAABBPointToPoint(p, shape.aligned);
-        break;
-    case Kind::ORIENTED_BOX: {
-        // As the aligned box that it is, seen from its own axes.
-        const Z4::MatrixSIMD44f out = shape.oriented.GetMatrix();
-        const VectorSIMD4f extent = shape.oriented.GetExtent();
-        const VectorSIMD4f local = TransformPoint(p, InverseAffine(out));
-        nearest.point =
-            TransformPoint(Z4::Geometry::ClosestAABBPointToPoint(local, GeometryAABB(-extent, extent)), out);
-        break;
-    }
-    }
-    nearest.distance = Z4::Length3(nearest.point - p).X();
-    return nearest;
-}
-
-bool IsBox(const Shape& shape) {
-    return shape.kind == Kind::ALIGNED_BOX || shape.kind == Kind::ORIENTED_BOX;
-}
-
-void MarkOverlaps(std::vector<Shape>& shapes) {
-    for (Shape& a : shapes) {
-        for (const Shape& b : shapes) {
-            if (&a == &b || !IsBox(a) || !IsBox(b)) {
-                continue;
-            }
-            const bool areAligned = a.kind == Kind::ALIGNED_BOX && b.kind == Kind::ALIGNED_BOX;
-            a.isOverlapping |= areAligned ? a.aligned.Intersect(b.aligned) : a.oriented.Intersect(b.oriented);
-        }
-    }
-}
-
-class Svg {
-public:
-    explicit Svg(const char* path) : m_file(path, std::ios::binary) {
-        const float width = CELLS_ACROSS * CELL * PIXELS_PER_UNIT;
-        const float height = CELLS_DOWN * CELL * PIXELS_PER_UNIT;
-        Write("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %.0f %.0f\" font-family=\"sans-serif\">\n",
-              width + MARGIN, height + LEGEND);
-        Write("<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n");
-        for (int x = 0; x <= CELLS_ACROSS * static_cast<int>(CELL); ++x) {
-            Line(static_cast<float>(x), 0, static_cast<float>(x), CELLS_DOWN * CELL, "#e0e0e0", 1);
-        }
-        for (int y = 0; y <= CELLS_DOWN * static_cast<int>(CELL); ++y) {
-            Line(0, static_cast<float>(y), CELLS_ACROSS * CELL, static_cast<float>(y), "#e0e0e0", 1);
-        }
-        Legend(0, "One square of the grid is 1. Red: from each point to the nearest point of the nearest shape.");
-        Legend(1, "Orange boxes overlap another box; green points lie inside a box.");
-    }
-    void Polygon(const Shape& shape) {
-        std::string points;
-        for (const VectorSIMD4f& corner : shape.corners) {
-            char text[64];
-            Z4::StrFormat::Print(text, sizeof(text), "%.2f,%.2f ", Pixels(corner[0]), Pixels(corner[1]));
-            points += text;
-        }
-        const char* const fill = shape.isOverlapping ? "#ffd9a8" : IsBox(shape) ? "#dde8f8" : "#e8e8e8";
-        Write("<polygon points=\"%s\" fill=\"%s\" fill-opacity=\"0.7\" stroke=\"#30507a\" stroke-width=\"2\"/>\n",
-              points.c_str(), fill);
-    }
-    void Line(float x0, float y0, float x1, float y1, const char* color, int width) {
-        Write("<line x1=\"%.2f\" y1=\"%.2f\" x2=\"%.2f\" y2=\"%.2f\" stroke=\"%s\" stroke-width=\"%d\"/>\n", Pixels(x0),
-              Pixels(y0), Pixels(x1), Pixels(y1), color, width);
-    }
-    void Dot(const VectorSIMD4f& p, float radius, const char* color) {
-        Write("<circle cx=\"%.2f\" cy=\"%.2f\" r=\"%.1f\" fill=\"%s\"/>\n", Pixels(p[0]), Pixels(p[1]), radius, color);
-    }
-    void Number(const VectorSIMD4f& p, float value) {
-        Write("<text x=\"%.2f\" y=\"%.2f\" font-size=\"14\" stroke=\"white\" stroke-width=\"3\" "
-              "paint-order=\"stroke\">%.2f</text>\n",
-              Pixels(p[0]) + 6, Pixels(p[1]) - 6, value);
-    }
-    /// @return whether all of it is on the disk.
-    bool Finish() {
-        Write("</svg>\n");
-        m_file.close();
-        return !m_file.fail();
-    }
-
-private:
-    static constexpr float LEGEND = 50;
-    static constexpr float MARGIN = 40; // for numbers at the right
-    static float Pixels(float units) { return units * PIXELS_PER_UNIT; }
-    void Legend(int line, const char* text) {
-        Write("<text x=\"10\" y=\"%.0f\" font-size=\"15\">%s</text>\n",
-              Pixels(CELLS_DOWN * CELL) + static_cast<float>(20 * (line + 1)), text);
-    }
-    template <class... Arguments>
-    void Write(Z4::FormatString<Arguments...> format, Arguments... arguments) {
-        char text[1024];
-        Z4::StrFormat::Print(text, sizeof(text), format, arguments...);
-        m_file << text;
-    }
-
-    std::ofstream m_file;
-};
-
-void Draw(const char* path, unsigned seed, bool& isWritten) {
-    Scatter scatter(seed);
-    std::vector<Shape> shapes;
-    std::vector<VectorSIMD4f> points;
-    for (int i = 0; i < CELLS_ACROSS * CELLS_DOWN; ++i) {
-        const float x = (static_cast<float>(i % CELLS_ACROSS) + 0.5F) * CELL;
-        const float y = (static_cast<float>(i / CELLS_ACROSS) + 0.5F) * CELL;
-        // Four kinds by turns, another one in each column of the next row; every third place has a second, oriented
-        // box.
-        shapes.push_back(scatter.Make(static_cast<Kind>((i + i / CELLS_ACROSS) % 4), x, y));
-        if (i % 3 == 0) {
-            shapes.push_back(scatter.Make(Kind::ORIENTED_BOX, x + 2, y + 2));
-        }
-        points.push_back(scatter.Place(x, y, CELL / 2 - 0.5F));
-        points.push_back(scatter.Place(x, y, CELL / 2 - 0.5F));
-    }
-    MarkOverlaps(shapes);
-
-    Svg svg(path);
-    for (const Shape& shape : shapes) {
-        svg.Polygon(shape);
-    }
-    unsigned inside = 0;
-    for (const VectorSIMD4f& p : points) {
-        Nearest best{p, std::numeric_limits<float>::infinity()};
-        bool isInBox = false;
-        for (const Shape& shape : shapes) {
-            const Nearest nearest = FindNearest(shape, p);
-            best = nearest.distance < best.distance ? nearest : best;
-            isInBox |= IsInside(shape, p);
-        }
-        svg.Line(p[0], p[1], best.point[0], best.point[1], "#d02020", 2);
-        svg.Dot(best.point, 3, "#d02020");
-        svg.Dot(p, 4.5F, isInBox ? "#109030" : "black");
-        svg.Number(p, best.distance);
-        inside += isInBox ? 1U : 0U;
-    }
-    isWritten = svg.Finish();
-    unsigned overlapping = 0;
-    for (const Shape& shape : shapes) {
-        overlapping += shape.isOverlapping ? 1U : 0U;
-    }
-    std::printf("picture: %u shapes, of which %u boxes overlap; %u points, of which %u lie in a box\n",
-                static_cast<unsigned>(shapes.size()), overlapping, static_cast<unsigned>(points.size()), inside);
+    isWritten = DrawDistances(argv[1], static_cast<unsigned>(seed));
+    return argv[1];
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    char* end = nullptr;
-    const unsigned long seed = argc > 2 ? std::strtoul(argv[2], &end, 10) : 1;
-    if (argc < 2 || argc > 3 || (end != nullptr && (end == argv[2] || *end != 0))) {
-        std::fprintf(stderr, "usage: picture OUTPUT.svg [SEED]\n");
-        return 2;
-    }
     ZelkHost::Install({});
     Z4::InitializeBase();
     Z4::InitializeMath();
     bool isWritten = false;
-    Draw(argv[1], static_cast<unsigned>(seed), isWritten);
+    const char* const path = Draw(argc, argv, isWritten);
     Z4::ShutdownMath();
     Z4::ShutdownBase();
+    if (path == nullptr) {
+        std::fprintf(stderr, "usage: picture OUTPUT.svg [SEED]\n       picture frustum OUTPUT.svg\n"
+                             "       picture scene OUTPUT.png\n");
+        return 2;
+    }
     if (!isWritten) {
-        std::fprintf(stderr, "picture: cannot write %s\n", argv[1]);
+        std::fprintf(stderr, "picture: cannot write %s\n", path);
         return 1;
     }
     return 0;

@@ -1,4 +1,5 @@
-// The modules of this process, the names behind addresses of code, a call stack, and how deep the stack was.
+// The modules of this process, the names behind addresses of code, a call stack, how deep the stack was, and who wrote
+// a variable.
 #include "tour.h"
 
 #include <cstdlib>
@@ -41,10 +42,44 @@ int CompareAndLook(const void* left, const void* right) {
     return *static_cast<const int*>(left) - *static_cast<const int*>(right);
 }
 
+volatile long g_watched = 0;
+
+Z4_NOINLINE void WriteWatched(long value) {
+    g_watched = value;
+}
+
+struct Written {
+    const void* instruction;
+    long value;
+};
+
+void Z4_CDECL NoteWrite(const Z4::HardwareBreakpoint::Hit& hit, void* context) {
+    *static_cast<Written*>(context) = {hit.instruction, g_watched};
+}
+
+void PrintWriter() {
+    Written written{};
+    unsigned long slot = 0;
+    const Z4::Error result =
+        Z4::HardwareBreakpoint::Set(const_cast<const long*>(&g_watched), sizeof g_watched, Z4::BREAK_ON_WRITE,
+                                    Z4::HardwareBreakpoint::ALL_THREADS, NoteWrite, &written, slot);
+    if (result != Z4::ERR_OK) {
+        Print("   %-24s %s\n", "hardware breakpoint", Z4::GetErrorString(result));
+        return;
+    }
+    WriteWatched(1804);
+    Z4::HardwareBreakpoint::Clear(slot);
+    const auto* const function = reinterpret_cast<const char*>(&WriteWatched);
+    Print("   %-24s hit %u time, value %d, %d bytes into WriteWatched\n", "hardware breakpoint",
+          static_cast<unsigned>(Z4::HardwareBreakpoint::GetHits(slot)), static_cast<int>(written.value),
+          static_cast<int>(static_cast<const char*>(written.instruction) - function));
+    PrintSymbol("the instruction behind", written.instruction);
+}
+
 } // namespace
 
 void TourDebugHelp() {
-    Chapter("services/dbghelp", "modules, symbols and stacks of this process");
+    Chapter("services/dbghelp", "modules, symbols, stacks and breakpoints of this process");
     Z4::StopWatch watch(true);
     Z4::InitializeDbgHelpService();
     const unsigned long long startUp = watch.GetElapsedUSec();
@@ -62,5 +97,6 @@ void TourDebugHelp() {
     std::qsort(numbers, 3, sizeof numbers[0], CompareAndLook);
     Print("   %-24s %u bytes of stack at this line\n", "main thread",
           static_cast<unsigned>(Z4::StackSizeMonitorDb::Instance().Sample()));
+    PrintWriter();
     Z4::ShutdownDbgHelpService();
 }

@@ -1,5 +1,6 @@
 #include "tour.h"
 
+#include <algorithm>
 #include <vector>
 #include <zelk_core/zelk_core.h>
 
@@ -17,6 +18,68 @@ std::vector<VectorSIMD4f> MakePoints(const std::string& content) {
         points.emplace_back(byte(i), byte(i + 1), byte(i + 2), 0.0F);
     }
     return points;
+}
+
+/// Rays through a cloud: each point is a small box, in groups of four.
+void TourRays(const std::vector<VectorSIMD4f>& points, const GeometryAABB& around) {
+    using namespace Z4::Geometry;
+    std::vector<GeometryAABB4> groups((points.size() + 3) / 4);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        GeometryAABB box(&points[i], 1);
+        box.ExpandBy(6);
+        groups[i / 4].Set(i % 4, box);
+    }
+    const VectorSIMD4f eye = around.GetMin() - 0.5F * around.GetFullExtent();
+    GeometryRay ray(eye, around.GetCenter() - eye);
+    std::size_t nearest = points.size();
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        VectorSIMD4f t;
+        const unsigned hits = IntersectRayAABB4(ray, groups[i], t);
+        for (unsigned k = 0; k < 4; ++k) {
+            if ((hits >> k & 1) != 0 && t[k] < ray.GetLast()) {
+                ray.SetLast(t[k]); // only what is nearer counts from now on
+                nearest = 4 * i + k;
+            }
+        }
+    }
+    if (nearest == points.size()) {
+        Print("   %-24s nothing\n", "a ray to the middle hits");
+    } else {
+        const VectorSIMD4f hit = ray.At(ray.GetLast());
+        Print("   %-24s the box of point %u, at (%.1f, %.1f, %.1f)\n", "a ray to the middle hits",
+              static_cast<unsigned>(nearest), hit.X(), hit.Y(), hit.Z());
+        // From there to a light above: the first box in between is enough.
+        const VectorSIMD4f light(hit.X() + 40, hit.Y() + 30, around.GetMax().Z() + 300, 0);
+        const GeometryRay toLight(hit, light - hit, 1, 1e-3F);
+        const bool isInShadow = std::any_of(groups.begin(), groups.end(), [&](const GeometryAABB4& group) {
+            VectorSIMD4f t;
+            const auto own = static_cast<std::size_t>(&group - groups.data()) == nearest / 4 ? 1U << nearest % 4 : 0U;
+            return (IntersectRayAABB4(toLight, group, t) & ~own) != 0;
+        });
+        Print("   %-24s %s\n", "seen from a light, it is", isInShadow ? "in shadow" : "lit");
+    }
+}
+
+/// 1,000 boxes, ten along each edge of the cloud, as a camera at one corner sees them.
+void TourCulling(const GeometryAABB& around) {
+    using namespace Z4::Geometry;
+    constexpr unsigned long COUNT = 1000;
+    const VectorSIMD4f size = 0.1F * around.GetFullExtent();
+    std::vector<GeometryAABB> boxes;
+    for (unsigned long i = 0; i < COUNT; ++i) {
+        const VectorSIMD4f place(static_cast<float>(i % 10), static_cast<float>(i / 10 % 10),
+                                 static_cast<float>(i / 100), 0);
+        boxes.emplace_back(around.GetMin() + place * size, around.GetMin() + (place + 0.5F) * size);
+    }
+    // Along z, 60 degrees wide: the distance becomes w, by which x and y are then divided.
+    const Z4::MatrixSIMD44f projection{VectorSIMD4f(1.732F, 0, 0, 0), VectorSIMD4f(0, 1.732F, 0, 0),
+                                       VectorSIMD4f(0, 0, 1, 1), VectorSIMD4f(0, 0, -1, 0)};
+    const Z4::MatrixSIMD44f toCamera = Z4::MakeTranslation<Z4::MatrixSIMD44f>(-around.GetMin());
+    const GeometryFrustum frustum(toCamera * projection, DepthRange::ZERO_TO_ONE);
+    std::uint32_t visible[(COUNT + 31) / 32];
+    const unsigned long seen = CullAABBsByFrustum(frustum, boxes.data(), COUNT, visible);
+    Print("   %-24s %u of %u boxes, the last of them %s\n", "a camera in a corner sees", static_cast<unsigned>(seen),
+          static_cast<unsigned>(COUNT), (visible[(COUNT - 1) / 32] >> ((COUNT - 1) % 32) & 1) != 0 ? "too" : "not");
 }
 
 } // namespace
@@ -59,6 +122,8 @@ void TourGeometry(const std::string& content) {
               turned.Intersect(around) ? "overlaps" : "is apart from");
         Print("   %-24s %.2f, from (%.0f, %.0f, %.0f)\n", "nearest to the diagonal",
               Z4::Sqrt(VectorSIMD4f::Broadcast(leastSqr)).X(), nearest.X(), nearest.Y(), nearest.Z());
+        TourRays(points, around);
+        TourCulling(around);
     } else {
         Print("   too short for a point\n");
     }

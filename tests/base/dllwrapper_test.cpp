@@ -99,6 +99,7 @@ TEST(DllWrapper, CopiesShareTheHandle) {
         const DllWrapper copy(first);
         DllWrapper assigned;
         assigned = std::move(first);
+        assigned = *&assigned;
         EXPECT_TRUE(copy.GetDLLHandle() == first.GetDLLHandle() && assigned.GetDLLHandle() == first.GetDLLHandle());
     }
     EXPECT_TRUE(IsMapped(SYSTEM_DLL));

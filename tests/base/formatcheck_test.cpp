@@ -37,7 +37,7 @@ TEST(CheckFormat, TakesEachConversionWithItsArgument) {
     Expect<unsigned, int, unsigned char, Plain>(NONE, {"%x %#X %02x %o"});
     Expect<short, unsigned short, signed char, short>(NONE, {"%hd %hu %hi %hx"});
     Expect<long, unsigned long, Wide, long, unsigned long>(NONE, {"%ld %lu %lx %D %U"});
-    Expect<long long, unsigned long long, long long>(NONE, {"%lld %llu %llX"});
+    Expect<long long, unsigned long long, long long>(NONE, {"%lld %llu %llX", "%lld %llu %llD"});
     Expect<const char*, int, const char*, int, int, const char*>(NONE, {"%s %.*s %-*.*s"});
     Expect<char, int>(NONE, {"%c %-3c"});
     Expect<float, double, double, double>(NONE, {"%f %g %.3lf %+8.2lg"});
@@ -62,7 +62,8 @@ TEST(CheckFormat, TellsWhatIsWrong) {
     Expect<long>(WRONG_ARGUMENT, {"%d"});
     Expect<long long>(WRONG_ARGUMENT, {"%lx"});
     Expect<signed char>(WRONG_ARGUMENT, {"%02x", "%u"});
-    Expect<double>(WRONG_ARGUMENT, {"%d"});
+    Expect<double>(WRONG_ARGUMENT, {"%d", "%u", "%x"});
+    Expect<unsigned long>(WRONG_ARGUMENT, {"%u", "%x"});
     Expect<long double>(WRONG_ARGUMENT, {"%f"});
     Expect<std::string>(WRONG_ARGUMENT, {"%s"});
     Expect<const unsigned char*>(WRONG_ARGUMENT, {"%s"});
@@ -70,7 +71,7 @@ TEST(CheckFormat, TellsWhatIsWrong) {
     Expect<wchar_t>(WRONG_ARGUMENT, {"%c"});
     Expect<const char*>(WRONG_ARGUMENT, {"%d", "%c"});
     Expect<Scoped>(WRONG_ARGUMENT, {"%d"});
-    Expect<unsigned, int>(WRONG_ARGUMENT, {"%*d"});
+    Expect<unsigned, int>(WRONG_ARGUMENT, {"%*d", "%*.3d"});
     Expect<unsigned, const char*>(WRONG_ARGUMENT, {"%.*s"});
     EXPECT_EQ((Z4::CheckFormat<wchar_t, const wchar_t*, wchar_t, int>(L"%s %c %d")), NONE);
     EXPECT_EQ((Z4::CheckFormat<wchar_t, const char*>(L"%s")), WRONG_ARGUMENT);

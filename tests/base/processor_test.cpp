@@ -89,6 +89,8 @@ TEST(Processor, FeaturesNeedTheProcessorAndTheSystem) {
     EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, LEAF7, 0x03), "sp") << "the system keeps 16 bytes";
     EXPECT_EQ(read(SSSE3 | PCLMUL, LEAF7, 0xE7), "sp") << "nobody knows what the system keeps";
     EXPECT_EQ(read(SSSE3 | OSXSAVE, LEAF7, 0xE7), "s2");
+    EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, {}, 0xE7), "sp");
+    EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, {0, 1u << 5, 1u << 10, 0}, 0xE7), "sp2v");
     EXPECT_EQ(read(SSSE3 | PCLMUL | OSXSAVE, {0, 1u << 5, 0, 0}, 0x07), "sp2");
     EXPECT_EQ(read(1u << 1, {}, 0), "") << "no SSE4.1";
 }

@@ -72,6 +72,7 @@ void CacheDescriptors() {
         CacheDescriptor("", 0x00000652, value);
     }
     CacheDescriptor(" of the Xeon MP", 0x00000F68, 0x49);
+    CacheDescriptor(" of a Pentium 4", 0x00000F28, 0x49);
 }
 
 } // namespace

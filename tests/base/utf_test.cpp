@@ -1,11 +1,8 @@
-// Hunted here: characters that change on their way, forms that must not be believed, texts that are cut within one.
-#include <algorithm>
+// Hunted here: characters that change on their way, and forms that must not be believed. That texts are cut between
+// characters in any room is what fuzz/str_fuzz.cpp holds.
 #include <gtest/gtest.h>
 #include <string>
-#include <tests/support/guardedpage.h>
-#include <tests/support/random.h>
 #include <tests/support/rows.h>
-#include <vector>
 #include <zelk_core/base/utf.h>
 
 namespace {
@@ -54,55 +51,6 @@ TEST(Utf, EveryCharacterBothWays) {
     }
 }
 
-/// The longest front that fits, of those that end where a character does.
-template <class Text>
-Text Front(const Text& text, const std::vector<std::size_t>& ends, std::size_t room) {
-    return text.substr(0, *(std::upper_bound(ends.begin(), ends.end(), room) - 1));
-}
-
-/// Converts `from` into room for `size` characters, each at the end of a page.
-template <class To, class From, class ToText, class FromText>
-void ExpectInRoom(Z4::Error (*convert)(To*, std::size_t, Z4::BasicStrView<From>, std::size_t&, std::size_t*),
-                  std::size_t size, const FromText& from, const ToText& whole, const std::vector<std::size_t>& ends) {
-    static const ZelkTest::GuardedPage source;
-    static const ZelkTest::GuardedPage target;
-    auto* const text = reinterpret_cast<From*>(source.End()) - from.size();
-    std::copy(from.begin(), from.end(), text);
-    auto* const to = reinterpret_cast<To*>(target.End()) - size;
-    std::size_t length = 0;
-    ASSERT_EQ(convert(to, size, {text, from.size()}, length, nullptr),
-              size > whole.size() ? Z4::ERR_OK : Z4::ERR_OVERFLOW);
-    ASSERT_EQ(length, whole.size());
-    if (size != 0) {
-        ASSERT_EQ(ToText(to, to + Z4::BasicStrView<To>(to).Size()), Front(whole, ends, size - 1));
-    }
-}
-
-// Blocks of ASCII with others at all places among them, in rooms of all sizes.
-TEST(Utf, LongTextsInEveryRoom) {
-    ZelkTest::Input input(3);
-    for (int round = 0; round < 3000 && !HasFailure(); ++round) {
-        std::string narrow;
-        std::u16string wide;
-        std::vector<std::size_t> narrowEnds = {0};
-        std::vector<std::size_t> wideEnds = {0};
-        const std::uint32_t rarity = 1 + input.Below(40);
-        for (unsigned count = input.Below(60); count != 0; --count) {
-            static constexpr char32_t OTHERS[] = {0x80, 0xE4, 0x7FF, 0x800, 0x4E2D, 0xFFFD, 0xFFFF, 0x10000, 0x10FFFF};
-            const char32_t character = input.OnceIn(rarity) ? OTHERS[input.Below(9)] : 1 + input.Below(127);
-            narrow += Encoded(character);
-            wide += Units(character);
-            narrowEnds.push_back(narrow.size());
-            wideEnds.push_back(wide.size());
-        }
-        ExpectInRoom(Utf::ToUtf16, input.OnceIn(2) ? wide.size() + 1 : input.Below(70), narrow, wide, wideEnds);
-        ExpectInRoom(Utf::ToUtf8, input.OnceIn(2) ? narrow.size() + 1 : input.Below(100), wide, narrow, narrowEnds);
-        const std::size_t most = input.Below(80);
-        const StrView cut = Utf::Cut({narrow.data(), narrow.size()}, most);
-        EXPECT_EQ(std::string(cut.begin(), cut.end()), Front(narrow, narrowEnds, most));
-    }
-}
-
 TEST(Utf, WhatIsIllFormedIsReplacedByParts) {
     wchar_t units[40];
     char bytes[40];
@@ -124,6 +72,12 @@ TEST(Utf, WhatIsIllFormedIsReplacedByParts) {
     EXPECT_EQ(Utf::ToUtf8(bytes, sizeof(bytes), lone, length, &badAt), Z4::ERR_CORRUPTED_DATA);
     EXPECT_STREQ(bytes, "a");
     EXPECT_EQ(badAt, 1u);
+    std::string umlauts;
+    for (int i = 0; i < 40; ++i) {
+        umlauts += Encoded(0xE4);
+    }
+    EXPECT_EQ(Utf::ToUtf16(units, 20, {umlauts.data(), umlauts.size()}, length), Z4::ERR_OVERFLOW);
+    EXPECT_TRUE(length == 40 && Stored(units) == std::u16string(19, 0xE4));
     EXPECT_EQ(Utf::Cut("\x80\x80\x80\x80\x80", 4).Size(), 4u);
 }
 

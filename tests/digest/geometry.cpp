@@ -3,13 +3,16 @@
 // another holds the registers to plain arithmetic; the others hold all compilers to the same bits.
 #include "digest.h"
 
+#include <tests/math/pairqueries.h>
 #include <tests/math/queries.h>
 #include <tests/math/rayqueries.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/clip.h>
 #include <zelk_core/math/geometry/cull.h>
 #include <zelk_core/math/geometry/group4.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/plane.h>
+#include <zelk_core/math/geometry/sweep.h>
 #include <zelk_core/math/matrix.h>
 #include <zelk_core/math/matrixsimd.h>
 #include <zelk_core/math/vector.h>
@@ -198,10 +201,11 @@ void AddOriented(Digest& digest, Input& input) {
 
 template <std::size_t COUNT>
 void AddQueries(Digest& digest, Input& input, const ZelkTest::Query (&queries)[COUNT]) {
-    const Points p(input);
+    const Points five(input);
+    const VectorSIMD4f p[] = {five.p[0], five.p[1], five.p[2], five.p[3], five.p[4], Point(input)};
     for (const ZelkTest::Query& query : queries) {
-        const ZelkTest::Answer a = query(p.p);
-        digest.Add(a.returned, a.t[0], a.t[1], a.t[2], a.points[0], a.points[1]);
+        const ZelkTest::Answer a = query(p);
+        digest.Add(a.returned, a.t[0], a.t[1], a.t[2], a.t[3], a.points[0], a.points[1]);
     }
 }
 
@@ -247,9 +251,18 @@ void AddIntersections(Digest& digest, Input& input) {
     // Often towards a corner of the figure.
     const VectorSIMD4f target = input.OnceIn(2) ? p[input.Below(3)] : Point(input);
     const Fast::GeometryRay ray(start, target - start, 10, input.Coarse());
-    for (const auto& query : ZelkTest::RAY_QUERIES) {
-        const ZelkTest::RayAnswer a = query[FORM](ray, p);
-        digest.Add(a.isHit, a.written[0], a.written[1], a.written[2]);
+    const auto addAll = [&](const auto& queries) {
+        for (const auto& query : queries) {
+            const ZelkTest::RayAnswer a = query[FORM](ray, p);
+            digest.Add(a.isHit, a.written[0], a.written[1], a.written[2]);
+        }
+    };
+    addAll(ZelkTest::RAY_QUERIES);
+    addAll(ZelkTest::SEGMENT_QUERIES);
+    addAll(ZelkTest::POINT_QUERIES);
+    const VectorSIMD4f six[] = {p[0], p[1], p[2], p[3], p[4], start};
+    for (const ZelkTest::PairQuery& query : ZelkTest::PAIR_QUERIES) {
+        digest.Add(query.calls[FORM](six));
     }
     const GeometryAABB box(Min(p[0], p[1]), Max(p[0], p[1]));
     const GeometryOBB oriented = Box(input);
@@ -281,6 +294,12 @@ void AddIntersections(Digest& digest, Input& input) {
         digest.Add(plane);
         digest.Add(Fast::MakePlane(plane, p, 5));
         digest.Add(plane, Fast::MakePlane(p[0], p[1]), Fast::TransformPlane(plane, oriented.GetMatrix()));
+        const Z4::Vector2f q[] = {ToVector2f(start), ToVector2f(target), ToVector2f(p[0]), ToVector2f(p[1])};
+        float parameters[2] = {};
+        digest.Add(Fast::IntersectSegmentSegment2D(q[0], q[1], q[2], q[3], parameters[0], parameters[1]));
+        digest.Add(parameters[0], parameters[1], Fast::Orientation2D(q[0], q[2], q[3]));
+        digest.Add(Fast::IsPointInTriangle2D(q[0], q[1], q[2], q[3]), Fast::IsPointInPolygon2D(q[0], p, 5),
+                   Fast::IsPointInConvexPolygon2D(q[0], p, 5));
     } else {
         digest.Add(Consistent::IntersectRayTriangle4(ray, triangles, t));
         digest.Add(Consistent::IntersectPlanePlane(p[0], p[1], point, direction));
@@ -304,6 +323,64 @@ void AddAllIntersections(Digest& digest) {
         if (FORM == 0) {
             AddCulled(digest, input);
         }
+    }
+}
+
+/// Of the forms' functions, those that are given.
+template <class ClipPolygon, class ClipByConvex, class ClipSegment>
+void AddClipped(Digest& digest, ClipPolygon clipPolygon, ClipByConvex clipByConvex, ClipSegment clipSegment) {
+    Input input;
+    for (int round = 0; round < ROUNDS; ++round) {
+        const Points polygon(input);
+        const Points planes(input);
+        VectorSIMD4f clipped[8];
+        VectorSIMD4f scratch[8];
+        const auto add = [&](unsigned long count) {
+            digest.Add(count);
+            for (unsigned long i = 0; i < count; ++i) {
+                digest.Add(clipped[i]);
+            }
+        };
+        add(clipPolygon(polygon.p, 3, planes.p[0], clipped));
+        add(clipPolygon(polygon.p, 5, planes.p[0], clipped));
+        add(clipByConvex(polygon.p, 3, planes.p, 5, clipped, scratch));
+        VectorSIMD4f a = polygon.p[0];
+        VectorSIMD4f b = polygon.p[1];
+        digest.Add(clipSegment(a, b, planes.p, 3));
+        digest.Add(a, b);
+    }
+}
+
+/// Of either namespace.
+#define ZELK_ADD_SWEPT(form)                                                                              \
+    [](Digest& digest, Input& input) {                                                                    \
+        const Points points(input);                                                                       \
+        const VectorSIMD4f* const p = points.p;                                                           \
+        const float radius = Abs(p[4]).W();                                                               \
+        const GeometryAABB box(Min(p[1], p[2]), Max(p[1], p[2]));                                         \
+        const GeometryAABB other(Min(p[3], p[4]), Max(p[3], p[4]));                                       \
+        const VectorSIMD4f move = p[3] - p[0];                                                            \
+        float t = 7;                                                                                      \
+        VectorSIMD4f written(7, 7, 7, 7);                                                                 \
+        digest.Add(form::IntersectSweptSpherePlane(p[0], radius, move, p[1], t));                         \
+        digest.Add(t);                                                                                    \
+        digest.Add(form::IntersectSweptSphereSphere(p[0], radius, move, p[1], p[2].W(), t));              \
+        digest.Add(t);                                                                                    \
+        digest.Add(form::IntersectSweptSphereTriangle(p[0], radius, move, p[1], p[2], p[4], t, written)); \
+        digest.Add(t, written);                                                                           \
+        digest.Add(form::IntersectSweptSphereAABB(p[0], radius, move, box, t, written));                  \
+        digest.Add(t, written);                                                                           \
+        digest.Add(form::IntersectSweptSphereOBB(p[0], radius, move, Box(input), t, written));            \
+        digest.Add(t, written);                                                                           \
+        digest.Add(form::IntersectSweptAABBAABB(box, move, other, t, written));                           \
+        digest.Add(t, written);                                                                           \
+    }
+
+template <class Add>
+void AddSwept(Digest& digest, Add add) {
+    Input input;
+    for (int round = 0; round < ROUNDS; ++round) {
+        add(digest, input);
     }
 }
 
@@ -365,4 +442,22 @@ void DigestIntersections(Digest& digest) {
 
 void DigestConsistentIntersections(Digest& digest) {
     AddAllIntersections<1>(digest);
+}
+
+void DigestClipping(Digest& digest) {
+    using namespace Z4::Geometry;
+    AddClipped(digest, ClipPolygon, ClipPolygonByConvex, ClipSegment);
+}
+
+void DigestConsistentClipping(Digest& digest) {
+    using namespace Z4::Geometry::Consistent;
+    AddClipped(digest, ClipPolygon, ClipPolygonByConvex, ClipSegment);
+}
+
+void DigestSweeps(Digest& digest) {
+    AddSwept(digest, ZELK_ADD_SWEPT(Z4::Geometry));
+}
+
+void DigestConsistentSweeps(Digest& digest) {
+    AddSwept(digest, ZELK_ADD_SWEPT(Z4::Geometry::Consistent));
 }

@@ -76,10 +76,12 @@ TEST_F(EalFileTest, MisuseIsInvalidAndMovesNothing) {
     EXPECT_EQ(file.Seek(0, SEEK_FROM_BEGIN), ERR_INVALID);
     EXPECT_EQ(file.GetBufferAlignment() + file.GetSectorSize(), 2u);
     ASSERT_EQ(file.Open("new", EalFile::UPDATE | EAL_FILE_CREATE), ERR_OK);
+    EXPECT_EQ(file.Write(nullptr, 0, 0, done), ERR_OK);
     expectInvalid(nullptr, 0);
     expectInvalid(&byte, INT64_MAX);
     expectInvalid(&byte, UINT64_MAX);
     EXPECT_EQ(file.ReadAsync(&byte, 1, 0, nullptr, nullptr), ERR_INVALID);
+    EXPECT_EQ(file.WriteAsync(&byte, 1, 0, nullptr, nullptr), ERR_INVALID);
     ASSERT_EQ(file.Seek(INT64_MAX, SEEK_FROM_BEGIN), ERR_OK);
     EXPECT_EQ(file.Seek(1, SEEK_FROM_CURRENT), ERR_INVALID);
     EXPECT_EQ(file.Seek(INT64_MIN, SEEK_FROM_CURRENT), ERR_INVALID);
@@ -100,6 +102,8 @@ TEST_F(EalFileTest, HostsThatFailGiveTheErrorAndTheBytesBefore) {
     EXPECT_EQ(file.Read(buffer, 10, done), ERR_ACCESS_DENIED);
     EXPECT_EQ(done, 4u);
     EXPECT_EQ(file.Tell(), 4u);
+    ZelkHost::InjectFileFaults({.calls = ZelkHost::CALL_SIZE, .first = 1, .status = EAL_FILE_LOCKED});
+    EXPECT_EQ(file.Seek(0, SEEK_FROM_END), ERR_ACCESS_DENIED);
     ZelkHost::InjectFileFaults({.room = 3});
     EXPECT_EQ(file.Write("abcdef", 6, done), ERR_OUT_OF_RESOURCES);
     EXPECT_EQ(done, 3u);
@@ -118,7 +122,12 @@ TEST_F(EalFileTest, HostsThatFailGiveTheErrorAndTheBytesBefore) {
         MemoryFiles::Table().open(path, mode, handle);
         return EAL_FILE_TIMEOUT;
     };
+    lying.size = [](eal_file_handle, std::uint64_t* size) {
+        *size = UINT64_MAX;
+        return EAL_FILE_OK;
+    };
     SetEalInterface(lying);
+    EXPECT_EQ(file.Seek(1, SEEK_FROM_END), ERR_INVALID);
     EXPECT_EQ(file.Read(buffer, 4, 0, done), ERR_UNHANDLED);
     EXPECT_EQ(done, 0u);
     EXPECT_EQ(file.Write("a", 1, 0, done), ERR_OUT_OF_RESOURCES);

@@ -1,5 +1,6 @@
 // What the host's threads have beyond the life that os/threadlife_test.cpp tests. Faults hunted: a request that does
-// not carry what was stored, a setting kept or lost by a refused call, a host without threads that hangs a join.
+// not carry what was stored, a setting kept or lost by a refused call. What a host without threads does to it,
+// refusal_test tries.
 #include <tests/os/threadworker.h>
 #include <tests/support/contract.h>
 #include <tests/support/testhost.h>
@@ -32,15 +33,13 @@ protected:
         table.create = [](int id, std::size_t stackSize, eal_thread_priority priority, eal_thread_entry entry,
                           void* argument) {
             s_request = {id, stackSize, priority};
-            return s_fails ? nullptr
-                           : ZelkHost::ThreadTable().create(id, 0, EAL_THREAD_PRIORITY_NORMAL, entry, argument);
+            return ZelkHost::ThreadTable().create(id, 0, EAL_THREAD_PRIORITY_NORMAL, entry, argument);
         };
         table.join = [](eal_thread_handle handle) {
             ++s_joins;
             ZelkHost::ThreadTable().join(handle);
         };
         SetEalInterface(table);
-        s_fails = false;
         s_joins = 0;
     }
     ~RecordedThreads() override { ReinstallHost(); }
@@ -52,7 +51,6 @@ protected:
     }
 
     static inline std::tuple<int, std::size_t, int> s_request;
-    static inline bool s_fails;
     static inline int s_joins;
     Outside outside;
     Worker<OfHost> worker{outside};
@@ -87,19 +85,6 @@ TEST_F(RecordedThreads, StorePriorityAndSuspendingEvenWhenRefused) {
     EXPECT_EQ(worker.SetThreadPriority(EAL_THREAD_PRIORITY_IDLE), ERR_OK);
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
     EXPECT_EQ(worker.GetHandle(), nullptr);
-}
-
-TEST_F(RecordedThreads, ThatTheHostRefusesStayAtTheirStart) {
-    s_fails = true;
-    EXPECT_EQ(worker.CreateThread(), ERR_OK);
-    EXPECT_EQ(worker.GetThreadState(), THREAD_STARTING);
-    EXPECT_EQ(worker.BlockUntilStopped(1), ERR_TIMEOUT);
-    EXPECT_EQ(worker.JoinThread(), ERR_NOT_READY);
-    EXPECT_EQ(worker.GetThreadState(), THREAD_IDLE);
-    EXPECT_EQ(s_joins, 0);
-    s_fails = false;
-    outside.release.Open();
-    ExpectRequest(worker.CreateThread(), 0, EAL_THREAD_PRIORITY_NORMAL);
 }
 
 } // namespace

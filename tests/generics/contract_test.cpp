@@ -53,6 +53,7 @@ TEST(Contracts, OfContainersAndIndicesAreChecked) {
              Vector<VectorSIMD4f>(Vector<VectorSIMD4f>::FixedStorage{memory + 8, 1}).Clear();
          }},
         {"following an end", [&] { static_cast<void>(*map.end()); }},
+        {"following an iterator of no map", [] { static_cast<void>(*Map<int, int>::Iterator()); }},
         {"going beyond the end", [&] { ++map.end(); }},
         {"going before the begin", [&] { --map.begin(); }},
         {"erasing an end", [&] { map.Erase(map.end()); }},

@@ -109,6 +109,18 @@ const ZelkTest::Operation<Tested, Model, Arguments> OPERATIONS[] = {
          const Tested copy(map);
          return IsCopy(assigned, map) && IsCopy(copy, map);
      }},
+    {"insert a list",
+     [](Tested& map, Model& model, A a) {
+         const Tested::Entry entries[] = {{Counted(a.key), Counted(a.number)}};
+         return model.emplace(a.key, a.number), map.Insert(entries, entries + 1);
+     }},
+    {"assign itself",
+     [](Tested& map, Model&, A) {
+         const Tested& same = map;
+         map = same;
+         map = std::move(const_cast<Tested&>(same));
+         return true;
+     }},
     {"move there and back",
      [](Tested& map, Model&, A) {
          Tested moved(std::move(map));

@@ -101,6 +101,11 @@ const ZelkTest::Operation<S, T, Arguments> OPERATIONS[] = {
          return t.text.replace(t.At(a.p), a.n, t.Part(a.few, 5)), s.string.Replace(a.p, a.n, s.Part(a.few, 5));
      }},
     {"append a part", [](S& s, T& t, A) { return t.text += t.Part(0, 20), s.string.Append(s.Part(0, 20)); }},
+    {"append of the other",
+     [](S& s, T& t, A a) {
+         t.text.append(t.other, 0, a.few);
+         return s.string.Append(typename S::View(s.other.CStr(), s.other.Size()).Substring(0, a.few));
+     }},
     {"append characters", [](S& s, T& t, A a) { return t.text.append(a.few, 'a'), s.string.Append(a.few, 'a'); }},
     {"erase", [](S& s, T& t, A a) { return t.text.erase(t.At(a.p), a.n), s.string.Erase(a.p, a.n); }},
     {"resize", [](S& s, T& t, A a) { return t.text.resize(a.n, 'r'), s.string.Resize(a.n, 'r'); }},
@@ -162,6 +167,8 @@ TEST(String, RefusesWhatIsTooLong) {
     ZelkString string = "text";
     EXPECT_FALSE(string.Append(ZelkString::MAX_SIZE, 'x'));
     EXPECT_FALSE(string.Reserve(UINT_MAX));
+    const ZelkString::View endless("", ZelkString::MAX_SIZE + 1);
+    EXPECT_TRUE((string + endless).IsEmpty() && (endless + string).IsEmpty());
     EXPECT_FALSE(string.Format("%*d", INT_MAX, 1));
     EXPECT_EQ(string, "text");
     ZelkTest::FailAllocations(1);

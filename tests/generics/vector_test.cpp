@@ -199,6 +199,13 @@ const ZelkTest::Operation<V, M, Arguments> OPERATIONS[] = {
          return shrunk;
      }},
     {"assign own elements", [](V& v, M& m, A a) { return m = a.part, v.Assign(v.begin() + a.first, a.count); }},
+    {"assign itself", [](V& v, M&, A) { return v = *&v, v = std::move(*&v), true; }},
+    {"insert a copy's elements",
+     [](V& v, M& m, A a) {
+         const V copy(v);
+         m.insert(m.begin() + a.at, a.part.begin(), a.part.end());
+         return !copy.WasRefused() && (v.Insert(v.begin() + a.at, copy.begin() + a.first, a.count), !v.WasRefused());
+     }},
     {"assign a copy and more",
      [](V& v, M& m, A a) {
          V copy(v);
@@ -227,7 +234,7 @@ const ZelkTest::Operation<V, M, Arguments> OPERATIONS[] = {
 template <class T>
 void Compare(Vector<T>& vector, Model& model, Input& input) {
     if (vector.WasRefused()) {
-        EXPECT_TRUE(vector.IsEmpty() && vector.Capacity() != 0);
+        EXPECT_TRUE(vector.IsEmpty() && vector.Capacity() != 0 && !vector.ShrinkToFit());
         vector.PushBack(T{1});
         vector.Insert(vector.begin(), {T{1}, T{2}});
         vector.Resize(100);
@@ -299,6 +306,9 @@ TEST(Vector, IsConstructedAndComparedAsExpected) {
     Vector<Vector<int>> nested{ordered[1], ordered[1]};
     EXPECT_FALSE(nested.Reserve(0xFFFFFFFF));
     EXPECT_EQ(nested.Capacity(), nested.MAX_CAPACITY);
+    nested = {ordered[3]};
+    nested.Insert(nested.begin(), 0xFFFFFFFF, ordered[1]);
+    EXPECT_TRUE(nested.WasRefused());
     nested = {ordered[3]};
     EXPECT_EQ(nested.Back(), ordered[3]);
 }

@@ -7,10 +7,10 @@
 #include <gmock/gmock.h>
 #include <host/zelkhost.h>
 #include <map>
+#include <tests/os/crowd.h>
 #include <tests/support/importhook.h>
 #include <tests/support/random.h>
 #include <tests/support/rows.h>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -120,41 +120,19 @@ TEST_P(HostFilesOf, ATransferThatFailedMovesNoLaterOne) {
 // All share one handle, and in the plain mode one position of the system's.
 TEST_P(HostFilesOf, ThreadsTransferAtPlacesOfTheirOwn) {
     constexpr unsigned THREADS = 4;
-    constexpr unsigned ROUNDS = 300;
     const TemporaryFile name;
     OpenFile file(name.Utf8(), GetParam());
-    std::atomic<unsigned> wrong = 0;
-    std::vector<std::thread> threads;
-    for (unsigned thread = 0; thread < THREADS; ++thread) {
-        threads.emplace_back([&file, &wrong, thread] {
-            for (unsigned round = 0; round < ROUNDS; ++round) {
-                const std::uint64_t offset = (round % 16 * THREADS + thread) * 100;
-                const std::string text(100, static_cast<char>('a' + (thread * 7 + round) % 26));
-                std::string back(100, '\0');
-                std::uint32_t written = 0;
-                std::uint32_t read = 0;
-                g_table.write(file, text.data(), 100, offset, &written);
-                g_table.read(file, back.data(), 100, offset, &read);
-                wrong += written == 100 && read == 100 && back == text ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(wrong, 0u);
+    ZelkTest::RunCrowd(THREADS, [&](unsigned thread) {
+        for (unsigned round = 0; round < 300; ++round) {
+            const std::uint64_t offset = (round % 16 * THREADS + thread) * 100;
+            const std::string text(100, static_cast<char>('a' + (thread * 7 + round) % 26));
+            file.Write(text, offset);
+            EXPECT_EQ(file.Read(100, offset), text);
+        }
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, HostFilesOf, testing::Values(READ_WRITE_CREATE, ASYNC_READ_WRITE_CREATE));
-
-TEST(HostFiles, AsynchronousTransfersAreForFilesOpenedSo) {
-    const TemporaryFile name;
-    OpenFile file(name.Utf8(), READ_WRITE_CREATE);
-    Completions completions;
-    char byte = 0;
-    EXPECT_EQ(g_table.read_async(file, &byte, 1, 0, Completions::Complete, &completions), EAL_FILE_UNSUPPORTED);
-    EXPECT_EQ(g_table.write_async(file, &byte, 1, 0, Completions::Complete, &completions), EAL_FILE_UNSUPPORTED);
-}
 
 TEST(HostFiles, LongPaths) {
     const TemporaryFile name;
@@ -414,6 +392,10 @@ TEST(HostFiles, TransfersThatCannotStartSayWhy) {
     EXPECT_THAT(TransferStatuses(reader, buffer, 16, 0),
                 testing::ElementsAre(EAL_FILE_OK, EAL_FILE_OK, EAL_FILE_ACCESS_DENIED, EAL_FILE_ACCESS_DENIED));
     EXPECT_EQ(g_table.flush(reader), EAL_FILE_OK);
+    const TemporaryFile other;
+    const OpenFile plain(other.Utf8(), READ_WRITE_CREATE);
+    EXPECT_THAT(TransferStatuses(plain, buffer, 16, 0),
+                testing::ElementsAre(EAL_FILE_OK, EAL_FILE_UNSUPPORTED, EAL_FILE_OK, EAL_FILE_UNSUPPORTED));
 }
 
 TEST(HostFiles, UnbufferedTransfersObeyTheAlignment) {

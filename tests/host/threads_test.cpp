@@ -4,6 +4,7 @@
 
 #include "capture.h"
 
+#include <algorithm>
 #include <atomic>
 #include <emmintrin.h>
 #include <gtest/gtest.h>
@@ -111,12 +112,7 @@ TEST(HostTables, RefuseAnotherVersionAloud) {
     RefusesAnotherVersion(ZelkHost::FileTable(), "file", Z4::EAL_FILE_VERSION);
     RefusesAnotherVersion(ZelkHost::ThreadTable(), "thread", Z4::EAL_THREAD_VERSION);
     RefusesAnotherVersion(ZelkHost::NetworkTable(), "network", Z4::EAL_NET_VERSION);
-}
-
-TEST(HostTables, PerformanceSlotsTakeAnyCall) {
-    for (const Z4::eal_reserved_slot slot : ZelkHost::PerformanceTable().slots) {
-        slot();
-    }
+    std::ranges::for_each(ZelkHost::PerformanceTable().slots, [](Z4::eal_reserved_slot slot) { slot(); });
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Hunted here: a query between two figures that misses the nearest points, in any position of the figures. The search
 // knows nothing of their cases: the distance from a point of the first figure to the second is convex along the first,
 // so dividing intervals finds its least, in double precision.
+#include "figures.h"
 #include "queries.h"
 
 #include <algorithm>
@@ -37,7 +38,7 @@ double Least(double low, double high, const Function& function) {
     const double ends = std::min(function(low), function(high));
     double left = function(high - RATIO * (high - low));
     double right = function(low + RATIO * (high - low));
-    for (int step = 0; step < 42; ++step) {
+    for (int step = 0; step < 34; ++step) {
         if (left < right) {
             high = low + RATIO * (high - low);
             right = left;
@@ -64,23 +65,36 @@ double Search(const Vector3d& p, const Figure& f) {
     return LengthSqr(f.At(f.shape == Shape::SEGMENT ? std::clamp(foot, 0.0, 1.0) : foot, 0) - p);
 }
 
-/// Squared distance of the two figures, the first of which is a point, a segment or a line.
+/// Squared distance of the two figures. If the second is a line, so is the first.
 double Search(const Figure& first, const Figure& second) {
     double low = 0;
     double high = first.shape == Shape::POINT ? 0 : 1;
+    if (second.shape == Shape::LINE) {
+        const Vector3d n = Cross(first.edge0, second.edge0);
+        const double along = Dot(n, first.corner - second.corner);
+        return LengthSqr(n) > 0 ? along * along / LengthSqr(n)
+                                : std::min(Search(first.corner, second), Search(second.corner, first));
+    }
     if (first.shape == Shape::LINE && LengthSqr(first.edge0) > 0) {
         // The nearest point of the line is the foot of one of the second figure's points.
         const auto foot = [&](const Vector3d& p) {
             return Dot(p - first.corner, first.edge0) / LengthSqr(first.edge0);
         };
-        std::tie(low, high) = std::minmax({foot(second.At(0, 0)), foot(second.At(1, 0)), foot(second.At(0, 1))});
+        std::tie(low, high) =
+            std::minmax({foot(second.At(0, 0)), foot(second.At(1, 0)), foot(second.At(0, 1)), foot(second.At(1, 1))});
     }
-    return Least(low, high, [&](double t) { return Search(first.At(t, 0), second); });
+    return Least(low, high, [&](double t) {
+        if (first.shape < Shape::TRIANGLE) {
+            return Search(first.At(t, 0), second);
+        }
+        const double height = first.shape == Shape::TRIANGLE ? 1 - t : 1;
+        return Search(Figure{Shape::SEGMENT, first.At(t, 0), first.edge1 * height, first.edge1}, second);
+    });
 }
 
 /// Two figures in a random position, often a special one. The first starts at `a`, the second at `c`.
 struct Scene {
-    Scene(ZelkTest::Input& input, Shape second) {
+    Scene(ZelkTest::Input& input, Shape first, Shape second) {
         const auto unit = [&input] { return input.Number(-1, 1); };
         const auto whole = [&input] { return static_cast<double>(input.Below(5)) - 2; };
         const unsigned kind = input.Below(10);
@@ -118,24 +132,29 @@ struct Scene {
         const auto narrow = [size](const Vector3d& v) { return VectorSIMD4f(Z4::Vector3f(v * size), 1e30F); };
         a = narrow(start);
         b = narrow(start + direction);
+        const Vector3d other = input.OnceIn(3) ? edge0 : point();
+        d = narrow(start + (first == Shape::RECTANGLE ? Cross(direction, other) : other));
         c = narrow(corner);
         c0 = narrow(corner + edge0);
         c1 = narrow(corner + edge1);
         scale = size * std::sqrt(LengthSqr(start - corner) + LengthSqr(direction) + LengthSqr(edge0) +
-                                 LengthSqr(edge1) + LengthSqr(corner));
+                                 LengthSqr(edge1) + LengthSqr(corner) + LengthSqr(other));
     }
 
-    VectorSIMD4f a, b, c, c0, c1;
+    VectorSIMD4f a, b, c, c0, c1, d;
     double scale;
 };
 
 TEST(DistanceSearch, FindsNoneNearer) {
     using namespace ZelkTest::Queries;
-    // With POINT_ONLY the query tells no parameters, but the point; ANY_POINT's weights may lose more.
+    // With POINT_ONLY the query tells no parameters, but the point; ANY_POINT's weights may lose more, and so may what
+    // lies FAR_OUT on lines that are hardly not parallel.
     enum Tells {
         PARAMETERS,
         POINT_ONLY,
-        ANY_POINT
+        ANY_POINT,
+        WEIGHTS,
+        FAR_OUT
     };
     const struct {
         ZelkTest::Query query;
@@ -156,46 +175,137 @@ TEST(DistanceSearch, FindsNoneNearer) {
         {SEGMENTS_2D, Shape::SEGMENT, Shape::SEGMENT, true},
         {SEGMENT_RECTANGLE, Shape::SEGMENT, Shape::RECTANGLE},
         {LINE_TRIANGLE, Shape::LINE, Shape::TRIANGLE},
+        {POINT_TRIANGLE, Shape::POINT, Shape::TRIANGLE, false, WEIGHTS},
+        {POINT_TRIANGLE_CONSISTENT, Shape::POINT, Shape::TRIANGLE, false, WEIGHTS},
+        {LINE_LINE, Shape::LINE, Shape::LINE, false, FAR_OUT},
+        {LINE_SEGMENT, Shape::LINE, Shape::SEGMENT},
+        {LINE_RECTANGLE, Shape::LINE, Shape::RECTANGLE},
+        {SEGMENT_TRIANGLE, Shape::SEGMENT, Shape::TRIANGLE},
+        {SEGMENT_TRIANGLE_CONSISTENT, Shape::SEGMENT, Shape::TRIANGLE},
+        {TRIANGLES, Shape::TRIANGLE, Shape::TRIANGLE},
+        {TRIANGLE_RECTANGLE, Shape::TRIANGLE, Shape::RECTANGLE},
+        {RECTANGLES, Shape::RECTANGLE, Shape::RECTANGLE},
     };
     for (const auto& row : rows) {
         ZelkTest::Input input(7);
-        for (int round = 0; round < 1000 && !HasFailure(); ++round) {
+        const bool isFace = row.first >= Shape::TRIANGLE;
+        for (int round = 0; round < (isFace ? 50 : 1000) && !HasFailure(); ++round) {
             SCOPED_TRACE(testing::Message() << row.query.name << ", round " << round);
-            const Scene s(input, row.second);
+            const Scene s(input, row.first, row.second);
             const bool isPoint = row.first == Shape::POINT;
             // A rectangle is given by its edges, as they are after rounding.
-            const VectorSIMD4f edges[] = {s.c0 - s.c, s.c1 - s.c};
-            const bool isRectangle = row.second == Shape::RECTANGLE;
-            const VectorSIMD4f arguments[] = {s.a, s.b, s.c, isRectangle ? edges[0] : s.c0,
-                                              isRectangle ? edges[1] : s.c1};
+            const auto corner = [](Shape shape, const VectorSIMD4f& from, const VectorSIMD4f& to) {
+                return shape == Shape::RECTANGLE ? to - from : to;
+            };
+            const VectorSIMD4f arguments[] = {s.a,
+                                              corner(row.first, s.a, s.b),
+                                              s.c,
+                                              corner(row.second, s.c, s.c0),
+                                              corner(row.second, s.c, s.c1),
+                                              corner(row.first, s.a, s.d)};
             const VectorSIMD4f fromPoint[] = {s.a, arguments[2], arguments[3], arguments[4]};
             const ZelkTest::Answer answer = row.query(isPoint ? fromPoint : arguments);
 
             const auto wide = [&row](const VectorSIMD4f& v) { return Vector3d(v.X(), v.Y(), row.isFlat ? 0 : v.Z()); };
-            const auto edge = [&](unsigned i) {
-                return isRectangle ? wide(edges[i]) : wide(arguments[3 + i]) - wide(s.c);
+            const auto edge = [&](Shape shape, const VectorSIMD4f& from, const VectorSIMD4f& to) {
+                return shape == Shape::RECTANGLE ? wide(to) : wide(to) - wide(from);
             };
-            const Figure first{row.first, wide(s.a), isPoint ? Vector3d::ZERO : wide(s.b) - wide(s.a), Vector3d::ZERO};
-            const Figure second{row.second, wide(s.c), edge(0),
-                                row.second < Shape::TRIANGLE ? Vector3d::ZERO : edge(1)};
+            const bool isFaceToo = row.second >= Shape::TRIANGLE;
+            const Figure first{row.first, wide(s.a), isPoint ? Vector3d::ZERO : edge(row.first, s.a, arguments[1]),
+                               isFace ? edge(row.first, s.a, arguments[5]) : Vector3d::ZERO};
+            const Figure second{row.second, wide(s.c), edge(row.second, s.c, arguments[3]),
+                                isFaceToo ? edge(row.second, s.c, arguments[4]) : Vector3d::ZERO};
             const double least = std::sqrt(Search(first, second));
-            const double bound = (row.tells == ANY_POINT ? 1e-5 : 1e-6) * s.scale;
+            const bool isLoose = row.tells == ANY_POINT || row.tells == WEIGHTS;
+            double bound = (isLoose ? 1e-5 : 1e-6) * s.scale;
+            if (row.tells == FAR_OUT) {
+                const Vector3d n = Cross(first.edge0, second.edge0);
+                if (LengthSqr(n) < 4e-12 * LengthSqr(first.edge0) * LengthSqr(second.edge0)) {
+                    continue; // which may count as parallel
+                }
+                bound *= 1 + std::fabs(answer.t[0]) + std::fabs(answer.t[1]);
+            }
             if (row.tells != ANY_POINT) {
                 EXPECT_NEAR(std::sqrt(answer.returned), least, bound);
             }
-            if (row.tells != PARAMETERS) {
+            if (row.tells == POINT_ONLY || row.tells == ANY_POINT) {
                 const Vector3d nearest = wide(answer.points[0]);
                 EXPECT_NEAR(Length(first.corner - nearest), least, bound);
                 EXPECT_LE(std::sqrt(Search(nearest, second)), bound) << "a point of the figure";
                 continue;
             }
-            const float t = isPoint ? 0 : answer.t[0];
-            const float* const uv = answer.t + (isPoint ? 0 : 1);
-            const float v = row.second < Shape::TRIANGLE ? 0 : uv[1];
-            EXPECT_NEAR(Length(first.At(t, 0) - second.At(uv[0], v)), least, bound);
-            for (const float parameter :
-                 {row.first == Shape::LINE ? 0 : t, uv[0], v, row.second == Shape::TRIANGLE ? uv[0] + v : 0}) {
-                EXPECT_TRUE(parameter >= 0 && parameter <= 1 + 1e-6F) << parameter;
+            // Those of each figure: u and v.
+            const unsigned count = isPoint ? 0 : (isFace ? 2 : 1);
+            const float at[2][2] = {{count > 0 ? answer.t[0] : 0, count > 1 ? answer.t[1] : 0},
+                                    {answer.t[count], isFaceToo ? answer.t[count + 1] : 0}};
+            EXPECT_NEAR(Length(first.At(at[0][0], at[0][1]) - second.At(at[1][0], at[1][1])), least, bound);
+            for (unsigned i = 0; i < 2; ++i) {
+                const Shape shape = i == 0 ? row.first : row.second;
+                const float sum = shape == Shape::TRIANGLE ? at[i][0] + at[i][1] : 0;
+                for (const float parameter : {at[i][0], at[i][1], sum}) {
+                    EXPECT_TRUE(shape == Shape::LINE || (parameter >= 0 && parameter <= 1 + 1e-6F)) << parameter;
+                }
+            }
+        }
+    }
+}
+
+/// The same between boxes and what is straight. An oriented box is searched in its frame.
+TEST(DistanceSearch, FindsNoPointOfABoxNearer) {
+    using namespace Z4::Geometry;
+    ZelkTest::Input input(8);
+    const auto wide = [](const VectorSIMD4f& v) { return Vector3d(Z4::ToVector3f(v)); };
+    for (int round = 0; round < 3000 && !HasFailure(); ++round) {
+        SCOPED_TRACE(round);
+        const bool isCoarse = input.OnceIn(2);
+        const auto point = [&] {
+            return isCoarse ? VectorSIMD4f{input.Coarse(), input.Coarse(), input.Coarse(), 1e9F}
+                            : ZelkTest::RandomPoint(input, 4, 1e9F);
+        };
+        const VectorSIMD4f a = point();
+        VectorSIMD4f b = point();
+        const VectorSIMD4f center = point();
+        VectorSIMD4f extent = Abs(point() * 0.5F);
+        for (unsigned long k = 0; k < 3; ++k) { // flat, parallel to its sides
+            extent.Set(k, input.OnceIn(4) ? 0 : extent[k]);
+            b.Set(k, input.OnceIn(4) ? a[k] : b[k]);
+        }
+        const Z4::MatrixSIMD44f axes = ZelkTest::RandomRotation(input);
+        const GeometryAABB box(center - extent, center + extent);
+        const GeometryOBB boxes[] = {box.ToOOBox(), GeometryOBB(center, &axes.Row(0), extent)};
+        for (const GeometryOBB& oriented : boxes) {
+            const auto outside = [&](const Vector3d& p) {
+                const Vector3d d = p - wide(oriented.GetCenter());
+                const VectorSIMD4f* const axis = oriented.GetAxisDir();
+                const Vector3d along(Dot(d, wide(axis[0])), Dot(d, wide(axis[1])), Dot(d, wide(axis[2])));
+                return LengthSqr(Max(Abs(along) - wide(oriented.GetExtent()), Vector3d::ZERO));
+            };
+            const auto check = [&](float distanceSqr, const VectorSIMD4f& p, const VectorSIMD4f& q, double least) {
+                constexpr double BOUND = 1e-5;
+                EXPECT_NEAR(std::sqrt(distanceSqr), std::sqrt(least), BOUND);
+                EXPECT_NEAR(Length(wide(p) - wide(q)), std::sqrt(least), BOUND);
+                EXPECT_LE(std::sqrt(outside(wide(q))), BOUND);
+            };
+            const double toPoint = outside(wide(a));
+            const double toSegment = Least(0, 1, [&](double t) { return outside(Lerp(wide(a), wide(b), t)); });
+            float t = 0;
+            VectorSIMD4f closest;
+            float distanceSqr = DistancePointToOBBSqr(a, oriented, closest);
+            check(distanceSqr, a, closest, toPoint);
+            distanceSqr = Consistent::DistanceSegmentToOBBSqr(a, b, oriented, t, closest);
+            check(distanceSqr, Lerp(a, b, t), closest, toSegment);
+            distanceSqr = DistanceSegmentToOBBSqr(a, b, oriented, t, closest);
+            check(distanceSqr, Lerp(a, b, t), closest, toSegment);
+            EXPECT_TRUE(t >= 0 && t <= 1) << t;
+            const float before = t * 0.99F - 1e-5F;
+            EXPECT_TRUE(toSegment > 1e-12 || before < 0 || outside(wide(Lerp(a, b, before))) > 0) << "first at " << t;
+            if (&oriented == boxes) {
+                distanceSqr = DistanceSegmentToAABBSqr(a, b, box, t, closest);
+                check(distanceSqr, Lerp(a, b, t), closest, toSegment);
+                check(DistancePointToAABBSqr(a, box), a, ClosestAABBPointToPoint(a, box), toPoint);
+                const GeometryAABB other(Min(a, b), Max(a, b));
+                const Vector3d gap = Max(wide(box.GetMin() - other.GetMax()), wide(other.GetMin() - box.GetMax()));
+                EXPECT_NEAR(DistanceAABBToAABBSqr(box, other), LengthSqr(Max(gap, Vector3d::ZERO)), 1e-5);
             }
         }
     }

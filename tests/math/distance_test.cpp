@@ -41,22 +41,28 @@ TEST(Distance, HasTheseAnswers) {
         const Query& query = Named(row.Text(0));
         EXPECT_EQ(query.name, row.Text(0)) << row.Where();
         std::vector<float> lanes = Numbers(row.Text(2));
-        lanes.resize(20);
-        V points[5];
-        for (unsigned i = 0; i < 5; ++i) {
+        lanes.resize(24);
+        V points[6];
+        for (unsigned i = 0; i < 6; ++i) {
             points[i] = V::Load(&lanes[4 * i]);
         }
         const Answer answer = query(points);
-        float got[12] = {answer.returned, answer.t[0], answer.t[1], answer.t[2]};
-        answer.points[0].Store(got + 4);
-        answer.points[1].Store(got + 8);
+        float got[13] = {answer.returned, answer.t[0], answer.t[1], answer.t[2], answer.t[3]};
+        answer.points[0].Store(got + 5);
+        answer.points[1].Store(got + 9);
         std::vector<float> expected = Numbers(row.Text(3));
-        expected.resize(4);
+        expected.resize(5);
         const std::vector<float> written = row.Size() > 4 ? Numbers(row.Text(4)) : std::vector<float>();
         expected.insert(expected.end(), written.begin(), written.end());
-        expected.resize(12);
+        expected.resize(13);
         EXPECT_THAT(got, testing::Pointwise(testing::NanSensitiveFloatEq(), expected)) << row.Where();
     }
+}
+
+TEST(Distance, ParametersOfALineAndATriangleAreAskedForOrNot) {
+    const V p[] = {{0, 0, 3, 0}, {1, 0, 3, 0}, {0, -1, 0, 0}, {1, -1, 0, 0}, {0, 4, 1, 0}};
+    EXPECT_EQ(Z4::Geometry::DistanceLineToTriangleSqr(p[0], p[1], p[2], p[3], p[4], nullptr),
+              LINE_TRIANGLE(p).returned);
 }
 
 // Its weights cancel: taken as they are, they give a point that is four times as far away.
@@ -77,13 +83,28 @@ TEST(Distance, OfNanIsNan) {
         Query query;
         unsigned arguments;
         unsigned lanes;
-    } rows[] = {{LINE, 3, 3},          {LINE_2D, 3, 2},           {SEGMENTS, 4, 3},
-                {SEGMENTS_2D, 4, 2},   {SEGMENT_RECTANGLE, 5, 3}, {POINT_RECTANGLE, 4, 3},
-                {LINE_TRIANGLE, 5, 3}, {TRIANGLE, 4, 3},          {SEGMENT, 2, 3}};
+    } rows[] = {{LINE, 3, 3},
+                {LINE_2D, 3, 2},
+                {SEGMENTS, 4, 3},
+                {SEGMENTS_2D, 4, 2},
+                {SEGMENT_RECTANGLE, 5, 3},
+                {POINT_RECTANGLE, 4, 3},
+                {LINE_TRIANGLE, 5, 3},
+                {TRIANGLE, 4, 3},
+                {SEGMENT, 2, 3},
+                {POINT_TRIANGLE, 4, 3},
+                {LINE_LINE, 4, 3},
+                {LINE_RECTANGLE, 5, 3},
+                {SEGMENT_TRIANGLE, 5, 3},
+                {TRIANGLES, 6, 3},
+                {TRIANGLE_RECTANGLE, 6, 3},
+                {RECTANGLES, 6, 3},
+                {SEGMENT_AABB, 2, 3},
+                {SEGMENT_OBB, 3, 3}};
     ZelkTest::Input input(3);
     for (const auto& row : rows) {
         for (unsigned round = 0; round < 100; ++round) {
-            V p[5];
+            V p[6];
             for (V& each : p) {
                 each = ZelkTest::RandomPoint(input, 10);
             }
@@ -93,6 +114,29 @@ TEST(Distance, OfNanIsNan) {
                 << row.query.name << ", argument " << round % row.arguments;
         }
     }
+}
+
+TEST(Distance, FromNoBoxIsInfinite) {
+    using namespace Z4::Geometry;
+    const float infinity = std::numeric_limits<float>::infinity();
+    const GeometryAABB unit(V::ZERO, V::ONE);
+    float t = 7;
+    V closest = V::ONE;
+    for (const float bad : {-1.0F, std::numeric_limits<float>::quiet_NaN()}) {
+        const GeometryAABB box(V::ZERO, {1, bad, 1, 0});
+        const GeometryOBB oriented(V::ZERO, {1, bad, 1, 0}, V::ZERO);
+        for (const float distance :
+             {DistancePointToAABBSqr(V::ZERO, box), DistanceAABBToAABBSqr(unit, box), DistanceAABBToAABBSqr(box, unit),
+              DistanceSegmentToAABBSqr(V::ZERO, V::ONE, box, t, closest),
+              DistancePointToOBBSqr(V::ZERO, oriented, closest),
+              DistanceSegmentToOBBSqr(V::ZERO, V::ONE, oriented, t, closest)}) {
+            EXPECT_EQ(distance, infinity);
+        }
+    }
+    EXPECT_TRUE(t == 7 && closest == V::ONE) << "unwritten";
+    const GeometryAABB half({0, -infinity, -infinity, 0}, V::Broadcast(infinity));
+    EXPECT_EQ(DistanceSegmentToAABBSqr({-3, 0, 0, 0}, {-2, 9, 9, 0}, half, t, closest), 4);
+    EXPECT_TRUE(t == 1 && closest == V(0, 9, 9, 0)) << "to a half-space";
 }
 
 TEST(Distance, LinesAreParallelBelowTheLimit) {

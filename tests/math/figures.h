@@ -48,6 +48,11 @@ inline Z4::MatrixSIMD44f RandomRotation(Input& input) {
     return m;
 }
 
+/// (x, y, z) in double precision.
+inline Z4::Vector3d Wide(const Z4::VectorSIMD4f& v) {
+    return Z4::Vector3d(Z4::ToVector3f(v));
+}
+
 /// The same bits in all lanes, zeros of one sign; no NaN is the same.
 inline bool Same(const Z4::VectorSIMD4f& a, const Z4::VectorSIMD4f& b) {
     return a == b && Z4::Lanes::SignBits(a.Native()) == Z4::Lanes::SignBits(b.Native());

@@ -222,35 +222,6 @@ TEST(Matrix, HasTheseAnswers) {
     EXPECT_EQ(Inverse(exchange), exchange);
 }
 
-template <class Simd, class Plain>
-void ExpectSameBits() {
-    ZelkTest::Input input(48);
-    const auto random = [&input] {
-        Matrix44f full;
-        for (unsigned i = 0; i < 4; ++i) {
-            full.Row(i) = ZelkTest::RandomVector<Vector4f>(input);
-        }
-        return ConvertMatrix<Plain>(full);
-    };
-    for (int round = 0; round < 20000 && !testing::Test::HasFailure(); ++round) {
-        const Plain a = random();
-        const Plain b = random();
-        const auto simdA = ConvertMatrix<Simd>(a);
-        EXPECT_EQ(ConvertMatrix<Plain>(simdA * ConvertMatrix<Simd>(b)), a * b);
-        EXPECT_EQ(ConvertMatrix<Plain>(Inverse(simdA)), Inverse(a));
-        EXPECT_EQ(ConvertMatrix<Plain>(InverseAffine(simdA)), InverseAffine(a));
-        EXPECT_EQ(Determinant(simdA).X(), Determinant(a));
-        const auto p = ZelkTest::RandomVector<Vector3f>(input);
-        EXPECT_EQ(ToVector3f(TransformPoint(VectorSIMD4f(p, 1), simdA)), TransformPoint(p, a));
-        EXPECT_EQ(ToVector3f(TransformDirection(VectorSIMD3f(p), simdA)), TransformDirection(p, a));
-    }
-}
-TEST(Matrix, RegistersAndPlainFloatsGiveTheSameBits) {
-    ExpectSameBits<MatrixSIMD33f, Matrix33f>();
-    ExpectSameBits<MatrixSIMD34f, Matrix34f>();
-    ExpectSameBits<MatrixSIMD44f, Matrix44f>();
-}
-
 TEST(Matrix, SumsRunFromTheTranslation) {
     const MatrixSIMD44f m(VectorSIMD4f(1, 0, 0, 0), VectorSIMD4f(1e8F, 1, 0, 0), VectorSIMD4f(-1e8F, 0, 1, 0),
                           VectorSIMD4f(3, 4, 5, 1));

@@ -1,7 +1,8 @@
-// Each query of geometry/distance.h as a function of its points in the order of its arguments, for tables.
+// Each query of geometry/distance.h and geometry/shapedistance.h as a function of its points in the order of its
+// arguments, for tables.
 #pragma once
 
-#include <zelk_core/math/geometry/distance.h>
+#include <zelk_core/math/geometry/shapedistance.h>
 
 namespace ZelkTest {
 
@@ -10,7 +11,7 @@ using Z4::VectorSIMD4f;
 /// What a query returns and what it writes, else 0: parameters and points.
 struct Answer {
     float returned = 0;
-    float t[3] = {};
+    float t[4] = {};
     VectorSIMD4f points[2] = {VectorSIMD4f(0, 0, 0, 0), VectorSIMD4f(0, 0, 0, 0)};
 };
 struct Query {
@@ -67,15 +68,107 @@ ZELK_QUERY(TRIANGLE, (a.points[0] = Fast::ClosestTrianglePointToPoint(p[0], p[1]
 ZELK_QUERY(BOX, (a.points[0] = Fast::ClosestAABBPointToPoint(p[0], Fast::GeometryAABB(p[1], p[2])), 0));
 ZELK_QUERY(BOX_2D, Fast::DistancePointToAABB2DSqr(ToVector2f(p[0]), ToVector2f(p[1]), ToVector2f(p[2])));
 
+ZELK_QUERY(POINT_RECTANGLE_2D,
+           Fast::DistancePointToRectangle2DSqr(ToVector2f(p[0]), ToVector2f(p[1]), ToVector2f(p[2]), ToVector2f(p[3])));
+ZELK_QUERY(SEGMENT_T_2D_FAST, Fast::DistancePointToSegment2DSqr(p[0], p[1], p[2], a.t[0]));
+ZELK_QUERY(SEGMENTS_2D_FAST, Fast::DistanceSegmentToSegment2DSqr(p[0], p[1], p[2], p[3], a.t[0], a.t[1]));
+ZELK_QUERY(LINE_POINT_CONSISTENT, Consistent::ClosestPointToLine(a.points[0], p[0], p[1], p[2]));
+ZELK_QUERY(POINT_RECTANGLE_CONSISTENT, Consistent::DistancePointToRectangleSqr(p[0], p[1], p[2], p[3], a.t[0], a.t[1]));
+ZELK_QUERY(SEGMENT_RECTANGLE_CONSISTENT,
+           Consistent::DistanceSegmentToRectangleSqr(p[0], p[1], p[2], p[3], p[4], a.t[0], a.t[1], a.t[2]));
+ZELK_QUERY(LINE_TRIANGLE_CONSISTENT, Consistent::DistanceLineToTriangleSqr(p[0], p[1], p[2], p[3], p[4], a.t));
+ZELK_QUERY(TRIANGLE_CONSISTENT, (a.points[0] = Consistent::ClosestTrianglePointToPoint(p[0], p[1], p[2], p[3]), 0));
+
+/// The box between two points, and one about `center`, turned.
+inline Fast::GeometryAABB Between(const VectorSIMD4f& a, const VectorSIMD4f& b) {
+    return {Min(a, b), Max(a, b)};
+}
+inline Fast::GeometryOBB Turned(const VectorSIMD4f& center, const VectorSIMD4f& extent) {
+    const VectorSIMD4f axes[] = {{0.6F, 0.8F, 0, 0}, {-0.8F, 0.6F, 0, 0}, {0, 0, 1, 0}};
+    return {center, axes, Abs(extent)};
+}
+
+#define ZELK_TWINS(name, function, ...)            \
+    ZELK_QUERY(name, Fast::function(__VA_ARGS__)); \
+    ZELK_QUERY(name##_CONSISTENT, Consistent::function(__VA_ARGS__))
+
+ZELK_TWINS(POINT_TRIANGLE, DistancePointToTriangleSqr, p[0], p[1], p[2], p[3], a.t[0], a.t[1]);
+ZELK_TWINS(LINE_LINE, DistanceLineToLineSqr, p[0], p[1], p[2], p[3], a.t[0], a.t[1]);
+ZELK_TWINS(LINE_SEGMENT, DistanceLineToSegmentSqr, p[0], p[1], p[2], p[3], a.t[0], a.t[1]);
+ZELK_TWINS(LINE_RECTANGLE, DistanceLineToRectangleSqr, p[0], p[1], p[2], p[3], p[4], a.t[0], a.t[1], a.t[2]);
+ZELK_TWINS(SEGMENT_TRIANGLE, DistanceSegmentToTriangleSqr, p[0], p[1], p[2], p[3], p[4], a.t[0], a.t[1], a.t[2]);
+ZELK_TWINS(TRIANGLES, DistanceTriangleToTriangleSqr, p[0], p[1], p[5], p[2], p[3], p[4], a.t);
+ZELK_TWINS(TRIANGLE_RECTANGLE, DistanceTriangleToRectangleSqr, p[0], p[1], p[5], p[2], p[3], p[4], a.t);
+ZELK_TWINS(RECTANGLES, DistanceRectangleToRectangleSqr, p[0], p[1], p[5], p[2], p[3], p[4], a.t);
+ZELK_TWINS(POINT_AABB, DistancePointToAABBSqr, p[0], Between(p[1], p[2]));
+ZELK_TWINS(POINT_OBB, DistancePointToOBBSqr, p[0], Turned(p[1], p[2]), a.points[0]);
+ZELK_TWINS(AABBS, DistanceAABBToAABBSqr, Between(p[0], p[1]), Between(p[2], p[3]));
+ZELK_TWINS(SEGMENT_AABB, DistanceSegmentToAABBSqr, p[0], p[1], Between(p[2], p[3]), a.t[0], a.points[0]);
+ZELK_TWINS(SEGMENT_OBB, DistanceSegmentToOBBSqr, p[0], p[1], Turned(p[2], p[3]), a.t[0], a.points[0]);
+
+#undef ZELK_TWINS
 #undef ZELK_QUERY
 
 inline constexpr Query FAST[] = {
-    SEGMENT,  SEGMENT_2D,      SEGMENT_DISTANCE,  LINE,          LINE_2D,  LINE_POINT, LINES,  LINES_POINTS,
-    SEGMENTS, POINT_RECTANGLE, SEGMENT_RECTANGLE, LINE_TRIANGLE, TRIANGLE, BOX,        BOX_2D,
+    SEGMENT,
+    SEGMENT_2D,
+    SEGMENT_DISTANCE,
+    LINE,
+    LINE_2D,
+    LINE_POINT,
+    LINES,
+    LINES_POINTS,
+    SEGMENTS,
+    POINT_RECTANGLE,
+    SEGMENT_RECTANGLE,
+    LINE_TRIANGLE,
+    TRIANGLE,
+    BOX,
+    BOX_2D,
+    POINT_RECTANGLE_2D,
+    SEGMENT_T_2D_FAST,
+    SEGMENTS_2D_FAST,
+    POINT_TRIANGLE,
+    LINE_LINE,
+    LINE_SEGMENT,
+    LINE_RECTANGLE,
+    SEGMENT_TRIANGLE,
+    TRIANGLES,
+    TRIANGLE_RECTANGLE,
+    RECTANGLES,
+    POINT_AABB,
+    POINT_OBB,
+    AABBS,
+    SEGMENT_AABB,
+    SEGMENT_OBB,
 };
 inline constexpr Query CONSISTENT[] = {
-    SEGMENT_CONSISTENT, SEGMENT_TOLERANT_2D,     SEGMENT_T_2D,        LINE_CONSISTENT,
-    LINES_CONSISTENT,   LINES_POINTS_CONSISTENT, SEGMENTS_CONSISTENT, SEGMENTS_2D,
+    SEGMENT_CONSISTENT,
+    SEGMENT_TOLERANT_2D,
+    SEGMENT_T_2D,
+    LINE_CONSISTENT,
+    LINES_CONSISTENT,
+    LINES_POINTS_CONSISTENT,
+    SEGMENTS_CONSISTENT,
+    SEGMENTS_2D,
+    LINE_POINT_CONSISTENT,
+    POINT_RECTANGLE_CONSISTENT,
+    SEGMENT_RECTANGLE_CONSISTENT,
+    LINE_TRIANGLE_CONSISTENT,
+    TRIANGLE_CONSISTENT,
+    POINT_TRIANGLE_CONSISTENT,
+    LINE_LINE_CONSISTENT,
+    LINE_SEGMENT_CONSISTENT,
+    LINE_RECTANGLE_CONSISTENT,
+    SEGMENT_TRIANGLE_CONSISTENT,
+    TRIANGLES_CONSISTENT,
+    TRIANGLE_RECTANGLE_CONSISTENT,
+    RECTANGLES_CONSISTENT,
+    POINT_AABB_CONSISTENT,
+    POINT_OBB_CONSISTENT,
+    AABBS_CONSISTENT,
+    SEGMENT_AABB_CONSISTENT,
+    SEGMENT_OBB_CONSISTENT,
 };
 
 } // namespace Queries

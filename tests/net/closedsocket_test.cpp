@@ -1,69 +1,83 @@
-// A call on a handle that is no socket: one that answers success, the wrong error, or something in its outputs.
-#include <cstring>
-#include <gtest/gtest.h>
-#include <zelk_core/base/lifecycle.h>
-#include <zelk_core/net/berkeleysocket.h>
+// A call that the system refuses: one that answers success, the wrong error, or something in its outputs.
+#include "rawsocket.h"
 
-using Z4::BerkeleySocket;
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <tests/support/importhook.h>
+#include <zelk_core/net/udpsocket.h>
 
 namespace {
 
-using Reads = bool (*)(bool&, long, unsigned long&);
-using Counts = bool (*)(unsigned long&, long, unsigned long&);
-using Sets = bool (*)(bool, long, unsigned long&);
-using Sizes = bool (*)(unsigned long, long, unsigned long&);
+using namespace Z4;
+using Sockets = BerkeleySocket;
 
-constexpr long CLOSED = -1;
+using RefusedCalls = ZelkTest::NetworkTest;
 
-class ClosedSocketTest : public testing::Test {
-protected:
-    void ExpectRefused(bool succeeded, int row) {
-        EXPECT_FALSE(succeeded) << "row " << row;
-        EXPECT_EQ(m_error, static_cast<unsigned long>(Z4::ERR_INVALID)) << "row " << row;
-        m_error = Z4::ERR_OK;
-    }
-
-    unsigned long m_error = Z4::ERR_OK;
-};
-
-TEST_F(ClosedSocketTest, RefusesEveryOption) {
-    int row = 0;
-    for (const Sets set : {BerkeleySocket::SetBlocking, BerkeleySocket::SetReuseAddr, BerkeleySocket::SetBroadCast,
-                           BerkeleySocket::SetNagleOnOff, BerkeleySocket::SetLingerOnOff}) {
-        ExpectRefused(set(true, CLOSED, m_error), row++);
-    }
-    for (const Sizes set :
-         {BerkeleySocket::SetSendBufSize, BerkeleySocket::SetReceiveBufSize, BerkeleySocket::SetLingerSeconds}) {
-        ExpectRefused(set(5, CLOSED, m_error), row++);
-    }
-    for (const Reads read : {BerkeleySocket::GetReuseAddr, BerkeleySocket::GetBroadCast, BerkeleySocket::GetNagleOnOff,
-                             BerkeleySocket::GetLingerOnOff}) {
-        bool value = true;
-        ExpectRefused(read(value, CLOSED, m_error), row++);
-        EXPECT_TRUE(value);
-    }
-    for (const Counts read : {BerkeleySocket::GetSendBufSize, BerkeleySocket::GetReceiveBufSize,
-                              BerkeleySocket::GetLingerSeconds, BerkeleySocket::GetPendingDataCount}) {
-        unsigned long value = 77;
-        ExpectRefused(read(value, CLOSED, m_error), row++);
-        EXPECT_EQ(value, 77UL);
-    }
+bool OpensOne(const TcpSocket& socket, unsigned long& error) {
+    error = socket.GetLastError();
+    return socket.IsValid();
 }
 
-TEST_F(ClosedSocketTest, RefusesEveryOperation) {
-    Z4::SocketAddr peer;
-    const Z4::SocketAddr before = peer;
-    char byte = 'b';
+TEST_F(RefusedCalls, SayWhyAndStoreNothing) {
+    constexpr long CLOSED = -1;
     long handle = CLOSED;
-    EXPECT_FALSE(BerkeleySocket::Close(handle, m_error)); // with the system's own idea of the error
-    ExpectRefused(BerkeleySocket::Listen(1, CLOSED, m_error), 1);
-    ExpectRefused(BerkeleySocket::Shutdown(BerkeleySocket::SHUTDOWN_BOTH, CLOSED, m_error), 2);
-    ExpectRefused(BerkeleySocket::Accept(peer, CLOSED, m_error) >= 0, 3);
-    ExpectRefused(BerkeleySocket::Send(&byte, 1, CLOSED, m_error) >= 0, 4);
-    ExpectRefused(BerkeleySocket::Receive(&byte, 1, CLOSED, m_error) >= 0, 5);
-    ExpectRefused(BerkeleySocket::ReceiveFrom(peer, &byte, 1, CLOSED, m_error) >= 0, 6);
+    unsigned long error = ERR_OK;
+    EXPECT_FALSE(Sockets::Close(handle, error)); // with the system's own idea of the error
+    const TcpSocket socket;
+    const long open = socket.GetHandle();
+    bool flag = true;
+    unsigned long number = 77;
+    char byte = 'b';
+    SocketAddr peer;
+    SocketAddr bound(INADDR_LOOPBACK, 0);
+    const SocketAddr before = peer;
+    const struct {
+        std::function<bool()> call;
+        const char* failing = nullptr;
+        void* failure = nullptr;
+    } rows[] = {
+        {[&] { return Sockets::SetBlocking(true, CLOSED, error); }},
+        {[&] { return Sockets::SetReuseAddr(true, CLOSED, error); }},
+        {[&] { return Sockets::SetLingerOnOff(true, CLOSED, error); }},
+        {[&] { return Sockets::SetLingerOnOff(true, open, error); }, ZELK_FAILING(setsockopt)},
+        {[&] { return Sockets::SetLingerSeconds(5, CLOSED, error); }},
+        {[&] { return Sockets::SetLingerSeconds(5, open, error); }, ZELK_FAILING(setsockopt)},
+        {[&] { return Sockets::SetSendBufSize(5, CLOSED, error); }},
+        {[&] { return Sockets::GetReuseAddr(flag, CLOSED, error); }},
+        {[&] { return Sockets::GetNagleOnOff(flag, CLOSED, error); }},
+        {[&] { return Sockets::GetLingerOnOff(flag, CLOSED, error); }},
+        {[&] { return Sockets::GetSendBufSize(number, CLOSED, error); }},
+        {[&] { return Sockets::GetLingerSeconds(number, CLOSED, error); }},
+        {[&] { return Sockets::GetPendingDataCount(number, CLOSED, error); }},
+        {[&] { return Sockets::Bind(bound, open, error); }, ZELK_FAILING(getsockname)},
+        {[&] { return Sockets::Connect(SocketAddr(), bound, open, error); }},
+        {[&] { return Sockets::Listen(1, CLOSED, error); }},
+        {[&] { return Sockets::Shutdown(Sockets::SHUTDOWN_BOTH, CLOSED, error); }},
+        {[&] { return Sockets::Select(nullptr, &flag, nullptr, CLOSED, 0, error) || !std::exchange(flag, true); }},
+        {[&] { return Sockets::Accept(peer, CLOSED, error) >= 0; }},
+        {[&] { return Sockets::Send(&byte, 0xFFFFFFFF, CLOSED, error) >= 0; }},
+        {[&] { return Sockets::Receive(&byte, 1, CLOSED, error) >= 0; }},
+        {[&] { return Sockets::ReceiveFrom(peer, &byte, 1, CLOSED, error) >= 0; }},
+        {[&] { return Sockets::OpenStream(error) >= 0; }, ZELK_FAILING(socket)},
+        {[&] { return Sockets::OpenDatagram(error) >= 0; }, ZELK_FAILING(socket)},
+        {[&] { return OpensOne(TcpSocket(0), error); }, ZELK_FAILING(socket)},
+        {[&] { return OpensOne(TcpSocket("127.0.0.1", 9), error); }, ZELK_FAILING(socket)},
+    };
+    ZelkTest::Failure::s_error = WSAENOTSOCK;
+    ZelkTest::Failure::s_result = SOCKET_ERROR;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        std::optional<ZelkTest::ImportHook> hook;
+        if (row.failing != nullptr) {
+            hook.emplace(row.failing, row.failure);
+        }
+        error = ERR_OK;
+        EXPECT_FALSE(row.call());
+        EXPECT_EQ(error, static_cast<unsigned long>(ERR_INVALID));
+    }
+    EXPECT_TRUE(flag && number == 77 && byte == 'b');
     EXPECT_EQ(std::memcmp(&peer, &before, sizeof peer), 0);
-    EXPECT_EQ(byte, 'b');
 }
 
 } // namespace

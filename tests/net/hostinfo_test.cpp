@@ -27,7 +27,8 @@ TEST_F(HostInfoTest, TextForms) {
     expect(false, true, {"00:1A:2b:3C:4d:5E", "00-1A-2b-3C-4d-5E"});
     expect(false, false, {nullptr, "", "256.0.0.1", "1.2.3", "1.2.3.4.5", "1.2.3.4.", "1..3.4", "01.2.3.4", "::1"});
     expect(false, false, {"1.2.3.0004", "+1.2.3.4", " 1.2.3.4", "1.2.3.4 ", "00:1A-2b:3C:4d:5E", "00:1A:2b:3C:4d"});
-    expect(false, false, {"00:1A:2b:3C:4d:5E:", "00:1A:2b:3C:4d:5G", "001A2b3C4d5E"});
+    expect(false, false, {"00:1A:2b:3C:4d:5E:", "00:1A:2b:3C:4d:5G", "00:1A:2b:3C:4d:5g", "00:1A:2b:3C:4d::E"});
+    expect(false, false, {"001A2b3C4d5E", "00.1A.2b.3C.4d.5E"});
 }
 
 /// A resolver that knows one host, 10.1.2.3, under every name, and answers with a failure where there is one.

@@ -16,14 +16,13 @@ using namespace ZelkTest;
 class LinuxPeerTest : public NetworkTest {
 protected:
     void SetUp() override {
-        const char* const port = std::getenv("ZELK_PEER_PORT");
-        if (port == nullptr) {
+        if (m_port == 0) {
             GTEST_SKIP() << "runs as the test net_linux_peer";
         }
-        m_port = static_cast<unsigned short>(std::atoi(port));
     }
 
-    unsigned short m_port = 0;
+    const char* const m_given = std::getenv("ZELK_PEER_PORT");
+    const unsigned short m_port = static_cast<unsigned short>(m_given != nullptr ? std::atoi(m_given) : 0);
 };
 
 TEST_F(LinuxPeerTest, EchoesAMegabyteUntilTheStreamEnds) {

@@ -49,7 +49,7 @@ TEST_F(TcpSocketTest, LifeOfAHandle) {
     TcpSocket socket;
     EXPECT_STREQ(socket.GetHostName(), "0.0.0.0");
     socket.SetTimeout(5);
-    EXPECT_TRUE(socket.SetBlocking(false) && socket.Bind("127.0.0.1", 0));
+    EXPECT_TRUE(socket.SetBlocking(true) && socket.SetBlocking(false) && socket.Bind("127.0.0.1", 0));
     const unsigned short port = socket.GetPortNumber();
     EXPECT_NE(port, 0);
     EXPECT_TRUE(socket.Close());
@@ -70,15 +70,18 @@ TEST_F(TcpSocketTest, LifeOfAHandle) {
 TEST_F(TcpSocketTest, HandlesMoveAndAreClosedOnce) {
     Connection connection;
     connection.ours.SetTimeout(60'000);
+    EXPECT_FALSE(connection.ours.Select(0)) << "nothing to wait for";
     TcpSocket moved(std::move(connection.ours));
     EXPECT_FALSE(connection.ours.IsValid());
     EXPECT_EQ(moved.GetTimeout(), 60'000u);
+    EXPECT_EQ(moved.GetLastError(), ERR_INVALID);
     EXPECT_STREQ(moved.GetIpAddress(), "127.0.0.1");
     StreamSocket<TcpSocket> stream(moved.Detach());
     EXPECT_FALSE(moved.IsValid());
     StreamSocket<TcpSocket> target;
     const long replaced = target.GetHandle();
-    target = std::move(stream);
+    StreamSocket<TcpSocket>& same = target = std::move(stream);
+    target = std::move(same);
     unsigned long error = ERR_OK;
     EXPECT_EQ(BerkeleySocket::Send("x", 1, replaced, error), -1) << "what it had is closed";
     EXPECT_EQ(error, static_cast<unsigned long>(ERR_INVALID));
@@ -99,7 +102,7 @@ TEST_F(TcpSocketTest, OptionsReachTheSystem) {
         getsockopt(static_cast<SOCKET>(socket.GetHandle()), level, option, reinterpret_cast<char*>(&value), &size);
         return value;
     };
-    for (const bool on : {true, false, true}) {
+    for (const bool on : {true, false, true, true}) {
         EXPECT_TRUE(socket.SetReuseAddr(on) && socket.SetNagleOnOff(on) && socket.SetLingerOnOff(on));
         EXPECT_EQ(socket.GetReuseAddr(), on);
         EXPECT_EQ(read(SOL_SOCKET, SO_REUSEADDR) != 0, on);
@@ -177,13 +180,16 @@ TEST_F(TcpSocketTest, TimeOutsReachTheSystem) {
         unsigned long ms;
         long seconds, microseconds;
     } rows[] = {{0, 0, 0}, {60, 0, 60'000}, {61'999, 61, 999'000}, {BerkeleySocket::NO_TIMEOUT, -1, -1}};
-    TcpSocket socket;
+    UdpSocket socket;
     for (const auto& row : rows) {
         socket.SetTimeout(row.ms);
-        EXPECT_FALSE(socket.Select(Socket::SELECT_READABLE));
+        EXPECT_FALSE(socket.Select(Socket::SELECT_FAILED));
         EXPECT_EQ(socket.GetLastError(), ERR_TIMEOUT);
         EXPECT_TRUE(g_limit.tv_sec == row.seconds && g_limit.tv_usec == row.microseconds) << row.ms;
     }
+    socket.SetTimeout(5);
+    EXPECT_EQ(socket.SendTo(SocketAddr("127.0.0.1", 1), "x", 1), -1);
+    EXPECT_EQ(socket.GetLastError(), ERR_TIMEOUT);
 }
 
 TEST_F(TcpSocketTest, TimeOuts) {
@@ -207,8 +213,6 @@ TEST_F(TcpSocketTest, TimeOuts) {
     }
     bool writable = false;
     EXPECT_TRUE(socket.Select(nullptr, &writable, nullptr) && writable && socket.Select(Socket::SELECT_WRITABLE));
-    EXPECT_FALSE(socket.Select(0));
-    EXPECT_EQ(socket.GetLastError(), ERR_INVALID) << "nothing to wait for";
     Actor reader;
     for (const unsigned long ms : {BerkeleySocket::NO_TIMEOUT, 60'000ul}) {
         socket.SetTimeout(ms);

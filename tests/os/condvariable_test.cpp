@@ -1,12 +1,16 @@
-// Faults hunted: a signal that wakes nobody, a broadcast that wakes one, a signal that is kept for later, a time-out
-// told as a wake-up or come early, a lock that is not held again. The orders of threads, proof/ explores.
+// Condition variables, and the barrier that is made of one. Faults hunted: a signal that is kept for later, a time-out
+// told as a wake-up or come early, a lock that is not held again, a wake-up that comes when the barrier may be gone.
+// Who is woken by whom, and what a round is, proof/ explores.
 #include "crowd.h"
 
 #include <gtest/gtest.h>
+#include <string>
+#include <tests/support/importhook.h>
 #include <zelk_core/os/adaptivelock.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/blockinglock.h>
 #include <zelk_core/os/condvariable.h>
+#include <zelk_core/os/threadbarrier.h>
 
 namespace {
 
@@ -34,38 +38,33 @@ TYPED_TEST(CondVariableOver, HoldsTheLockAfterATimeout) {
     }
 }
 
-TYPED_TEST(CondVariableOver, WakesOneOrAll) {
-    TypeParam lock;
-    CondVariable given;
-    CondVariable changed;
-    unsigned waiting = 0;
-    unsigned tickets = 0;
-    RunCrowd(4, [&](unsigned index) {
-        AutoLock guard(lock);
-        if (index == 0) {
-            for (const unsigned others : {3u, 2u}) {
-                while (waiting != others) {
-                    changed.Wait(lock);
-                }
-                tickets = others == 3 ? 1 : 2;
-                others == 3 ? given.Signal() : given.Broadcast();
-            }
-            return;
-        }
-        ++waiting;
-        changed.Signal();
-        while (tickets == 0) {
-            if (index == 1) {
-                EXPECT_TRUE(given.WaitWithTimeout(lock, 0xFFFFFFFF));
-            } else {
-                given.Wait(lock);
-            }
-        }
-        --tickets;
-        --waiting;
-        changed.Signal();
-    });
-    EXPECT_EQ(waiting + tickets, 0u);
+TEST(ThreadBarrierParty, OfNoneOrOneNeverWaits) {
+    for (const unsigned long partyCount : {0ul, 1ul}) {
+        ThreadBarrier barrier(partyCount, "name", nullptr);
+        EXPECT_TRUE(barrier.Wait(false) && barrier.Wait(true) && barrier.Wait(true));
+    }
+}
+
+std::string g_calls;
+
+void WINAPI RecordWake(CONDITION_VARIABLE*) {
+    g_calls += "wake ";
+}
+
+void WINAPI RecordLeave(CRITICAL_SECTION* section) {
+    g_calls += "leave ";
+    LeaveCriticalSection(section);
+}
+
+TEST(ThreadBarrierParty, IsWokenUnderTheLock) {
+    ThreadBarrier barrier(1);
+    g_calls.clear();
+    {
+        const ImportHook wake("WakeAllConditionVariable", RecordWake);
+        const ImportHook leave("LeaveCriticalSection", RecordLeave);
+        EXPECT_TRUE(barrier.Wait());
+    }
+    EXPECT_EQ(g_calls, "wake leave ");
 }
 
 } // namespace

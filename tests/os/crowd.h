@@ -35,14 +35,6 @@ void RunCrowd(unsigned threads, Body body) {
     }
 }
 
-/// Runs `here()` on this thread and `there()` on another, and returns when both are done.
-template <class Here, class There>
-void RunPair(Here here, There there) {
-    std::thread partner(there);
-    here();
-    partner.join();
-}
-
 /// A thread that does one step at a time.
 class Actor {
 public:

@@ -1,10 +1,12 @@
-// Faults hunted: a mode or a state taken for the other, a signal lost or given twice, a group that takes some of its
-// events and fails, or another event than the first; a list that cannot be waited for and waits, or changes an event; a
-// time-out that comes early.
+// Events and semaphores. Faults hunted: a mode or a state taken for the other, a signal lost or given twice, a group
+// that takes some of its events and fails, or another event than the first; a list that cannot be waited for and waits,
+// or changes an event; a time-out that comes early; counts taken for one another, lost, doubled or given beyond the
+// maximum, a semaphore where there is none.
 #include "crowd.h"
 
 #include <atomic>
 #include <deque>
+#include <functional>
 #include <gtest/gtest.h>
 #include <tests/support/contract.h>
 #include <zelk_core/os/event.h>
@@ -62,15 +64,56 @@ TEST(EventState, WakesThoseWhoWait) {
 TEST(EventState, StaysAfterTimeoutsThatDoNotComeEarly) {
     Event never(false, true, nullptr);
     Event done(true, true, nullptr);
-    const WaitClock clock;
-    EXPECT_FALSE(never.WaitWithTimeout(20));
-    EXPECT_FALSE(Event::WaitAllWithTimeout({&done, &never}, 20));
-    EXPECT_FALSE(Event::WaitAnyWithTimeout({&never}, 20, nullptr));
-    EXPECT_TRUE(clock.HasPassed(60));
-    EXPECT_TRUE(done.TryWait());
+    const std::function<bool()> waits[] = {[&] { return never.WaitWithTimeout(60); },
+                                           [&] {
+                                               return Event::WaitAllWithTimeout({&done, &never}, 60);
+                                           },
+                                           [&] { return Event::WaitAnyWithTimeout({&never}, 60, nullptr); }};
+    for (const auto& wait : waits) {
+        const WaitClock clock;
+        EXPECT_FALSE(wait());
+        EXPECT_TRUE(clock.HasPassed(60));
+    }
+    EXPECT_FALSE(Event::TryWaitAll({&done, &never}));
+    Event* signalled = nullptr;
+    Event::WaitAny({&never, &done}, &signalled);
+    EXPECT_EQ(signalled, &done);
+    done.SetDone();
+    EXPECT_TRUE(Event::TryWaitAny({&never, &done}, nullptr) && !done.TryWait());
 }
 
-TEST(EventName, IsSharedByItsEventsAlone) {
+/// Takes every free count and gives them back.
+unsigned FreeCounts(Semaphore& semaphore) {
+    unsigned counts = 0;
+    for (; semaphore.TryLock(); ++counts) {
+    }
+    for (unsigned i = 0; i < counts; ++i) {
+        semaphore.Unlock();
+    }
+    return counts;
+}
+
+TEST(SemaphoreCounts, StayBetweenZeroAndTheMaximum) {
+    const struct {
+        unsigned long initial, maximum, free; // free at first
+        bool isThere = true;
+    } rows[] = {{2, 3, 2}, {0, 1, 0}, {3, 3, 3}, {0, 0, 0, false}, {2, 1, 0, false}, {0, 0x80000000, 0, false}};
+    for (const auto& [initial, maximum, free, isThere] : rows) {
+        SCOPED_TRACE(testing::Message() << initial << " of " << maximum);
+        Semaphore semaphore(initial, maximum, nullptr);
+        EXPECT_EQ(FreeCounts(semaphore), free);
+        for (unsigned given = 1; given <= 4; ++given) {
+            semaphore.Unlock();
+            EXPECT_EQ(FreeCounts(semaphore), isThere ? std::min(free + given, maximum) : 0);
+        }
+        semaphore.Lock(); // also where there is none
+        EXPECT_EQ(FreeCounts(semaphore), isThere ? maximum - 1 : 0);
+    }
+    Semaphore greatest(0x7FFFFFFF, 0x7FFFFFFF, nullptr);
+    EXPECT_TRUE(greatest.TryLock());
+}
+
+TEST(Names, AreSharedWithinAKindAlone) {
     Event first(false, true, "zelk event test");
     Event second(true, false, "zelk event test");
     EXPECT_FALSE(second.TryWait()) << "the first one's state stays";
@@ -78,13 +121,20 @@ TEST(EventName, IsSharedByItsEventsAlone) {
     EXPECT_TRUE(second.TryWait());
     EXPECT_FALSE(first.TryWait()) << "the first one's mode stays";
 
-    Semaphore semaphore(1, 1, "zelk name test");
-    Event none(true, false, "zelk name test");
+    Semaphore semaphore(1, 2, "zelk semaphore test");
+    Semaphore another(2, 9, "zelk semaphore test");
+    EXPECT_EQ(FreeCounts(another), 1u) << "the first one's counts stay";
+    another.Lock();
+    EXPECT_FALSE(semaphore.TryLock());
+
+    Event none(true, false, "zelk semaphore test");
+    Semaphore noSemaphore(1, 1, "zelk event test");
+    EXPECT_FALSE(noSemaphore.TryLock() || first.TryWait());
     EXPECT_EQ(none.GetNativeHandle(), nullptr);
     none.SetDone();
     none.Pulse();
-    EXPECT_FALSE(none.WaitWithTimeout(0xFFFFFFFF));
     none.WaitUntilDone();
+    EXPECT_FALSE(none.WaitWithTimeout(0xFFFFFFFF));
     Event* signalled = &first;
     Event::WaitAll({&second, &none});
     EXPECT_FALSE(Event::TryWaitAny({&second, &none}, &signalled));
@@ -155,6 +205,8 @@ TEST_F(EventGroup, WaitForAllTakesAllOrNone) {
     }
     SignalAll();
     EXPECT_TRUE(Event::TryWaitAll(events, SIZE));
+    SignalAll();
+    EXPECT_TRUE(Event::WaitAllWithTimeout(events, SIZE, 1));
     EXPECT_EQ(TakeAll(), 0u);
 }
 
@@ -173,22 +225,6 @@ TEST_F(EventGroup, WaitForAnyTakesTheFirstSignalled) {
     SignalAll();
     EXPECT_TRUE(Event::TryWaitAny(events, SIZE, nullptr)) << "nobody wants to know which";
     EXPECT_EQ(TakeAll(), SIZE - 1);
-}
-
-TEST_F(EventGroup, IsAListToo) {
-    Event first(false, false, nullptr);
-    Event second(true, false, nullptr);
-    Event* signalled[3] = {};
-    EXPECT_FALSE(Event::TryWaitAll({&first, &second}) || Event::WaitAllWithTimeout({&first, &second}, 1));
-    EXPECT_TRUE(Event::TryWaitAny({&first, &second}, &signalled[0]));
-    EXPECT_TRUE(Event::WaitAnyWithTimeout({&first, &second}, 1, &signalled[1]));
-    Event::WaitAny({&first, &second}, &signalled[2]);
-    for (Event* const event : signalled) {
-        EXPECT_EQ(event, &second);
-    }
-    first.SetDone();
-    EXPECT_TRUE(Event::TryWaitAll({&first, &second}) && Event::WaitAllWithTimeout({&first, &second}, 1));
-    Event::WaitAll({&first, &second});
 }
 
 } // namespace

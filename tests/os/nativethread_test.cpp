@@ -1,7 +1,6 @@
 // Faults hunted: a setting that does not reach the system or reaches it unchecked, a failure told as another, results
 // that are not cleared, a handle closed or left open at the wrong time, an announcement that others notice.
 #include "crowd.h"
-#include "namerecorder.h"
 #include <tests/support/importhook.h>
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
@@ -35,21 +34,6 @@ ThreadAttributes Attributes() {
 void WaitAtGate(void* gate) {
     static_cast<Gate*>(gate)->Wait();
 }
-
-/// A thread that waits until it is joined.
-struct WaitingThread {
-    explicit WaitingThread(const ThreadAttributes& attributes = Attributes()) {
-        EXPECT_EQ(ThreadCreate(attributes, WaitAtGate, &gate, handle, id), ERR_OK);
-    }
-    ~WaitingThread() {
-        gate.Open();
-        EXPECT_EQ(ThreadJoin(handle), ERR_OK);
-    }
-
-    Gate gate;
-    void* handle = nullptr;
-    unsigned long id = 0;
-};
 
 TEST(ThreadCreate, RefusesBadArgumentsAndClearsItsResults) {
     const unsigned handles = CountHandles();
@@ -99,108 +83,19 @@ TEST(ThreadCreate, TellsWhyThereIsNoThread) {
     log.ExpectOnly({{2, "os/private/nativethread_ms", 217, "_beginthreadex failed. Unknown error: 5\n"}});
 }
 
-TEST(ThreadCreate, GivesTheStackAskedForAndRunsTheEntryOnItsThread) {
-    ThreadAttributes attributes = Attributes();
-    attributes.stackSize = 0x300000;
-    const WaitingThread thread(attributes);
-    EXPECT_EQ(thread.id, GetThreadId(thread.handle));
-    unsigned size = 0;
-    // Wine knows a thread's own block only once the thread has begun.
-    while (BSP::ThreadGetStackSize({thread.handle, thread.id}, size) == ERR_DEVICE_NOT_READY) {
-        Sleep(1);
-    }
-    EXPECT_TRUE(0x300000 <= size && size < 0x400000) << size;
-
-    unsigned long ran = 0;
-    const ThreadEntry note = [](void* id) { *static_cast<unsigned long*>(id) = GetCurrentThreadId(); };
-    void* handle = nullptr;
-    ASSERT_EQ(ThreadCreate(Attributes(), note, &ran, handle), ERR_OK);
-    const unsigned long id = GetThreadId(handle);
-    WaitForSingleObject(handle, INFINITE);
-    EXPECT_EQ(ran, id);
-    EXPECT_EQ(BSP::ThreadGetStackSize({handle, 0}, size), ERR_DEVICE_NOT_READY) << "it has ended";
-    EXPECT_EQ(ThreadJoin(handle), ERR_OK);
-    DWORD flags = 0;
-    EXPECT_FALSE(GetHandleInformation(handle, &flags)) << "joining closes the handle";
-}
-
-TEST(NativeThread, SettingsReachTheSystemAndComeBack) {
-    const WaitingThread thread;
-    for (const long priority : {-15, -2, -1, 0, 1, 2, 15}) {
-        ThreadPriority read[2] = {99, 99};
-        EXPECT_EQ(ThreadChangePriority(thread.handle, priority), ERR_OK) << priority;
-        EXPECT_EQ(::GetThreadPriority(thread.handle), priority);
-        EXPECT_EQ(ThreadGetPriority(thread.handle, read[0]), ERR_OK);
-        EXPECT_EQ(BSP::ThreadGetPriority({thread.handle, 0}, read[1]), ERR_OK);
-        EXPECT_TRUE(read[0] == priority && read[1] == priority);
-    }
-    for (const long refused : {-16, -14, -3, 3, 14, 16}) {
-        EXPECT_EQ(ThreadChangePriority(thread.handle, refused), ERR_INVALID) << refused;
-        EXPECT_EQ(::GetThreadPriority(thread.handle), 15);
-        EXPECT_EQ(ThreadIsValidPriority(refused, THREAD_SCHEDULING_FIXED_PRIORITY), refused > -16 && refused < 16);
-    }
-
-    const std::uint64_t all = AllCores();
-    EXPECT_EQ(ThreadChangeAffinity(thread.handle, 1), ERR_OK);
-    for (const std::uint64_t refused : {std::uint64_t{0}, all | std::uint64_t{1} << 63, ~all, all << 32}) {
-        EXPECT_EQ(ThreadChangeAffinity(thread.handle, refused), ERR_INVALID) << std::hex << refused;
-    }
-    EXPECT_EQ(SetThreadAffinityMask(thread.handle, 1), 1u) << "the answer is the former set";
-    EXPECT_EQ(ThreadChangeAffinity(thread.handle, all), ERR_OK);
-
-    unsigned long id = 0;
-    EXPECT_EQ(BSP::ThreadGetId({thread.handle, 0}, id), ERR_OK);
-    EXPECT_EQ(id, thread.id);
-}
-
-BOOL g_boostDisabled;
-
-BOOL WINAPI SetBoost(HANDLE thread, BOOL disable) {
-    g_boostDisabled = disable;
-    SetLastError(ERROR_INVALID_HANDLE);
-    return thread != DEAD_HANDLE;
-}
-
-BOOL WINAPI GetBoost(HANDLE thread, BOOL* disabled) {
-    *disabled = g_boostDisabled;
-    return SetBoost(thread, g_boostDisabled);
-}
-
-TEST(NativeThread, BoostReachesTheSystemAndComesBack) {
-    // Wine does not keep it.
-    const ImportHook set("SetThreadPriorityBoost", SetBoost);
-    const ImportHook get("GetThreadPriorityBoost", GetBoost);
-    ThreadSchedulingPolicy policy = THREAD_SCHEDULING_DYNAMIC_BOOST;
-    bool enabled = false;
-    for (const unsigned value : {1u, 7u, 0u}) {
-        EXPECT_EQ(ThreadChangeSchedulingPolicy(nullptr, static_cast<ThreadSchedulingPolicy>(value)), ERR_OK);
-        EXPECT_EQ(g_boostDisabled != FALSE, value != 0);
-        EXPECT_EQ(ThreadGetSchedulingPolicy(nullptr, policy), ERR_OK);
-        EXPECT_EQ(policy, value != 0 ? 1 : 0);
-        EXPECT_EQ(BSP::ThreadGetPriorityBoostState({}, enabled), ERR_OK);
-        EXPECT_EQ(enabled, value == 0);
-    }
-    EXPECT_EQ(ThreadChangeSchedulingPolicy(DEAD_HANDLE, THREAD_SCHEDULING_FIXED_PRIORITY), ERR_NOT_FOUND);
-    EXPECT_EQ(ThreadGetSchedulingPolicy(DEAD_HANDLE, policy), ERR_NOT_FOUND);
-    EXPECT_EQ(BSP::ThreadGetPriorityBoostState({DEAD_HANDLE, 0}, enabled), ERR_DEVICE_NOT_READY);
-    EXPECT_TRUE(policy == THREAD_SCHEDULING_DYNAMIC_BOOST && enabled) << "unchanged";
-}
-
 TEST(NativeThread, HandlesWithoutAThreadAreNotFound) {
     const LogCapture log;
     for (void* const handle : {static_cast<void*>(nullptr), DEAD_HANDLE}) {
         unsigned long id = 0;
-        unsigned size = 99;
         ThreadPriority priority = 99;
         EXPECT_EQ(BSP::ThreadGetId({handle, 0}, id), ERR_DEVICE_NOT_READY);
         EXPECT_EQ(BSP::ThreadGetPriority({handle, 0}, priority), ERR_DEVICE_NOT_READY);
-        EXPECT_EQ(BSP::ThreadGetStackSize({handle, 0}, size), ERR_DEVICE_NOT_READY);
         EXPECT_EQ(id, 0u);
         EXPECT_EQ(ThreadGetId(handle, id), ERR_NOT_FOUND);
         EXPECT_EQ(id, INVALID_THREAD_ID);
         EXPECT_EQ(ThreadJoin(handle), ERR_NOT_FOUND);
         EXPECT_EQ(ThreadGetPriority(handle, priority), ERR_NOT_FOUND);
-        EXPECT_TRUE(priority == 99 && size == 99);
+        EXPECT_EQ(priority, 99);
         EXPECT_EQ(ThreadChangePriority(handle, 0), ERR_NOT_FOUND);
         EXPECT_EQ(ThreadChangeAffinity(handle, AllCores()), ERR_NOT_FOUND);
         EXPECT_EQ(ThreadChangeName(handle, "name"), ERR_NOT_FOUND);
@@ -214,7 +109,9 @@ TEST(NativeThread, HandlesWithoutAThreadAreNotFound) {
 }
 
 TEST(ThreadJoin, FailsWithoutTakingTheHandle) {
-    const WaitingThread thread;
+    Gate gate;
+    BSP::ThreadInfo thread;
+    ASSERT_EQ(ThreadCreate(Attributes(), WaitAtGate, &gate, thread.handle, thread.threadId), ERR_OK);
     // A handle good for waiting only: every question about the thread is denied.
     HANDLE poor = nullptr;
     ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), thread.handle, GetCurrentProcess(), &poor, SYNCHRONIZE, FALSE, 0));
@@ -226,33 +123,17 @@ TEST(ThreadJoin, FailsWithoutTakingTheHandle) {
     EXPECT_EQ(ThreadJoin(GetCurrentThread()), ERR_UNREACHABLE) << "a thread cannot join itself";
     BSP::ThreadInfo self{GetCurrentThread(), GetCurrentThreadId()};
     EXPECT_EQ(BSP::ThreadJoin(self, INFINITE), ERR_UNREACHABLE);
-}
 
-TEST(ThreadJoin, TakesATimeLimit) {
-    Gate gate;
-    BSP::ThreadInfo thread;
-    ASSERT_EQ(ThreadCreate(Attributes(), WaitAtGate, &gate, thread.handle, thread.threadId), ERR_OK);
     const WaitClock clock;
     EXPECT_EQ(BSP::ThreadJoin(thread, 40), ERR_TIMEOUT);
     EXPECT_TRUE(clock.HasPassed(40));
+    unsigned long id = 0;
+    EXPECT_EQ(BSP::ThreadGetId(thread, id), ERR_OK);
+    EXPECT_EQ(id, thread.threadId);
     gate.Open();
     EXPECT_EQ(BSP::ThreadJoin(thread, INFINITE), ERR_OK);
-    EXPECT_EQ(thread.handle, nullptr);
-    EXPECT_EQ(thread.threadId, INVALID_THREAD_ID);
+    EXPECT_TRUE(thread.handle == nullptr && thread.threadId == INVALID_THREAD_ID);
     EXPECT_EQ(BSP::ThreadJoin(thread, INFINITE), ERR_INVALID);
-}
-
-TEST(ThreadNames, ReachADebuggerAndNobodyElse) {
-    NameRecorder recorder;
-    ThreadAttributes attributes = Attributes();
-    const std::string longest(63, 'n');
-    attributes.name = longest.c_str();
-    const WaitingThread named(attributes);
-    recorder.ExpectOnly(longest, named.id);
-    EXPECT_EQ(ThreadChangeName(named.handle, nullptr), ERR_OK);
-    recorder.ExpectOnly("(null)", named.id);
-    EXPECT_EQ(ThreadChangeName(named.handle, std::string(64, 'n').c_str()), ERR_INVALID);
-    recorder.ExpectNone();
 }
 
 DWORD g_foreignException;

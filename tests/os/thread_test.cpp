@@ -3,7 +3,6 @@
 // the wrong place; a detached thread that comes back to an object that is gone, or whose object does not wait for it;
 // handles and memory left behind.
 #include "crowd.h"
-#include "namerecorder.h"
 #include "threadworker.h"
 #include <tests/support/contract.h>
 #include <tests/support/counts.h>
@@ -13,9 +12,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
+#include <winternl.h>
+#include <zelk_core/os/blockinglock.h>
+#include <zelk_core/os/condvariable.h>
 #include <zelk_core/os/thread.h>
 
 namespace {
@@ -69,6 +75,10 @@ TEST_F(ThreadTest, SettingsReachALiveThreadAndAreKeptByOthers) {
         unsigned committed = 99;
         EXPECT_EQ(thread.GetThreadCommittedStackSize(committed), ERR_CANNOT_ASSIGN);
         EXPECT_EQ(committed, 0u);
+        if (state >= THREAD_ENDED) {
+            WaitForSingleObject(handle, INFINITE);
+            EXPECT_EQ(BSP::ThreadGetStackSize({handle, 0}, committed), ERR_DEVICE_NOT_READY);
+        }
 
         EXPECT_EQ(thread.SetThreadPriority(1), ERR_OK);
         EXPECT_EQ(thread.SetThreadPriority(20), ERR_INVALID);
@@ -106,6 +116,11 @@ BOOL WINAPI SetBoost(HANDLE, BOOL disable) {
     return TRUE;
 }
 
+BOOL WINAPI GetBoost(HANDLE, BOOL* disabled) {
+    *disabled = g_boostDisabled;
+    return TRUE;
+}
+
 TEST_F(ThreadTest, StartsWithItsSettings) {
     outside.work = [&] {
         unsigned committed = 0;
@@ -113,23 +128,109 @@ TEST_F(ThreadTest, StartsWithItsSettings) {
         const auto depth = worker.GetStackAddress() - reinterpret_cast<std::uintptr_t>(&committed);
         EXPECT_TRUE(0 < depth && depth <= committed);
     };
-    const ImportHook boost("SetThreadPriorityBoost", SetBoost); // Wine does not keep it.
+    const ImportHook set("SetThreadPriorityBoost", SetBoost); // Wine does not keep it.
+    const ImportHook get("GetThreadPriorityBoost", GetBoost);
     EXPECT_EQ(worker.SetPriorityBoost(false), ERR_OK);
-    ASSERT_EQ(worker.StartThread(-2, 0x20000, 1), ERR_OK);
-    EXPECT_TRUE(g_boostDisabled);
-    EXPECT_EQ(worker.SetPriorityBoost(true), ERR_OK);
-    EXPECT_FALSE(g_boostDisabled);
+    ASSERT_EQ(worker.StartThread(-2, 0x300000, 1), ERR_OK);
+    EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK);
+    const BSP::ThreadInfo info{worker.GetThreadNativeHandle(), 0};
+    unsigned size = 0;
+    EXPECT_EQ(BSP::ThreadGetStackSize(info, size), ERR_OK);
+    EXPECT_TRUE(0x300000 <= size && size < 0x400000) << size;
+    for (const bool enable : {false, true}) {
+        EXPECT_EQ(g_boostDisabled == FALSE, enable);
+        ThreadSchedulingPolicy policy;
+        bool enabled = !enable;
+        EXPECT_EQ(ThreadGetSchedulingPolicy(nullptr, policy), ERR_OK);
+        EXPECT_EQ(policy == THREAD_SCHEDULING_DYNAMIC_BOOST, enable);
+        EXPECT_EQ(BSP::ThreadGetPriorityBoostState({}, enabled), ERR_OK);
+        EXPECT_EQ(enabled, enable);
+        EXPECT_EQ(worker.SetPriorityBoost(true), ERR_OK);
+    }
     EXPECT_EQ(SystemsPriority(), -2);
     ExpectCores(1);
     EXPECT_EQ(worker.GetCurrentAffinity(), 1);
     EXPECT_EQ(worker.StartThread(1, 0x40000), ERR_IN_PROGRESS);
     EXPECT_EQ(SystemsPriority(), 1) << "refused, but the setting reaches the thread";
-    EXPECT_EQ(worker.GetThreadStackSize(), 0x20000u);
+    EXPECT_EQ(worker.GetThreadStackSize(), 0x300000u);
+    for (const long priority : {-15, -2, -1, 0, 1, 2, 15, -16, -14, -3, 3, 14, 16}) {
+        const bool isTaken = std::abs(priority) <= 2 || std::abs(priority) == 15; // the last of them stays
+        EXPECT_EQ(worker.SetThreadPriority(priority), isTaken ? ERR_OK : ERR_INVALID) << priority;
+        EXPECT_EQ(SystemsPriority(), isTaken ? priority : 15);
+        EXPECT_EQ(ThreadIsValidPriority(priority, THREAD_SCHEDULING_FIXED_PRIORITY), std::abs(priority) < 16);
+        Z4::ThreadPriority read[2] = {99, 99};
+        EXPECT_EQ(ThreadGetPriority(info.handle, read[0]), ERR_OK);
+        EXPECT_EQ(BSP::ThreadGetPriority(info, read[1]), ERR_OK);
+        EXPECT_TRUE(read[0] == SystemsPriority() && read[1] == SystemsPriority());
+    }
     EXPECT_EQ(worker.Join(1), ERR_TIMEOUT);
     Finish();
     const ExpectContract tinyStack(LIBRARY_CHECKS ? 1 : 0);
     ASSERT_EQ(worker.StartThread(5), ERR_OK) << "the system's least";
     EXPECT_EQ(worker.JoinThread(), ERR_OK);
+}
+
+TEST_F(ThreadTest, TellsOfWhatTheSystemRefuses) {
+    BringTo(THREAD_RUNNING, worker, outside);
+    void* const handle = worker.GetThreadNativeHandle();
+    BSP::ThreadInfo info{handle, 0};
+    unsigned size = 0;
+    ThreadSchedulingPolicy policy = THREAD_SCHEDULING_FIXED_PRIORITY;
+    bool enabled = false;
+    BlockingLock lock;
+    lock.Lock();
+    const auto askStack = [&] { return BSP::ThreadGetStackSize(info, size); };
+    const auto create = [](ThreadAffinity affinity) {
+        ThreadAttributes attributes;
+        attributes.affinity = affinity;
+        void* created = nullptr;
+        return ThreadCreate(
+            attributes, [](void*) {}, nullptr, created);
+    };
+    const struct {
+        const char* name;
+        void* failing;
+        Error error;
+        std::function<Error()> call;
+        long result = 0;
+        DWORD number = ERROR_INVALID_HANDLE;
+    } rows[] = {
+        {ZELK_FAILING(GetProcessAffinityMask), ERR_UNHANDLED, [&] { return create(1); }},
+        {ZELK_FAILING(GetProcessAffinityMask), ERR_INVALID, [&] { return create(0); }, TRUE}, // no core at all
+        {ZELK_FAILING(GetProcessAffinityMask), ERR_UNHANDLED, [&] { return ThreadChangeAffinity(handle, 1); }},
+        {ZELK_FAILING(GetProcessAffinityMask), ERR_UNHANDLED, [&] { return worker.SetThreadAffinity(1); }},
+        {ZELK_FAILING(SetThreadAffinityMask), ERR_NOT_FOUND, [&] { return worker.SetThreadAffinity(1); }},
+        {ZELK_FAILING(SetThreadPriority), ERR_NOT_FOUND, [&] { return worker.SetThreadPriority(1); }},
+        {ZELK_FAILING(SetThreadPriorityBoost), ERR_NOT_FOUND, [&] { return create(1); }},
+        {ZELK_FAILING(SetThreadPriorityBoost), ERR_NOT_FOUND, [&] { return Error(worker.SetPriorityBoost(false)); }},
+        {ZELK_FAILING(GetThreadPriorityBoost), ERR_NOT_FOUND,
+         [&] { return ThreadGetSchedulingPolicy(handle, policy); }},
+        {ZELK_FAILING(GetThreadPriorityBoost), ERR_DEVICE_NOT_READY,
+         [&] { return BSP::ThreadGetPriorityBoostState(info, enabled); }},
+        {ZELK_FAILING(GetThreadId), ERR_NOT_FOUND, [&] { return worker.SetThreadName("name"); }},
+        {ZELK_FAILING(GetThreadId), ERR_OK, [&] { return ThreadChangeName(handle, "name"); }, 0, ERROR_SUCCESS},
+        {ZELK_FAILING(NtQueryInformationThread), ERR_DEVICE_NOT_READY, askStack, 1},
+        {ZELK_FAILING(GetCurrentProcessId), ERR_DEVICE_NOT_READY, askStack},
+        {ZELK_FAILING(ReadProcessMemory), ERR_DEVICE_NOT_READY, askStack},
+        {ZELK_FAILING(VirtualQuery), ERR_DEVICE_NOT_READY, askStack},
+        {ZELK_FAILING(WaitForSingleObject), ERR_NOT_FOUND, [&] { return ThreadJoin(handle); }, -1},
+        {ZELK_FAILING(WaitForSingleObject), ERR_INVALID, [&] { return BSP::ThreadJoin(info, 0); }, -1},
+        {ZELK_FAILING(SleepConditionVariableCS), ERR_OK,
+         [&] { return CondVariable().WaitWithTimeout(lock, 1) ? ERR_OK : ERR_TIMEOUT; }},
+        {ZELK_FAILING(GetProcessAffinityMask), ERR_OK,
+         [&] { return Thread::GetAffinityMask() == (1 << Thread::GetNumberOfCore()) - 1 ? ERR_OK : ERR_UNHANDLED; }},
+    };
+    for (const auto& row : rows) {
+        const ImportHook hook(row.name, row.failing);
+        Failure::s_error = row.number;
+        Failure::s_result = row.result;
+        EXPECT_EQ(row.call(), row.error) << &row - rows << ": " << row.name;
+    }
+    lock.Unlock();
+    EXPECT_TRUE(worker.GetThreadPriority() == 0 && worker.GetThreadAffinity() == 0) << "nothing is kept";
+    EXPECT_TRUE(policy == THREAD_SCHEDULING_DYNAMIC_BOOST && !enabled && size == 0);
+    LeaveBehind(3); // with the suspended threads whose settings were refused
+    Finish();
 }
 
 TEST_F(ThreadTest, TakesBothSetsThatMeanAllCores) {
@@ -148,6 +249,12 @@ TEST_F(ThreadTest, TakesBothSetsThatMeanAllCores) {
     EXPECT_EQ(worker.SetAffinity(-1), ERR_OK);
     ExpectCores(all);
     EXPECT_EQ(worker.GetThreadAffinity(), 0xFFFFFFFFu) << "kept as given";
+    void* const handle = worker.GetThreadNativeHandle();
+    const std::uint64_t one = 1;
+    for (const std::uint64_t refused : {one - 1, all | one << 63, ~std::uint64_t{all}, one << 32}) {
+        EXPECT_EQ(ThreadChangeAffinity(handle, refused), ERR_INVALID) << std::hex << refused;
+    }
+    ExpectCores(all);
     ReleaseStarts();
     Finish();
 }
@@ -186,11 +293,43 @@ TEST_F(ThreadTest, RelativePrioritiesLieHalfway) {
     EXPECT_EQ(worker.GetThreadPriority(), 3) << "between 2 and 3";
     EXPECT_EQ(low.SetThreadPriority(-16), ERR_INVALID);
     for (const Error error : {worker.SetThreadRelativePriority(high, 16), worker.SetThreadRelativePriority(low, 1),
-                              worker.SetRelativePriority(high, low)}) {
+                              worker.SetRelativePriority(high, low), worker.SetRelativePriority(low, high)}) {
         EXPECT_EQ(error, ERR_INVALID);
     }
     EXPECT_EQ(worker.GetThreadPriority(), 3);
 }
+
+/// While it lives, the announcements of thread names that a debugger would see are kept here. It lets each go on to the
+/// next handler, as a debugger that does not know them does.
+class NameRecorder {
+public:
+    NameRecorder() : m_handler(AddVectoredExceptionHandler(1, Record)) { s_seen.clear(); }
+    ~NameRecorder() { RemoveVectoredExceptionHandler(m_handler); }
+    NameRecorder(const NameRecorder&) = delete;
+    NameRecorder& operator=(const NameRecorder&) = delete;
+
+    void ExpectNone() { EXPECT_TRUE(std::exchange(s_seen, {}).empty()); }
+    /// One announcement since the last time.
+    void ExpectOnly(const std::string& name, unsigned long id) {
+        EXPECT_EQ(std::exchange(s_seen, {}), std::vector{name + " of " + std::to_string(id)});
+    }
+
+private:
+    static LONG CALLBACK Record(EXCEPTION_POINTERS* pointers) {
+        const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+        if (record.ExceptionCode == 0x406D1388) {
+            const ULONG_PTR* const words = record.ExceptionInformation;
+            EXPECT_EQ(record.ExceptionFlags, 0u) << "must be continuable";
+            EXPECT_TRUE(record.NumberParameters == 4 && words[0] == 0x1000 && words[3] == 0);
+            const char* const name = reinterpret_cast<const char*>(words[1]);
+            s_seen.push_back((name != nullptr ? name : "(null)") + std::string(" of ") + std::to_string(words[2]));
+        }
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+
+    inline static std::vector<std::string> s_seen;
+    void* m_handler;
+};
 
 TEST_F(ThreadTest, NamesAreCutAndAnnounced) {
     NameRecorder recorder;
@@ -206,10 +345,14 @@ TEST_F(ThreadTest, NamesAreCutAndAnnounced) {
     recorder.ExpectOnly("short", worker.GetThreadId());
     EXPECT_EQ(worker.SetThreadName(nullptr), ERR_OK);
     EXPECT_STREQ(worker.GetThreadName(), "");
+    recorder.ExpectOnly("", worker.GetThreadId());
+    EXPECT_EQ(ThreadChangeName(worker.GetThreadNativeHandle(), nullptr), ERR_OK);
+    recorder.ExpectOnly("(null)", worker.GetThreadId());
     Finish();
 }
 
-TEST_F(ThreadTest, DetachedItCannotBeReachedButCanBeFollowed) {
+TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
+    // One cannot be reached, but can be followed, and runs on while others come and go.
     ASSERT_EQ(worker.CreateThread(0, false, true), ERR_OK);
     EXPECT_EQ(worker.BlockUntilStarted(INFINITE), ERR_OK);
     EXPECT_EQ(worker.GetThreadNativeHandle(), nullptr);
@@ -221,13 +364,6 @@ TEST_F(ThreadTest, DetachedItCannotBeReachedButCanBeFollowed) {
     EXPECT_EQ(worker.SetThreadName("name"), ERR_NOT_FOUND);
     EXPECT_EQ(worker.CreateThread(), ERR_IN_PROGRESS);
     EXPECT_TRUE(worker.IsDetached());
-    outside.release.Open();
-    Await([&] { return worker.IsEnded(); });
-    ASSERT_EQ(worker.CreateThread(0, false, false), ERR_OK);
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
-}
-
-TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
     const ExpectedLine suspended{
         2, "os/private/thread", 523,
         "[Z4::Z4::Thread] EAL_LOG_WARNING: Thread:Nemo is still suspended. Thread::ResumeThread() must be called prior "
@@ -268,6 +404,11 @@ TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
         CloseHandle(thread);
         EXPECT_EQ(shared.runs, runs);
     }
+    EXPECT_TRUE(worker.IsRunning());
+    outside.release.Open();
+    Await([&] { return worker.IsEnded(); });
+    ASSERT_EQ(worker.CreateThread(0, false, false), ERR_OK);
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
 }
 
 TEST_F(ThreadTest, ManyJoinedAndDetachedLeaveNothingBehind) {

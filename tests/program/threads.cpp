@@ -21,50 +21,44 @@ struct Shared {
 };
 
 /// Comes through every kind of lock, and names itself, which raises an exception that must be handled.
-class Worker : public Z4::Thread {
-public:
-    Worker(Shared& shared, unsigned number) : m_shared(shared), m_number(number) { SetThreadName("worker"); }
+struct Worker : Z4::Thread {
+    Worker(Shared& all, unsigned ownNumber) : shared(all), number(ownNumber) { SetThreadName("worker"); }
 
     void Run() override {
         alignas(16) float aligned[4] = {};
-        m_isWrong = reinterpret_cast<std::uintptr_t>(aligned) % 16 != 0;
-        Z4::TlsShortCut::Set(m_shared.tls, m_number);
-        m_shared.allowed.WaitUntilDone();
+        isWrong = reinterpret_cast<std::uintptr_t>(aligned) % 16 != 0;
+        Z4::TlsShortCut::Set(shared.tls, number);
+        shared.allowed.WaitUntilDone();
         for (unsigned i = 0; i < 1000; ++i) {
             {
                 // Read twice by the same thread: it is told from the others by thread-local storage.
-                const Z4::AutoReaderLock outer(m_shared.readersWriter);
-                const Z4::AutoReaderLock inner(m_shared.readersWriter);
-                m_isWrong |= m_shared.readersWriter.IsWriterLockActive();
+                const Z4::AutoReaderLock outer(shared.readersWriter);
+                const Z4::AutoReaderLock inner(shared.readersWriter);
+                isWrong |= shared.readersWriter.IsWriterLockActive();
             }
-            const Z4::AutoWriterLock guard(m_shared.readersWriter);
-            ++m_shared.written;
+            const Z4::AutoWriterLock guard(shared.readersWriter);
+            ++shared.written;
         }
-        if (m_shared.barrier.Wait()) {
-            Z4::Atomic::Increment(m_shared.last);
+        if (shared.barrier.Wait()) {
+            Z4::Atomic::Increment(shared.last);
         }
-        m_isWrong |= Z4::TlsShortCut::Get(m_shared.tls) != m_number;
-        m_shared.permits.Lock();
-        const Z4::AutoLock<Z4::AdaptiveLock> guard(m_shared.lock);
-        ++m_shared.count;
-        m_shared.changed.Broadcast();
+        isWrong |= Z4::TlsShortCut::Get(shared.tls) != number;
+        shared.permits.Lock();
+        const Z4::AutoLock<Z4::AdaptiveLock> guard(shared.lock);
+        ++shared.count;
+        shared.changed.Broadcast();
     }
-    bool IsWrong() const { return m_isWrong; }
 
-private:
-    Shared& m_shared;
-    unsigned m_number;
-    bool m_isWrong = true;
+    Shared& shared;
+    unsigned number;
+    bool isWrong = true;
 };
 
-class HostThread : public Z4::EalThread {
-public:
+struct HostThread : Z4::EalThread {
     HostThread() : EalThread(Z4::EALId(Z4::EAL_ID_ZELK_CORE)) {}
-    void Run() override { m_ran = true; }
-    bool HasRun() const { return m_ran; }
+    void Run() override { hasRun = true; }
 
-private:
-    bool m_ran = false;
+    bool hasRun = false;
 };
 
 void CheckWorkers() {
@@ -82,7 +76,7 @@ void CheckWorkers() {
         }
     }
     for (Worker& worker : workers) {
-        CHECK(worker.JoinThread() == Z4::ERR_OK && !worker.IsWrong());
+        CHECK(worker.JoinThread() == Z4::ERR_OK && !worker.isWrong);
     }
     CHECK(shared.written == THREADS * 1000 && shared.last == 1);
     Z4::TlsShortCut::Free(shared.tls);
@@ -93,7 +87,7 @@ void CheckWorkers() {
 void CheckThreads() {
     CheckWorkers();
     HostThread thread;
-    CHECK(thread.CreateThread() == Z4::ERR_OK && thread.JoinThread() == Z4::ERR_OK && thread.HasRun());
+    CHECK(thread.CreateThread() == Z4::ERR_OK && thread.JoinThread() == Z4::ERR_OK && thread.hasRun);
 
     Z4::Event first(false, true, nullptr);
     Z4::Event second(true, true, nullptr);

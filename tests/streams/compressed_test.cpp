@@ -76,6 +76,15 @@ TEST_F(CompressedStreams, DamageAndEarlyEndsAreErrors) {
     InflateStream inflate(memory, 10);
     EXPECT_FALSE(inflate.Seek(0, SEEK_FROM_BEGIN));
     EXPECT_EQ(inflate.GetError(), ERR_UNSUPPORTED);
+    const ZelkTest::LogCapture quiet(0);
+    MemoryStream closed;
+    DeflateStream deflate(closed, CompressionInterface::CMP_FAST);
+    EXPECT_TRUE(deflate.Write("a", 1) && closed.Close() == ERR_OK);
+    EXPECT_EQ(deflate.Close(), ERR_INVALID) << "nobody takes what is left";
+    ZelkTest::FailAllocations(1);
+    DeflateStream refused(memory, CompressionInterface::CMP_FAST);
+    ZelkTest::FailAllocations(0);
+    EXPECT_EQ(refused.Close(), ERR_OUT_OF_MEMORY);
 }
 
 } // namespace

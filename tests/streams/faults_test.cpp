@@ -100,9 +100,19 @@ TEST_F(StreamFaults, OnlyADestructorThatLosesBytesLogs) {
         stream.Write("abcd", 4);
         ZelkHost::InjectFileFaults({.room = room});
     }
-    log.ExpectOnly({{4, "streams/private/bufferedstream", 100,
-                     "[Z4::BufferedStream] EAL_LOG_ERROR: A stream was destroyed that could not be written to its end "
-                     "(3 bytes are left): Ran out of resources. Close streams and look at the result.\n\n"}});
+    {
+        FileStream stream;
+        ASSERT_EQ(stream.Open("other", EalFile::REPLACE), ERR_OK);
+        ZelkHost::InjectFileFaults({.calls = ZelkHost::CALL_CLOSE, .first = 1});
+    }
+    ZelkHost::InjectFileFaults({});
+    log.ExpectOnly(
+        {{4, "streams/private/bufferedstream", 100,
+          "[Z4::BufferedStream] EAL_LOG_ERROR: A stream was destroyed that could not be written to its end "
+          "(3 bytes are left): Ran out of resources. Close streams and look at the result.\n\n"},
+         {4, "streams/private/bufferedstream", 100,
+          "[Z4::BufferedStream] EAL_LOG_ERROR: A stream was destroyed that could not be written to its end "
+          "(0 bytes are left): EAL implementation-specific error. Close streams and look at the result.\n\n"}});
     EXPECT_EQ(Content(), "a");
 }
 
@@ -112,11 +122,14 @@ bool UseAll() {
     constexpr std::uint32_t SIZE = 200000;
     FileStream out(64);
     ZelkString text;
-    if (out.Open("file", EalFile::REPLACE) != ERR_OK || !text.Resize(SIZE, 'x')) {
+    Vector<unsigned char> bytes;
+    if (out.Open("file", EalFile::REPLACE) != ERR_OK || !text.Resize(SIZE, 'x') || !bytes.Resize(4)) {
         return false;
     }
     DeflateStream deflate(out, CompressionInterface::CMP_FAST);
-    StreamWriter(deflate, BIG_ENDIAN_ORDER).WriteString(text);
+    StreamWriter writer(deflate, BIG_ENDIAN_ORDER);
+    EXPECT_TRUE(writer.WriteString(text) || deflate.GetError() != ERR_OK);
+    EXPECT_TRUE((writer.WriteTerminated("line") && writer.WriteVector(bytes)) || deflate.GetError() != ERR_OK);
     const bool isPacked = deflate.Close() == ERR_OK;
     FileStream in(64);
     if (out.Close() != ERR_OK || !isPacked || in.Open("file", EalFile::READ_ONLY) != ERR_OK) {
@@ -124,24 +137,26 @@ bool UseAll() {
     }
     InflateStream inflate(in, 2 * SIZE);
     ZelkString back;
-    StreamReader(inflate, BIG_ENDIAN_ORDER).ReadString(back, SIZE);
+    StreamReader reader(inflate, BIG_ENDIAN_ORDER);
+    ZelkString line;
+    reader.ReadString(back, SIZE);
+    EXPECT_TRUE((reader.ReadTerminated(line, 4) && reader.ReadVector(bytes, 4)) || inflate.GetError() != ERR_OK);
     MemoryStream memory;
     memory.Write(back.CStr(), back.Size());
-    Vector<unsigned char> bytes;
     const bool isWhole = memory.MoveTo(bytes) && std::equal(bytes.begin(), bytes.end(), text.begin(), text.end());
     const Error inflated = inflate.Close();
     EXPECT_NE(inflated, ERR_CORRUPTED_DATA) << "a refusal is no damage";
     return in.Close() == ERR_OK && inflated == ERR_OK && isWhole;
 }
 
-TEST_F(StreamFaults, EveryCallAndEveryAllocationMayFail) {
+/// Calls `useAll()`, which says whether all went well, with each of the host's calls and each allocation failing once.
+void ExpectFailures(std::initializer_list<unsigned> calls, bool (*useAll)()) {
     const ZelkTest::LogCapture log;
-    for (const unsigned call :
-         {ZelkHost::CALL_OPEN, ZelkHost::CALL_CLOSE, ZelkHost::CALL_READ, ZelkHost::CALL_WRITE, ZelkHost::CALL_SIZE}) {
+    for (const unsigned call : calls) {
         std::size_t failed = 1;
         for (std::size_t n = 1; failed != 0; ++n) {
             ZelkHost::InjectFileFaults({.calls = call, .first = n});
-            const bool isDone = UseAll();
+            const bool isDone = useAll();
             failed = ZelkHost::InjectFileFaults({});
             ASSERT_EQ(isDone, failed == 0) << call << ' ' << n;
         }
@@ -150,8 +165,24 @@ TEST_F(StreamFaults, EveryCallAndEveryAllocationMayFail) {
     for (bool isDone = false; !isDone; ZelkTest::FailAllocations(0)) {
         ASSERT_LT(++refused, 200u);
         ZelkTest::FailAllocations(refused, 1);
-        isDone = UseAll();
+        isDone = useAll();
     }
+}
+
+TEST_F(StreamFaults, EveryCallAndEveryAllocationMayFail) {
+    using namespace ZelkHost;
+    ExpectFailures({CALL_OPEN, CALL_CLOSE, CALL_READ, CALL_WRITE, CALL_SIZE}, UseAll);
+    ExpectFailures({CALL_OPEN, CALL_CLOSE, CALL_WRITE}, [] { return SaveFile("file", "text", 4) == ERR_OK; });
+    // What closing a file says after it was read is of no interest.
+    ExpectFailures({CALL_OPEN, CALL_READ, CALL_SIZE}, [] {
+        Content() = "text";
+        Vector<unsigned char> bytes;
+        ZelkString text;
+        const bool isRead = LoadFile("file", bytes, 4) == ERR_OK;
+        const bool isText = LoadFile("file", text, 4) == ERR_OK;
+        EXPECT_TRUE(bytes.Size() == (isRead ? 4 : 0) && text == (isText ? "text" : ""));
+        return isRead && isText;
+    });
 }
 
 } // namespace

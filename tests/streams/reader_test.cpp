@@ -35,7 +35,8 @@ TEST_P(Readers, ReadWhatWritersWrote) {
     const std::uint64_t lengthPlace = writer.Reserve<std::uint32_t>();
     EXPECT_TRUE(writer.Write(-2.5) && writer.Write(std::int64_t{-7}) && writer.Write('c'));
     EXPECT_TRUE(writer.WriteString("text") && writer.WriteString("") && writer.WriteTerminated("ended"));
-    EXPECT_TRUE(writer.WriteFixedString("abc", 5) && writer.WriteFixedString("abcde", 5) && writer.Align(16));
+    EXPECT_TRUE(writer.WriteFixedString("abc", 5) && writer.WriteFixedString("abcde", 5) && writer.Align(16) &&
+                writer.Align(16));
     EXPECT_TRUE(writer.Patch<std::uint32_t>(lengthPlace, 0x01020304));
     Vector<std::uint16_t> numbers;
     numbers.PushBack(0x102);
@@ -72,6 +73,7 @@ TEST_P(Readers, ReadWhatWritersWrote) {
     unsigned char recordBack[8];
     EXPECT_TRUE(reader.ReadRecord(recordBack, layout) && std::memcmp(record, recordBack, 8) == 0);
     EXPECT_TRUE(stream.IsAtEnd() && stream.GetError() == ERR_OK);
+    EXPECT_FALSE(reader.ReadRecord(recordBack, layout));
 }
 
 INSTANTIATE_TEST_SUITE_P(Orders, Readers, testing::Values(LITTLE_ENDIAN_ORDER, BIG_ENDIAN_ORDER));
@@ -142,6 +144,11 @@ TEST(StreamReader, WhatIsWrongIsReadAsNothing) {
     reader.SetBudget(7);
     EXPECT_TRUE(reader.ReadString(text, 5));
     EXPECT_FALSE(reader.ReadString(text, 5)) << "beyond the budget";
+    stream.ClearError();
+    EXPECT_FALSE(reader.ReadLine(text, 5)) << "beyond the budget";
+    stream.ClearError();
+    EXPECT_FALSE(reader.ReadArray(static_cast<double*>(nullptr), 0xFFFFFFFF));
+    EXPECT_EQ(stream.GetError(), ERR_INVALID);
 }
 
 TEST(StreamWriter, WhatDoesNotFitIsRefused) {
@@ -155,6 +162,7 @@ TEST(StreamWriter, WhatDoesNotFitIsRefused) {
     expectRefused(ERR_OVERFLOW, [](StreamWriter& writer) { return writer.WriteFixedString("abc", 2); });
     expectRefused(ERR_INVALID, [](StreamWriter& writer) { return writer.WriteTerminated({"a\0b", 3}); });
     expectRefused(ERR_INVALID, [](StreamWriter& writer) { return writer.Patch<std::uint32_t>(0, 1); });
+    expectRefused(ERR_INVALID, [](StreamWriter& writer) { return writer.Patch<std::uint32_t>(9, 1); });
     expectRefused(ERR_OVERFLOW, [](StreamWriter& writer) { return writer.WriteRecord("", {nullptr, 0, 1025}); });
 }
 

@@ -32,9 +32,6 @@ public:
     ImportHook(const ImportHook&) = delete;
     ImportHook& operator=(const ImportHook&) = delete;
 
-    /// The function that was replaced.
-    void* Original() const { return m_original; }
-
 private:
     // A module lists its imports library by library: the names in one table, the addresses, in the same order, in
     // another.
@@ -67,5 +64,25 @@ private:
     void** m_slot;
     void* m_original = nullptr;
 };
+
+/// What functions by ZELK_FAILING() do: they leave `s_error` as the last error, and answer `s_result`.
+struct Failure {
+    static inline DWORD s_error;
+    static inline long s_result;
+};
+
+/// The name of a function of the system's, and one that stands in for it and only fails: what an ImportHook takes.
+#define ZELK_FAILING(function) #function, ZelkTest::Failing(static_cast <decltype(&::function)>(nullptr))
+
+template <class Result, class... Arguments>
+void* Failing(Result(WINAPI*)(Arguments...)) {
+    struct Function {
+        static Result WINAPI Fail(Arguments...) {
+            SetLastError(Failure::s_error);
+            return static_cast<Result>(Failure::s_result);
+        }
+    };
+    return reinterpret_cast<void*>(Function::Fail);
+}
 
 } // namespace ZelkTest

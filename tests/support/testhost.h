@@ -81,8 +81,6 @@ Balance LeftBehind();
 /// Lets the memory table refuse `count` allocations, beginning with the `first`-th from now, or none from now on when
 /// that is 0. Without a count they have no end.
 void FailAllocations(std::size_t first, std::size_t count = SIZE_MAX);
-/// Allocations that the library was granted so far.
-std::size_t GrantedAllocations();
 
 /// Forms the memory table of the platform at hand; testmemory_*.cpp.
 void InstallMemory(Guard guard);

@@ -14,7 +14,6 @@ namespace {
 
 std::atomic<std::size_t> g_blocks;
 std::atomic<std::size_t> g_bytes;
-std::atomic<std::size_t> g_granted;
 std::atomic<std::size_t> g_untilRefusal; ///< 1 refuses, 0 never comes to that
 std::atomic<std::size_t> g_refusals;     ///< left, SIZE_MAX without end
 
@@ -31,7 +30,6 @@ void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
     if (posix_memalign(&block, std::max(alignment, sizeof(void*)), size) != 0) {
         return nullptr;
     }
-    ++g_granted;
     ++g_blocks;
     g_bytes += malloc_usable_size(block);
     return block;
@@ -73,10 +71,6 @@ Balance OutstandingMemory() {
 void FailAllocations(std::size_t first, std::size_t count) {
     g_refusals = count;
     g_untilRefusal = first;
-}
-
-std::size_t GrantedAllocations() {
-    return g_granted;
 }
 
 } // namespace ZelkTest

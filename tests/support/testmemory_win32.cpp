@@ -37,8 +37,4 @@ void FailAllocations(std::size_t first, std::size_t count) {
     ZelkHost::FailAllocations(first, count);
 }
 
-std::size_t GrantedAllocations() {
-    return static_cast<std::size_t>(ZelkHost::GetMemoryStatistics(Z4::EAL_ID_ZELK_CORE).allocations);
-}
-
 } // namespace ZelkTest

@@ -1,6 +1,7 @@
 /// @file
 /// The operations of lanes.h, which tells what they do, one lane after another: the measure for the SSE2 form.
-/// Empty unless a program chooses it; with GCC 12 such a program is compiled with -fno-tree-sra, or lanes get lost.
+/// Empty unless a program chooses it; with GCC 12 such a program is compiled with -fno-tree-sra -fno-ipa-sra, or lanes
+/// get lost.
 #pragma once
 
 #if defined(ZELK_PLAIN_LANES)

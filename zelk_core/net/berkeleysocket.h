@@ -129,6 +129,8 @@ private:
     static unsigned long TranslateError(int number);
     /// Stores the last socket error of this thread; for `return Fail(error)`.
     static bool Fail(unsigned long& error);
+    /// Does so unless the call was done, and returns whether it was.
+    static bool DoneOrFail(bool done, unsigned long& error);
     static long CountOrFail(long result, unsigned long& error);
 };
 

@@ -146,13 +146,15 @@ protected:
     Error m_error = ERR_OK;
     unsigned m_abilities;
 
-private:
-    friend struct Private::Layout<Stream>;
-
+    /// Moves the position on over bytes of the window.
     void Advance(std::size_t count) {
         m_cursor += count;
         m_writeEnd = m_writeEnd < m_cursor ? m_cursor : m_writeEnd;
     }
+
+private:
+    friend struct Private::Layout<Stream>;
+
     bool Can(unsigned ability);
     std::uint32_t ReadMore(void* buffer, std::uint32_t size);
     bool ReadAllMore(void* buffer, std::uint32_t size);

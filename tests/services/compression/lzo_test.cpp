@@ -52,11 +52,12 @@ TEST(Lzo, FlushOfInflateExpandsWhatWasLeftAndLetsGo) {
     const Buffer sample = TextSample(300);
     const Buffer block = LzoCompress(sample, CompressionInterface::CMP_BEST);
     LzoInflate inflater(true);
-    for (const Buffer& input : {block, Buffer()}) {
-        Buffer content(sample.size());
+    const std::pair<Buffer, std::size_t> rows[] = {{block, sample.size()}, {{}, sample.size()}, {block, 0}};
+    for (const auto& [input, room] : rows) {
+        Buffer content(room);
         Feed(inflater, input, content);
         EXPECT_EQ(inflater.Flush(), CompressionInterface::NO_RESULT);
-        EXPECT_EQ(content, input.empty() ? Buffer(sample.size()) : sample);
+        EXPECT_EQ(content, input.empty() || room == 0 ? Buffer(room) : sample);
         EXPECT_EQ(inflater.GetAvailableInputSize(), 0u);
         EXPECT_EQ(inflater.GetAvailableOutputSize(), 0u);
     }

@@ -77,40 +77,6 @@ TEST_F(DbgHelpTest, TellsOfLoadsAndUnloads) {
     EXPECT_EQ(noted.events.size(), 4u) << "told no more";
 }
 
-/// Observers that tell their names. The first removes itself and the third, and adds the fourth.
-struct Named {
-    static constexpr char NAMES[] = "1234567";
-    static inline Private::ObserverTable<void (*)(const int&, void*), 4> s_table;
-    static inline std::string s_told;
-
-    static void Tell(const int&, void* context) {
-        const char name = *static_cast<const char*>(context);
-        s_told += name;
-        if (name == '1') {
-            EXPECT_EQ(Remove(1), ERR_OK);
-            EXPECT_EQ(Remove(3), ERR_OK);
-            EXPECT_EQ(Add(4), ERR_OK);
-        }
-    }
-    static Error Add(int name) { return s_table.Add(Tell, const_cast<char*>(NAMES + name - 1)); }
-    static Error Remove(int name) { return s_table.Remove(Tell, const_cast<char*>(NAMES + name - 1), 1); }
-};
-
-// What threads may meet there is explored in proof/.
-TEST(ObserverTable, ObserversComeAndGoDuringANotification) {
-    for (const int name : {1, 2, 3}) {
-        EXPECT_EQ(Named::Add(name), ERR_OK);
-    }
-    Named::s_table.Notify(0, 1);
-    Named::s_table.Notify(0, 1);
-    EXPECT_EQ(Named::s_told, "12424");
-    EXPECT_EQ(Named::Remove(1), ERR_NOT_FOUND);
-    EXPECT_EQ(Named::Add(4), ERR_ALREADY_EXISTS);
-    EXPECT_EQ(Named::Add(5), ERR_OK);
-    EXPECT_EQ(Named::Add(6), ERR_OK);
-    EXPECT_EQ(Named::Add(7), ERR_OUT_OF_RESOURCES);
-}
-
 TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     const char* const address = reinterpret_cast<const char*>(&ZelkTestLandmark);
     ProgramModuleDB::Module module;
@@ -118,7 +84,12 @@ TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     SymbolInfo info;
     EXPECT_TRUE(SymbolHandler::Instance().Resolve(address + 1, info));
     EXPECT_STREQ(info.module, module.name);
-    EXPECT_STREQ(info.function, "") << "no symbols are read yet";
+    EXPECT_EQ(info.source, SYMBOL_EXPORT) << "no symbols are read yet";
+    ASSERT_TRUE(SymbolHandler::Instance().ResolveQuick(address + 1, info));
+    EXPECT_STREQ(info.module, "dbghelp_landmark.dll") << "as the module names itself";
+    EXPECT_STREQ(info.function, "ZelkTestLandmark");
+    EXPECT_EQ(info.displacement, 1u);
+    EXPECT_EQ(info.source, SYMBOL_EXPORT);
     // Those of this module only; all together take seconds.
     char path[MAX_PATH];
     GetModuleFileNameA(static_cast<HMODULE>(module.baseAddress), path, MAX_PATH);
@@ -131,7 +102,9 @@ TEST_F(DbgHelpTest, NamesFunctionFileAndLine) {
     EXPECT_EQ(info.displacement, 1u);
     EXPECT_THAT(info.file, testing::HasSubstr("landmark.cpp"));
     EXPECT_NE(info.line, 0u);
+    EXPECT_EQ(info.source, SYMBOL_DEBUG_INFO);
     const int local = ZelkTestLandmark(0);
+    EXPECT_FALSE(SymbolHandler::Instance().ResolveQuick(&local, info)) << "no module";
     EXPECT_FALSE(SymbolHandler::Instance().Resolve(&local, info)) << "no module";
     EXPECT_STREQ(info.module, "");
     EXPECT_STREQ(info.function, "");
@@ -163,10 +136,13 @@ TEST_F(DbgHelpTest, KeepsTheDeepestStackOfEachThread) {
     EXPECT_EQ(entry.largestUse, deep);
     EXPECT_GT(entry.size, deep);
     EXPECT_FALSE(monitor.FindThread(GetCurrentThreadId(), entry));
+    const ZelkTest::ImportHook hook(ZELK_FAILING(VirtualQuery));
     monitor.Sample();
+    EXPECT_TRUE(monitor.GetEntry(1, entry) && entry.size == 0) << "the system does not tell";
     EXPECT_EQ(monitor.GetCount(), 2u);
     monitor.Forget(id);
-    EXPECT_FALSE(monitor.FindThread(id, entry));
+    monitor.Forget(id);
+    EXPECT_FALSE(monitor.FindThread(id, entry) || monitor.GetEntry(1, entry));
 }
 
 Z4_NOINLINE unsigned GoDeep(unsigned kib) {
@@ -241,6 +217,11 @@ DWORD WINAPI AnswerVersionSize(HMODULE, HRSRC) {
     return g_versionSize;
 }
 
+void* WINAPI LockUnsigned(HGLOBAL) {
+    static char record[200];
+    return record;
+}
+
 TEST(FileVersion, IsReadUpTo64KiB) {
     unsigned short version[4] = {};
     ASSERT_TRUE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version));
@@ -259,6 +240,7 @@ TEST(FileVersion, IsReadUpTo64KiB) {
         {ZELK_DLL_FILE, 40 + sizeof(VS_FIXEDFILEINFO), 0, ""},
         {ZELK_DLL_FILE, 40 + sizeof(VS_FIXEDFILEINFO) - 1, 655, cannot + ZELK_DLL_FILE},
         {"no such file.dll", 0, 655, cannot + "no such file.dll"},
+        {"dbghelp_landmark.dll", 0, 655, cannot + "dbghelp_landmark.dll"},
     };
     for (const auto& row : rows) {
         const ZelkTest::LogCapture log;
@@ -271,6 +253,10 @@ TEST(FileVersion, IsReadUpTo64KiB) {
                              "[Z4::WinDbgHelp] EAL_LOG_WARNING: " + row.text + "\n"}});
         }
     }
+    g_versionSize = 200;
+    const ZelkTest::LogCapture log;
+    const ZelkTest::ImportHook lock("LockResource", LockUnsigned);
+    EXPECT_FALSE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version)) << "no version's signature";
     EXPECT_THAT(version, testing::ElementsAre(4, 3, 2, 0)) << "a failure leaves it alone";
 }
 

@@ -67,7 +67,7 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
     g_standIn->atLookUp();
     for (const auto& row : FUNCTIONS) {
         if (row.name == name) {
-            return row.function;
+            return row.name != g_standIn->missing ? row.function : nullptr;
         }
     }
     return GetProcAddress(module, name);

@@ -58,6 +58,7 @@ public:
     std::map<std::string, Answer> answers; ///< by the function's name
     std::vector<std::string> lookedUp;     ///< all names that the gateway looked up, those of other libraries, too
     std::function<void()> atLookUp = [] {};
+    std::string missing; ///< a function that is not found
     std::vector<Call> calls;
     unsigned overlaps = 0; ///< calls that began while another ran
 

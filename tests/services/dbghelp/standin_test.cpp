@@ -197,25 +197,56 @@ TEST_F(StandInTest, NoTwoCallsAtOnce) {
     EXPECT_EQ(m_library.Count("SymGetOptions"), 8001u);
 }
 
+DWORD g_suspensions;
+
+DWORD WINAPI CountSuspensions(HANDLE) {
+    return g_suspensions--;
+}
+
 TEST_F(StandInTest, StartUpDoesNotWaitButTheFirstCallDoes) {
-    Gate reached;
-    Gate gate;
-    // Where the loader holds no lock that would stop the caller.
-    m_library.atLookUp = [&] {
-        reached.Open();
-        gate.Wait();
-    };
-    Actor caller;
-    InitializeDbgHelpService(false);
-    reached.Wait();
-    EXPECT_FALSE(WinDbgHelp::Instance().IsReady());
-    caller.Waits([] { EXPECT_EQ(WinDbgHelp::Instance().SymSetOptions(5), 2u); });
-    gate.Open();
-    caller.Proceeds();
-    EXPECT_TRUE(WinDbgHelp::Instance().IsReady());
-    EXPECT_FALSE(WinDbgHelp::GetLoadSymbols());
-    ShutdownDbgHelpService();
+    const ImportHook resume("ResumeThread", CountSuspensions);
+    for (const DWORD suspensions : {2ul, 0xFFFFFFFFul}) { // the latter is the system's failure
+        g_suspensions = suspensions;
+        Gate reached;
+        Gate gate;
+        // Where the loader holds no lock that would stop the caller.
+        m_library.atLookUp = [&] {
+            reached.Open();
+            gate.Wait();
+        };
+        Actor caller;
+        InitializeDbgHelpService(false);
+        reached.Wait();
+        EXPECT_FALSE(WinDbgHelp::Instance().IsReady());
+        caller.Waits([] { EXPECT_EQ(WinDbgHelp::Instance().SymSetOptions(5), 2u); });
+        gate.Open();
+        caller.Proceeds();
+        EXPECT_EQ(g_suspensions, suspensions == 2 ? 0xFFFFFFFF : suspensions - 1) << "resumed until it runs";
+        EXPECT_TRUE(WinDbgHelp::Instance().IsReady());
+        EXPECT_FALSE(WinDbgHelp::GetLoadSymbols());
+        ShutdownDbgHelpService();
+    }
     WinDbgHelp::SetLoadSymbols(true);
+}
+
+TEST_F(StandInTest, LivesWithoutNotificationsAndWithoutASystemFolder) {
+    for (const char* const missing : {"LdrRegisterDllNotification", "LdrUnregisterDllNotification"}) {
+        m_library.missing = missing;
+        EXPECT_TRUE(Start().IsLoaded());
+        const bool isRegistered = m_library.notify != nullptr;
+        WinDbgHelp::SingletonShutdown();
+        EXPECT_EQ(m_library.notify != nullptr, isRegistered) << "nothing that could take it back";
+    }
+    m_library.lookedUp.clear();
+    WinDbgHelp::SetSystemLibraryOnly(true);
+    const ImportHook hook(ZELK_FAILING(GetSystemDirectoryA));
+    for (const long length : {0, MAX_PATH}) {
+        Failure::s_result = length;
+        EXPECT_FALSE(Start().IsLoaded());
+        WinDbgHelp::SingletonShutdown();
+    }
+    WinDbgHelp::SetSystemLibraryOnly(false);
+    EXPECT_THAT(m_library.lookedUp, testing::Not(testing::Contains("SymInitialize")));
 }
 
 TEST_F(StandInTest, LoadsOnTheCallersThreadWhereNoOtherCanBeStarted) {
@@ -268,7 +299,7 @@ TEST_F(StandInTest, NotificationsAreCutToTheirRoomAndEndWithTheObject) {
         lengths[0] = std::wcslen(data.baseName);
         lengths[1] = std::wcslen(data.fullName);
     };
-    EXPECT_EQ(Start().RegisterDllNotificationCallback(observe, nullptr), ERR_OK);
+    Start();
     std::wstring characters(1024, L'n');
     const UNICODE_STRING base{2 * 260, 2 * 260, characters.data()};
     const UNICODE_STRING full{2 * 1024, 2 * 1024, characters.data()};
@@ -279,6 +310,9 @@ TEST_F(StandInTest, NotificationsAreCutToTheirRoomAndEndWithTheObject) {
         void* address;
         ULONG size;
     } data{0, &full, &base, nullptr, 0};
+    m_library.notify(1, &data, m_library.context);
+    EXPECT_EQ(WinDbgHelp::Instance().RegisterDllNotificationCallback(observe, nullptr), ERR_OK);
+    EXPECT_EQ(lengths[0], 0u) << "nobody was told";
     m_library.notify(1, &data, m_library.context);
     EXPECT_THAT(lengths, ElementsAre(259, 1023));
     WinDbgHelp::SingletonShutdown();
@@ -400,6 +434,28 @@ TEST_F(ModulesTest, EdgesOfAModuleAndOfTheList) {
     EXPECT_EQ(modules.GetLost(), 2u);
     EXPECT_FALSE(modules.FindModule(FromNumber<void*>(0x100000 - 511 * 0x10), module));
     EXPECT_TRUE(modules.FindModule(FromNumber<void*>(0x100000 - 509 * 0x10), module));
+}
+
+TEST_F(ModulesTest, NameWithoutRoom) {
+    ProgramModuleDB& modules = ProgramModuleDB::Instance();
+    ProgramModuleDB::Module module{};
+    const std::wstring longName(300, L'n');
+    ProgramModuleDB::UpdateModulesList({1, FromNumber<void*>(0x50), 1, L"short", longName.c_str(), false}, &modules);
+    EXPECT_TRUE(modules.FindModule(FromNumber<void*>(0x50), module));
+    EXPECT_STREQ(module.name, "short") << "where the full name has no room";
+}
+
+TEST_F(ModulesTest, ObserversHavePlacesAndNames) {
+    ProgramModuleDB::SingletonShutdown();
+    // What threads may meet among observers is explored in proof/.
+    WinDbgHelp& debugHelp = WinDbgHelp::Instance();
+    const WinDbgHelp::DllNotificationCallback observe = [](const auto&, void*) {};
+    for (unsigned context = 0; context < WinDbgHelp::MAX_OBSERVERS; ++context) {
+        EXPECT_EQ(debugHelp.UnregisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_NOT_FOUND);
+        EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_OK);
+        EXPECT_EQ(debugHelp.RegisterDllNotificationCallback(observe, FromNumber<void*>(context)), ERR_ALREADY_EXISTS);
+    }
+    EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OUT_OF_RESOURCES);
 }
 
 } // namespace

@@ -1,13 +1,10 @@
-// Faults hunted: buffers that overlap and are overwritten before they are read, or touched behind their end; a refused
-// key that takes the place of the one in use; copies that lose the key or leak the name. Padding, keys of any
-// characters and round trips of any size are what fuzz/cipher_fuzz.cpp holds.
-#include <tests/support/guardedpage.h>
+// Faults hunted: a refused key that takes the place of the one in use; copies that lose the key or leak the name.
+// Padding, keys of any characters, buffers that overlap and round trips of any size are what fuzz/cipher_fuzz.cpp
+// holds.
 #include <tests/support/testhost.h>
 
-#include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
-#include <numeric>
 #include <string>
 #include <zelk_core/services/encryption/cipher.h>
 
@@ -39,39 +36,13 @@ protected:
 using Ciphers = testing::Types<Of<Tea>, Of<XTea>>;
 TYPED_TEST_SUITE(BlockCipher, Ciphers);
 
-TYPED_TEST(BlockCipher, BuffersMayTouchOverlapAndEndAtAPage) {
-    constexpr unsigned long SIZE = 104;
-    std::string plain(SIZE, '\0');
-    std::iota(plain.begin(), plain.end(), '\0');
-    std::string coded(SIZE, '#');
-    this->m_cipher.Encode(plain.data(), coded.data(), SIZE);
-    const ZelkTest::GuardedPage page;
-    auto* const end = reinterpret_cast<char*>(page.End());
-    // Both in place; out before in; out behind in; by less than a block and by more.
-    for (const int shift : {0, -3, 3, -64, 64, -104, 104}) {
-        SCOPED_TRACE(shift);
-        char* const in = end - SIZE - (shift > 0 ? shift : 0);
-        char* const out = in + shift;
-        std::memcpy(in, plain.data(), SIZE);
-        EXPECT_EQ(this->m_cipher.Encode(in, out, SIZE), SIZE);
-        EXPECT_EQ(std::string(out, SIZE), coded);
-        std::memcpy(in, coded.data(), SIZE);
-        EXPECT_EQ(this->m_cipher.Decode(in, out, SIZE), SIZE);
-        EXPECT_EQ(std::string(out, SIZE), plain);
-    }
-    std::memcpy(end - 5, "abcde", 5);
-    EXPECT_EQ(this->m_cipher.Decode(end - 5, end - 5, 5), 5u);
-    EXPECT_EQ(std::string(end - 5, 5), "abcde");
-    EXPECT_EQ(this->m_cipher.Encode(nullptr, nullptr, 0), 0u);
-    EXPECT_EQ(this->m_cipher.Decode(nullptr, nullptr, 0), 0u);
-}
-
 TYPED_TEST(BlockCipher, RefusedKeysChangeNothing) {
     const std::string coded = this->Encode(this->m_cipher);
     for (const char* key : {"", "0123456789abcde", "0123456789abcdefg", static_cast<const char*>(nullptr)}) {
         EXPECT_FALSE(this->m_cipher.SetKey(key));
         EXPECT_EQ(this->Encode(this->m_cipher), coded);
     }
+    EXPECT_EQ(this->m_cipher.Encode(nullptr, nullptr, 0) + this->m_cipher.Decode(nullptr, nullptr, 0), 0u);
 }
 
 TYPED_TEST(BlockCipher, CopiesTakeTheKeyAndShareTheName) {

@@ -263,6 +263,7 @@ TEST_F(Factory, WhatIsParkedMovesIntoTheNextFactory) {
     EXPECT_TRUE(park(0, Create<0>, 8));
     EXPECT_FALSE(park(0, Create<0>, 8));
     ShutdownRuntimeTypeService();
+    ClassFactory::SingletonShutdown(); // there is none any more
     TakeLog();
     // Without it they wait in order; the first of an identifier counts, and one that is taken back never enters.
     EXPECT_TRUE(park(0, Create<0>, 9));
@@ -279,6 +280,7 @@ TEST_F(Factory, WhatIsParkedMovesIntoTheNextFactory) {
     EXPECT_TRUE(Instance().IsRegistered(TypeID(9)));
     ClassFactory::UnRegisterCreatorFuncPreMain(nodes[0], Create<0>, TypeID(9));
     EXPECT_FALSE(Instance().IsRegistered(TypeID(9)));
+    ClassFactory::UnRegisterCreatorFuncPreMain(nodes[0], Create<0>, TypeID(9));
     // Services nest: the inner end leaves the factory alone. A fresh one is empty.
     InitializeRuntimeTypeService();
     ShutdownRuntimeTypeService();

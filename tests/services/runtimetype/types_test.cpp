@@ -177,6 +177,9 @@ TEST(VariableType, KnowsThePrimitives) {
     const wchar_t* wide = L"six";
     EXPECT_EQ(VariableType::Of<const char*>().Size(&text), 5u);
     EXPECT_EQ(VariableType::Of<const wchar_t*>().Size(&wide), 8u);
+    text = nullptr;
+    wide = nullptr;
+    EXPECT_EQ(VariableType::Of<const char*>().Size(&text) + VariableType::Of<const wchar_t*>().Size(&wide), 0u);
 }
 
 } // namespace

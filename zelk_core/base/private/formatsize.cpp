@@ -6,7 +6,6 @@ namespace Z4 {
 
 char* StrFormat::FormatSize(char* buffer, unsigned size, unsigned long long value, const char* unit, int precision) {
     static constexpr const char* PREFIXES[] = {"", "Ki", "Mi", "Gi", "Ti", "Pi", "Ei"};
-    constexpr unsigned LARGEST_PREFIX = 6;
     constexpr int MAXIMUM_PRECISION = 9;
 
     unsigned prefix = value != 0 ? static_cast<unsigned>(std::bit_width(value) - 1) / 10 : 0;
@@ -27,7 +26,7 @@ char* StrFormat::FormatSize(char* buffer, unsigned size, unsigned long long valu
         fraction = 0;
         ++whole;
     }
-    if (whole == 1024 && prefix < LARGEST_PREFIX) {
+    if (whole == 1024) { // never at the last prefix, whose largest number is 16
         whole = 1;
         ++prefix;
     }

@@ -68,7 +68,7 @@ StrView Path::Folder(StrView path) {
     std::size_t end = NameStart(path);
     const bool hasDrive = path.Size() >= 2 && path[1] == ':';
     const std::size_t root = hasDrive ? 2 : 0;
-    if (end > root + 1 && IsSeparator(path[end - 1])) {
+    if (end > root + 1) { // at least the separator
         --end;
     }
     return path.Substring(0, end);

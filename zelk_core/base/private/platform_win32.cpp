@@ -91,7 +91,6 @@ Platform::Platform()
       m_l1CacheSize(UNKNOWN_SIZE),
       m_l2CacheSize(UNKNOWN_SIZE),
       m_l3CacheSize(UNKNOWN_SIZE),
-      m_physicalMemory(0),
       m_hypervisorPresent(false),
       m_driveNames{} {
     SYSTEM_INFO system;
@@ -102,10 +101,7 @@ Platform::Platform()
     m_minAddress = Address(system.lpMinimumApplicationAddress);
     m_maxAddress = Address(system.lpMaximumApplicationAddress);
 
-    MEMORYSTATUSEX memory;
-    if (ReadMemoryStatus(memory)) {
-        m_physicalMemory = memory.ullTotalPhys;
-    }
+    m_physicalMemory = GetMemoryInfo().totalPhysicalMemory;
 
     const Private::ProcessorSignature processor = Private::IdentifyProcessor(Private::Cpuid);
     m_vendor = processor.vendor;

@@ -22,9 +22,8 @@ constinit std::atomic<std::uint32_t> g_features{0};
 
 std::uint32_t AskOnce() {
     const ProcessorFeatures found = ReadFeatures(Cpuid, SystemStates);
-    const std::uint32_t features = ASKED | (found.ssse3 ? SSSE3 : 0) | (found.pclmul ? PCLMUL : 0) |
-                                   (found.avx2 ? AVX2 : 0) | (found.vpclmul ? VPCLMUL : 0) |
-                                   (found.fastAvx512 ? FAST_AVX512 : 0);
+    const std::uint32_t features = ASKED | found.ssse3 * SSSE3 | found.pclmul * PCLMUL | found.avx2 * AVX2 |
+                                   found.vpclmul * VPCLMUL | found.fastAvx512 * FAST_AVX512;
     g_features.store(features, std::memory_order_relaxed);
     return features;
 }

@@ -24,7 +24,7 @@ std::size_t CopyText(Char* to, std::size_t size, BasicStrView<Char> text) {
 
 template <class Char>
 std::size_t AppendText(Char* to, std::size_t size, BasicStrView<Char> text) {
-    const std::size_t length = size != 0 ? TextLength(to, size) : 0;
+    const std::size_t length = TextLength(to, size);
     if (length < size) {
         CopyText(to + length, size - length, text);
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <zelk_core/base/private/formatoutput.h>
 #include <zelk_core/base/private/numbertext.h>
+#include <zelk_core/base/private/textobserver.h>
 #include <zelk_core/base/strformat.h>
 
 namespace Z4 {
@@ -347,7 +348,11 @@ private:
 } // namespace
 
 int StrFormat::vsnprintf(char* buffer, unsigned size, const char* format, va_list arguments) {
-    return Formatter<char>(buffer, size, format != nullptr ? format : "", arguments).Run();
+    const int length = Formatter<char>(buffer, size, format != nullptr ? format : "", arguments).Run();
+    if (size != 0 && buffer != nullptr) {
+        Private::ObserveText(Private::TEXT_OF_FORMATTER, buffer);
+    }
+    return length;
 }
 
 int StrFormat::snprintf(char* buffer, unsigned size, const char* format, ...) {

@@ -38,8 +38,8 @@ constexpr Private::Translation FILE_STATUSES[] = {
     {EAL_FILE_NOT_IMPLEMENTED, ERR_UNSUPPORTED},
 };
 
-bool IsRange(std::uint64_t offset, std::uint32_t size) {
-    return offset <= static_cast<std::uint64_t>(INT64_MAX) - size;
+bool IsTransfer(const void* buffer, std::uint32_t size, std::uint64_t offset) {
+    return (buffer != nullptr || size == 0) && offset <= static_cast<std::uint64_t>(INT64_MAX) - size;
 }
 
 /// `transfer(done, left, transferred)` moves what is left behind the bytes that are done; the host may do so in parts.
@@ -99,7 +99,7 @@ EalFile::Result EalFile::Read(void* buffer, std::uint32_t size, std::uint32_t& t
 EalFile::Result EalFile::Read(void* buffer, std::uint32_t size, std::uint64_t offset,
                               std::uint32_t& transferred) const {
     transferred = 0;
-    if (!IsOpen() || (buffer == nullptr && size != 0) || !IsRange(offset, size)) {
+    if (!IsOpen() || !IsTransfer(buffer, size, offset)) {
         return ERR_INVALID;
     }
     return TransferAll(size, transferred, [&](std::uint32_t done, std::uint32_t left, std::uint32_t& part) {
@@ -116,7 +116,7 @@ EalFile::Result EalFile::Write(const void* buffer, std::uint32_t size, std::uint
 EalFile::Result EalFile::Write(const void* buffer, std::uint32_t size, std::uint64_t offset,
                                std::uint32_t& transferred) const {
     transferred = 0;
-    if (!IsOpen() || (buffer == nullptr && size != 0) || !IsRange(offset, size)) {
+    if (!IsOpen() || !IsTransfer(buffer, size, offset)) {
         return ERR_INVALID;
     }
     const Error error =
@@ -173,7 +173,7 @@ std::uint32_t EalFile::GetSectorSize() const {
 
 EalFile::Result EalFile::ReadAsync(void* buffer, std::uint32_t size, std::uint64_t offset,
                                    eal_file_completion completion, void* context) const {
-    if (!IsOpen() || (buffer == nullptr && size != 0) || !IsRange(offset, size) || completion == nullptr) {
+    if (!IsOpen() || !IsTransfer(buffer, size, offset) || completion == nullptr) {
         return ERR_INVALID;
     }
     return TranslateError(Z4_SLOT(Private::g_file.read_async)(m_handle, buffer, size, offset, completion, context));
@@ -181,7 +181,7 @@ EalFile::Result EalFile::ReadAsync(void* buffer, std::uint32_t size, std::uint64
 
 EalFile::Result EalFile::WriteAsync(const void* buffer, std::uint32_t size, std::uint64_t offset,
                                     eal_file_completion completion, void* context) const {
-    if (!IsOpen() || (buffer == nullptr && size != 0) || !IsRange(offset, size) || completion == nullptr) {
+    if (!IsOpen() || !IsTransfer(buffer, size, offset) || completion == nullptr) {
         return ERR_INVALID;
     }
     return TranslateError(Z4_SLOT(Private::g_file.write_async)(m_handle, buffer, size, offset, completion, context));

@@ -4,6 +4,7 @@
 #include <zelk_core/base/assert.h>
 #include <zelk_core/base/log.h>
 #include <zelk_core/base/private/eal.h>
+#include <zelk_core/base/private/threadobserver.h>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/private/threadlife.h>
@@ -157,6 +158,7 @@ Error EalThread::CreateHeld(unsigned int stackSize) {
 }
 
 void EalThread::Enter(void* argument) {
+    Private::ObserveThread();
     EalThread& thread = *static_cast<EalThread*>(argument);
     Life::Arrive(thread);
     Life::CallRun(thread);

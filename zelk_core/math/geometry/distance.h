@@ -58,6 +58,13 @@ Z4_API_INLINE float ClosestPointToSegment2D(VectorSIMD4f& closest, const VectorS
     return nearest.distanceSqr.X();
 }
 
+/// What ClosestPointToSegment2D() returns, without the point; it writes the parameter to `t`.
+Z4_API_INLINE float DistancePointToSegment2DSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
+                                                float& t) {
+    VectorSIMD4f closest;
+    return ClosestPointToSegment2D(closest, p, a, b, t);
+}
+
 /// The distance of `p` from the segment, not squared: the square root of what ClosestPointToSegment() returns.
 Z4_API float ClosestDistToSegment(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b);
 
@@ -92,6 +99,10 @@ Z4_API float ClosestPointToLine(VectorSIMD4f& closest, const VectorSIMD4f& p, co
 /// "Real-Time Collision Detection", 2005, section 5.1.9.
 Z4_API float DistanceSegmentToSegmentSqr(const VectorSIMD4f& a0, const VectorSIMD4f& a1, const VectorSIMD4f& b0,
                                          const VectorSIMD4f& b1, float& s, float& t);
+
+/// The same, with the distance in x and y. Segments that cross, seen along z, are 0 apart but for rounding.
+Z4_API float DistanceSegmentToSegment2DSqr(const VectorSIMD4f& a0, const VectorSIMD4f& a1, const VectorSIMD4f& b0,
+                                           const VectorSIMD4f& b1, float& s, float& t);
 
 /// The squared distance between a segment and a rectangle. Writes the parameter of the segment's nearest point to `t`
 /// and the coordinates of the rectangle's to `u` and `v`; where several pairs of points are nearest, those of one of
@@ -150,10 +161,11 @@ Z4_API float ClosestPointToSegment(VectorSIMD4f& closest, const VectorSIMD4f& p,
 /// @return the squared distance in all four lanes.
 Z4_API VectorSIMD4f ClosestPointToSegment2D(VectorSIMD4f& closest, const VectorSIMD4f& p, const VectorSIMD4f& a,
                                             const VectorSIMD4f& b, VectorSIMD4f& t, float eps);
-/// What the fast ClosestPointToSegment2D() returns, without the point; it writes the parameter to `t`.
 Z4_API float DistancePointToSegment2DSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b, float& t);
 
 Z4_API float DistancePointToLineSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b);
+Z4_API float ClosestPointToLine(VectorSIMD4f& closest, const VectorSIMD4f& p, const VectorSIMD4f& a,
+                                const VectorSIMD4f& b);
 
 [[nodiscard]] Z4_API bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2,
                                                          const VectorSIMD4f& p3, const VectorSIMD4f& p4, float& mua,
@@ -164,9 +176,17 @@ Z4_API float DistancePointToLineSqr(const VectorSIMD4f& p, const VectorSIMD4f& a
 
 Z4_API float DistanceSegmentToSegmentSqr(const VectorSIMD4f& a0, const VectorSIMD4f& a1, const VectorSIMD4f& b0,
                                          const VectorSIMD4f& b1, float& s, float& t);
-/// The same, with the distance in x and y. Segments that cross, seen along z, are 0 apart but for rounding.
 Z4_API float DistanceSegmentToSegment2DSqr(const VectorSIMD4f& a0, const VectorSIMD4f& a1, const VectorSIMD4f& b0,
                                            const VectorSIMD4f& b1, float& s, float& t);
+Z4_API float DistanceSegmentToRectangleSqr(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& corner,
+                                           const VectorSIMD4f& edge0, const VectorSIMD4f& edge1, float& t, float& u,
+                                           float& v);
+Z4_API float DistancePointToRectangleSqr(const VectorSIMD4f& p, const VectorSIMD4f& corner, const VectorSIMD4f& edge0,
+                                         const VectorSIMD4f& edge1, float& u, float& v);
+Z4_API float DistanceLineToTriangleSqr(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& t0,
+                                       const VectorSIMD4f& t1, const VectorSIMD4f& t2, float* params);
+Z4_API VectorSIMD4f ClosestTrianglePointToPoint(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
+                                                const VectorSIMD4f& c);
 
 } // namespace Consistent
 } // namespace Z4::Geometry

@@ -39,8 +39,12 @@ public:
     /// The bounds of t. Of a ray without points, the first is above the last.
     float GetFirst() const { return m_first; }
     float GetLast() const { return m_last; }
-    /// Moves the end, for instance to the nearest hit so far. With NaN, the ray has no points.
-    void SetLast(float last) { m_last = last <= LARGEST ? last : (last > LARGEST ? LARGEST : -BEYOND); }
+    /// Moves the end, for instance to the nearest hit so far. With NaN, and before the first t, the ray has no points.
+    void SetLast(float last) {
+        const float bounded = last > LARGEST ? LARGEST : last;
+        // Far from the first, where there are no points: some queries look a little beyond the end.
+        m_last = m_first <= bounded ? bounded : -BEYOND;
+    }
 
     /// origin + t direction, in all four lanes. `t` may lie outside the bounds.
     VectorSIMD4f At(float t) const { return m_origin + t * m_direction; }
@@ -63,12 +67,6 @@ private:
 
     static constexpr float BEYOND = std::numeric_limits<float>::infinity();
 
-    template <SumOrder ORDER>
-    static float InverseLengthSqr(const VectorSIMD4f& direction) {
-        const VectorSIMD4f lengthSqr = LengthSqr3<ORDER>(direction);
-        return AndNot(Equal(lengthSqr, VectorSIMD4f::Broadcast(0.0F)), 1.0F / lengthSqr).X();
-    }
-
     VectorSIMD4f m_origin;
     VectorSIMD4f m_direction;
     VectorSIMD4f m_inverse;
@@ -79,11 +77,13 @@ private:
 };
 
 inline GeometryRay::GeometryRay(const VectorSIMD4f& origin, const VectorSIMD4f& direction, float last, float first)
-    : m_origin(origin),
-      m_direction(direction),
-      m_inverse(Private::InverseDirection(direction)),
-      m_inverseLengthSqr{InverseLengthSqr<SumOrder::FAST>(direction),
-                         InverseLengthSqr<SumOrder::CONSISTENT>(direction)} {
+    : m_origin(origin), m_direction(direction), m_inverse(Private::InverseDirection(direction)) {
+    const VectorSIMD4f lengthsSqr(Lanes::InterleaveLow(LengthSqr3<SumOrder::FAST>(direction).Native(),
+                                                       LengthSqr3<SumOrder::CONSISTENT>(direction).Native()));
+    const VectorSIMD4f inverses = AndNot(Equal(lengthsSqr, VectorSIMD4f::Broadcast(0.0F)), 1.0F / lengthsSqr);
+    m_inverseLengthSqr[0] = inverses.X();
+    m_inverseLengthSqr[1] = inverses.Y();
+
     const VectorSIMD4f size = Abs(direction);
     const VectorSIMD4f greatest = Max(size.BroadcastX(), Max(size.BroadcastY(), size.BroadcastZ()));
     // The last of those that are greatest. A direction with NaN has none, and needs none.
@@ -100,7 +100,7 @@ inline GeometryRay::GeometryRay(const VectorSIMD4f& origin, const VectorSIMD4f& 
 
     const VectorSIMD4f finite = VectorSIMD4f::Broadcast((std::numeric_limits<float>::max)());
     const bool hasPoints = AllTrue3(And(LessEqual(Abs(origin), finite), LessEqual(size, finite)));
-    m_first = hasPoints && first >= -LARGEST ? first : (hasPoints && first < -LARGEST ? -LARGEST : BEYOND);
+    m_first = !hasPoints ? BEYOND : first >= -LARGEST ? first : (first < -LARGEST ? -LARGEST : BEYOND);
     SetLast(last);
 }
 

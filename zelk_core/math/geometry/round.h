@@ -1,6 +1,6 @@
 /// @file
-/// The part of a line that lies in something round: the kernel of the queries against spheres, capsules and cylinders.
-/// Public because inline queries use it.
+/// The part of a line that lies in something round, and whether a point does: the kernels of the queries against
+/// spheres, capsules and cylinders. Public because inline queries use it.
 #pragma once
 
 #include <limits>
@@ -33,6 +33,12 @@ struct Part {
     float in;
     float out;
 };
+
+/// Whether `way` is no longer than `radius`.
+template <SumOrder ORDER>
+Z4_ALWAYS_INLINE bool IsWithin(const VectorSIMD4f& way, float radius) {
+    return LengthSqr3<ORDER>(way).X() <= radius * radius && radius >= 0;
+}
 
 /// Where the line r + t d is no farther than `radius` from 0. `inverse` is 1 over the square of d, and 0 where there is
 /// no d: then it is everywhere or nowhere so.

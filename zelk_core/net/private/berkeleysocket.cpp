@@ -52,11 +52,16 @@ bool BerkeleySocket::Fail(unsigned long& error) {
     return false;
 }
 
-// The system's -1 is ours, for counts and for handles.
-long BerkeleySocket::CountOrFail(long result, unsigned long& error) {
-    if (result == -1) {
+bool BerkeleySocket::DoneOrFail(bool done, unsigned long& error) {
+    if (!done) {
         Fail(error);
     }
+    return done;
+}
+
+// The system's -1 is ours, for counts and for handles.
+long BerkeleySocket::CountOrFail(long result, unsigned long& error) {
+    DoneOrFail(result != -1, error);
     return result;
 }
 
@@ -71,14 +76,14 @@ long BerkeleySocket::OpenDatagram(unsigned long& error) {
 bool BerkeleySocket::Close(long& handle, unsigned long& error) {
     const SOCKET socket = ToSocket(handle);
     handle = -1;
-    return closesocket(socket) == 0 || Fail(error);
+    return DoneOrFail(closesocket(socket) == 0, error);
 }
 
 bool BerkeleySocket::Bind(SocketAddr& address, long handle, unsigned long& error) {
     int size = NATIVE_SIZE;
-    return (bind(ToSocket(handle), Native(address), size) == 0 &&
-            getsockname(ToSocket(handle), Native(address), &size) == 0) ||
-           Fail(error);
+    return DoneOrFail(bind(ToSocket(handle), Native(address), size) == 0 &&
+                          getsockname(ToSocket(handle), Native(address), &size) == 0,
+                      error);
 }
 
 bool BerkeleySocket::Connect(const SocketAddr& peer, SocketAddr& connected, long handle, unsigned long& error) {
@@ -94,7 +99,7 @@ bool BerkeleySocket::Connect(const SocketAddr& peer, SocketAddr& connected, long
 }
 
 bool BerkeleySocket::Listen(unsigned long backlog, long handle, unsigned long& error) {
-    return listen(ToSocket(handle), ToSize(backlog)) == 0 || Fail(error);
+    return DoneOrFail(listen(ToSocket(handle), ToSize(backlog)) == 0, error);
 }
 
 long BerkeleySocket::Accept(SocketAddr& peer, long handle, unsigned long& error) {
@@ -142,7 +147,7 @@ bool BerkeleySocket::Shutdown(ShutdownHow how, long handle, unsigned long& error
     static_assert(SHUTDOWN_RECEIVE == SD_RECEIVE);
     static_assert(SHUTDOWN_SEND == SD_SEND);
     static_assert(SHUTDOWN_BOTH == SD_BOTH);
-    return shutdown(ToSocket(handle), how) == 0 || Fail(error);
+    return DoneOrFail(shutdown(ToSocket(handle), how) == 0, error);
 }
 
 bool BerkeleySocket::Select(bool* readable, bool* writable, bool* failed, long handle, unsigned long timeoutMs,
@@ -159,7 +164,7 @@ bool BerkeleySocket::Select(bool* readable, bool* writable, bool* failed, long h
     readSet.Report();
     writeSet.Report();
     failedSet.Report();
-    return ready > 0 || Fail(error);
+    return DoneOrFail(ready > 0, error);
 }
 
 } // namespace Z4

@@ -56,43 +56,43 @@ bool LoadLinger(linger& record, long handle) {
 
 bool BerkeleySocket::SetBlocking(bool on, long handle, unsigned long& error) {
     u_long nonBlocking = !on;
-    return ioctlsocket(ToSocket(handle), static_cast<long>(FIONBIO), &nonBlocking) == 0 || Fail(error);
+    return DoneOrFail(ioctlsocket(ToSocket(handle), static_cast<long>(FIONBIO), &nonBlocking) == 0, error);
 }
 
 bool BerkeleySocket::SetReuseAddr(bool on, long handle, unsigned long& error) {
-    return StoreFlag(on, SOL_SOCKET, SO_REUSEADDR, handle) || Fail(error);
+    return DoneOrFail(StoreFlag(on, SOL_SOCKET, SO_REUSEADDR, handle), error);
 }
 
 bool BerkeleySocket::GetReuseAddr(bool& value, long handle, unsigned long& error) {
-    return LoadFlag(value, SOL_SOCKET, SO_REUSEADDR, handle) || Fail(error);
+    return DoneOrFail(LoadFlag(value, SOL_SOCKET, SO_REUSEADDR, handle), error);
 }
 
 bool BerkeleySocket::SetBroadCast(bool on, long handle, unsigned long& error) {
-    return StoreFlag(on, SOL_SOCKET, SO_BROADCAST, handle) || Fail(error);
+    return DoneOrFail(StoreFlag(on, SOL_SOCKET, SO_BROADCAST, handle), error);
 }
 
 bool BerkeleySocket::GetBroadCast(bool& value, long handle, unsigned long& error) {
-    return LoadFlag(value, SOL_SOCKET, SO_BROADCAST, handle) || Fail(error);
+    return DoneOrFail(LoadFlag(value, SOL_SOCKET, SO_BROADCAST, handle), error);
 }
 
 bool BerkeleySocket::SetSendBufSize(unsigned long size, long handle, unsigned long& error) {
-    return StoreSize(size, SO_SNDBUF, handle) || Fail(error);
+    return DoneOrFail(StoreSize(size, SO_SNDBUF, handle), error);
 }
 
 bool BerkeleySocket::GetSendBufSize(unsigned long& value, long handle, unsigned long& error) {
-    return LoadSize(value, SO_SNDBUF, handle) || Fail(error);
+    return DoneOrFail(LoadSize(value, SO_SNDBUF, handle), error);
 }
 
 bool BerkeleySocket::SetReceiveBufSize(unsigned long size, long handle, unsigned long& error) {
-    return StoreSize(size, SO_RCVBUF, handle) || Fail(error);
+    return DoneOrFail(StoreSize(size, SO_RCVBUF, handle), error);
 }
 
 bool BerkeleySocket::GetReceiveBufSize(unsigned long& value, long handle, unsigned long& error) {
-    return LoadSize(value, SO_RCVBUF, handle) || Fail(error);
+    return DoneOrFail(LoadSize(value, SO_RCVBUF, handle), error);
 }
 
 bool BerkeleySocket::SetNagleOnOff(bool on, long handle, unsigned long& error) {
-    return StoreFlag(!on, IPPROTO_TCP, TCP_NODELAY, handle) || Fail(error);
+    return DoneOrFail(StoreFlag(!on, IPPROTO_TCP, TCP_NODELAY, handle), error);
 }
 
 bool BerkeleySocket::GetNagleOnOff(bool& value, long handle, unsigned long& error) {
@@ -113,7 +113,7 @@ bool BerkeleySocket::SetLingerOnOff(bool on, long handle, unsigned long& error) 
         return true;
     }
     record.l_onoff = on;
-    return Store(record, SOL_SOCKET, SO_LINGER, handle) || Fail(error);
+    return DoneOrFail(Store(record, SOL_SOCKET, SO_LINGER, handle), error);
 }
 
 bool BerkeleySocket::GetLingerOnOff(bool& value, long handle, unsigned long& error) {
@@ -139,7 +139,7 @@ bool BerkeleySocket::SetLingerSeconds(unsigned long seconds, long handle, unsign
         return true;
     }
     record.l_linger = wanted;
-    return Store(record, SOL_SOCKET, SO_LINGER, handle) || Fail(error);
+    return DoneOrFail(Store(record, SOL_SOCKET, SO_LINGER, handle), error);
 }
 
 bool BerkeleySocket::GetLingerSeconds(unsigned long& value, long handle, unsigned long& error) {

@@ -56,14 +56,13 @@ long Socket::Detach() {
 }
 
 void Socket::MoveFrom(Socket& other) {
-    if (this == &other) {
-        return;
-    }
+    // All is read first, so that a socket may take over its own.
+    const Error lastError = other.m_lastError;
     const bool blocking = other.m_blocking;
     const unsigned long timeout = other.m_timeout;
     m_address = other.m_address;
     Attach(other.Detach());
-    m_lastError = other.m_lastError;
+    m_lastError = lastError;
     m_blocking = blocking;
     m_timeout = timeout;
 }

@@ -9,6 +9,7 @@
 #include <zelk_core/base/assert.h>
 #include <zelk_core/base/hostnew.h>
 #include <zelk_core/base/log.h>
+#include <zelk_core/base/private/threadobserver.h>
 #include <zelk_core/os/nativethread.h>
 #include <zelk_core/os/private/debuggername.h>
 #include <zelk_core/os/private/nativethread.h>
@@ -78,6 +79,7 @@ unsigned __stdcall EnterThread(void* argument) {
     const auto* const started = static_cast<const StartRecord*>(argument);
     const StartRecord record = *started;
     delete started;
+    Private::ObserveThread();
     record.entry(record.argument);
     return 0;
 }

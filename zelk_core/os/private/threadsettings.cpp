@@ -1,6 +1,8 @@
 // What is set on a thread and asked of it; its life is in thread.cpp.
 #include <windows.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <zelk_core/base/platform.h>
 #include <zelk_core/os/autolock.h>
@@ -241,8 +243,7 @@ long Thread::GetAffinityMask() {
     if (System::GetAvailableCoreMask(available) == ERR_OK) {
         return static_cast<long>(available & 0xFFFFFFFF);
     }
-    const unsigned cores = GetNumberOfCore();
-    return static_cast<long>(cores < 32 ? (1UL << cores) - 1 : 0xFFFFFFFF);
+    return static_cast<long>((std::uint64_t{1} << (std::min)(GetNumberOfCore(), 32U)) - 1);
 }
 
 } // namespace Z4

@@ -16,9 +16,9 @@ namespace Z4 {
 
 /// The first call starts the OS and EAL services, too, and makes WinDbgHelp, ProgramModuleDB, SymbolHandler and
 /// StackSizeMonitorDb. Nested calls only count; their argument is ignored.
-/// @param loadSymbols true to have the symbols of all modules read in the background. With false, SymbolHandler still
-/// tells the module of an address, but finds functions only in modules that are loaded by
-/// WinDbgHelp::SymLoadModule64().
+/// @param loadSymbols true to have the debug information of all modules read in the background. With false,
+/// SymbolHandler still names functions from symbol files and exports, but from debug information only in modules that
+/// are loaded by WinDbgHelp::SymLoadModule64().
 Z4_API void InitializeDbgHelpService(bool loadSymbols);
 /// InitializeDbgHelpService(true).
 Z4_API void InitializeDbgHelpService();

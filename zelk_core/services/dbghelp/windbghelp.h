@@ -185,6 +185,8 @@ public:
                                                 _MINIDUMP_USER_STREAM_INFORMATION* userStream,
                                                 _MINIDUMP_CALLBACK_INFORMATION* callback);
     Z4_API _IMAGE_NT_HEADERS* ImageNtHeader(void* base);
+    /// The one function that is looked up at its first call, not by the loader thread.
+    Z4_API unsigned long UnDecorateSymbolName(const char* name, char* text, unsigned long size, unsigned long flags);
     /// @}
 
 private:
@@ -222,6 +224,7 @@ private:
     void* m_cookie = nullptr;
 
     Private::ObserverTable<DllNotificationCallback, MAX_OBSERVERS> m_observers;
+    void* m_unDecorate = nullptr; ///< under the lock
 };
 
 } // namespace Z4

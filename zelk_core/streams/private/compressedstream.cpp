@@ -59,7 +59,7 @@ Error InflateStream::Expand(void* buffer, std::uint32_t size, std::uint32_t& don
         if (result == CompressionInterface::OUTPUT_FULL) {
             return ERR_OK;
         }
-        if (result == CompressionInterface::FAILED && ready != 0) {
+        if (result == CompressionInterface::FAILED) {
             return m_expander->GetFailure();
         }
         if (ready == 0) {
@@ -89,9 +89,6 @@ public:
     /// @param data null for the end of the data.
     Error Pack(Stream& to, const void* data, std::uint32_t size, std::uint32_t& done) {
         done = 0;
-        if (m_isDone) {
-            return PassOn(to);
-        }
         m_deflate.FeedInputBuffer(data, size);
         for (;;) {
             if (const Error error = PassOn(to); error != ERR_OK) {
@@ -105,7 +102,6 @@ public:
             if (result == CompressionInterface::FAILED) {
                 return ERR_OUT_OF_MEMORY; // nothing else can fail here
             }
-            m_isDone = result == CompressionInterface::DONE;
             if (result != CompressionInterface::OUTPUT_FULL) {
                 return PassOn(to);
             }
@@ -130,7 +126,6 @@ private:
     ZLibDeflate m_deflate;
     std::uint32_t m_count = 0; ///< of bytes in the output
     std::uint32_t m_passed = 0;
-    bool m_isDone = false;
     unsigned char m_output[16384];
 };
 

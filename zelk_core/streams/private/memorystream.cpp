@@ -71,8 +71,7 @@ std::uint32_t MemoryStream::ReadSlow(void* buffer, std::uint32_t size) {
     const auto ready = static_cast<std::uint32_t>(m_readEnd - m_cursor);
     const std::uint32_t read = size < ready ? size : ready;
     std::memcpy(buffer, m_cursor, read);
-    m_cursor += read;
-    m_writeEnd = m_writeEnd < m_cursor ? m_cursor : m_writeEnd;
+    Advance(read);
     return read;
 }
 

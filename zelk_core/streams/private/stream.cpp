@@ -174,9 +174,10 @@ bool CopyStream(Stream& from, Stream& to, std::uint64_t limit, std::uint64_t& co
             from.Fail(ERR_OVERFLOW);
             return false;
         }
-        if (!to.Write(data, size) || !from.Skip(size)) {
+        if (!to.Write(data, size)) {
             return false;
         }
+        from.Skip(size);
         copied += size;
     }
 }

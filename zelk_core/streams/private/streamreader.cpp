@@ -37,7 +37,7 @@ std::uint32_t StreamReader::NextPart(std::uint32_t before, std::uint32_t count, 
 
 std::uint64_t StreamReader::ReadVarint() {
     std::uint64_t value = 0;
-    for (unsigned shift = 0; shift < 70; shift += 7) {
+    for (unsigned shift = 0;; shift += 7) {
         const std::uint8_t byte = Read<std::uint8_t>();
         const bool isTooLarge = shift == 63 && byte > 1;
         const bool isOverlong = shift != 0 && byte == 0;

@@ -1,6 +1,8 @@
 #include <zelk_core/math/geometry/cull.h>
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
 
 namespace Z4 {
 
@@ -46,13 +48,6 @@ unsigned long Cull(unsigned long count, std::uint32_t* visible, See see) {
     return sum;
 }
 
-/// The outer half of ClassifyAABBByFrustum().
-bool Sees(const Private::BoxTest& sides, const Private::BoxTest& ends, const GeometryAABB& box) {
-    const VectorSIMD4f notBehind = And(sides(box).notBehind, ends(box).notBehind);
-    const int valid = Lanes::SignBits(LessEqual(box.GetMin(), box.GetMax()).Native()) | 8;
-    return (Lanes::SignBits(notBehind.Native()) & valid) == 15;
-}
-
 /// One plane, each coordinate in all lanes.
 struct SpreadPlane {
     explicit SpreadPlane(const VectorSIMD4f& plane)
@@ -66,6 +61,73 @@ struct SpreadPlane {
 
     VectorSIMD4f x, y, z, doubleD;
     VectorSIMD4f reachX, reachY, reachZ;
+};
+
+/// What four boxes have along one axis, doubled as in Private::BoxTest.
+struct Slabs {
+    Slabs(const VectorSIMD4f& low, const VectorSIMD4f& high)
+        : middle(low + high), size(high - low), isValid(LessEqual(low, high)) {}
+
+    VectorSIMD4f middle, size, isValid;
+};
+struct FourBoxes {
+    Slabs x, y, z;
+};
+FourBoxes Prepare(const GeometryAABB4& group) {
+    return {Slabs(group.Bound(false, 0), group.Bound(true, 0)), Slabs(group.Bound(false, 1), group.Bound(true, 1)),
+            Slabs(group.Bound(false, 2), group.Bound(true, 2))};
+}
+FourBoxes Prepare(const GeometryAABB* boxes) {
+    struct Rows {
+        Rows(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c, const VectorSIMD4f& d)
+            : x(a.Native()), y(b.Native()), z(c.Native()), w(d.Native()) {
+            Lanes::Transpose(x, y, z, w);
+        }
+        __m128 x, y, z, w;
+    };
+    const Rows low(boxes[0].GetMin(), boxes[1].GetMin(), boxes[2].GetMin(), boxes[3].GetMin());
+    const Rows high(boxes[0].GetMax(), boxes[1].GetMax(), boxes[2].GetMax(), boxes[3].GetMax());
+    return {Slabs(VectorSIMD4f(low.x), VectorSIMD4f(high.x)), Slabs(VectorSIMD4f(low.y), VectorSIMD4f(high.y)),
+            Slabs(VectorSIMD4f(low.z), VectorSIMD4f(high.z))};
+}
+
+/// Bit i as the lowest of byte i.
+constexpr std::uint32_t BYTES_OF_BITS[] = {0x00000000, 0x00000001, 0x00000100, 0x00000101, 0x00010000, 0x00010001,
+                                           0x00010100, 0x00010101, 0x01000000, 0x01000001, 0x01000100, 0x01000101,
+                                           0x01010000, 0x01010001, 0x01010100, 0x01010101};
+
+/// A frustum, prepared for four boxes at a time. It sums as Private::BoxTest does.
+class FourBoxesTest {
+public:
+    struct Result {
+        int seen;
+        int inside;
+    };
+
+    explicit FourBoxesTest(const GeometryFrustum& frustum)
+        : m_planes{SpreadPlane(frustum.GetPlane(0)), SpreadPlane(frustum.GetPlane(1)),
+                   SpreadPlane(frustum.GetPlane(2)), SpreadPlane(frustum.GetPlane(3)),
+                   SpreadPlane(frustum.GetPlane(4)), SpreadPlane(frustum.GetPlane(5))} {}
+
+    /// Bit i stands for box i.
+    Z4_ALWAYS_INLINE Result operator()(const FourBoxes& boxes) const {
+        VectorSIMD4f seen = And(boxes.x.isValid, And(boxes.y.isValid, boxes.z.isValid));
+        VectorSIMD4f inside = seen;
+        for (const SpreadPlane& plane : m_planes) {
+            const VectorSIMD4f middle = Private::Sum<SumOrder::FAST>(plane.x * boxes.x.middle, plane.y * boxes.y.middle,
+                                                                     plane.z * boxes.z.middle) +
+                                        plane.doubleD;
+            const VectorSIMD4f reach = Private::Sum<SumOrder::FAST>(
+                plane.reachX * boxes.x.size, plane.reachY * boxes.y.size, plane.reachZ * boxes.z.size);
+            const PlaneTest test(middle, reach);
+            seen = And(seen, test.notBehind);
+            inside = And(inside, test.inFront);
+        }
+        return {Lanes::SignBits(seen.Native()), Lanes::SignBits(inside.Native()) & Lanes::SignBits(seen.Native())};
+    }
+
+private:
+    SpreadPlane m_planes[6];
 };
 
 } // namespace
@@ -86,46 +148,36 @@ Containment ClassifySphereByFrustum(const GeometryFrustum& frustum, const Vector
 
 void ClassifyAABBsByFrustum(const GeometryFrustum& frustum, const GeometryAABB* boxes, unsigned long count,
                             Containment* results) {
-    const Private::BoxTest sides(frustum.GetSides());
-    const Private::BoxTest ends(frustum.GetEnds());
-    for (unsigned long i = 0; i < count; ++i) {
-        results[i] = Private::Combine(sides(boxes[i]), ends(boxes[i]), boxes[i].IsValid());
+    const FourBoxesTest test(frustum);
+    unsigned long i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const FourBoxesTest::Result found = test(Prepare(boxes + i));
+        // Both counts of a box are 0 or 1, so that none carries into the next.
+        const std::uint32_t where = BYTES_OF_BITS[found.seen] + BYTES_OF_BITS[found.inside];
+        std::memcpy(results + i, &where, sizeof where);
+    }
+    for (; i < count; ++i) {
+        results[i] = ClassifyAABBByFrustum(frustum, boxes[i]);
     }
 }
 
 unsigned long CullAABBsByFrustum(const GeometryFrustum& frustum, const GeometryAABB* boxes, unsigned long count,
                                  std::uint32_t* visible) {
-    const Private::BoxTest sides(frustum.GetSides());
-    const Private::BoxTest ends(frustum.GetEnds());
-    return Cull<1>(count, visible, [&](unsigned long i) { return Sees(sides, ends, boxes[i]) ? 1 : 0; });
+    const FourBoxesTest test(frustum);
+    return Cull<4>((count + 3) / 4, visible, [&](unsigned long i) {
+        if (count - 4 * i >= 4) {
+            return test(Prepare(boxes + 4 * i)).seen;
+        }
+        GeometryAABB rest[4];
+        std::copy(boxes + 4 * i, boxes + count, rest);
+        return test(Prepare(rest)).seen;
+    });
 }
 
 unsigned long CullAABBsByFrustum(const GeometryFrustum& frustum, const GeometryAABB4* groups, unsigned long count,
                                  std::uint32_t* visible) {
-    const SpreadPlane planes[] = {SpreadPlane(frustum.GetPlane(0)), SpreadPlane(frustum.GetPlane(1)),
-                                  SpreadPlane(frustum.GetPlane(2)), SpreadPlane(frustum.GetPlane(3)),
-                                  SpreadPlane(frustum.GetPlane(4)), SpreadPlane(frustum.GetPlane(5))};
-    return Cull<4>(count, visible, [&](unsigned long i) {
-        const GeometryAABB4& group = groups[i];
-        VectorSIMD4f sum[3];
-        VectorSIMD4f size[3];
-        VectorSIMD4f seen = VectorSIMD4f(VectorSIMD4f::MASK_4D);
-        for (unsigned long axis = 0; axis < 3; ++axis) {
-            const VectorSIMD4f& low = group.Bound(false, axis);
-            const VectorSIMD4f& high = group.Bound(true, axis);
-            sum[axis] = low + high;
-            size[axis] = high - low;
-            seen = And(seen, LessEqual(low, high));
-        }
-        for (const SpreadPlane& plane : planes) {
-            const VectorSIMD4f middle =
-                Private::Sum<SumOrder::FAST>(plane.x * sum[0], plane.y * sum[1], plane.z * sum[2]) + plane.doubleD;
-            const VectorSIMD4f reach =
-                Private::Sum<SumOrder::FAST>(plane.reachX * size[0], plane.reachY * size[1], plane.reachZ * size[2]);
-            seen = And(seen, PlaneTest(middle, reach).notBehind);
-        }
-        return Lanes::SignBits(seen.Native());
-    });
+    const FourBoxesTest test(frustum);
+    return Cull<4>(count, visible, [&](unsigned long i) { return test(Prepare(groups[i])).seen; });
 }
 
 unsigned long CullOBBsByFrustum(const GeometryFrustum& frustum, const GeometryOBB* boxes, unsigned long count,

@@ -30,6 +30,13 @@ NearestOnLine FindNearestOnLine(const VectorSIMD4f& p, const VectorSIMD4f& a, co
     return {point, Private::Dot<ORDER, DIMENSIONS>(residual, residual)};
 }
 
+template <SumOrder ORDER>
+float LinePoint(VectorSIMD4f& closest, const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b) {
+    const NearestOnLine nearest = FindNearestOnLine<ORDER, 3>(p, a, b);
+    closest = nearest.point;
+    return nearest.distanceSqr.X();
+}
+
 struct LineParameters {
     bool exist;
     VectorSIMD4f mua;
@@ -99,9 +106,7 @@ float DistancePointToLine2DSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, con
 }
 
 float ClosestPointToLine(VectorSIMD4f& closest, const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b) {
-    const NearestOnLine nearest = FindNearestOnLine<SumOrder::FAST, 3>(p, a, b);
-    closest = nearest.point;
-    return nearest.distanceSqr.X();
+    return LinePoint<SumOrder::FAST>(closest, p, a, b);
 }
 
 bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2, const VectorSIMD4f& p3,
@@ -156,6 +161,10 @@ float DistancePointToSegment2DSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, 
 
 float DistancePointToLineSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b) {
     return FindNearestOnLine<SumOrder::CONSISTENT, 3>(p, a, b).distanceSqr.X();
+}
+
+float ClosestPointToLine(VectorSIMD4f& closest, const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b) {
+    return LinePoint<SumOrder::CONSISTENT>(closest, p, a, b);
 }
 
 bool GetShortestSegmentBetweenLines(const VectorSIMD4f& p1, const VectorSIMD4f& p2, const VectorSIMD4f& p3,

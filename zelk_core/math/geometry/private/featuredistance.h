@@ -1,9 +1,11 @@
 /// @file
 /// Steps that the queries between two shapes with more than one feature share. Shapes come as differences: `r` from a
-/// point of the second shape to one of the first, and the directions of edges. Scalars are repeated in all four lanes.
+/// point of the second shape to one of the first, and the directions of edges. A vector is a VectorSIMD4f with scalars
+/// repeated in all four lanes, or FourVectors with four of everything.
 #pragma once
 
 #include <cfloat>
+#include <zelk_core/math/geometry/private/fourvectors.h>
 #include <zelk_core/math/vectorsimd.h>
 
 namespace Z4::Private {
@@ -19,6 +21,17 @@ inline VectorSIMD4f Saturate(const VectorSIMD4f& v) {
     return Clamp(v, VectorSIMD4f::Broadcast(0.0F), VectorSIMD4f::Broadcast(1.0F));
 }
 
+enum class Straight : unsigned char {
+    LINE,
+    SEGMENT,
+};
+
+/// The parameter `t` of a line; of a segment, the nearest one that it has.
+template <Straight SHAPE>
+inline VectorSIMD4f OnShape(const VectorSIMD4f& t) {
+    return SHAPE == Straight::SEGMENT ? Saturate(t) : t;
+}
+
 /// Nearest points a + s d1 and b + t d2, where a - b = r.
 struct NearestOnPair {
     VectorSIMD4f s;
@@ -26,52 +39,55 @@ struct NearestOnPair {
     VectorSIMD4f distanceSqr;
 };
 
-enum class FirstShape : unsigned char {
-    LINE,
-    SEGMENT,
-};
-
-/// Nearest points of a line or a segment and a segment. n = d1 x d2 keeps its relative accuracy down to angles of 1e-7,
-/// where d1^2 d2^2 - (d1 d2)^2 has lost it at 3e-4; and below, the error of t moves the second point along the first
-/// line.
-template <SumOrder ORDER, FirstShape FIRST>
-inline NearestOnPair FindNearestOnPair(const VectorSIMD4f& r, const VectorSIMD4f& d1, const VectorSIMD4f& d2) {
-    const VectorSIMD4f n = Cross3(d1, d2);
-    const VectorSIMD4f lineT = Saturate(DivideBySquare(Dot3<ORDER>(Cross3(d1, r), n), LengthSqr3<ORDER>(n)));
-    const VectorSIMD4f lineS = DivideBySquare(Dot3<ORDER>(d1, lineT * d2 - r), LengthSqr3<ORDER>(d1));
-    const VectorSIMD4f s = FIRST == FirstShape::SEGMENT ? Saturate(lineS) : lineS;
-    const VectorSIMD4f toFirst = r + s * d1;
+/// Nearest points of two lines or segments; a segment is not the first with a line as the second. n = d1 x d2 keeps its
+/// relative accuracy down to angles of 1e-7, where d1^2 d2^2 - (d1 d2)^2 has lost it at 3e-4; and below, the error of t
+/// moves the second point along the first line.
+template <SumOrder ORDER, Straight FIRST, Straight SECOND = Straight::SEGMENT, class Vector>
+inline NearestOnPair FindNearestOnPair(const Vector& r, const Vector& d1, const Vector& d2) {
+    static_assert(FIRST == Straight::LINE || SECOND == Straight::SEGMENT);
+    const Vector n = Cross3(d1, d2);
+    const VectorSIMD4f lineT = OnShape<SECOND>(DivideBySquare(Dot3<ORDER>(Cross3(d1, r), n), LengthSqr3<ORDER>(n)));
+    const VectorSIMD4f s = OnShape<FIRST>(DivideBySquare(Dot3<ORDER>(d1, lineT * d2 - r), LengthSqr3<ORDER>(d1)));
+    const Vector toFirst = r + s * d1;
     // Clamping s may have moved the nearest point of the second.
-    const VectorSIMD4f t = Saturate(DivideBySquare(Dot3<ORDER>(d2, toFirst), LengthSqr3<ORDER>(d2)));
+    const VectorSIMD4f t = OnShape<SECOND>(DivideBySquare(Dot3<ORDER>(d2, toFirst), LengthSqr3<ORDER>(d2)));
     return {s, t, LengthSqr3<ORDER>(toFirst - t * d2)};
 }
 
 /// Parameter of the point where the line r + t d meets the plane through 0 with the normal n; of some point where they
 /// are parallel.
-inline VectorSIMD4f FindPlaneCrossing(const VectorSIMD4f& r, const VectorSIMD4f& d, const VectorSIMD4f& n) {
-    const VectorSIMD4f slope = Dot3(d, n);
+template <SumOrder ORDER, class Vector>
+inline VectorSIMD4f FindPlaneCrossing(const Vector& r, const Vector& d, const Vector& n) {
+    const VectorSIMD4f slope = Dot3<ORDER>(d, n);
     const VectorSIMD4f isParallel = Equal(slope, VectorSIMD4f::Broadcast(0.0F));
-    return -Dot3(r, n) / Select(isParallel, VectorSIMD4f::Broadcast(1.0F), slope);
+    return -Dot3<ORDER>(r, n) / Select(isParallel, VectorSIMD4f::Broadcast(1.0F), slope);
 }
 
-/// Coordinates of the point u e0 + v e1 of a triangle.
-struct TrianglePoint {
+/// Coordinates of the point u e0 + v e1 of a triangle or a rectangle.
+struct FacePoint {
     VectorSIMD4f u;
     VectorSIMD4f v;
 };
 
 /// The foot of the perpendicular from r on the plane of the triangle 0, e0, e1 with the normal n = e0 x e1. Where that
 /// is not in the triangle, the point 0.
-inline TrianglePoint FindFootInTriangle(const VectorSIMD4f& r, const VectorSIMD4f& e0, const VectorSIMD4f& e1,
-                                        const VectorSIMD4f& n) {
+template <SumOrder ORDER, class Vector>
+inline FacePoint FindFootInTriangle(const Vector& r, const Vector& e0, const Vector& e1, const Vector& n) {
     const VectorSIMD4f zero = VectorSIMD4f::Broadcast(0.0F);
-    const VectorSIMD4f moment = Cross3(n, r);
-    const VectorSIMD4f normalSqr = LengthSqr3(n);
-    const VectorSIMD4f u = DivideBySquare(Dot3(e1, moment), normalSqr);
-    const VectorSIMD4f v = DivideBySquare(-Dot3(e0, moment), normalSqr);
+    const Vector moment = Cross3(n, r);
+    const VectorSIMD4f normalSqr = LengthSqr3<ORDER>(n);
+    const VectorSIMD4f u = DivideBySquare(Dot3<ORDER>(e1, moment), normalSqr);
+    const VectorSIMD4f v = DivideBySquare(-Dot3<ORDER>(e0, moment), normalSqr);
     const VectorSIMD4f inside =
         And(And(LessEqual(zero, u), LessEqual(zero, v)), LessEqual(u + v, VectorSIMD4f::Broadcast(1.0F)));
     return {And(inside, u), And(inside, v)};
+}
+
+/// The point of the rectangle 0, e0, e1 nearest r.
+template <SumOrder ORDER, class Vector>
+inline FacePoint FindNearestInRectangle(const Vector& r, const Vector& e0, const Vector& e1) {
+    return {Saturate(DivideBySquare(Dot3<ORDER>(r, e0), LengthSqr3<ORDER>(e0))),
+            Saturate(DivideBySquare(Dot3<ORDER>(r, e1), LengthSqr3<ORDER>(e1)))};
 }
 
 } // namespace Z4::Private

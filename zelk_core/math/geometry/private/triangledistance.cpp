@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <zelk_core/math/geometry/distance.h>
+#include <zelk_core/math/geometry/shapedistance.h>
 
 namespace Z4 {
 
@@ -12,34 +13,49 @@ using Private::NearestOnSegment;
 /// How much of the weights' sum may be lost to rounding.
 const float WEIGHT_TOLERANCE = 1.0F / 1024.0F;
 
+/// A point of the triangle, and how much of it `b` and `c` are.
+struct TrianglePoint {
+    VectorSIMD4f point, u, v;
+};
+
 /// The nearest point by way of all features, for what the regions cannot tell.
-VectorSIMD4f NearestFeature(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
-                            const VectorSIMD4f& c) {
+template <SumOrder ORDER>
+TrianglePoint NearestFeature(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
+                             const VectorSIMD4f& c) {
     const VectorSIMD4f ab = b - a;
     const VectorSIMD4f ac = c - a;
-    const auto [u, v] = Private::FindFootInTriangle(p - a, ab, ac, Cross3(ab, ac));
-    VectorSIMD4f point = a + u * ab + v * ac;
-    VectorSIMD4f distanceSqr = LengthSqr3(p - point);
-    const VectorSIMD4f* const edges[][2] = {{&a, &b}, {&b, &c}, {&c, &a}};
-    for (const auto& edge : edges) {
-        const NearestOnSegment nearest =
-            Private::FindNearestOnSegment<SumOrder::FAST, 3>(p, *edge[0], *edge[1], VectorSIMD4f::Broadcast(0.0F));
-        point = Select(Less(nearest.distanceSqr, distanceSqr), nearest.point, point);
+    const auto [u, v] = Private::FindFootInTriangle<ORDER>(p - a, ab, ac, Cross3(ab, ac));
+    TrianglePoint found = {a + u * ab + v * ac, u, v};
+    VectorSIMD4f distanceSqr = LengthSqr3<ORDER>(p - found.point);
+    const VectorSIMD4f zero = VectorSIMD4f::Broadcast(0.0F);
+    const auto tryEdge = [&](const VectorSIMD4f& from, const VectorSIMD4f& to, const auto& weights) {
+        const NearestOnSegment nearest = Private::FindNearestOnSegment<ORDER, 3>(p, from, to, zero);
+        const VectorSIMD4f nearer = Less(nearest.distanceSqr, distanceSqr);
+        const Private::FacePoint at = weights(nearest.t);
+        found = {Select(nearer, nearest.point, found.point), Select(nearer, at.u, found.u),
+                 Select(nearer, at.v, found.v)};
         distanceSqr = Min(nearest.distanceSqr, distanceSqr);
-    }
-    return point;
+    };
+    using T = const VectorSIMD4f&;
+    tryEdge(a, b, [&](T t) { return Private::FacePoint{t, zero}; });
+    tryEdge(b, c, [](T t) { return Private::FacePoint{1.0F - t, t}; });
+    tryEdge(c, a, [&](T t) { return Private::FacePoint{zero, 1.0F - t}; });
+    return found;
 }
 
 /// The nearest point where it is none of the edges'. The weights sum up to the squared length of the normal.
-VectorSIMD4f NearestOnFace(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c,
-                           const VectorSIMD4f& weights) {
+template <SumOrder ORDER>
+TrianglePoint NearestOnFace(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c,
+                            const VectorSIMD4f& weights) {
     const VectorSIMD4f sum = weights.BroadcastX() + weights.BroadcastY() + weights.BroadcastZ();
-    const VectorSIMD4f normalSqr = LengthSqr3(Cross3(b - a, c - a));
+    const VectorSIMD4f normalSqr = LengthSqr3<ORDER>(Cross3(b - a, c - a));
     if (AllTrue(GreaterEqual(Abs(sum - normalSqr), WEIGHT_TOLERANCE * normalSqr))) {
-        return NearestFeature(p, a, b, c);
+        return NearestFeature<ORDER>(p, a, b, c);
     }
     const VectorSIMD4f shares = weights / sum;
-    return a * shares.BroadcastX() + b * shares.BroadcastY() + c * shares.BroadcastZ();
+    const VectorSIMD4f u = shares.BroadcastY();
+    const VectorSIMD4f v = shares.BroadcastZ();
+    return {a * shares.BroadcastX() + b * u + c * v, u, v};
 }
 
 /// Three vectors, with which three dot products cost little more than one.
@@ -52,9 +68,10 @@ public:
     }
 
     /// Of each of them with `v`, in the lanes x, y and z: what Dot3() gives.
+    template <SumOrder ORDER>
     VectorSIMD4f Dot(const VectorSIMD4f& v) const {
-        return v.BroadcastX() * VectorSIMD4f(m_x) +
-               (v.BroadcastY() * VectorSIMD4f(m_y) + v.BroadcastZ() * VectorSIMD4f(m_z));
+        return Private::Sum<ORDER>(v.BroadcastX() * VectorSIMD4f(m_x), v.BroadcastY() * VectorSIMD4f(m_y),
+                                   v.BroadcastZ() * VectorSIMD4f(m_z));
     }
 
 private:
@@ -72,20 +89,16 @@ unsigned SignBits(const VectorSIMD4f& v) {
     return static_cast<unsigned>(Lanes::SignBits(v.Native()));
 }
 
-} // namespace
-
-namespace Geometry {
-
 // Which region holds is as good as random to a branch predictor, so all are calculated and only the face is asked for
 // by a branch. Lanes stand for the vertices a, b and c, or for the edges ab, bc and ac.
-VectorSIMD4f ClosestTrianglePointToPoint(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
-                                         const VectorSIMD4f& c) {
+template <SumOrder ORDER>
+TrianglePoint FindNearest(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c) {
     const VectorSIMD4f zero = VectorSIMD4f::Broadcast(0.0F);
     const VectorSIMD4f ab = b - a;
     const VectorSIMD4f ac = c - a;
     const FromVertices from(p - a, p - b, p - c);
-    const VectorSIMD4f alongAb = from.Dot(ab);
-    const VectorSIMD4f alongAc = from.Dot(ac);
+    const VectorSIMD4f alongAb = from.Dot<ORDER>(ab);
+    const VectorSIMD4f alongAc = from.Dot<ORDER>(ac);
     const VectorSIMD4f difference = alongAc - alongAb;
     const VectorSIMD4f weights = Cross3(alongAb, alongAc);
     // How far p is along each edge, from where the edge starts and from where it ends, by the edge's length.
@@ -105,16 +118,56 @@ VectorSIMD4f ClosestTrianglePointToPoint(const VectorSIMD4f& p, const VectorSIMD
     const unsigned regions = (atA & 1) | (atB & 1) << 1 | (atC & 1) << 2 | atEdges << 3;
 
     if (regions == 0) {
-        return NearestOnFace(p, a, b, c, weights);
+        return NearestOnFace<ORDER>(p, a, b, c, weights);
     }
     const VectorSIMD4f t = fromStart / lengthSqr;
     // What is added to a vertex must not change the sign of its zeros.
     const VectorSIMD4f none = VectorSIMD4f::Broadcast(-0.0F);
     const VectorSIMD4f* const starts[] = {&a, &b, &c, &a, &b, &a};
-    const VectorSIMD4f steps[] = {none, none, none, t.BroadcastX() * ab, t.BroadcastY() * (c - b), t.BroadcastZ() * ac};
+    const VectorSIMD4f one = VectorSIMD4f::Broadcast(1.0F);
+    const VectorSIMD4f onBc = t.BroadcastY();
+    const VectorSIMD4f steps[] = {none, none, none, t.BroadcastX() * ab, onBc * (c - b), t.BroadcastZ() * ac};
+    const VectorSIMD4f u[] = {zero, one, zero, t.BroadcastX(), one - onBc, zero};
+    const VectorSIMD4f v[] = {zero, zero, one, zero, onBc, t.BroadcastZ()};
     const int first = std::countr_zero(regions);
-    return *starts[first] + steps[first];
+    return {*starts[first] + steps[first], u[first], v[first]};
 }
 
+template <SumOrder ORDER>
+float PointToTriangleSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c,
+                         float& u, float& v) {
+    const TrianglePoint nearest = FindNearest<ORDER>(p, a, b, c);
+    u = nearest.u.X();
+    v = nearest.v.X();
+    return LengthSqr3<ORDER>((p - a) - (nearest.u * (b - a) + nearest.v * (c - a))).X();
+}
+
+} // namespace
+
+namespace Geometry {
+
+VectorSIMD4f ClosestTrianglePointToPoint(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
+                                         const VectorSIMD4f& c) {
+    return FindNearest<SumOrder::FAST>(p, a, b, c).point;
+}
+
+float DistancePointToTriangleSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
+                                 const VectorSIMD4f& c, float& u, float& v) {
+    return PointToTriangleSqr<SumOrder::FAST>(p, a, b, c, u, v);
+}
+
+namespace Consistent {
+
+VectorSIMD4f ClosestTrianglePointToPoint(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
+                                         const VectorSIMD4f& c) {
+    return FindNearest<SumOrder::CONSISTENT>(p, a, b, c).point;
+}
+
+float DistancePointToTriangleSqr(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b,
+                                 const VectorSIMD4f& c, float& u, float& v) {
+    return PointToTriangleSqr<SumOrder::CONSISTENT>(p, a, b, c, u, v);
+}
+
+} // namespace Consistent
 } // namespace Geometry
 } // namespace Z4

@@ -2,8 +2,10 @@
 #include <zelk_core/base/private/core.h>
 #include <zelk_core/eal_utils/lifecycle.h>
 #include <zelk_core/os/lifecycle.h>
+#include <zelk_core/services/dbghelp/breakpoint.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
-#include <zelk_core/services/dbghelp/private/symboldatabase.h>
+#include <zelk_core/services/dbghelp/private/breakpoints.h>
+#include <zelk_core/services/dbghelp/private/symbolsources.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 #include <zelk_core/services/dbghelp/windbghelp.h>
@@ -39,6 +41,7 @@ void InitializeDbgHelpService(bool loadSymbols) {
     // There is a free place, unless the program has taken all with a WinDbgHelp of its own making; then the list is
     // read once and stays so.
     static_cast<void>(ProgramModuleDB::Instance().Subscribe());
+    Private::StartHardwareBreakpoints();
     StackSizeMonitorDb::SingletonInit();
 }
 
@@ -47,6 +50,8 @@ void ShutdownDbgHelpService() {
     if (--g_uses != 0) {
         return;
     }
+    StringBreakpoint::ClearAll();
+    Private::StopHardwareBreakpoints();
     ProgramModuleDB::SingletonShutdown();
     StackSizeMonitorDb::SingletonShutdown();
     SymbolHandler::Instance().SetShuttingDown(true);
@@ -56,6 +61,7 @@ void ShutdownDbgHelpService() {
     }
     SymbolHandler::Instance().SetDataBase(nullptr);
     WinDbgHelp::SingletonShutdown();
+    Private::UnloadAllSymbolFiles();
     ShutdownOS();
     Private::RemoveCoreUser();
     ShutdownEalUtils();

@@ -232,7 +232,7 @@ bool WinDbgHelp::IsLoaderThread() const {
 
 void WinDbgHelp::WaitUntilReady() {
     // The loader thread comes here when the host's log asks for symbols while the loader logs.
-    if (IsReady() || IsLoaderThread() || m_thread == nullptr) {
+    if (IsReady() || IsLoaderThread()) {
         return;
     }
     DWORD suspensions = 0;

@@ -85,4 +85,18 @@ _IMAGE_NT_HEADERS* WinDbgHelp::ImageNtHeader(void* base) {
     return Forward(Private::IMAGE_NT_HEADER, base);
 }
 
+unsigned long WinDbgHelp::UnDecorateSymbolName(const char* name, char* text, unsigned long size, unsigned long flags) {
+    PrepareCall();
+    const Private::SectionGuard guard(m_lock);
+    if (m_unDecorate == nullptr && m_library.IsDLLLoaded()) {
+        m_unDecorate = reinterpret_cast<void*>(
+            GetProcAddress(static_cast<HMODULE>(m_library.GetDLLHandle()), "UnDecorateSymbolName"));
+    }
+    if (m_unDecorate == nullptr) {
+        SetLastError(ERROR_PROC_NOT_FOUND);
+        return 0;
+    }
+    return reinterpret_cast<decltype(&::UnDecorateSymbolName)>(m_unDecorate)(name, text, size, flags);
+}
+
 } // namespace Z4

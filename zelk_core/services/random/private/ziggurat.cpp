@@ -30,17 +30,15 @@ constexpr double EXPONENTIAL_EDGE = 7.697117470131487;
 constexpr double EXPONENTIAL_AREA = 3.949659822581572e-3;
 constexpr double EXPONENTIAL_SCALE = 4294967296.0;
 
-/// Drops the fraction and saturates at the ends of the signed range. That range is too small for the exponential
-/// thresholds: all but the one that is 0 saturate at 0x7FFFFFFF. In the layers above the base it only costs time, since
-/// a draw that the threshold turns away passes the exact test of EFix() just as well. In the base layer, however,
-/// EFix() takes whatever comes for the tail: half of the layer's draws go there instead of 11.5 %. So 1 of 506 values
-/// lies beyond the edge where 1 of 2202 should, and the rectangle is filled up to 4.349, half its width, only.
+/// Drops the fraction and saturates at the end of the signed range; no value is below 0. That range is too small for
+/// the exponential thresholds: all but the one that is 0 saturate at 0x7FFFFFFF. In the layers above the base it only
+/// costs time, since a draw that the threshold turns away passes the exact test of EFix() just as well. In the base
+/// layer, however, EFix() takes whatever comes for the tail: half of the layer's draws go there instead of 11.5 %. So 1
+/// of 506 values lies beyond the edge where 1 of 2202 should, and the rectangle is filled up to 4.349, half its width,
+/// only.
 std::uint32_t Threshold(double value) {
     constexpr double HIGHEST = 2147483647.0;
-    constexpr double LOWEST = -2147483648.0;
-    return static_cast<std::uint32_t>(static_cast<std::int32_t>(value > HIGHEST  ? HIGHEST
-                                                                : value < LOWEST ? LOWEST
-                                                                                 : value));
+    return static_cast<std::uint32_t>(value > HIGHEST ? HIGHEST : value);
 }
 
 double NormalDensity(double x) {

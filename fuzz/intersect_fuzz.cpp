@@ -1,0 +1,236 @@
+// Geometry of any numbers, NaN and infinities among them: queries write on a hit only and within the ray's bounds, many
+// at once answer as one does, and what is clipped keeps to its room.
+#include "body.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <tests/math/rayqueries.h>
+#include <vector>
+#include <zelk_core/math/geometry/clip.h>
+#include <zelk_core/math/geometry/cull.h>
+#include <zelk_core/math/geometry/group4.h>
+#include <zelk_core/math/geometry/plane.h>
+#include <zelk_core/math/geometry/sweep.h>
+
+namespace {
+
+using namespace Z4::Geometry;
+using V = Z4::VectorSIMD4f;
+
+constexpr float UNWRITTEN = ZelkTest::RayAnswer::UNWRITTEN;
+
+void Require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
+bool SameBits(const V& a, const V& b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+/// Numbers from the input, over and over: four bytes to a float, or one to a multiple of an eighth, which makes figures
+/// that meet and touch.
+class Numbers {
+public:
+    Numbers(const std::uint8_t* data, std::size_t size) : m_data(data), m_size(size) {}
+
+    std::uint8_t Byte() {
+        m_at = m_at < m_size ? m_at : 0;
+        return m_data[m_at++];
+    }
+    float Number() {
+        if (m_areCoarse) {
+            return static_cast<float>(Byte() % 64) / 8 - 4;
+        }
+        std::uint8_t bytes[4] = {Byte(), Byte(), Byte(), Byte()};
+        float number;
+        std::memcpy(&number, bytes, sizeof number);
+        return number;
+    }
+    V Point() {
+        const float x = Number();
+        const float y = Number();
+        const float z = Number();
+        return {x, y, z, Number()};
+    }
+    void Begin() { m_areCoarse = Byte() % 4 != 0; }
+
+private:
+    const std::uint8_t* m_data;
+    std::size_t m_size;
+    std::size_t m_at = 0;
+    bool m_areCoarse = false;
+};
+
+void CheckRays(const GeometryRay& ray, const V* p) {
+    for (const auto& forms : ZelkTest::RAY_QUERIES) {
+        for (const ZelkTest::RayQuery& query : forms) {
+            const ZelkTest::RayAnswer answer = query(ray, p);
+            const float t = answer.written[0];
+            Require(answer.isHit ? ray.GetFirst() <= t && t <= ray.GetLast()
+                                 : t == UNWRITTEN && answer.written[1] == UNWRITTEN && answer.written[2] == UNWRITTEN);
+        }
+    }
+}
+
+void CheckGroups(const GeometryRay& ray, Numbers& numbers) {
+    GeometryAABB boxes[4];
+    std::vector<GeometryTriangle4> triangles(1 + numbers.Byte() % 3);
+    for (GeometryTriangle4& group : triangles) {
+        for (unsigned long i = 0; i < 4; ++i) {
+            const V a = numbers.Point();
+            const V b = numbers.Point();
+            group.Set(i, a, b, numbers.Point());
+            boxes[i] = GeometryAABB(a, b);
+        }
+    }
+    V entries;
+    const unsigned met = IntersectRayAABB4(ray, GeometryAABB4(boxes), entries);
+    for (unsigned i = 0; i < 4; ++i) {
+        float t = entries[i];
+        Require(IntersectRayAABB(ray, boxes[i], t) == ((met >> i & 1) != 0) && t == entries[i]);
+    }
+    const auto groups = static_cast<unsigned long>(triangles.size());
+    float t = UNWRITTEN;
+    float u = UNWRITTEN;
+    float v = UNWRITTEN;
+    const unsigned long first = IntersectRayTriangles(ray, triangles.data(), groups, t, u, v);
+    Require(first <= 4 * groups && IntersectRayAnyTriangle(ray, triangles.data(), groups) == (first != 4 * groups));
+    if (first == 4 * groups) {
+        Require(t == UNWRITTEN && u == UNWRITTEN && v == UNWRITTEN);
+    } else {
+        V a;
+        V b;
+        V c;
+        triangles[first / 4].Get(first % 4, a, b, c);
+        float alone = 0;
+        Require(IntersectRayTriangle(ray, a, b, c, alone, u, v) && alone == t);
+    }
+}
+
+void CheckCulling(Numbers& numbers) {
+    V planes[6];
+    for (V& plane : planes) {
+        plane = numbers.Point();
+    }
+    const GeometryFrustum frustum(planes);
+    std::vector<GeometryAABB> boxes(numbers.Byte() % 40);
+    for (GeometryAABB& box : boxes) {
+        const V low = numbers.Point();
+        box = GeometryAABB(low, numbers.Point());
+    }
+    const auto count = static_cast<unsigned long>(boxes.size());
+    std::vector<Containment> where(boxes.size());
+    std::vector<std::uint32_t> visible((boxes.size() + 31) / 32, 0xFFFFFFFF);
+    ClassifyAABBsByFrustum(frustum, boxes.data(), count, where.data());
+    unsigned long sum = CullAABBsByFrustum(frustum, boxes.data(), count, visible.data());
+    for (std::size_t i = 0; i < 32 * visible.size(); ++i) {
+        const bool isSeen = (visible[i / 32] >> (i % 32) & 1) != 0;
+        Require(isSeen == (i < boxes.size() && where[i] != Containment::OUTSIDE));
+        Require(i >= boxes.size() || where[i] == ClassifyAABBByFrustum(frustum, boxes[i]));
+        sum -= isSeen ? 1 : 0;
+    }
+    Require(sum == 0);
+}
+
+void CheckClipping(Numbers& numbers) {
+    std::vector<V> polygon(numbers.Byte() % 12);
+    for (V& corner : polygon) {
+        corner = numbers.Point();
+    }
+    std::vector<V> planes(numbers.Byte() % 5);
+    for (V& plane : planes) {
+        plane = numbers.Point();
+    }
+    const auto count = static_cast<unsigned long>(polygon.size());
+    const auto planeCount = static_cast<unsigned long>(planes.size());
+    const V plane = numbers.Point();
+    // Rooms of exactly the size that is asked for.
+    std::vector<V> front(polygon.size() + 1);
+    std::vector<V> back(polygon.size() + 1);
+    unsigned long counts[2];
+    SplitPolygon(polygon.data(), count, plane, front.data(), counts[0], back.data(), counts[1]);
+    for (const unsigned long part : counts) {
+        Require(part == 0 || (part >= 3 && part <= count + 1));
+    }
+    Require(ClipPolygon(polygon.data(), count, plane, back.data()) == counts[0]);
+    for (unsigned long i = 0; i < counts[0]; ++i) {
+        Require(SameBits(front[i], back[i]) || front[i] != front[i]);
+    }
+    std::vector<V> clipped(polygon.size() + planes.size());
+    std::vector<V> scratch(clipped);
+    Require(ClipPolygonByConvex(polygon.data(), count, planes.data(), planeCount, clipped.data(), scratch.data()) <=
+            clipped.size());
+    const V ends[] = {numbers.Point(), numbers.Point()};
+    V a = ends[0];
+    V b = ends[1];
+    if (!ClipSegment(a, b, planes.data(), planeCount) || planes.empty()) {
+        Require(SameBits(a, ends[0]) && SameBits(b, ends[1]));
+    }
+}
+
+void CheckSweeps(const V* p) {
+    const V unwritten = V::Broadcast(UNWRITTEN);
+    const GeometryAABB box(p[2], p[3]);
+    const auto check = [&](auto sweep) {
+        float t = UNWRITTEN;
+        V point = unwritten;
+        Require(sweep(t, point) ? t >= 0 && t <= 1 : t == UNWRITTEN && point == unwritten);
+    };
+    const float radius = p[4].X();
+    check([&](float& t, V&) { return IntersectSweptSpherePlane(p[0], radius, p[1], p[2], t); });
+    check([&](float& t, V&) { return IntersectSweptSphereSphere(p[0], radius, p[1], p[2], p[2].W(), t); });
+    check([&](float& t, V& contact) {
+        return IntersectSweptSphereTriangle(p[0], radius, p[1], p[2], p[3], p[4], t, contact);
+    });
+    check([&](float& t, V& contact) { return IntersectSweptSphereAABB(p[0], radius, p[1], box, t, contact); });
+    check([&](float& t, V& contact) {
+        return IntersectSweptSphereOBB(p[0], radius, p[1], GeometryOBB(p[2], p + 2, p[4]), t, contact);
+    });
+    check([&](float& t, V& normal) { return IntersectSweptAABBAABB(box, p[1], GeometryAABB(p[0], p[4]), t, normal); });
+}
+
+void CheckPlanes(const V* p) {
+    const V unwritten = V::Broadcast(UNWRITTEN);
+    V plane = unwritten;
+    Require(MakePlane(plane, p[0], p[1], p[2]) || plane == unwritten);
+    plane = unwritten;
+    Require(MakePlane(plane, p, 5) || plane == unwritten);
+    plane = p[0];
+    Require(NormalizePlane(plane) || SameBits(plane, p[0]));
+    V point = unwritten;
+    V direction = unwritten;
+    Require(IntersectPlanePlane(p[0], p[1], point, direction) || (point == unwritten && direction == unwritten));
+    point = unwritten;
+    Require(IntersectPlanes(p[0], p[1], p[2], point) || point == unwritten);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) {
+        return 0;
+    }
+    Numbers numbers(data, size);
+    numbers.Begin();
+    V p[5];
+    for (V& point : p) {
+        point = numbers.Point();
+    }
+    const V origin = numbers.Point();
+    const V target = numbers.Point();
+    const float last = numbers.Number();
+    const GeometryRay ray(origin, target - origin, last, numbers.Number());
+    CheckRays(ray, p);
+    CheckPlanes(p);
+    CheckSweeps(p);
+    CheckGroups(ray, numbers);
+    CheckCulling(numbers);
+    CheckClipping(numbers);
+    return 0;
+}

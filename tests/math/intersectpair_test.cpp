@@ -1,0 +1,209 @@
+// Whether two shapes meet: each query touching and just not, and with what is no shape; triangles against distances and
+// against a box that cuts them, on a grid, where touching is exact, and in general position.
+#include "figures.h"
+#include "pairqueries.h"
+
+#include <gtest/gtest.h>
+#include <tests/support/counts.h>
+#include <vector>
+
+namespace {
+
+using V = Z4::VectorSIMD4f;
+using Z4::Vector3d;
+using Z4::Geometry::GeometryAABB;
+using namespace ZelkTest;
+
+constexpr float INF = std::numeric_limits<float>::infinity();
+constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
+
+bool Meets(PairShapes shapes, const V* p, bool isConsistent = false) {
+    return PAIR_QUERIES[shapes].calls[isConsistent ? 1 : 0](p);
+}
+
+TEST(IntersectPair, DegenerateFigures) {
+    const V zero(0, 0, 0, 0);
+    const V ball(0, 0, 0, 2);
+    const V low(3, -1, -1, 0);
+    const V high(5, 1, 1, 0);
+    const V x(1, 0, 0, 0);
+    const V y(0, 1, 0, 0);
+    const V z(0, 0, 1, 0);
+    const struct {
+        int line;
+        PairShapes shapes;
+        bool isHit;
+        V p[6];
+    } rows[] = {
+        {__LINE__, SPHERE_SPHERE, true, {ball, {3, 0, 0, 1}}},
+        {__LINE__, SPHERE_SPHERE, false, {ball, {3.01F, 0, 0, 1}}},
+        {__LINE__, SPHERE_SPHERE, true, {zero, zero}},
+        {__LINE__, SPHERE_SPHERE, false, {{0, 0, 0, -1}, {0, 0, 0, 3}}},
+        {__LINE__, SPHERE_SPHERE, true, {{0, 0, 0, INF}, {1e18F, 0, 0, 0}}},
+        {__LINE__, SPHERE_AABB, true, {{1, 0, 0, 2}, low, high}},
+        {__LINE__, SPHERE_AABB, true, {{4, 0, 0, 0}, low, high}},
+        {__LINE__, SPHERE_AABB, false, {{0.99F, 0, 0, 2}, low, high}},
+        {__LINE__, SPHERE_AABB, false, {{4, 0, 0, INF}, high, low}},
+        {__LINE__, SPHERE_AABB, true, {{-9, 0, 0, 2}, {-INF, -INF, -INF, 0}, {-11, INF, INF, 0}}},
+        {__LINE__, SPHERE_OBB, true, {{0, 0, 4, 2}, zero, {1, 1, 2, 0}}},
+        {__LINE__, SPHERE_OBB, false, {{0, 0, 4, 1.99F}, zero, {1, 1, 2, 0}}},
+        {__LINE__, SPHERE_TRIANGLE, true, {{0.25F, 0.25F, 2, 2}, zero, x, y}},
+        {__LINE__, SPHERE_TRIANGLE, true, {{-2, 0, 0, 2}, zero, x, y}},
+        {__LINE__, SPHERE_TRIANGLE, false, {{-2.01F, 0, 0, 2}, zero, x, y}},
+        {__LINE__, SPHERE_TRIANGLE, true, {{0.5F, 2, 0, 2}, zero, x, zero}},
+        {__LINE__, SPHERE_CAPSULE, true, {{0, 3, 0, 2}, {-4, 0, 0, 1}, {4, 0, 0, 0}}},
+        {__LINE__, SPHERE_CAPSULE, false, {{0, 3.01F, 0, 2}, {-4, 0, 0, 1}, {4, 0, 0, 0}}},
+        {__LINE__, SPHERE_CAPSULE, false, {{0, 0, 0, 2}, {-4, 0, 0, -1}, {4, 0, 0, 0}}},
+        {__LINE__, CAPSULE_CAPSULE, true, {{-4, 0, 0, 1}, {4, 0, 0, 0}, {0, -2, 3, 2}, {0, 2, 3, 0}}},
+        {__LINE__, CAPSULE_CAPSULE, false, {{-4, 0, 0, 1}, {4, 0, 0, 0}, {0, -2, 3.01F, 2}, {0, 2, 3.01F, 0}}},
+        {__LINE__, CAPSULE_CAPSULE, false, {{-4, 0, 0, -1}, {4, 0, 0, 0}, {0, -2, 0, 2}, {0, 2, 0, 0}}},
+        {__LINE__, CAPSULE_AABB, true, {{0, -9, 0, 3}, {0, 9, 0, 0}, low, high}},
+        {__LINE__, CAPSULE_AABB, false, {{-0.01F, -9, 0, 3}, {-0.01F, 9, 0, 0}, low, high}},
+        {__LINE__, CAPSULE_AABB, true, {{4, -9, 0, 0}, {4, 9, 0, 0}, low, high}},
+        {__LINE__, CAPSULE_AABB, false, {{4, -9, 0, INF}, {4, 9, 0, 0}, high, low}},
+        {__LINE__, CAPSULE_OBB, true, {{-9, 0, 4, 2}, {9, 0, 4, 0}, zero, {1, 1, 2, 0}}},
+        {__LINE__, CAPSULE_OBB, false, {{-9, 0, 4, 1.99F}, {9, 0, 4, 0}, zero, {1, 1, 2, 0}}},
+        {__LINE__, CAPSULE_TRIANGLE, true, {{0, 0, 2, 2}, {0, 0, 9, 0}, zero, x, y}},
+        {__LINE__, CAPSULE_TRIANGLE, false, {{0, 0, 2.01F, 2}, {0, 0, 9, 0}, zero, x, y}},
+        {__LINE__, TRIANGLE_AABB, true, {zero, {3, 0, 0, 0}, y, low, high}},
+        {__LINE__, TRIANGLE_AABB, false, {zero, {2.99F, 0, 0, 0}, y, low, high}},
+        {__LINE__, TRIANGLE_AABB, false, {zero, {9, 0, 0, 0}, y, high, low}},
+        {__LINE__, TRIANGLE_AABB, true, {{-9, 0, 0, 0}, {9, 9, 0, 0}, y, {-INF, -INF, -INF, 0}, {INF, INF, INF, 0}}},
+        {__LINE__, TRIANGLE_AABB, true, {{4, -9, 0, 0}, {4, 9, 0, 0}, {4, 0, 0, 0}, low, high}}, // no area
+        {__LINE__, TRIANGLE_AABB, true, {high, high, high, low, high}},
+        {__LINE__, TRIANGLE_AABB, false, {{0, 3, 0, 0}, {6, 9, 0, 0}, {2, 5, 0, 0}, {1, 0, -1, 0}, {3, 3, 1, 0}}},
+        {__LINE__, TRIANGLE_AABB, true, {x, y, z, zero, zero + 0.5F}},
+        {__LINE__, TRIANGLE_AABB, false, {x, y, z, zero, zero + 0.25F}}, // beside the face
+        {__LINE__, TRIANGLE_OBB, true, {{0, 0, 2, 0}, {1, 0, 9, 0}, {0, 1, 9, 0}, zero, {1, 1, 2, 0}}},
+        {__LINE__, TRIANGLE_OBB, false, {{0, 0, 2.01F, 0}, {1, 0, 9, 0}, {0, 1, 9, 0}, zero, {1, 1, 2, 0}}},
+        {__LINE__, TRIANGLE_TRIANGLE, true, {zero, x, y, zero, -x, z}}, // corner to corner
+        {__LINE__, TRIANGLE_TRIANGLE, true, {zero, x, y, x, y, z}},     // a common edge
+        {__LINE__, TRIANGLE_TRIANGLE, true, {zero, x, y, zero, x, y}},
+        {__LINE__, TRIANGLE_TRIANGLE, false, {zero, x, y, zero + z, x + z, y + z}},
+        {__LINE__,
+         TRIANGLE_TRIANGLE,
+         false,
+         {zero, x, y, {1, 1, 0, 0}, {2, 0.5F, 0, 0}, {0.5F, 2, 0, 0}}}, // in one plane
+        {__LINE__, TRIANGLE_TRIANGLE, true, {zero, x, y, {-1, -1, 0, 0}, {4, -1, 0, 0}, {-1, 4, 0, 0}}},
+        {__LINE__,
+         TRIANGLE_TRIANGLE,
+         true,
+         {zero, x * 4, x, {2, -1, 0, 0}, {2, 1, 0, 0}, {2, 1, 0, 0}}}, // two segments
+        {__LINE__, TRIANGLE_TRIANGLE, false, {zero, x * 4, x, {2, -1, 1, 0}, {2, 1, 1, 0}, {2, 1, 1, 0}}},
+        {__LINE__, TRIANGLE_TRIANGLE, false, {zero, x, x, x * 2, x * 3, x * 2}}, // on one line
+        {__LINE__, TRIANGLE_TRIANGLE, false, {zero, x, x, y, x + y, x + y}},
+        {__LINE__, TRIANGLE_TRIANGLE, true, {x, x, x, zero, x * 2, y}}, // a point
+        {__LINE__, TRIANGLE_TRIANGLE, false, {x, x, x, zero, x + y, y}},
+    };
+    for (const auto& row : rows) {
+        const PairQuery& query = PAIR_QUERIES[row.shapes];
+        for (const auto call : query.calls) {
+            EXPECT_EQ(call(row.p), row.isHit) << query.name << ", line " << row.line;
+            // Nothing meets what holds a NaN.
+            for (unsigned i = 0; i < 3 * query.points; ++i) {
+                V p[6];
+                std::copy(row.p, row.p + 6, p);
+                p[i / 3].Set(i % 3, NOT);
+                EXPECT_FALSE(call(p)) << query.name << ", line " << row.line << ", number " << i;
+            }
+        }
+    }
+}
+
+/// Corners on a grid of whole numbers, of all kinds; or in general position.
+struct Corners {
+    Corners(Input& input, bool isWhole) {
+        for (V& corner : p) {
+            const auto whole = [&input] { return static_cast<float>(static_cast<int>(input.Below(7)) - 3); };
+            corner = isWhole ? V{whole(), whole(), whole(), 1e9F} : RandomPoint(input, 3, 1e9F);
+        }
+        const float level = p[0].Z();
+        const bool isFlat = input.OnceIn(4);
+        for (V& corner : p) { // in one plane
+            corner.SetZ(isFlat && isWhole ? level : corner.Z());
+        }
+    }
+
+    V p[6];
+};
+
+// Distances are held to a search. Whole numbers leave triangles apart by more than their error, or not at all.
+TEST(IntersectPair, TrianglesMeetWhereTheirDistanceIsNothing) {
+    Input input(21);
+    int meeting = 0;
+    for (unsigned round = 0; round < Repeats(20000, 2000000); ++round) {
+        const bool isWhole = !input.OnceIn(3);
+        const Corners c(input, isWhole);
+        const V* const p = c.p;
+        const float distanceSqr =
+            Z4::Geometry::DistanceTriangleToTriangleSqr(p[0], p[1], p[2], p[3], p[4], p[5], nullptr);
+        const bool isNear = distanceSqr < 1e-6F;
+        meeting += isNear ? 1 : 0;
+        for (const bool isConsistent : {false, true}) {
+            if (isWhole || isNear == (distanceSqr < 1e-10F)) {
+                ASSERT_EQ(Meets(TRIANGLE_TRIANGLE, p, isConsistent), isNear) << round;
+            }
+            const V exchanged[] = {p[4], p[5], p[3], p[0], p[2], p[1]};
+            ASSERT_TRUE(!isWhole || Meets(TRIANGLE_TRIANGLE, exchanged, isConsistent) == isNear) << round;
+        }
+    }
+    EXPECT_GT(meeting, 3000);
+}
+
+/// Whether something of a triangle is left when it is cut along the sides of a box, grown by so much (I. Sutherland and
+/// G. Hodgman, "Reentrant Polygon Clipping", 1974).
+bool IsLeft(const V* corners, const GeometryAABB& box, double growth) {
+    std::vector<Vector3d> polygon;
+    for (unsigned i = 0; i < 3; ++i) {
+        polygon.emplace_back(Z4::ToVector3f(corners[i]));
+    }
+    for (unsigned side = 0; side < 6; ++side) {
+        const unsigned axis = side / 2;
+        const auto inside = [&](const Vector3d& p) {
+            return (side % 2 == 0 ? p[axis] - box.GetMin()[axis] : box.GetMax()[axis] - p[axis]) + growth;
+        };
+        std::vector<Vector3d> rest;
+        for (std::size_t i = 0; i < polygon.size(); ++i) {
+            const Vector3d& p = polygon[i];
+            const Vector3d& q = polygon[(i + 1) % polygon.size()];
+            if (inside(p) >= 0) {
+                rest.push_back(p);
+            }
+            if ((inside(p) >= 0) != (inside(q) >= 0)) {
+                rest.push_back(p + (q - p) * (inside(p) / (inside(p) - inside(q))));
+            }
+        }
+        polygon = rest;
+    }
+    return !polygon.empty();
+}
+
+TEST(IntersectPair, TrianglesMeetBoxesThatCutSomethingOut) {
+    Input input(22);
+    int meeting = 0;
+    for (unsigned round = 0; round < Repeats(20000, 2000000); ++round) {
+        const bool isWhole = input.OnceIn(2);
+        const Corners c(input, isWhole);
+        const GeometryAABB box(Min(c.p[3], c.p[4]), Max(c.p[3], c.p[4]));
+        const V p[] = {c.p[0], c.p[1], c.p[2], box.GetMin(), box.GetMax()};
+        const bool isLeft = IsLeft(p, box, 1e-5);
+        meeting += isLeft ? 1 : 0;
+        if (isLeft != IsLeft(p, box, isWhole ? 1e-5 : -1e-5)) {
+            continue; // too near to tell
+        }
+        for (const bool isConsistent : {false, true}) {
+            ASSERT_EQ(Meets(TRIANGLE_AABB, p, isConsistent), isLeft) << round;
+        }
+        // The same seen from the frame of a turned box.
+        const Z4::Geometry::GeometryOBB turned = Queries::Turned(box.GetCenter(), box.GetExtent());
+        const V* const axes = turned.GetAxisDir();
+        const auto turn = [&](const V& v) {
+            const V d = v - box.GetCenter();
+            return box.GetCenter() + d.BroadcastX() * axes[0] + d.BroadcastY() * axes[1] + d.BroadcastZ() * axes[2];
+        };
+        ASSERT_TRUE(isWhole || IntersectTriangleOBB(turn(p[0]), turn(p[1]), turn(p[2]), turned) == isLeft) << round;
+    }
+    EXPECT_GT(meeting, 3000);
+}
+
+} // namespace

@@ -1,0 +1,425 @@
+// Breakpoints that the program sets itself. Hunted are: hits that are missed, told twice or told of the wrong place,
+// threads without the breakpoint or with one that is gone, registers of others that are overwritten, and texts that are
+// not seen.
+#include <tests/support/debuggerparent.h>
+#include <tests/support/importhook.h>
+#include <tests/support/testhost.h>
+#include <tests/support/winsystem.h>
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+#include <zelk_core/base/log.h>
+#include <zelk_core/base/strformat.h>
+#include <zelk_core/eal_utils/ealthread.h>
+#include <zelk_core/os/thread.h>
+#include <zelk_core/services/dbghelp/breakpoint.h>
+#include <zelk_core/services/dbghelp/lifecycle.h>
+
+namespace {
+
+using namespace Z4;
+
+alignas(16) volatile unsigned char g_bytes[16];
+
+Z4_NOINLINE void Write(unsigned offset) {
+    g_bytes[offset] = 1;
+}
+
+Z4_NOINLINE unsigned Read(unsigned offset) {
+    return g_bytes[offset];
+}
+
+const void* Bytes(unsigned offset) {
+    return const_cast<const unsigned char*>(g_bytes + offset);
+}
+
+std::vector<HardwareBreakpoint::Hit> g_hits;
+
+void Z4_CDECL Note(const HardwareBreakpoint::Hit& hit, void* context) {
+    EXPECT_EQ(context, &g_hits);
+    g_hits.push_back(hit);
+    Write(8); // its own hits are none
+    EXPECT_EQ(static_cast<const CONTEXT*>(hit.context)->Eip, reinterpret_cast<std::uintptr_t>(hit.instruction));
+}
+
+Error Set(const void* address, unsigned long size, HardwareBreakOn on, unsigned long& slot,
+          unsigned long thread = HardwareBreakpoint::ALL_THREADS) {
+    return HardwareBreakpoint::Set(address, size, on, thread, Note, &g_hits, slot);
+}
+
+/// The slots that are enabled in the registers, as the system shows them.
+DWORD EnabledSlots() {
+    CONTEXT context{};
+    context.ContextFlags = CONTEXT_DEBUG_REGISTERS;
+    EXPECT_NE(GetThreadContext(GetCurrentThread(), &context), 0);
+    return context.Dr7 & 0xFF;
+}
+
+class HardwareBreakpointTest : public testing::Test {
+protected:
+    HardwareBreakpointTest() { InitializeDbgHelpService(false); }
+    ~HardwareBreakpointTest() override { ShutdownDbgHelpService(); }
+
+    void SetUp() override {
+        g_hits.clear();
+        unsigned long slot = 0;
+        if (Set(Bytes(8), 1, BREAK_ON_WRITE, slot) == ERR_UNSUPPORTED) {
+            GTEST_SKIP() << "this system refuses debug registers";
+        }
+        HardwareBreakpoint::ClearAll();
+    }
+
+    template <class Work>
+    static std::size_t HitsOf(Work work) {
+        g_hits.clear();
+        work();
+        return g_hits.size();
+    }
+};
+
+TEST_F(HardwareBreakpointTest, HitsTheBytesAndAccessesThatWereAskedFor) {
+    for (const unsigned long size : {1ul, 2ul, 4ul}) {
+        for (const HardwareBreakOn on : {BREAK_ON_WRITE, BREAK_ON_ACCESS}) {
+            unsigned long slot = 0;
+            ASSERT_EQ(Set(Bytes(8), size, on, slot), ERR_OK);
+            for (unsigned offset = 7; offset <= 8 + size; ++offset) {
+                const bool inside = offset >= 8 && offset < 8 + size;
+                EXPECT_EQ(HitsOf([&] { Write(offset); }), inside ? 1u : 0u) << offset << " of " << size;
+                EXPECT_EQ(HitsOf([&] { Read(offset); }), inside && on == BREAK_ON_ACCESS ? 1u : 0u) << offset;
+            }
+            EXPECT_EQ(HardwareBreakpoint::GetHits(slot), on == BREAK_ON_ACCESS ? 2 * size : size);
+            EXPECT_EQ(HardwareBreakpoint::Clear(slot), ERR_OK);
+            EXPECT_EQ(EnabledSlots(), 0u);
+        }
+    }
+    unsigned long slot = 0;
+    const auto function = reinterpret_cast<const unsigned char*>(&Write);
+    ASSERT_EQ(Set(function, 1, BREAK_ON_EXECUTE, slot), ERR_OK);
+    EXPECT_EQ(HitsOf([] {
+                  Write(0);
+                  Write(8);
+              }),
+              2u);
+    EXPECT_EQ(g_hits[1].instruction, function);
+    ASSERT_EQ(Set(Bytes(8), 1, BREAK_ON_WRITE, slot), ERR_OK);
+    ASSERT_EQ(HitsOf([] { Write(8); }), 2u) << "one at the call and one at the write";
+    EXPECT_EQ(g_hits[1].slot, slot);
+    EXPECT_EQ(g_hits[1].threadId, GetCurrentThreadId());
+    EXPECT_EQ(g_hits[1].address, Bytes(8));
+    const auto behind = static_cast<const unsigned char*>(g_hits[1].instruction);
+    EXPECT_TRUE(behind > function && behind < function + 64);
+}
+
+template <class Base>
+struct Writer : Base {
+    template <class... Arguments>
+    explicit Writer(Arguments... arguments) : Base(arguments...) {}
+    void Run() override { Write(8); }
+};
+
+/// A thread that waits, writes and ends.
+struct Waiting {
+    Waiting()
+        : thread([this] {
+              id = GetCurrentThreadId();
+              begun.Open();
+              gate.Wait();
+              Write(8);
+          }) {
+        begun.Wait();
+    }
+    ~Waiting() {
+        gate.Open();
+        thread.join();
+    }
+
+    ZelkTest::Gate begun;
+    ZelkTest::Gate gate;
+    DWORD id = 0;
+    std::thread thread;
+};
+
+TEST_F(HardwareBreakpointTest, IsSetOnAllThreadsThatThereAreAndThatCome) {
+    unsigned long slot = 0;
+    DWORD id = 0;
+    EXPECT_EQ(HitsOf([&] {
+                  const Waiting waiting;
+                  id = waiting.id;
+                  ASSERT_EQ(Set(Bytes(8), 4, BREAK_ON_WRITE, slot), ERR_OK);
+              }),
+              1u);
+    EXPECT_EQ(g_hits.at(0).threadId, id);
+    EXPECT_EQ(HitsOf([] {
+                  Writer<Thread> writer;
+                  EXPECT_EQ(writer.CreateThread(), ERR_OK);
+                  EXPECT_EQ(writer.JoinThread(), ERR_OK);
+              }),
+              1u);
+    EXPECT_EQ(HitsOf([] {
+                  Writer<EalThread> writer{EALId(EAL_ID_ZELK_CORE)};
+                  EXPECT_EQ(writer.CreateThread(), ERR_OK);
+                  EXPECT_EQ(writer.JoinThread(), ERR_OK);
+              }),
+              1u);
+    EXPECT_EQ(HitsOf([] {
+                  std::thread([] {
+                      HardwareBreakpoint::AdoptThisThread();
+                      Write(8);
+                  }).join();
+              }),
+              1u);
+    EXPECT_EQ(HitsOf([] {
+                  const Waiting waiting;
+                  HardwareBreakpoint::ClearAll();
+              }),
+              0u);
+    EXPECT_EQ(HitsOf([&] {
+                  const Waiting waiting;
+                  id = waiting.id;
+                  ASSERT_EQ(Set(Bytes(8), 4, BREAK_ON_WRITE, slot, id), ERR_OK);
+                  Write(8);
+                  EXPECT_EQ(g_hits.size(), 0u) << "for the other thread only";
+              }),
+              1u);
+    EXPECT_EQ(HardwareBreakpoint::Clear(slot), ERR_OK);
+    EXPECT_EQ(HardwareBreakpoint::Clear(slot), ERR_NOT_FOUND);
+    EXPECT_EQ(Set(Bytes(8), 4, BREAK_ON_WRITE, slot, id), ERR_NOT_FOUND) << "it has ended";
+}
+
+TEST_F(HardwareBreakpointTest, RefusesWhatCannotBeAndKeepsWhatIsSet) {
+    unsigned long counted = 0;
+    ASSERT_EQ(HardwareBreakpoint::Set(Bytes(12), 4, BREAK_ON_WRITE, 0, nullptr, nullptr, counted), ERR_OK);
+    const struct {
+        const void* address;
+        unsigned long size;
+        int on;
+    } bad[] = {{nullptr, 1, BREAK_ON_WRITE},
+               {Bytes(0), 0, BREAK_ON_WRITE},
+               {Bytes(0), 3, BREAK_ON_WRITE},
+               {Bytes(0), 8, BREAK_ON_WRITE},
+               {Bytes(1), 2, BREAK_ON_ACCESS},
+               {Bytes(2), 4, BREAK_ON_WRITE},
+               {Bytes(0), 4, BREAK_ON_EXECUTE},
+               {Bytes(0), 1, 2},
+               {Bytes(0), 1, 4}};
+    unsigned long slot = 77;
+    for (const auto& row : bad) {
+        EXPECT_EQ(Set(row.address, row.size, static_cast<HardwareBreakOn>(row.on), slot), ERR_INVALID);
+    }
+    EXPECT_EQ(slot, 77u);
+    for (unsigned i = 0; i < 3; ++i) {
+        EXPECT_EQ(Set(Bytes(i), 1, BREAK_ON_WRITE, slot), ERR_OK);
+    }
+    EXPECT_EQ(Set(Bytes(4), 1, BREAK_ON_WRITE, slot), ERR_OUT_OF_RESOURCES);
+    EXPECT_EQ(HitsOf([] { Write(2); }), 1u);
+    Write(13);
+    EXPECT_EQ(HardwareBreakpoint::GetHits(counted), 1u);
+}
+
+TEST_F(HardwareBreakpointTest, LeavesTheRegistersOfOthersAlone) {
+    const Waiting waiting;
+    const HANDLE handle = OpenThread(THREAD_ALL_ACCESS, FALSE, waiting.id);
+    CONTEXT context{};
+    context.ContextFlags = CONTEXT_DEBUG_REGISTERS;
+    context.Dr0 = static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(Bytes(3)));
+    context.Dr7 = 0x10001; // a write of one byte
+    ASSERT_NE(SetThreadContext(handle, &context), 0);
+    unsigned long slot = 0;
+    EXPECT_EQ(Set(Bytes(8), 4, BREAK_ON_WRITE, slot), ERR_OK);
+    EXPECT_EQ(slot, 1u);
+    EXPECT_EQ(HitsOf([] { Write(8); }), 1u);
+    HardwareBreakpoint::ClearAll();
+    ASSERT_NE(GetThreadContext(handle, &context), 0);
+    EXPECT_EQ(context.Dr7 & 0xF00FF, 0x10001u);
+    CloseHandle(handle);
+}
+
+/// What the system answers for another thread's registers, and for our own.
+BOOL g_forOthers;
+BOOL g_forOwn;
+
+BOOL WINAPI AnswerOnly(HANDLE thread, const CONTEXT* context) {
+    const bool isOwn = thread == GetCurrentThread();
+    if ((isOwn ? g_forOwn : g_forOthers) != FALSE && !(isOwn && g_forOwn == 2)) {
+        return SetThreadContext(thread, context);
+    }
+    SetLastError(ERROR_ACCESS_DENIED);
+    return isOwn ? g_forOwn : g_forOthers;
+}
+
+TEST_F(HardwareBreakpointTest, IsSetNowhereWhereAThreadRefuses) {
+    const Waiting waiting;
+    const ZelkTest::ImportHook hook("SetThreadContext", AnswerOnly);
+    unsigned long slot = 0;
+    g_forOwn = TRUE;
+    g_forOthers = FALSE;
+    EXPECT_EQ(Set(Bytes(8), 1, BREAK_ON_WRITE, slot), ERR_ACCESS_DENIED);
+    EXPECT_EQ(EnabledSlots(), 0u) << "taken back";
+    g_forOthers = TRUE;
+    g_forOwn = 2; // says yes and does nothing
+    EXPECT_EQ(Set(Bytes(8), 1, BREAK_ON_WRITE, slot), ERR_UNSUPPORTED);
+    g_forOwn = TRUE;
+    EXPECT_EQ(Set(Bytes(8), 1, BREAK_ON_WRITE, slot), ERR_OK) << "no slot is lost";
+    EXPECT_EQ(slot, 0u);
+    HardwareBreakpoint::ClearAll();
+}
+
+struct Mover {
+    unsigned long slot;
+    unsigned calls;
+
+    static void Z4_CDECL Move(const HardwareBreakpoint::Hit& hit, void* context) {
+        Mover& self = *static_cast<Mover*>(context);
+        ++self.calls;
+        EXPECT_EQ(hit.slot, self.slot);
+        EXPECT_EQ(HardwareBreakpoint::Clear(self.slot), ERR_OK);
+        EXPECT_EQ(HardwareBreakpoint::Set(Bytes(4 + self.calls), 1, BREAK_ON_WRITE, 0, Move, &self, self.slot), ERR_OK);
+    }
+};
+
+TEST_F(HardwareBreakpointTest, MovesOnInItsOwnCallback) {
+    Mover mover{};
+    ASSERT_EQ(HardwareBreakpoint::Set(Bytes(4), 1, BREAK_ON_WRITE, 0, Mover::Move, &mover, mover.slot), ERR_OK);
+    for (const unsigned offset : {4u, 4u, 5u, 6u}) {
+        Write(offset);
+    }
+    EXPECT_EQ(mover.calls, 3u);
+}
+
+struct Text {
+    std::string seen;
+    bool stops;
+
+    static bool Z4_CDECL Note(const char* text, const char* watched, void* context) {
+        Text& self = *static_cast<Text*>(context);
+        char line[200];
+        StrFormat::Print(line, sizeof line, "%s: %s;", watched, text); // is not looked at itself
+        self.seen += line;
+        return self.stops;
+    }
+};
+
+std::string g_longest(StringBreakpoint::LONGEST, 'n');
+
+TEST(StringBreakpointTest, SeesTheTextsOfItsSources) {
+    const ZelkTest::LogCapture log(EAL_LOG_WARNING);
+    const auto logs = [](EalLogLevel level) { Private::Log(level, "f", 1, "a %s of %d\n", "needle", 7); };
+    const struct {
+        unsigned source;
+        std::string text;
+        std::function<void()> make;
+    } rows[] = {
+        {StringBreakpoint::LOG, "a needle of 7\n", [&] { logs(EAL_LOG_WARNING); }},
+        {0, "", [&] { logs(EAL_LOG_INFO); }},
+        {StringBreakpoint::FORMATTER, "a needle",
+         [] {
+             char text[9];
+             StrFormat::Print(text, sizeof text, "a %s of iron", "needle");
+             StrFormat::Print(text, 0, "a needle that nobody stores");
+         }},
+        {StringBreakpoint::CHECK, "the needle", [] { EXPECT_TRUE(StringBreakpoint::Check("the needle")); }},
+        {0, "", [] { EXPECT_FALSE(StringBreakpoint::Check("a needl") || StringBreakpoint::Check(nullptr)); }},
+    };
+    for (const auto& row : rows) {
+        for (unsigned source = StringBreakpoint::LOG; source <= StringBreakpoint::CHECK; source *= 2) {
+            if (row.source == StringBreakpoint::CHECK && source != row.source) {
+                continue;
+            }
+            Text text{};
+            unsigned long slot = 0;
+            unsigned long never = 0;
+            ASSERT_EQ(StringBreakpoint::Set("eedle", source | StringBreakpoint::CHECK, 0, Text::Note, &text, slot),
+                      ERR_OK);
+            ASSERT_EQ(StringBreakpoint::Set("hay", source, 0, Text::Note, &text, never), ERR_OK);
+            row.make();
+            EXPECT_EQ(text.seen, source == row.source ? "eedle: " + row.text + ";" : "") << source;
+            StringBreakpoint::ClearAll();
+        }
+    }
+    EXPECT_EQ(log.Lines().at(0).text, "a needle of 7\n") << "the host's arguments are whole";
+    EXPECT_FALSE(StringBreakpoint::Check("needle"));
+}
+
+TEST(StringBreakpointTest, SeesAnAssertionOnceAndSkipsItsFirstHits) {
+    eal_log_dll_interface table{};
+    table.assert_message = [](int, const char*, const char*, const char*, unsigned long, unsigned long,
+                              unsigned long*) -> unsigned char { return 0; };
+    SetEalInterface(table);
+    for (const unsigned sources : {2u, 4u, 6u}) {
+        Text text{};
+        unsigned long slot = 0;
+        ASSERT_EQ(StringBreakpoint::Set("is 3", sources, 1, Text::Note, &text, slot), ERR_OK);
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_FALSE(EalAssertPrint(1, "e", "f", 1, nullptr, "this is %d", 3));
+        }
+        EXPECT_EQ(text.seen, "is 3: this is 3;is 3: this is 3;");
+        EXPECT_EQ(StringBreakpoint::Clear(slot), ERR_OK);
+        EXPECT_EQ(StringBreakpoint::GetHits(slot), 3u);
+    }
+    ZelkTest::ReinstallHost();
+}
+
+TEST(StringBreakpointTest, RefusesWhatCannotBeWatched) {
+    unsigned long slot = 77;
+    const auto set = [&](const char* watched, unsigned sources) {
+        return StringBreakpoint::Set(watched, sources, 0, Text::Note, nullptr, slot);
+    };
+    for (const unsigned sources : {0u, 16u, 17u}) {
+        EXPECT_EQ(set("text", sources), ERR_INVALID);
+    }
+    EXPECT_EQ(set(nullptr, 1), ERR_INVALID);
+    EXPECT_EQ(set("", 1), ERR_INVALID);
+    EXPECT_EQ(set((g_longest + 'n').c_str(), 1), ERR_OVERFLOW);
+    EXPECT_EQ(slot, 77u);
+    for (unsigned long i = 0; i < StringBreakpoint::SLOTS; ++i) {
+        EXPECT_EQ(set(g_longest.c_str(), 1), ERR_OK);
+        EXPECT_EQ(slot, i);
+    }
+    EXPECT_EQ(set("text", 1), ERR_OUT_OF_RESOURCES);
+    StringBreakpoint::ClearAll();
+    EXPECT_EQ(StringBreakpoint::Clear(0), ERR_NOT_FOUND);
+    EXPECT_EQ(StringBreakpoint::Clear(StringBreakpoint::SLOTS), ERR_NOT_FOUND);
+}
+
+// What the next test runs under a debugger.
+TEST(Debuggee, DISABLED_Stops) {
+    EXPECT_TRUE(Debugger::IsPresent());
+    Debugger::Write(nullptr);
+    Debugger::Write("a word");
+    EXPECT_TRUE(Debugger::Break());
+    unsigned long slot = 0;
+    Text text{};
+    ASSERT_EQ(StringBreakpoint::Set("needle", StringBreakpoint::CHECK, 1, nullptr, nullptr, slot), ERR_OK);
+    ASSERT_EQ(StringBreakpoint::Set("eedle", StringBreakpoint::CHECK, 0, Text::Note, &text, slot), ERR_OK);
+    StringBreakpoint::Check("a needle");
+    StringBreakpoint::Check("a needle");
+    text.stops = true;
+    StringBreakpoint::Check("an eedle");
+    StringBreakpoint::ClearAll();
+    InitializeDbgHelpService(false);
+    if (HardwareBreakpoint::Set(Bytes(8), 1, BREAK_ON_WRITE, 0, nullptr, nullptr, slot) == ERR_OK) {
+        Write(8);
+        EXPECT_EQ(HardwareBreakpoint::GetHits(slot), 1u) << "the debugger passes it on";
+        Debugger::Write(", a hit");
+    }
+    ShutdownDbgHelpService();
+}
+
+TEST(Debugger, IsToldAndStops) {
+    EXPECT_EQ(Debugger::IsPresent(), IsDebuggerPresent() != 0);
+    if (!Debugger::IsPresent()) {
+        EXPECT_FALSE(Debugger::Break()) << "and nothing happens";
+    }
+    const ZelkTest::DebuggedRun run =
+        ZelkTest::RunUnderDebugger("--gtest_also_run_disabled_tests --gtest_filter=Debuggee.*");
+    EXPECT_EQ(run.exitCode, 0u);
+    EXPECT_THAT(run.output, testing::HasSubstr("a word"));
+    EXPECT_EQ(run.breaks, 3u);
+    EXPECT_EQ(run.steps, run.output.find(", a hit") != std::string::npos ? 1u : 0u);
+}
+
+} // namespace
