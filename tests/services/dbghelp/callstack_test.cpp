@@ -435,7 +435,7 @@ TEST_F(CallStackTest, TellsEachFrameOnALine) {
             const unsigned long place = PlaceOf(truth, stacks[i]);
             char text[256];
             const unsigned long length =
-                stacks[i].FrameToText(place, text, sizeof text, CallStack::QUICK | CallStack::ORIGINS);
+                stacks[i].FrameToText(place, text, sizeof text, CallStack::OFFSETS_ONLY | CallStack::ORIGINS);
             EXPECT_EQ(length, std::strlen(text));
             EXPECT_THAT(text, testing::MatchesRegex(" *\\d+ \\w+ dbghelp_tables.dll\\+0x\\w+ table"));
             EXPECT_EQ(std::stoul(std::string(text).substr(4), nullptr, 16),
@@ -453,6 +453,15 @@ TEST_F(CallStackTest, TellsEachFrameOnALine) {
     EXPECT_EQ(stacks[0].ToText(shortText, sizeof shortText, CallStack::OFFSETS_ONLY), texts[0].size());
     EXPECT_EQ(shortText, texts[0].substr(0, 9));
     EXPECT_EQ(stacks[0].ToText(nullptr, 0, CallStack::OFFSETS_ONLY), texts[0].size());
+
+    // The outermost frame of the DLL is in its one export.
+    part.Call(0, [&](const StackTruth& truth) {
+        CallStack stack;
+        stack.Capture(0);
+        char text[256];
+        stack.FrameToText(PlaceOf(truth, stack) + truth.count - 2, text, sizeof text, CallStack::QUICK);
+        EXPECT_THAT(text, testing::HasSubstr(" dbghelp_tables.dll!StackPart+0x"));
+    });
 
     const ZelkTest::LogCapture log;
     stacks[0].Log(EAL_LOG_WARNING, CallStack::OFFSETS_ONLY);

@@ -51,8 +51,8 @@ public:
 
     /// What ToText() and Log() print, joined by `|`.
     enum Print : unsigned {
-        QUICK = 1,        ///< names without the debug-help library and without any wait, for when the program crashes
-        LINES = 2,        ///< source file and line, as far as they are known
+        QUICK = 1,        ///< names by SymbolHandler::ResolveQuick(), without any wait, for when the program crashes
+        LINES = 2,        ///< source file and line, as far as they are known; not with QUICK
         ORIGINS = 4,      ///< how the frame was found
         OFFSETS_ONLY = 8, ///< no functions, but the offset in the module, for who has its symbols elsewhere
     };
@@ -104,7 +104,7 @@ public:
     ///
     ///     2 623014ea engine.dll!Engine::Load(char const*)+0xa load.cpp:8 table
     ///
-    /// Without QUICK and OFFSETS_ONLY it asks SymbolHandler, and all that is said there about Resolve() holds.
+    /// Without QUICK and OFFSETS_ONLY it asks SymbolHandler::Resolve() and Demangle(), and all that is said there holds.
     /// @param size of `text` in characters. The first `size` - 1 are stored and terminated; nothing is with a size of
     /// 0.
     /// @param print of Print, joined by `|`; 0 for none.
