@@ -170,6 +170,17 @@ __attribute__((noinline, optimize("no-omit-frame-pointer"))) int CaptureQuickly(
     const void* two[2];
     EXPECT_EQ(CallStack::CaptureQuick(two, 2, 3), 2u);
     EXPECT_EQ(two[1], addresses[4]);
+    // Chains that end at what is in the place of this function's frame pointer.
+    auto* const frame = static_cast<std::uintptr_t*>(__builtin_frame_address(0));
+    const auto at = reinterpret_cast<std::uintptr_t>(frame);
+    const std::uintptr_t saved = frame[0];
+    for (const std::uintptr_t broken : {at, at - 4, at + 4, at + 9, std::uintptr_t{0}, ~std::uintptr_t{0} - 3}) {
+        frame[0] = broken;
+        const void* few[8];
+        const unsigned long frames = CallStack::CaptureQuick(few, 8, 0);
+        frame[0] = saved;
+        EXPECT_EQ(frames, 2u) << broken - at;
+    }
     return 0;
 }
 
@@ -398,6 +409,22 @@ TEST_F(CallStackTest, AllocatesNothingButByPrepare) {
     EXPECT_EQ(ZelkHost::FailAllocations(0), 0u);
 }
 
+TEST_F(CallStackTest, NeedsLittleStack) {
+    Prepare();
+    std::thread([] {
+        static CallStack stack;
+        StackSizeMonitorDb& monitor = StackSizeMonitorDb::Instance();
+        monitor.Paint(32768);
+        const unsigned long use = monitor.Sample();
+        stack.Capture(0);
+        monitor.Sample();
+        StackSizeMonitorDb::Entry entry{};
+        EXPECT_TRUE(monitor.FindThread(GetCurrentThreadId(), entry));
+        EXPECT_LT(entry.largestUse - use, 1600u);
+        EXPECT_GE(stack.GetCount(), 3u);
+    }).join();
+}
+
 TEST_F(CallStackTest, TellsEachFrameOnALine) {
     const Part part("tables");
     CallStack stacks[2];
@@ -408,7 +435,7 @@ TEST_F(CallStackTest, TellsEachFrameOnALine) {
             const unsigned long place = PlaceOf(truth, stacks[i]);
             char text[256];
             const unsigned long length =
-                stacks[i].FrameToText(place, text, sizeof text, CallStack::QUICK | CallStack::ORIGINS);
+                stacks[i].FrameToText(place, text, sizeof text, CallStack::OFFSETS_ONLY | CallStack::ORIGINS);
             EXPECT_EQ(length, std::strlen(text));
             EXPECT_THAT(text, testing::MatchesRegex(" *\\d+ \\w+ dbghelp_tables.dll\\+0x\\w+ table"));
             EXPECT_EQ(std::stoul(std::string(text).substr(4), nullptr, 16),
@@ -426,6 +453,15 @@ TEST_F(CallStackTest, TellsEachFrameOnALine) {
     EXPECT_EQ(stacks[0].ToText(shortText, sizeof shortText, CallStack::OFFSETS_ONLY), texts[0].size());
     EXPECT_EQ(shortText, texts[0].substr(0, 9));
     EXPECT_EQ(stacks[0].ToText(nullptr, 0, CallStack::OFFSETS_ONLY), texts[0].size());
+
+    // The outermost frame of the DLL is in its one export.
+    part.Call(0, [&](const StackTruth& truth) {
+        CallStack stack;
+        stack.Capture(0);
+        char text[256];
+        stack.FrameToText(PlaceOf(truth, stack) + truth.count - 2, text, sizeof text, CallStack::QUICK);
+        EXPECT_THAT(text, testing::HasSubstr(" dbghelp_tables.dll!StackPart+0x"));
+    });
 
     const ZelkTest::LogCapture log;
     stacks[0].Log(EAL_LOG_WARNING, CallStack::OFFSETS_ONLY);

@@ -390,10 +390,11 @@ TEST_F(ModulesTest, AreReadOnceAndThenToldOf) {
     EXPECT_EQ(Known(), "23") << "what was known goes with the object";
     EXPECT_GT(m_readings, 2u) << "a reading that failed is repeated";
     m_status = 0;
+    EXPECT_EQ(Known(), "23");
+    m_bases = {0x30, 0x40};
+    EXPECT_EQ(Known(), "23") << "nobody observes";
     EXPECT_EQ(ProgramModuleDB::Instance().Subscribe(), ERR_OK);
-    Tell(0x20, true);
-    m_bases = {0x10};
-    EXPECT_EQ(Known(), "3");
+    EXPECT_EQ(Known(), "34");
 }
 
 TEST_F(ModulesTest, AreReadAgainUntilNotificationsBegin) {

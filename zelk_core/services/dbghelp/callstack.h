@@ -37,22 +37,22 @@ enum FrameOrigin : unsigned char {
 /// The addresses of one call stack, a plain value of 328 bytes. Each capture replaces what was in it. Different threads
 /// may use different objects at the same time; the static function is for any thread.
 ///
-/// A capture allocates nothing, takes no lock, and uses little of the stack: about one KiB, for a large part of it the
-/// object itself, if that lies there. It reads the stack between the stack pointer and the stack's end, and the code
-/// and tables of known modules, and nothing else. Each frame lies higher than the one before, so it ends on whatever
-/// the stack holds. So a handler of exceptions may capture, whatever has happened to the thread.
+/// A capture allocates nothing, takes no lock, and needs less than 1,600 bytes of stack besides the object. It reads the
+/// stack between the stack pointer and the stack's end, and the code and tables of known modules, and nothing else. Each
+/// frame lies higher than the one before, so it ends on whatever the stack holds. So a handler of exceptions may
+/// capture, whatever has happened to the thread.
 ///
 /// The address of a frame is the one at which its function goes on: the one behind the call. Where the first frame is
-/// from a context, it is the instruction itself. The first address in no
-/// known module is the last of the stack.
+/// from a context, it is the instruction itself. The first address in no known module is the last of the
+/// stack.
 class CallStack {
 public:
     static constexpr unsigned long MAX_FRAMES = 64; ///< further ones are cut off
 
     /// What ToText() and Log() print, joined by `|`.
     enum Print : unsigned {
-        QUICK = 1,        ///< names without the debug-help library and without any wait, for when the program crashes
-        LINES = 2,        ///< source file and line, as far as they are known
+        QUICK = 1,        ///< names by SymbolHandler::ResolveQuick(), without any wait, for when the program crashes
+        LINES = 2,        ///< source file and line, as far as they are known; not with QUICK
         ORIGINS = 4,      ///< how the frame was found
         OFFSETS_ONLY = 8, ///< no functions, but the offset in the module, for who has its symbols elsewhere
     };
@@ -104,7 +104,7 @@ public:
     ///
     ///     2 623014ea engine.dll!Engine::Load(char const*)+0xa load.cpp:8 table
     ///
-    /// Without QUICK and OFFSETS_ONLY it asks SymbolHandler, and all that is said there about Resolve() holds.
+    /// Without QUICK and OFFSETS_ONLY it asks SymbolHandler::Resolve() and Demangle(), and all that is said there holds.
     /// @param size of `text` in characters. The first `size` - 1 are stored and terminated; nothing is with a size of
     /// 0.
     /// @param print of Print, joined by `|`; 0 for none.

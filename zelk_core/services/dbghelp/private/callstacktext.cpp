@@ -49,12 +49,21 @@ void PrintOffset(std::uint32_t address, TextRoom& room) {
 
 /// @param back how far in front of `address` the call lies that is meant.
 void PrintSymbol(std::uint32_t address, std::uint32_t back, unsigned print, TextRoom& room) {
+    SymbolHandler& symbols = SymbolHandler::Instance();
+    const void* const call = reinterpret_cast<const void*>(std::uintptr_t{address - back});
     SymbolInfo info;
-    SymbolHandler::Instance().Resolve(reinterpret_cast<const void*>(std::uintptr_t{address - back}), info);
-    if (info.function[0] == '\0') {
+    char function[sizeof info.function];
+    if ((print & CallStack::QUICK) != 0) {
+        symbols.ResolveQuick(call, info);
+        SymbolHandler::DemangleQuick(info.function, function, sizeof function);
+    } else {
+        symbols.Resolve(call, info);
+        symbols.Demangle(info.function, function, sizeof function);
+    }
+    if (function[0] == '\0') {
         PrintOffset(address, room);
     } else {
-        room.Print(" %s!%s+0x%x", WithoutPath(info.module), static_cast<const char*>(info.function),
+        room.Print(" %s!%s+0x%x", WithoutPath(info.module), static_cast<const char*>(function),
                    static_cast<unsigned>(info.displacement) + back);
     }
     if ((print & CallStack::LINES) != 0 && info.line != 0) {
@@ -87,7 +96,7 @@ unsigned long CallStack::FrameToText(unsigned long index, char* text, unsigned l
     TextRoom room(text, size);
     const std::uint32_t address = ToNumber(m_addresses[index]);
     room.Print("%3u %08x", static_cast<unsigned>(index), address);
-    if ((print & (QUICK | OFFSETS_ONLY)) != 0) {
+    if ((print & OFFSETS_ONLY) != 0) {
         PrintOffset(address, room);
     } else {
         // Behind a call that never returns there can be another function, and another line is likely.
