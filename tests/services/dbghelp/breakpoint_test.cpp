@@ -153,25 +153,17 @@ TEST_F(HardwareBreakpointTest, IsSetOnAllThreadsThatThereAreAndThatCome) {
               }),
               1u);
     EXPECT_EQ(g_hits.at(0).threadId, id);
-    EXPECT_EQ(HitsOf([] {
-                  Writer<Thread> writer;
-                  EXPECT_EQ(writer.CreateThread(), ERR_OK);
-                  EXPECT_EQ(writer.JoinThread(), ERR_OK);
-              }),
-              1u);
-    EXPECT_EQ(HitsOf([] {
-                  Writer<EalThread> writer{EALId(EAL_ID_ZELK_CORE)};
-                  EXPECT_EQ(writer.CreateThread(), ERR_OK);
-                  EXPECT_EQ(writer.JoinThread(), ERR_OK);
-              }),
-              1u);
-    EXPECT_EQ(HitsOf([] {
-                  std::thread([] {
-                      HardwareBreakpoint::AdoptThisThread();
-                      Write(8);
-                  }).join();
-              }),
-              1u);
+    const auto run = [](auto&& writer) {
+        EXPECT_EQ(writer.CreateThread(), ERR_OK);
+        EXPECT_EQ(writer.JoinThread(), ERR_OK);
+    };
+    const auto adopt = [] {
+        HardwareBreakpoint::AdoptThisThread();
+        Write(8);
+    };
+    EXPECT_EQ(HitsOf([&] { run(Writer<Thread>()); }), 1u);
+    EXPECT_EQ(HitsOf([&] { run(Writer<EalThread>(EALId(EAL_ID_ZELK_CORE))); }), 1u);
+    EXPECT_EQ(HitsOf([&] { std::thread(adopt).join(); }), 1u);
     EXPECT_EQ(HitsOf([] {
                   const Waiting waiting;
                   HardwareBreakpoint::ClearAll();
@@ -268,26 +260,22 @@ TEST_F(HardwareBreakpointTest, IsSetNowhereWhereAThreadRefuses) {
     HardwareBreakpoint::ClearAll();
 }
 
-struct Mover {
-    unsigned long slot;
-    unsigned calls;
+unsigned long g_moved;
 
-    static void Z4_CDECL Move(const HardwareBreakpoint::Hit& hit, void* context) {
-        Mover& self = *static_cast<Mover*>(context);
-        ++self.calls;
-        EXPECT_EQ(hit.slot, self.slot);
-        EXPECT_EQ(HardwareBreakpoint::Clear(self.slot), ERR_OK);
-        EXPECT_EQ(HardwareBreakpoint::Set(Bytes(4 + self.calls), 1, BREAK_ON_WRITE, 0, Move, &self, self.slot), ERR_OK);
-    }
-};
+void Z4_CDECL Move(const HardwareBreakpoint::Hit& hit, void*) {
+    EXPECT_EQ(HardwareBreakpoint::Clear(hit.slot), ERR_OK);
+    EXPECT_EQ(Set(static_cast<const unsigned char*>(hit.address) + 1, 1, BREAK_ON_WRITE, g_moved), ERR_OK);
+}
 
 TEST_F(HardwareBreakpointTest, MovesOnInItsOwnCallback) {
-    Mover mover{};
-    ASSERT_EQ(HardwareBreakpoint::Set(Bytes(4), 1, BREAK_ON_WRITE, 0, Mover::Move, &mover, mover.slot), ERR_OK);
-    for (const unsigned offset : {4u, 4u, 5u, 6u}) {
-        Write(offset);
-    }
-    EXPECT_EQ(mover.calls, 3u);
+    ASSERT_EQ(HardwareBreakpoint::Set(Bytes(4), 1, BREAK_ON_WRITE, 0, Move, nullptr, g_moved), ERR_OK);
+    const auto write = [] {
+        for (const unsigned offset : {4u, 4u, 5u}) {
+            Write(offset);
+        }
+    };
+    EXPECT_EQ(HitsOf(write), 1u);
+    EXPECT_EQ(g_hits.at(0).slot, 1u) << "its own slot was not free yet";
 }
 
 struct Text {
@@ -374,6 +362,7 @@ TEST(StringBreakpointTest, RefusesWhatCannotBeWatched) {
     EXPECT_EQ(set(nullptr, 1), ERR_INVALID);
     EXPECT_EQ(set("", 1), ERR_INVALID);
     EXPECT_EQ(set((g_longest + 'n').c_str(), 1), ERR_OVERFLOW);
+    EXPECT_EQ(Set(Bytes(0), 1, BREAK_ON_WRITE, slot), ERR_NOT_READY) << "no service is started";
     EXPECT_EQ(slot, 77u);
     for (unsigned long i = 0; i < StringBreakpoint::SLOTS; ++i) {
         EXPECT_EQ(set(g_longest.c_str(), 1), ERR_OK);
