@@ -60,6 +60,9 @@ public:
     /// Lets the thread do `step`, which must not return for now.
     void Waits(Step step) {
         Begin(std::move(step));
+        while (!m_isAtIt) {
+            Sleep(0);
+        }
         m_isDone = WaitForSingleObject(m_done, 20) == WAIT_OBJECT_0;
         EXPECT_FALSE(m_isDone) << "a step that must wait returns";
     }
@@ -74,11 +77,13 @@ public:
 private:
     void Begin(Step step) {
         m_isDone = false;
+        m_isAtIt = false;
         m_step = std::move(step);
         SetEvent(m_begun);
     }
     void Act() {
         while (WaitForSingleObject(m_begun, INFINITE) == WAIT_OBJECT_0 && m_step != nullptr) {
+            m_isAtIt = true;
             m_step();
             SetEvent(m_done);
         }
@@ -88,6 +93,7 @@ private:
     HANDLE m_done = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     Step m_step;
     bool m_isDone = false;
+    std::atomic<bool> m_isAtIt = false;
     std::thread m_thread;
 };
 

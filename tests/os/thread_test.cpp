@@ -392,6 +392,7 @@ TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
         if (state == THREAD_STARTING) {
             AwaitHeldStart();
             owner.Waits([&] { delete castaway; });
+            Await([&] { return !log.Lines().empty(); });
             ReleaseStarts();
             owner.Proceeds();
             log.ExpectOnly({notStarted});
