@@ -117,7 +117,7 @@ public:
     };
 
     /// Called on the thread that made `text`, with no lock of this class held. What texts it makes itself are not
-    /// looked at.
+    /// looked at, nor are those of further threads while 64 threads are looking at theirs.
     /// @param text all of it, or as much as is seen.
     /// @return whether the debugger, if there is one, should stop.
     using Callback = bool(Z4_CDECL*)(const char* text, const char* watched, void* context);
