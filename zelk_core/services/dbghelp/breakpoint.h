@@ -65,7 +65,8 @@ public:
 
     /// Called on the thread that made the hit, within the instruction that made it, which may stand anywhere: inside
     /// the heap or the host's log, with their locks held. What it accesses itself makes no hit; neither does what Set()
-    /// and Clear() access. It must return. It may call any function of this class.
+    /// and Clear() access. It must return. It may call any function of this class, but Set() takes memory of the
+    /// system's heap. While 64 threads are inside callbacks, the hits of further threads are only counted.
     using Callback = void(Z4_CDECL*)(const Hit& hit, void* context);
 
     /// Sets a breakpoint.
@@ -116,7 +117,7 @@ public:
     };
 
     /// Called on the thread that made `text`, with no lock of this class held. What texts it makes itself are not
-    /// looked at.
+    /// looked at, nor are those of further threads while 64 threads are looking at theirs.
     /// @param text all of it, or as much as is seen.
     /// @return whether the debugger, if there is one, should stop.
     using Callback = bool(Z4_CDECL*)(const char* text, const char* watched, void* context);
