@@ -78,6 +78,8 @@ TEST(Utf, WhatIsIllFormedIsReplacedByParts) {
     }
     EXPECT_EQ(Utf::ToUtf16(units, 20, {umlauts.data(), umlauts.size()}, length), Z4::ERR_OVERFLOW);
     EXPECT_TRUE(length == 40 && Stored(units) == std::u16string(19, 0xE4));
+    EXPECT_EQ(Utf::ToUtf8(bytes, 40, WideView(std::u16string(40, 0xE4)), length), Z4::ERR_OVERFLOW);
+    EXPECT_TRUE(length == 80 && bytes == umlauts.substr(0, 38));
     EXPECT_EQ(Utf::Cut("\x80\x80\x80\x80\x80", 4).Size(), 4u);
 }
 

@@ -39,4 +39,12 @@ TEST(GeometryEdges, RaysMeetTinyTrianglesButNoSolidOfNothing) {
     }
 }
 
+TEST(GeometryEdges, ATriangleAtTheEndOfTheRayIsHit) {
+    GeometryTriangle4 group;
+    group.Set(2, {1, 0, 0, 0}, {-1, 1, 0, 0}, {-1, -1, 0, 0});
+    float t[3];
+    EXPECT_EQ(IntersectRayTriangles(GeometryRay({0, 0, -1, 0}, {0, 0, 1, 0}, 1), &group, 1, t[0], t[1], t[2]), 2u);
+    EXPECT_EQ(t[0], 1);
+}
+
 } // namespace

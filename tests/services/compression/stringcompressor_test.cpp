@@ -152,6 +152,8 @@ TEST(StringCompressor, TellsItsErrors) {
     }
     EXPECT_EQ(out, std::string(9000, UNTOUCHED));
     EXPECT_EQ(compressor.Decompress({withoutContent, 3}, out).error, Z4::ERR_CORRUPTED_DATA);
+    const Packed text4 = Compress("text");
+    EXPECT_EQ(compressor.Decompress({text4.memory.data(), (text4.size + 3) / 4 * 4}, out).size, 4u);
     EXPECT_EQ(Compressor::Text(static_cast<const char*>(nullptr)).size, 0u);
 }
 
