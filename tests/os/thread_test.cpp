@@ -401,7 +401,7 @@ TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
             state == THREAD_SUSPENDED ? log.ExpectOnly({suspended}) : log.ExpectOnly({});
         }
         shared.release.Open();
-        WaitForSingleObject(thread, INFINITE);
+        owner.Does([&] { WaitForSingleObject(thread, INFINITE); }); // but not for ever
         CloseHandle(thread);
         EXPECT_EQ(shared.runs, runs);
     }
