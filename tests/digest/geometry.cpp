@@ -232,6 +232,9 @@ void AddCulled(Digest& digest, Input& input) {
     std::uint32_t visible[4] = {};
     Z4::Geometry::Containment where[8] = {};
     ClassifyAABBsByFrustum(frustum, boxes, 8, where);
+    digest.Add(IntersectFrustumAABB(frustum, boxes[0]), IntersectFrustumOBB(frustum, oriented[0]),
+               IntersectFrustumTriangle(frustum, corners[0], corners[1], corners[2]),
+               IntersectFrustumFrustum(frustum, Z4::Geometry::GeometryFrustum(corners)));
     digest.Add(where, sizeof where);
     digest.Add(CullAABBsByFrustum(frustum, boxes, 8, visible));
     digest.Add(CullAABBsByFrustum(frustum, groups, 2, visible + 1));

@@ -3,9 +3,11 @@
 #include "figures.h"
 #include "pairqueries.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <tests/support/counts.h>
 #include <vector>
+#include <zelk_core/math/geometry/cull.h>
 
 namespace {
 
@@ -52,6 +54,7 @@ TEST(IntersectPair, DegenerateFigures) {
         {__LINE__, SPHERE_TRIANGLE, false, {{-2.01F, 0, 0, 2}, zero, x, y}},
         {__LINE__, SPHERE_TRIANGLE, true, {{0.5F, 2, 0, 2}, zero, x, zero}},
         {__LINE__, SPHERE_CAPSULE, true, {{0, 3, 0, 2}, {-4, 0, 0, 1}, {4, 0, 0, 0}}},
+        {__LINE__, SPHERE_CAPSULE, true, {{-4, 0, 0, 2}, {-4, 0, 0, 1}, {4, 0, 0, 0}}},
         {__LINE__, SPHERE_CAPSULE, false, {{0, 3.01F, 0, 2}, {-4, 0, 0, 1}, {4, 0, 0, 0}}},
         {__LINE__, SPHERE_CAPSULE, false, {{0, 0, 0, 2}, {-4, 0, 0, -1}, {4, 0, 0, 0}}},
         {__LINE__, CAPSULE_CAPSULE, true, {{-4, 0, 0, 1}, {4, 0, 0, 0}, {0, -2, 3, 2}, {0, 2, 3, 0}}},
@@ -150,17 +153,55 @@ TEST(IntersectPair, TrianglesMeetWhereTheirDistanceIsNothing) {
     EXPECT_GT(meeting, 3000);
 }
 
-/// Whether something of a triangle is left when it is cut along the sides of a box, grown by so much (I. Sutherland and
+TEST(IntersectPair, TrianglesShareTheSegmentThatIsInBoth) {
+    using namespace Z4::Geometry;
+    Input input(24);
+    int segments = 0;
+    for (unsigned round = 0; round < Repeats(10000, 1000000); ++round) {
+        const Corners c(input, input.OnceIn(3));
+        const V* const t = c.p;
+        const V ends[] = {V::ONE, V::ONE};
+        V p = ends[0];
+        V q = ends[1];
+        const bool isHit = IntersectTriangleTriangle(t[0], t[1], t[2], t[3], t[4], t[5], p, q);
+        ASSERT_EQ(isHit, Meets(TRIANGLE_TRIANGLE, t)) << round;
+        if (!isHit) {
+            ASSERT_TRUE(p == ends[0] && q == ends[1]) << round;
+            continue;
+        }
+        const auto outside = [&](const V& point) {
+            float at[3];
+            return std::max(DistanceSegmentToTriangleSqr(point, point, t[0], t[1], t[2], at[0], at[1], at[2]),
+                            DistanceSegmentToTriangleSqr(point, point, t[3], t[4], t[5], at[0], at[1], at[2]));
+        };
+        // A plane is known as well as its triangle is wide, their line as well as their angle is wide.
+        const V n = Cross3(t[1] - t[0], t[2] - t[0]);
+        const V m = Cross3(t[4] - t[3], t[5] - t[3]);
+        const float sine = Length3(Cross3(Normalize3(n), Normalize3(m))).X();
+        const float width = std::min({Length3(n).X(), Length3(m).X(), 1.0F});
+        const float bound = sine > 1e-5F ? 1e-4F / (sine * width) : 1e-3F;
+        ASSERT_LT(outside(p), bound * bound) << round;
+        ASSERT_LT(outside(q), bound * bound) << round;
+        ASSERT_LT(outside((p + q) * 0.5F), bound * bound) << round;
+        if (sine > 0.1F && Length3(q - p).X() > 0.1F) { // and no more of it is
+            ++segments;
+            ASSERT_GT(outside(p + (p - q) * 0.05F), 0) << round;
+            ASSERT_GT(outside(q + (q - p) * 0.05F), 0) << round;
+        }
+    }
+    EXPECT_GT(segments, 500);
+}
+
+/// Whether something of a triangle is left when it is cut along planes that are moved out by so much (I. Sutherland and
 /// G. Hodgman, "Reentrant Polygon Clipping", 1974).
-bool IsLeft(const V* corners, const GeometryAABB& box, double growth) {
+bool IsLeft(const V* corners, const std::vector<V>& planes, double growth) {
     std::vector<Vector3d> polygon;
     for (unsigned i = 0; i < 3; ++i) {
         polygon.emplace_back(Z4::ToVector3f(corners[i]));
     }
-    for (unsigned side = 0; side < 6; ++side) {
-        const unsigned axis = side / 2;
+    for (const V& plane : planes) {
         const auto inside = [&](const Vector3d& p) {
-            return (side % 2 == 0 ? p[axis] - box.GetMin()[axis] : box.GetMax()[axis] - p[axis]) + growth;
+            return (Dot(Vector3d(Z4::ToVector3f(plane)), p) + plane.W()) + growth;
         };
         std::vector<Vector3d> rest;
         for (std::size_t i = 0; i < polygon.size(); ++i) {
@@ -177,6 +218,12 @@ bool IsLeft(const V* corners, const GeometryAABB& box, double growth) {
     }
     return !polygon.empty();
 }
+std::vector<V> Sides(const GeometryAABB& box) {
+    const V& low = box.GetMin();
+    const V& high = box.GetMax();
+    return {{1, 0, 0, -low.X()},  {0, 1, 0, -low.Y()},  {0, 0, 1, -low.Z()},
+            {-1, 0, 0, high.X()}, {0, -1, 0, high.Y()}, {0, 0, -1, high.Z()}};
+}
 
 TEST(IntersectPair, TrianglesMeetBoxesThatCutSomethingOut) {
     Input input(22);
@@ -186,9 +233,10 @@ TEST(IntersectPair, TrianglesMeetBoxesThatCutSomethingOut) {
         const Corners c(input, isWhole);
         const GeometryAABB box(Min(c.p[3], c.p[4]), Max(c.p[3], c.p[4]));
         const V p[] = {c.p[0], c.p[1], c.p[2], box.GetMin(), box.GetMax()};
-        const bool isLeft = IsLeft(p, box, 1e-5);
+        const std::vector<V> sides = Sides(box);
+        const bool isLeft = IsLeft(p, sides, 1e-5);
         meeting += isLeft ? 1 : 0;
-        if (isLeft != IsLeft(p, box, isWhole ? 1e-5 : -1e-5)) {
+        if (isLeft != IsLeft(p, sides, isWhole ? 1e-5 : -1e-5)) {
             continue; // too near to tell
         }
         for (const bool isConsistent : {false, true}) {
@@ -204,6 +252,83 @@ TEST(IntersectPair, TrianglesMeetBoxesThatCutSomethingOut) {
         ASSERT_TRUE(isWhole || IntersectTriangleOBB(turn(p[0]), turn(p[1]), turn(p[2]), turned) == isLeft) << round;
     }
     EXPECT_GT(meeting, 3000);
+}
+
+/// Six sides, numbered as those of a box.
+struct Solid {
+    /// Whether a face of the other is cut, or the other holds this one.
+    bool Meets(const Solid& other, double growth) const {
+        bool isMet = IsLeft(std::vector<V>(3, corners[0]).data(), other.planes, growth);
+        for (unsigned long i = 0; i < 12 && !isMet; ++i) {
+            unsigned short k[3];
+            Z4::Geometry::GeometryOBB::GetFaceTriIndices(i, k[0], k[1], k[2], false);
+            const V face[] = {other.corners[k[0]], other.corners[k[1]], other.corners[k[2]]};
+            isMet = IsLeft(face, planes, growth);
+        }
+        return isMet;
+    }
+
+    V corners[8];
+    std::vector<V> planes;
+};
+
+TEST(IntersectPair, FrustaWithoutAnEndMeetByTheirPlanes) {
+    using namespace Z4::Geometry;
+    const V planes[] = {{1, 0, 1, 0}, {-1, 0, 1, 0}, {0, 1, 1, 0}, {0, -1, 1, 0}, {0, 0, 1, -1}, {0, 0, 0, 1}};
+    const GeometryFrustum open(planes);
+    const V inside(0, 0, 5, 0);
+    EXPECT_TRUE(IntersectFrustumFrustum(open, open));
+    EXPECT_FALSE(IntersectFrustumFrustum(open, GeometryFrustum()) || IntersectFrustumFrustum(GeometryFrustum(), open));
+    EXPECT_TRUE(IntersectFrustumTriangle(open, inside, inside, {0, 0, -9, 0}));
+    EXPECT_FALSE(IntersectFrustumTriangle(open, inside, inside, {0, NOT, 5, 0}));
+    EXPECT_TRUE(IntersectFrustumAABB(open, GeometryAABB(inside, inside)));
+    EXPECT_FALSE(IntersectFrustumAABB(open, GeometryAABB(-inside, -inside)));
+}
+
+TEST(IntersectPair, FrustaMeetWhatTheyCut) {
+    using namespace Z4::Geometry;
+    Input input(23);
+    int meeting = 0;
+    int planesErr = 0;
+    for (unsigned round = 0; round < Repeats(4000, 400000); ++round) {
+        // Two cameras that look around, and a box.
+        GeometryFrustum frusta[2];
+        Solid solids[3];
+        for (unsigned i = 0; i < 2; ++i) {
+            const Z4::MatrixSIMD44f projection{V(1, 0, 0, 0), V(0, 1, 0, 0), V(0, 0, 1.25F, 1), V(0, 0, -1.25F, 0)};
+            Z4::MatrixSIMD44f view = RandomRotation(input);
+            view.Row(3) = RandomPoint(input, 4, 1);
+            frusta[i] = GeometryFrustum(view * projection, DepthRange::ZERO_TO_ONE);
+            ASSERT_TRUE(frusta[i].GetCorners(solids[i].corners));
+            for (unsigned long k = 0; k < 6; ++k) {
+                solids[i].planes.push_back(frusta[i].GetPlane(k));
+            }
+        }
+        const V center = RandomPoint(input, 6);
+        const V extent = Abs(RandomPoint(input, 2));
+        const GeometryAABB box(center - extent, center + extent);
+        for (unsigned long k = 0; k < 8; ++k) {
+            solids[2].corners[k] = box[k];
+        }
+        solids[2].planes = Sides(box);
+
+        const bool answers[] = {IntersectFrustumFrustum(frusta[0], frusta[1]), IntersectFrustumAABB(frusta[0], box),
+                                IntersectFrustumTriangle(frusta[0], box[0], box[2], box[4])};
+        const V triangle[] = {box[0], box[2], box[4]};
+        const auto meets = [&](unsigned i, double growth) {
+            return i == 2 ? IsLeft(triangle, solids[0].planes, growth) : solids[0].Meets(solids[i + 1], growth);
+        };
+        for (unsigned i = 0; i < 3; ++i) {
+            const bool isMet = meets(i, 1e-4);
+            meeting += isMet ? 1 : 0;
+            ASSERT_TRUE(answers[i] == isMet || isMet != meets(i, -1e-4)) << round << ", " << i;
+        }
+        planesErr += !answers[1] && ClassifyAABBByFrustum(frusta[0], box) != Containment::OUTSIDE ? 1 : 0;
+        const V nothing(NOT, 0, 0, 0);
+        ASSERT_FALSE(IntersectFrustumTriangle(frusta[0], nothing, box[0], solids[0].corners[0])) << round;
+        ASSERT_FALSE(IntersectFrustumFrustum(frusta[0], GeometryFrustum())) << round;
+    }
+    EXPECT_TRUE(meeting > 1000 && planesErr > 20) << meeting << ", " << planesErr;
 }
 
 } // namespace

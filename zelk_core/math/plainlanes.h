@@ -1,6 +1,6 @@
 /// @file
 /// The operations of lanes.h, which tells what they do, one lane after another: the measure for the SSE2 form.
-/// Empty unless a program chooses it; with GCC 12 such a program is compiled with -fno-tree-sra -fno-ipa-sra, or lanes
+/// Empty unless a program chooses it; with GCC 12 such a program is compiled with -fno-tree-sra -fno-ipa-ra, or lanes
 /// get lost.
 #pragma once
 

@@ -13,6 +13,7 @@
 
 #include <zelk_core/base/api.h>
 #include <zelk_core/math/geometry/aabb.h>
+#include <zelk_core/math/geometry/frustum.h>
 #include <zelk_core/math/geometry/obb.h>
 #include <zelk_core/math/geometry/shapedistance.h>
 #include <zelk_core/math/vectorsimd.h>
@@ -83,6 +84,27 @@ namespace Geometry {
 [[nodiscard]] Z4_API bool IntersectTriangleTriangle(const VectorSIMD4f& a0, const VectorSIMD4f& a1,
                                                     const VectorSIMD4f& a2, const VectorSIMD4f& b0,
                                                     const VectorSIMD4f& b1, const VectorSIMD4f& b2);
+/// The same; it writes the ends of the segment that the triangles share to `p` and `q`. These are equal where they
+/// share a point alone, but for rounding. Triangles at an angle below 1e-5 share more than a segment or hardly a line:
+/// both are then one common point. The ends have the error of the triangles' heights over each other's plane, divided
+/// by the sine of the angle between these.
+[[nodiscard]] Z4_API bool IntersectTriangleTriangle(const VectorSIMD4f& a0, const VectorSIMD4f& a1,
+                                                    const VectorSIMD4f& a2, const VectorSIMD4f& b0,
+                                                    const VectorSIMD4f& b1, const VectorSIMD4f& b2, VectorSIMD4f& p,
+                                                    VectorSIMD4f& q);
+
+/// Whether a body reaches into a frustum. cull.h asks the planes alone, which keeps some bodies near an edge of the
+/// frustum that this test leaves out, at a multiple of the time. Where a frustum has no far end, this asks the planes
+/// alone, too. The planes of a frustum must bound its eight corners and no others. Boxes beyond 1e18 may get any
+/// answer.
+///
+/// These are separating axes over all normals and all pairs of edges (S. Gottschalk, "Separating Axis Theorem", 1996).
+/// They are summed from left to right in the DLL and so serve both forms.
+[[nodiscard]] Z4_API bool IntersectFrustumAABB(const GeometryFrustum& frustum, const GeometryAABB& box);
+[[nodiscard]] Z4_API bool IntersectFrustumOBB(const GeometryFrustum& frustum, const GeometryOBB& box);
+[[nodiscard]] Z4_API bool IntersectFrustumTriangle(const GeometryFrustum& frustum, const VectorSIMD4f& a,
+                                                   const VectorSIMD4f& b, const VectorSIMD4f& c);
+[[nodiscard]] Z4_API bool IntersectFrustumFrustum(const GeometryFrustum& f, const GeometryFrustum& g);
 
 namespace Consistent {
 
@@ -109,6 +131,10 @@ namespace Consistent {
 [[nodiscard]] Z4_API bool IntersectTriangleTriangle(const VectorSIMD4f& a0, const VectorSIMD4f& a1,
                                                     const VectorSIMD4f& a2, const VectorSIMD4f& b0,
                                                     const VectorSIMD4f& b1, const VectorSIMD4f& b2);
+[[nodiscard]] Z4_API bool IntersectTriangleTriangle(const VectorSIMD4f& a0, const VectorSIMD4f& a1,
+                                                    const VectorSIMD4f& a2, const VectorSIMD4f& b0,
+                                                    const VectorSIMD4f& b1, const VectorSIMD4f& b2, VectorSIMD4f& p,
+                                                    VectorSIMD4f& q);
 
 } // namespace Consistent
 } // namespace Geometry

@@ -155,6 +155,69 @@ bool TriangleMeetsTriangle(const V (&a)[3], const V (&b)[3]) {
     return !isInPlane || MeetsInPlane(a, b);
 }
 
+/// The part of a triangle that lies in a plane, from the end that comes first along a way to the last.
+struct Chord {
+    /// `heights` are those of the corners over the plane. If none is on the other side, the nearest is the chord: it
+    /// touches the plane, but for rounding.
+    template <SumOrder ORDER>
+    static Chord Find(const V (&corners)[3], const V& heights, const V& origin, const V& way) {
+        float h[4];
+        heights.Store(h);
+        Chord chord;
+        const auto add = [&](const V& point) {
+            const float at = Dot3<ORDER>(point - origin, way).X();
+            chord.first = at < chord.from ? point : chord.first;
+            chord.from = at < chord.from ? at : chord.from;
+            chord.last = at > chord.to ? point : chord.last;
+            chord.to = at > chord.to ? at : chord.to;
+        };
+        unsigned nearest = 0;
+        for (unsigned i = 0; i < 3; ++i) {
+            const unsigned next = (i + 1) % 3;
+            if ((h[i] <= 0 && h[next] >= 0) || (h[i] >= 0 && h[next] <= 0)) {
+                const float t = h[i] != h[next] ? h[i] / (h[i] - h[next]) : 0;
+                add(corners[i] + t * (corners[next] - corners[i]));
+            }
+            nearest = h[i] * h[i] < h[nearest] * h[nearest] ? i : nearest;
+        }
+        if (chord.from > chord.to) {
+            add(corners[nearest]);
+        }
+        return chord;
+    }
+
+    V first, last;
+    float from = std::numeric_limits<float>::infinity();
+    float to = -std::numeric_limits<float>::infinity();
+};
+
+template <SumOrder ORDER>
+bool FindCommonSegment(const V (&a)[3], const V (&b)[3], V& p, V& q) {
+    if (!TriangleMeetsTriangle<ORDER>(a, b)) {
+        return false;
+    }
+    const V n = Cross3(a[1] - a[0], a[2] - a[0]);
+    const V m = Cross3(b[1] - b[0], b[2] - b[0]);
+    const V way = Cross3(n, m);
+    // At an angle below 1e-5, the line that the planes share is nowhere in particular.
+    if (!AllTrue(Less(1e-10F * (LengthSqr3<ORDER>(n) * LengthSqr3<ORDER>(m)), LengthSqr3<ORDER>(way)))) {
+        float at[4];
+        static_cast<void>(Geometry::Consistent::DistanceTriangleToTriangleSqr(a[0], a[1], a[2], b[0], b[1], b[2], at));
+        p = a[0] + at[0] * (a[1] - a[0]) + at[1] * (a[2] - a[0]);
+        q = p;
+        return true;
+    }
+    const auto chord = [&](const V(&corners)[3], const V& normal, const V& base) {
+        const V heights = Along<ORDER>(normal, Columns(corners[0] - base, corners[1] - base, corners[2] - base));
+        return Chord::Find<ORDER>(corners, heights, a[0], way);
+    };
+    const Chord ofA = chord(a, m, b[0]);
+    const Chord ofB = chord(b, n, a[0]);
+    p = ofA.from > ofB.from ? ofA.first : ofB.first;
+    q = ofA.to < ofB.to ? ofA.last : ofB.last;
+    return true;
+}
+
 template <SumOrder ORDER>
 bool TriangleMeetsOBB(const V& a, const V& b, const V& c, const Geometry::GeometryOBB& box) {
     const auto inFrame = [&box](const V& p) {
@@ -181,6 +244,12 @@ bool IntersectTriangleTriangle(const VectorSIMD4f& a0, const VectorSIMD4f& a1, c
     return TriangleMeetsTriangle<SumOrder::FAST>({a0, a1, a2}, {b0, b1, b2});
 }
 
+bool IntersectTriangleTriangle(const VectorSIMD4f& a0, const VectorSIMD4f& a1, const VectorSIMD4f& a2,
+                               const VectorSIMD4f& b0, const VectorSIMD4f& b1, const VectorSIMD4f& b2, VectorSIMD4f& p,
+                               VectorSIMD4f& q) {
+    return FindCommonSegment<SumOrder::FAST>({a0, a1, a2}, {b0, b1, b2}, p, q);
+}
+
 namespace Consistent {
 
 bool IntersectTriangleAABB(const VectorSIMD4f& a, const VectorSIMD4f& b, const VectorSIMD4f& c,
@@ -195,6 +264,12 @@ bool IntersectTriangleOBB(const VectorSIMD4f& a, const VectorSIMD4f& b, const Ve
 bool IntersectTriangleTriangle(const VectorSIMD4f& a0, const VectorSIMD4f& a1, const VectorSIMD4f& a2,
                                const VectorSIMD4f& b0, const VectorSIMD4f& b1, const VectorSIMD4f& b2) {
     return TriangleMeetsTriangle<SumOrder::CONSISTENT>({a0, a1, a2}, {b0, b1, b2});
+}
+
+bool IntersectTriangleTriangle(const VectorSIMD4f& a0, const VectorSIMD4f& a1, const VectorSIMD4f& a2,
+                               const VectorSIMD4f& b0, const VectorSIMD4f& b1, const VectorSIMD4f& b2, VectorSIMD4f& p,
+                               VectorSIMD4f& q) {
+    return FindCommonSegment<SumOrder::CONSISTENT>({a0, a1, a2}, {b0, b1, b2}, p, q);
 }
 
 } // namespace Consistent
