@@ -47,8 +47,8 @@ void Walk(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, c
           StackRegisters registers) {
     for (;;) {
         const StackRegisters before = registers;
-        bool isSignalFrame = false;
-        if (!UnwindFrame(table, entry, pc, stack, registers, isSignalFrame)) {
+        const Unwound result = UnwindFrame(table, entry, pc, stack, registers);
+        if (result == Unwound::OUTERMOST || result == Unwound::UNKNOWN) {
             Require(std::memcmp(&before, &registers, sizeof before) == 0);
             return;
         }

@@ -13,7 +13,7 @@ LONG WINAPI PrintCrash(EXCEPTION_POINTERS* exception) {
     static Z4::CallStack stack;
     static char text[16384];
     stack.CaptureFrom(exception->ContextRecord);
-    // First without names, which nothing can keep from being printed, and then with them.
+    // First by what is in memory, which nothing can keep from being printed, and then by all that is known.
     stack.ToText(text, sizeof text, Z4::CallStack::QUICK);
     std::printf("crash %08lx\n%s\n", exception->ExceptionRecord->ExceptionCode, text);
     std::fflush(stdout);
@@ -47,6 +47,8 @@ int main() {
     ZelkHost::Install();
     Z4::InitializeDbgHelpService();
     Z4::ProgramModuleDB::Instance().Prepare();
+    // The program's own symbols, for names without the debug-help library. Where there are none, there are offsets.
+    static_cast<void>(Z4::SymbolHandler::Instance().LoadSymbolFile(GetModuleHandleA(nullptr), nullptr));
     Z4::WinDbgHelp::Instance().IsLoaded(); // so that the crash need not wait for the symbols
     SetUnhandledExceptionFilter(PrintCrash);
     const int rooms = StartGame();

@@ -28,7 +28,7 @@ public:
     bool LeaveLibrary();
 
 private:
-    bool NextByTable(const CodeModule& module, std::uint32_t pc);
+    Unwound NextByTable(const CodeModule& module, std::uint32_t pc);
     bool NextByProvenCall(const CodeModule& module, std::uint32_t pc);
     bool NextByFramePointer();
     bool NextByGuess();

@@ -126,9 +126,9 @@ bool StackWalk::Next(FrameOrigin& origin) {
         origin = FRAME_PROVEN;
         return m_isExact && NextByTopOfStack();
     }
-    if (NextByTable(module, pc)) {
+    if (const Unwound result = NextByTable(module, pc); result != Unwound::UNKNOWN) {
         origin = FRAME_TABLE;
-        return true;
+        return result != Unwound::OUTERMOST;
     }
     if (NextByProvenCall(module, pc)) {
         origin = FRAME_PROVEN;
@@ -142,19 +142,14 @@ bool StackWalk::Next(FrameOrigin& origin) {
     return NextByGuess();
 }
 
-bool StackWalk::NextByTable(const CodeModule& module, std::uint32_t pc) {
+Unwound StackWalk::NextByTable(const CodeModule& module, std::uint32_t pc) {
     UnwindEntry entry;
-    StackRegisters caller = m_registers;
-    bool isSignalFrame = false;
-    CodeModule callerModule;
-    if (!module.FindFunction(pc, entry) ||
-        !UnwindFrame(module.table.View(), entry, pc, m_stack, caller, isSignalFrame) ||
-        !g_codeModules.Find(caller.values[Registers::EIP] - (isSignalFrame ? 0 : 1), callerModule)) {
-        return false;
+    if (!module.FindFunction(pc, entry)) {
+        return Unwound::UNKNOWN;
     }
-    m_registers = caller;
-    m_isExact = isSignalFrame;
-    return true;
+    const Unwound result = UnwindFrame(module.table.View(), entry, pc, m_stack, m_registers);
+    m_isExact = result == Unwound::TO_INTERRUPTED;
+    return result;
 }
 
 /// Of several addresses the one whose call arrives nearest to `pc` is taken: no function begins between its begin and
@@ -237,7 +232,7 @@ bool StackWalk::LeaveLibrary() {
     const std::uint32_t pc = Pc() - 1;
     CodeModule module{};
     std::uint32_t returnAddress = 0;
-    return (g_codeModules.Find(pc, module) && NextByTable(module, pc)) ||
+    return (g_codeModules.Find(pc, module) && NextByTable(module, pc) == Unwound::TO_CALLER) ||
            (ReadReturnAddress(returnAddress) && ReturnThrough(m_registers.values[Registers::EBP] + WORD));
 }
 

@@ -644,36 +644,41 @@ bool Covers(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc)
     return ReadFunctionAt(table, entry.offset, function) && pc - function.begin < function.size;
 }
 
-bool UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
-                 StackRegisters& registers, bool& isSignalFrame) {
+Unwound UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
+                    StackRegisters& registers) {
     FunctionRecord function;
     Row row{};
     row.frameRegister = Registers::COUNT;
     if (!ReadFunctionAt(table, entry.offset, function) || pc - function.begin >= function.size ||
         !RowMachine(table, function, pc).FindRow(row)) {
-        return false;
+        return Unwound::UNKNOWN;
+    }
+    if (row.rules[Registers::EIP] == Rule::UNDEFINED) {
+        return Unwound::OUTERMOST;
     }
     Calculator calculator(table, stack, registers);
     std::uint32_t frame = 0;
     if (!row.isFrameExpression) {
         frame = registers.values[row.frameRegister] + row.frameValue;
     } else if (!calculator.Compute(row.frameValue, nullptr, frame)) {
-        return false;
+        return Unwound::UNKNOWN;
     }
     StackRegisters caller{};
     for (unsigned i = 0; i < Registers::COUNT; ++i) {
         if (!Recover(row, i, frame, registers, stack, calculator, caller.values[i])) {
-            return false;
+            return Unwound::UNKNOWN;
         }
     }
     const std::uint32_t top = caller.values[Registers::ESP];
-    if (caller.values[Registers::EIP] == 0 || top <= registers.values[Registers::ESP] ||
-        top % sizeof(std::uint32_t) != 0 || top - stack.address > stack.size) {
-        return false;
+    if (top <= registers.values[Registers::ESP] || top % sizeof(std::uint32_t) != 0 ||
+        top - stack.address > stack.size) {
+        return Unwound::UNKNOWN;
+    }
+    if (caller.values[Registers::EIP] == 0) {
+        return Unwound::OUTERMOST;
     }
     registers = caller;
-    isSignalFrame = function.common.isSignalFrame;
-    return true;
+    return function.common.isSignalFrame ? Unwound::TO_INTERRUPTED : Unwound::TO_CALLER;
 }
 
 } // namespace Z4::Private

@@ -62,13 +62,17 @@ bool FindEntry(const UnwindEntry* entries, std::uint32_t count, std::uint32_t pc
 /// Whether `pc` lies in the function.
 bool Covers(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc);
 
-/// Turns the registers in a function, at the instruction that `pc` lies in, into those in its caller.
-/// @param isSignalFrame set to whether the system interrupted the caller there, rather than the caller called: its
-/// new eip is the instruction itself then, and else the one behind the call.
-/// @return false, with all as it was, when `pc` does not lie in the function, there is no caller, it is unknown, or its
-/// stack pointer would not be above
-/// that of the function and within `stack` or at its end.
-bool UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
-                 StackRegisters& registers, bool& isSignalFrame);
+enum class Unwound : std::uint8_t {
+    TO_CALLER,      ///< whose new eip is the one behind the call
+    TO_INTERRUPTED, ///< that the system interrupted, rather than that it called: its new eip is the instruction itself
+    OUTERMOST,      ///< nobody called the function
+    UNKNOWN,
+};
+
+/// Turns the registers in a function, at the instruction that `pc` lies in, into those in its caller. In the last two
+/// cases they stay as they were. What counts as unknown, too: a `pc` that does not lie in the function, and a caller
+/// whose stack pointer would not be above that of the function and within `stack` or at its end.
+Unwound UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
+                    StackRegisters& registers);
 
 } // namespace Z4::Private
