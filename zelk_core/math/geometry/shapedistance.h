@@ -65,10 +65,10 @@ namespace Geometry {
 [[nodiscard]] Z4_API float DistanceSegmentToOBBSqr(const VectorSIMD4f& a, const VectorSIMD4f& b, const GeometryOBB& box,
                                                    float& t, VectorSIMD4f& closest);
 
-/// The squared distance of `p` from a triangle. Writes u and v of the nearest point a + u (b - a) + v (c - a). At a corner
-/// and on an edge they are exact: 0, 1, or u + v = 1 but for one rounding. The nearest point is found as by
-/// ClosestTrianglePointToPoint(), and has its error where a triangle is slender; DistanceSegmentToTriangleSqr() with two
-/// equal points has less and takes longer.
+/// The squared distance of `p` from a triangle. Writes u and v of the nearest point a + u (b - a) + v (c - a). At a
+/// corner and on an edge they are exact: 0, 1, or u + v = 1 but for one rounding. The nearest point is found as by
+/// ClosestTrianglePointToPoint(), and has its error where a triangle is slender; DistanceSegmentToTriangleSqr() with
+/// two equal points has less and takes longer.
 [[nodiscard]] Z4_API float DistancePointToTriangleSqr(const VectorSIMD4f& p, const VectorSIMD4f& a,
                                                       const VectorSIMD4f& b, const VectorSIMD4f& c, float& u, float& v);
 /// The squared distance of `p` from a rectangle in the plane, given as a corner and two perpendicular edges.
