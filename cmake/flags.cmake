@@ -57,8 +57,9 @@ if(WIN32)
     target_compile_definitions(zelk_flags INTERFACE _WIN32_WINNT=0x0601 WINVER=0x0601 NTDDI_VERSION=0x06010000
         WIN32_LEAN_AND_MEAN NOMINMAX)
     if(NOT ZELK_MS_ABI)
-        # 32-bit Windows promises callers' stacks aligned to 4 bytes only; SSE code needs 16. Clang knows.
-        target_compile_options(zelk_flags INTERFACE -mincoming-stack-boundary=2)
+        # 32-bit Windows promises callers' stacks aligned to 4 bytes only; SSE code needs 16. Clang knows. And GCC 12 counts
+        # on registers that its own copy of an inline function keeps, where the linker may take another file's copy.
+        target_compile_options(zelk_flags INTERFACE -mincoming-stack-boundary=2 $<$<CXX_COMPILER_ID:GNU>:-fno-ipa-ra>)
     endif()
 else()
     target_compile_definitions(zelk_flags INTERFACE ZELK_CORE_STATIC)
