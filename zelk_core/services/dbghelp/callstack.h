@@ -37,9 +37,9 @@ enum FrameOrigin : unsigned char {
 /// The addresses of one call stack, a plain value of 328 bytes. Each capture replaces what was in it. Different threads
 /// may use different objects at the same time; the static function is for any thread.
 ///
-/// A capture allocates nothing, takes no lock, and needs less than 1,600 bytes of stack besides the object. It reads the
-/// stack between the stack pointer and the stack's end, and the code and tables of known modules, and nothing else. Each
-/// frame lies higher than the one before, so it ends on whatever the stack holds. So a handler of exceptions may
+/// A capture allocates nothing, takes no lock, and needs less than 1,600 bytes of stack besides the object. It reads
+/// the stack between the stack pointer and the stack's end, and the code and tables of known modules, and nothing else.
+/// Each frame lies higher than the one before, so it ends on whatever the stack holds. So a handler of exceptions may
 /// capture, whatever has happened to the thread.
 ///
 /// The address of a frame is the one at which its function goes on: the one behind the call. Where the first frame is
@@ -104,7 +104,8 @@ public:
     ///
     ///     2 623014ea engine.dll!Engine::Load(char const*)+0xa load.cpp:8 table
     ///
-    /// Without QUICK and OFFSETS_ONLY it asks SymbolHandler::Resolve() and Demangle(), and all that is said there holds.
+    /// Without QUICK and OFFSETS_ONLY it asks SymbolHandler::Resolve() and Demangle(), and all that is said there
+    /// holds.
     /// @param size of `text` in characters. The first `size` - 1 are stored and terminated; nothing is with a size of
     /// 0.
     /// @param print of Print, joined by `|`; 0 for none.
