@@ -42,6 +42,9 @@ enum FrameOrigin : unsigned char {
 /// Each frame lies higher than the one before, so it ends on whatever the stack holds. So a handler of exceptions may
 /// capture, whatever has happened to the thread.
 ///
+/// A capture that meets a change of the list of modules which lasts longer than some microseconds has the first frame
+/// only.
+///
 /// The address of a frame is the one at which its function goes on: the one behind the call. Where the first frame is
 /// from a context, it is the instruction itself. The first address in no known module is the last of the
 /// stack.

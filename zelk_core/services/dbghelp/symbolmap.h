@@ -35,6 +35,7 @@ public:
     static constexpr unsigned long MOST_SYMBOLS = 1ul << 20;  ///< in a file, and as many pieces of code
     static constexpr unsigned long LARGEST_FILE = 0x10000000; ///< bytes, 256 MiB
 
+    /// A section of the image, as its headers tell of it.
     struct Section {
         unsigned long rva;
         unsigned long size; ///< bytes in memory
@@ -47,6 +48,8 @@ public:
         unsigned long sectionCount;
         const Section* sections; ///< all, in the order of the headers
     };
+    /// What Find() tells of an address. The texts live as long as the map does, and until the next Read() that
+    /// succeeds.
     struct Symbol {
         /// As the file has it, so it can be decorated; but without the underscore that 32-bit Windows puts before names
         /// of C, and without `@8` and the like behind them. Empty when only the object file is known.
