@@ -29,10 +29,10 @@ FourVectors Four(const V* vectors, unsigned count, unsigned first) {
 /// A convex body: its corners, the directions of its edges, and those of its normals, each once.
 struct Body {
     V corners[Private::CORNER_COUNT];
-    unsigned cornerCount = 0;
     V edges[12];
-    unsigned edgeCount = 0;
     V normals[6];
+    unsigned cornerCount = 0;
+    unsigned edgeCount = 0;
     unsigned normalCount = 0;
 };
 

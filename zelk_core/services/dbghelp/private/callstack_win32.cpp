@@ -197,7 +197,8 @@ Error CallStack::CaptureThread(unsigned long threadId) {
         return error;
     }
     CONTEXT context{};
-    context.ContextFlags = CONTEXT_CONTROL | CONTEXT_INTEGER;
+    context.ContextFlags = CONTEXT_CONTROL;
+    context.ContextFlags |= CONTEXT_INTEGER;
     const CodeModules::Reader reader(g_codeModules);
     // From here to the end nothing may take a lock that the other thread can hold.
     const AutoLock guard(g_suspending);
@@ -237,7 +238,8 @@ Error CallStack::CaptureThroughDebugHelp(const void* given) {
                frame.AddrPC.Offset != 0;
     };
     // The first is the frame that is known.
-    for (bool isFound = next() && next(); isFound; isFound = next()) {
+    bool isFound = next();
+    for (isFound = isFound && next(); isFound; isFound = next()) {
         if (m_count == MAX_FRAMES) {
             m_flags |= CUT;
             break;
