@@ -20,8 +20,7 @@ if(ZELK_MS_ABI)
     target_link_libraries(zelk_core PRIVATE $<BUILD_INTERFACE:zelk_msabi_dll>)
     # The import library beside the DLL.
     set_target_properties(zelk_core PROPERTIES ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
-    # Made from the object files' names and no folders.
-    # A path of its own would stand in the debug database.
+    # A path with folders would stand in the debug database.
     target_link_options(zelk_core PRIVATE
         LINKER:/map:$<PATH:RELATIVE_PATH,$<TARGET_FILE:zelk_core>,${CMAKE_BINARY_DIR}>.map)
     set(symbols $<TARGET_PDB_FILE:zelk_core>)

@@ -94,10 +94,13 @@ unsigned long PlaceOf(const StackTruth& truth, const CallStack& stack) {
 
 constexpr const char* KINDS[] = {"tables", "pointers", "neither"};
 
-TEST_F(CallStackTest, HasEveryFrame) {
-#if !defined(__OPTIMIZE__)
-    GTEST_SKIP() << "without optimization, frames of inline functions lie in between";
+#if defined(__OPTIMIZE__)
+constexpr bool IS_OPTIMIZED = true;
+#else
+constexpr bool IS_OPTIMIZED = false;
 #endif
+
+TEST_F(CallStackTest, HasEveryFrame) {
     for (const bool isPrepared : {false, true}) {
         for (const char* const kind : KINDS) {
             const Part part(kind);
@@ -110,6 +113,10 @@ TEST_F(CallStackTest, HasEveryFrame) {
                     CallStack stack;
                     const unsigned long count = stack.Capture(0);
                     EXPECT_EQ(count, stack.GetCount());
+                    EXPECT_GT(count, 3u);
+                    if (!IS_OPTIMIZED) { // then frames of inline functions lie in between
+                        return;
+                    }
                     const unsigned long place = PlaceOf(truth, stack);
                     EXPECT_LE(place, 6u);
                     EXPECT_EQ(stack.GetOrigin(0), FRAME_GIVEN);
@@ -129,6 +136,9 @@ TEST_F(CallStackTest, HasEveryFrame) {
                 });
             }
         }
+    }
+    if (!IS_OPTIMIZED) {
+        return;
     }
     const Part part("tables");
     part.Call(27, [&](const StackTruth& truth) {
