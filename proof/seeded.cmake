@@ -248,21 +248,21 @@ zelk_seeded_fault(observer_removal_skips_the_next
 
 zelk_seeded_fault(range_is_freed_while_it_is_read
     FILE services/dbghelp/private/rangetable.h
-    TEXT "            if (m_readers.load() == 0) {"
-    REPLACEMENT "            {"
+    TEXT "retired = m_retired.TakeUnused();"
+    REPLACEMENT "retired = m_retired.TakeAll();"
     SOURCES proof/rangetable_scenarios.cpp
     SANITIZER address SCENARIO RangeIsReplacedWhileItIsRead FOUND "heap-use-after-free")
 
 zelk_seeded_fault(range_reader_counts_itself_too_late
     FILE services/dbghelp/private/rangetable.h
-    TEXT "        m_readers.fetch_add(1);
+    TEXT "        const unsigned count = m_retired.Enter();
         bool result = false;
         const unsigned end = m_end.load();"
     REPLACEMENT "        bool result = false;
         const unsigned end = m_end.load();
         const Entry* const early = m_entries[0].load();
         if (early != nullptr && address - early->base < early->size) return read(*early);
-        m_readers.fetch_add(1);"
+        const unsigned count = m_retired.Enter();"
     SOURCES proof/rangetable_scenarios.cpp
     SANITIZER address SCENARIO RangeIsDroppedWhileItIsRead FOUND "heap-use-after-free")
 

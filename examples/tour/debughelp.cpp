@@ -7,21 +7,11 @@
 
 namespace {
 
-const char* FileName(const char* path) {
-    const char* name = path;
-    for (; *path != '\0'; ++path) {
-        if (*path == '\\' || *path == '/') {
-            name = path + 1;
-        }
-    }
-    return name;
-}
-
 void PrintSymbol(const char* what, const void* address) {
     Z4::SymbolInfo info;
     Z4::SymbolHandler::Instance().Resolve(address, info);
     Print("   %-24s %s+%u in %s\n", what, info.function[0] != '\0' ? info.function : "?",
-          static_cast<unsigned>(info.displacement), FileName(info.module));
+          static_cast<unsigned>(info.displacement), Z4::Path::FileName(info.module).Data());
 }
 
 /// What qsort() calls: how it came to that is on the stack.

@@ -255,7 +255,8 @@ public:
     void Swap(ZelkBasicString& other) noexcept { m_text.Swap(other.m_text); }
 
 private:
-    static unsigned CountOf(View text) { return static_cast<unsigned>(text.Size()); }
+    /// What is too long for every string stays so in 32 bits.
+    static unsigned CountOf(View text) { return text.Size() < NPOS ? static_cast<unsigned>(text.Size()) : NPOS; }
     static ZelkBasicString Join(View left, View right) {
         ZelkBasicString sum;
         if (left.Size() <= MAX_SIZE && right.Size() <= MAX_SIZE && sum.Reserve(CountOf(left) + CountOf(right))) {

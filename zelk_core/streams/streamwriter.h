@@ -48,7 +48,8 @@ public:
         return WriteVarint(bits << 1 ^ (0 - (bits >> 63)));
     }
 
-    /// Writes the length of a text as a number of 32 bits, and the text.
+    /// Writes the length of a text as a number of 32 bits, and the text. A text for which that is too small is
+    /// ERR_OVERFLOW.
     Z4_API bool WriteString(StrView text);
     /// Writes a text into a field of `fieldSize` bytes, with zeros behind it. A text that is longer is ERR_OVERFLOW,
     /// and nothing is written.
@@ -59,7 +60,7 @@ public:
     /// Writes `count` elements one behind the other.
     template <Private::StreamElement T>
     bool WriteArray(const T* elements, std::uint32_t count) {
-        if (!m_isSwapped) {
+        if (!m_isSwapped && count <= 0xFFFFFFFFU / sizeof(T)) {
             return m_stream->Write(elements, count * static_cast<std::uint32_t>(sizeof(T)));
         }
         // Swapped in parts, as what is written stays as it is.
@@ -68,7 +69,9 @@ public:
         while (count != 0 && m_stream->GetError() == ERR_OK) {
             const std::uint32_t part = count < PART ? count : PART;
             std::memcpy(swapped, elements, part * sizeof(T));
-            Private::SwapElements(swapped, part);
+            if (m_isSwapped) {
+                Private::SwapElements(swapped, part);
+            }
             m_stream->Write(swapped, part * static_cast<std::uint32_t>(sizeof(T)));
             elements += part;
             count -= part;

@@ -141,12 +141,9 @@ bool ReadAmdSizeFields(CpuidFunction cpuid, CacheSizes& sizes) {
     const CpuidRegisters outer = cpuid(0x80000006, 0);
     const std::uint32_t l2 = Bits(outer.ecx, 31, 16) * KIB;
     const std::uint32_t l3 = Bits(outer.edx, 31, 18) * (512 * KIB);
-    bool found = false;
-    std::uint32_t level = 0;
-    for (const std::uint32_t bytes : {l1, l2, l3}) {
-        ++level;
-        found |= StoreLevel(sizes, bytes != 0 ? level : 0, bytes);
-    }
+    bool found = l1 != 0 && StoreLevel(sizes, 1, l1);
+    found |= l2 != 0 && StoreLevel(sizes, 2, l2);
+    found |= l3 != 0 && StoreLevel(sizes, 3, l3);
     return found;
 }
 

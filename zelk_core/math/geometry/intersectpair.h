@@ -15,19 +15,13 @@
 #include <zelk_core/math/geometry/aabb.h>
 #include <zelk_core/math/geometry/frustum.h>
 #include <zelk_core/math/geometry/obb.h>
+#include <zelk_core/math/geometry/round.h>
 #include <zelk_core/math/geometry/shapedistance.h>
 #include <zelk_core/math/vectorsimd.h>
 
 namespace Z4 {
 
 namespace Private {
-
-/// Whether something so far away from the middle of something round reaches it. No radius reaches what has no points.
-inline bool IsWithin(float distanceSqr, float radius) {
-    const float largest = (std::numeric_limits<float>::max)();
-    const float reachSqr = radius * radius;
-    return radius >= 0 && distanceSqr <= (reachSqr < largest ? reachSqr : largest);
-}
 
 template <SumOrder ORDER>
 inline bool SpheresMeet(const VectorSIMD4f& c0, float r0, const VectorSIMD4f& c1, float r1) {

@@ -19,7 +19,7 @@
 namespace Z4::Geometry {
 
 [[nodiscard]] Z4_API_INLINE bool IsPointInSphere(const VectorSIMD4f& p, const VectorSIMD4f& center, float radius) {
-    return Private::IsWithin<SumOrder::FAST>(p - center, radius);
+    return Private::IsWithin(LengthSqr3<SumOrder::FAST>(p - center).X(), radius);
 }
 /// The capsule is all that is no farther than `radius` from the segment from `a` to `b`. Where these are equal, it is a
 /// sphere.

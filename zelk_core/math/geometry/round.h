@@ -34,10 +34,11 @@ struct Part {
     float out;
 };
 
-/// Whether `way` is no longer than `radius`.
-template <SumOrder ORDER>
-Z4_ALWAYS_INLINE bool IsWithin(const VectorSIMD4f& way, float radius) {
-    return LengthSqr3<ORDER>(way).X() <= radius * radius && radius >= 0;
+/// Whether something so far away from the middle of something round reaches it. No radius reaches what has no points.
+Z4_ALWAYS_INLINE bool IsWithin(float distanceSqr, float radius) {
+    const float largest = (std::numeric_limits<float>::max)();
+    const float reachSqr = radius * radius;
+    return radius >= 0 && distanceSqr <= (reachSqr < largest ? reachSqr : largest);
 }
 
 /// Where the line r + t d is no farther than `radius` from 0. `inverse` is 1 over the square of d, and 0 where there is

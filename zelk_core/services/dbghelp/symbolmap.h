@@ -78,7 +78,7 @@ public:
     /// tells of sections and a section of code is not there with its size (which may be rounded up as in the image's
     /// file, and in link's maps lack up to 64 KiB that the linker does not list); ERR_CORRUPTED_DATA for one without
     /// any symbol; ERR_OVERFLOW beyond MOST_SYMBOLS or LARGEST_FILE; ERR_OUT_OF_MEMORY.
-    [[nodiscard]] Z4_API Private::ErrorCodeWrapper Read(const void* bytes, unsigned long size, const Image& image);
+    [[nodiscard]] Z4_API ErrorCodeWrapper Read(const void* bytes, unsigned long size, const Image& image);
 
     /// Finds the function that `rva` lies in. No function is taken to reach beyond the code of its object file, where
     /// the file tells that. Of several symbols at one address it is the first of the file. Takes no lock and no memory.

@@ -14,6 +14,10 @@ bool StreamWriter::WriteVarint(std::uint64_t value) {
 }
 
 bool StreamWriter::WriteString(StrView text) {
+    if (text.Size() > 0xFFFFFFFFU) {
+        m_stream->Fail(ERR_OVERFLOW);
+        return false;
+    }
     const auto size = static_cast<std::uint32_t>(text.Size());
     return Write(size) && m_stream->Write(text.Data(), size);
 }
@@ -60,7 +64,7 @@ bool StreamWriter::WriteZeros(std::uint32_t count) {
         m_stream->Write(ZEROS, sizeof(ZEROS));
         count -= sizeof(ZEROS);
     }
-    return m_stream->Write(ZEROS, count);
+    return m_stream->Write(ZEROS, count) && m_stream->GetError() == ERR_OK;
 }
 
 } // namespace Z4

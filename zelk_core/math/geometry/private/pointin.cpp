@@ -19,7 +19,7 @@ template <SumOrder ORDER>
 bool InCapsule(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b, float radius) {
     const Private::NearestOnSegment nearest = Private::FindNearestOnSegment<ORDER, 3>(p, a, b, Zero());
     // With a NaN in `b`, the segment above is the point `a`.
-    return radius >= 0 && nearest.distanceSqr.X() <= radius * radius && AllTrue3(Equal(b, b));
+    return Private::IsWithin(nearest.distanceSqr.X(), radius) && AllTrue3(Equal(b, b));
 }
 
 template <SumOrder ORDER>
@@ -34,7 +34,7 @@ bool InCylinder(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f
     if (AllTrue(Equal(axisSqr, Zero()))) {
         return radius >= 0 && AllTrue3(Equal(p, a));
     }
-    return Private::IsWithin<ORDER>(way - height / axisSqr * axis, radius);
+    return Private::IsWithin(LengthSqr3<ORDER>(way - height / axisSqr * axis).X(), radius);
 }
 
 /// Lane by lane, n (u x v): on which side of u, as seen along n, v leads.
@@ -191,7 +191,7 @@ bool IsPointInConvexPolygon2D(Vector2f p, const VectorSIMD4f* polygon, unsigned 
 namespace Consistent {
 
 bool IsPointInSphere(const VectorSIMD4f& p, const VectorSIMD4f& center, float radius) {
-    return Private::IsWithin<SumOrder::CONSISTENT>(p - center, radius);
+    return Private::IsWithin(LengthSqr3<SumOrder::CONSISTENT>(p - center).X(), radius);
 }
 
 bool IsPointInCapsule(const VectorSIMD4f& p, const VectorSIMD4f& a, const VectorSIMD4f& b, float radius) {

@@ -1,8 +1,10 @@
 #include <cstdint>
 #include <cstring>
 #include <zelk_core/base/hash.h>
+#include <zelk_core/base/path.h>
 #include <zelk_core/services/dbghelp/callstack.h>
 #include <zelk_core/services/dbghelp/private/codemodules.h>
+#include <zelk_core/services/dbghelp/private/levelname.h>
 #include <zelk_core/services/dbghelp/private/textroom.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
 
@@ -21,22 +23,12 @@ std::uint32_t ToNumber(const void* address) {
 }
 
 const char* WithoutPath(const char* file) {
-    const char* name = file;
-    for (; *file != '\0'; ++file) {
-        if (*file == '\\' || *file == '/') {
-            name = file + 1;
-        }
-    }
-    return name;
+    return Path::FileName(file).Data();
 }
 
 const char* NameOf(FrameOrigin origin) {
     constexpr const char* NAMES[] = {"given", "table", "pointer", "proven", "guessed"};
     return NAMES[origin];
-}
-
-const char* NameOf(EalLogLevel level) {
-    return level == EAL_LOG_ERROR ? "ERROR" : level == EAL_LOG_WARNING ? "WARNING" : "INFO";
 }
 
 void PrintOffset(std::uint32_t address, TextRoom& room) {
@@ -122,7 +114,7 @@ void CallStack::Log(EalLogLevel level, unsigned print) const {
     char line[1024];
     for (unsigned long i = 0; i < m_count; ++i) {
         FrameToText(i, line, sizeof line, print);
-        Private::Log(level, LOG_FILE, LOG_LINE, "[Z4::CallStack] EAL_LOG_%s: %s\n", NameOf(level),
+        Private::Log(level, LOG_FILE, LOG_LINE, "[Z4::CallStack] EAL_LOG_%s: %s\n", Private::LevelName(level),
                      static_cast<const char*>(line));
     }
 }

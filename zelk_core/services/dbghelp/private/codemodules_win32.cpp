@@ -5,6 +5,7 @@
 #include <zelk_core/base/hostnew.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/services/dbghelp/private/codemodules.h>
+#include <zelk_core/services/dbghelp/private/imageview.h>
 
 namespace Z4::Private {
 
@@ -14,82 +15,48 @@ using Guard = AutoLock<NonRecursiveSpinLock>;
 
 /// Whether a section has the name that the linkers here give the unwind table: a name that is too long for its field is
 /// either cut or kept elsewhere, with its place there as the name.
-bool IsTableName(const BYTE (&name)[IMAGE_SIZEOF_SHORT_NAME]) {
+bool IsTableName(const char (&name)[8]) {
     return std::memcmp(name, ".eh_fram", sizeof name) == 0 || (name[0] == '/' && name[1] >= '0' && name[1] <= '9');
 }
 
-/// The parts of a loaded image, as far as its headers tell.
-class ImageReader {
-public:
-    /// Looks at nothing behind the first `readable` bytes.
-    ImageReader(const std::byte* base, std::uint32_t readable) : m_base(base), m_readable(readable) {}
-
-    void Read(CodeModule& module) const {
-        const auto* const dos = At<IMAGE_DOS_HEADER>(0);
-        if (dos == nullptr || dos->e_magic != IMAGE_DOS_SIGNATURE) {
-            return;
-        }
-        const auto headersAt = static_cast<std::uint32_t>(dos->e_lfanew);
-        const auto* const headers = At<IMAGE_NT_HEADERS32>(headersAt);
-        if (headers == nullptr || headers->Signature != IMAGE_NT_SIGNATURE ||
-            headers->OptionalHeader.Magic != IMAGE_NT_OPTIONAL_HDR32_MAGIC) {
-            return;
-        }
-        const std::uint32_t size = headers->OptionalHeader.SizeOfImage;
-        module.size = size;
-        module.timeStamp = headers->FileHeader.TimeDateStamp;
-        const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IAT];
-        module.imports = Part(imports.VirtualAddress, imports.Size, size);
-        std::uint32_t at =
-            headersAt + offsetof(IMAGE_NT_HEADERS32, OptionalHeader) + headers->FileHeader.SizeOfOptionalHeader;
-        for (unsigned i = 0; i < headers->FileHeader.NumberOfSections; ++i, at += sizeof(IMAGE_SECTION_HEADER)) {
-            const auto* const section = At<IMAGE_SECTION_HEADER>(at);
-            if (section == nullptr) {
-                return;
-            }
-            ReadSection(*section, size, module);
-        }
+ImagePart PartOf(const CodeModule& module, std::uint32_t rva, std::uint32_t size) {
+    if (rva > module.size || size > module.size - rva) {
+        return {};
     }
+    return {static_cast<std::uint32_t>(module.key) + rva, size};
+}
 
-private:
-    template <class T>
-    const T* At(std::uint32_t offset) const {
-        return offset <= m_readable && m_readable - offset >= sizeof(T) ? reinterpret_cast<const T*>(m_base + offset)
-                                                                        : nullptr;
+void ReadSection(const ImageView::Section& section, CodeModule& module) {
+    const ImagePart part = PartOf(module, section.rva, section.size);
+    if ((section.flags & IMAGE_SCN_MEM_READ) == 0 || (section.flags & IMAGE_SCN_MEM_DISCARDABLE) != 0) {
+        return;
     }
-
-    ImagePart Part(std::uint32_t offset, std::uint32_t size, std::uint32_t imageSize) const {
-        if (offset > imageSize || size > imageSize - offset) {
-            return {};
-        }
-        return {static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(m_base)) + offset, size};
+    // Of several code sections one: what lies between them need not be readable.
+    if ((section.flags & IMAGE_SCN_MEM_EXECUTE) != 0 && part.size > module.code.size) {
+        module.code = part;
     }
-
-    void ReadSection(const IMAGE_SECTION_HEADER& section, std::uint32_t imageSize, CodeModule& module) const {
-        const DWORD kind = section.Characteristics;
-        const ImagePart part = Part(section.VirtualAddress, section.Misc.VirtualSize, imageSize);
-        if ((kind & IMAGE_SCN_MEM_READ) == 0 || (kind & IMAGE_SCN_MEM_DISCARDABLE) != 0) {
-            return;
-        }
-        // Of several code sections one: what lies between them need not be readable.
-        if ((kind & IMAGE_SCN_MEM_EXECUTE) != 0 && part.size > module.code.size) {
-            module.code = part;
-        }
-        if ((kind & (IMAGE_SCN_MEM_EXECUTE | IMAGE_SCN_MEM_WRITE)) == 0 && IsTableName(section.Name) &&
-            part.size != 0 && IsUnwindTable(part.View())) {
-            module.table = part;
-        }
+    if ((section.flags & (IMAGE_SCN_MEM_EXECUTE | IMAGE_SCN_MEM_WRITE)) == 0 && IsTableName(section.name) &&
+        part.size != 0 && IsUnwindTable(part.View())) {
+        module.table = part;
     }
-
-    const std::byte* m_base;
-    std::uint32_t m_readable;
-};
+}
 
 void ReadImage(void* base, CodeModule& module) {
     MEMORY_BASIC_INFORMATION region;
-    if (VirtualQuery(base, &region, sizeof region) != 0 && region.State == MEM_COMMIT && region.Type == MEM_IMAGE &&
-        region.AllocationBase == base) {
-        ImageReader(static_cast<const std::byte*>(base), region.RegionSize).Read(module);
+    if (VirtualQuery(base, &region, sizeof region) == 0 || region.State != MEM_COMMIT || region.Type != MEM_IMAGE ||
+        region.AllocationBase != base) {
+        return;
+    }
+    const ImageView image(base, region.RegionSize);
+    if (!image.IsImage()) {
+        return;
+    }
+    module.size = image.GetImageSize();
+    module.timeStamp = image.GetTimeStamp();
+    module.imports = PartOf(module, image.GetImports().rva, image.GetImports().size);
+    ImageView::Section section;
+    for (std::uint32_t i = 0; image.GetSection(i, section); ++i) {
+        ReadSection(section, module);
     }
 }
 

@@ -23,7 +23,9 @@ constexpr DWORD NAMED_SLOTS = 0xF; // in Dr6
 constexpr DWORD RESUME_FLAG = 0x10000;
 constexpr DWORD SYSTEM_DEBUG_REGISTERS = CONTEXT_DEBUG_REGISTERS & ~DWORD{CONTEXT_i386};
 
-constinit RWLockNonRecursive g_lock{0}; ///< over who sets and clears; a hit never meets it
+/// Over who sets and clears; a hit never meets it. Only written under, but it is the lock that is ready before any code
+/// runs and waits without spinning.
+constinit RWLockNonRecursive g_lock{0};
 constinit unsigned long g_lastUse = 0;
 constinit bool g_started = false;
 constinit void* g_handler = nullptr;

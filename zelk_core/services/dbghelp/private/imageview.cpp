@@ -13,6 +13,8 @@ constexpr std::uint32_t OPTIONAL_HEADER = 24;
 constexpr std::uint16_t WIDE_MAGIC = 0x20B; // of 64-bit images
 constexpr std::uint32_t SECTION_SIZE = 40;
 constexpr std::uint32_t EXPORTS_SIZE = 40;
+constexpr std::uint32_t EXPORT_DIRECTORY = 0;
+constexpr std::uint32_t IMPORT_ADDRESSES = 12;
 constexpr std::uint32_t CODE_FLAGS = 0x20000020; // holds code, or may be executed
 
 } // namespace
@@ -40,11 +42,16 @@ ImageView::ImageView(const void* bytes, std::uint32_t size)
         m_sectionCount = 0;
     }
     const std::uint32_t directories = Get<std::uint16_t>(optional) == WIDE_MAGIC ? 112 : 96;
-    if (optionalSize >= directories + 8 && Has(optional, directories + 8) &&
-        Get<std::uint32_t>(optional + directories - 4) != 0) {
-        m_exports = Get<std::uint32_t>(optional + directories);
-        m_exportsSize = Get<std::uint32_t>(optional + directories + 4);
-    }
+    const auto read = [&](std::uint32_t number, std::uint32_t& rva, std::uint32_t& extent) {
+        const std::uint32_t entry = directories + number * 8;
+        if (optionalSize >= entry + 8 && Has(optional, entry + 8) &&
+            number < Get<std::uint32_t>(optional + directories - 4)) {
+            rva = Get<std::uint32_t>(optional + entry);
+            extent = Get<std::uint32_t>(optional + entry + 4);
+        }
+    };
+    read(EXPORT_DIRECTORY, m_exports, m_exportsSize);
+    read(IMPORT_ADDRESSES, m_imports.rva, m_imports.size);
 }
 
 bool ImageView::GetSection(std::uint32_t index, Section& section) const {
@@ -57,7 +64,8 @@ bool ImageView::GetSection(std::uint32_t index, Section& section) const {
     section.rva = Get<std::uint32_t>(header + 12);
     section.fileSize = Get<std::uint32_t>(header + 16);
     section.offset = Get<std::uint32_t>(header + 20);
-    section.code = (Get<std::uint32_t>(header + 36) & CODE_FLAGS) != 0;
+    section.flags = Get<std::uint32_t>(header + 36);
+    section.code = (section.flags & CODE_FLAGS) != 0;
     return true;
 }
 

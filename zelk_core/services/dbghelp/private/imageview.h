@@ -16,7 +16,14 @@ public:
         std::uint32_t size;   ///< in memory
         std::uint32_t offset; ///< in the file
         std::uint32_t fileSize;
+        std::uint32_t flags; ///< the header's characteristics
         bool code;
+    };
+
+    /// The addresses of the functions that the image imports, in memory; all 0 when there are none.
+    struct Imports {
+        std::uint32_t rva;
+        std::uint32_t size;
     };
 
     /// The table of symbols that compilers leave in the file, by offsets into it; all 0 when there is none.
@@ -38,6 +45,7 @@ public:
     /// The section of code that `rva` lies in.
     bool FindCode(std::uint32_t rva, Section& section) const;
     SymbolTable GetSymbolTable() const { return m_symbolTable; }
+    Imports GetImports() const { return m_imports; }
 
     /// Of an image in its file: the name of the file that debug information was split off to, which GNU's tools leave
     /// in a section. False when there is none.
@@ -92,6 +100,7 @@ private:
     std::uint32_t m_exports = 0; ///< RVA and size of the directory
     std::uint32_t m_exportsSize = 0;
     SymbolTable m_symbolTable{};
+    Imports m_imports{};
 };
 
 } // namespace Z4::Private

@@ -8,22 +8,22 @@
 #include <zelk_core/base/hostnew.h>
 #include <zelk_core/os/autolock.h>
 #include <zelk_core/os/spinlock.h>
+#include <zelk_core/services/dbghelp/private/retiredblocks.h>
 
 namespace Z4::Private {
 
 /// A table of `T`, each for a range of addresses. Any thread may call any function at any time, but Clear() must be
 /// alone; it comes last, as there is no destructor, which a static object would have run after the host's end.
 ///
-/// Readers count themselves and take no lock. What is taken out of the table is given up when no reader is counted:
-/// none that comes later can find it. If one never leaves, because its thread was killed, all waits for Clear().
+/// Readers take no lock. What is taken out of the table is given up when RetiredBlocks knows of no reader. If one never
+/// leaves, because its thread was killed, all waits for Clear().
 template <class T, unsigned MOST>
 class RangeTable {
 public:
-    struct Entry : HostNew<Entry> {
+    struct Entry : RetiredBlocks::Block, HostNew<Entry> {
         std::uintptr_t base;
         std::uintptr_t size;
         T value;
-        Entry* next = nullptr; ///< in the list of what was taken out
     };
 
     constexpr RangeTable() = default;
@@ -62,13 +62,10 @@ public:
 
     /// Gives up what was taken out, unless somebody reads.
     void Collect() {
-        Entry* retired = nullptr;
+        RetiredBlocks::Block* retired = nullptr;
         {
             const AutoLock guard(m_lock);
-            if (m_readers.load() == 0) {
-                retired = m_retired;
-                m_retired = nullptr;
-            }
+            retired = m_retired.TakeUnused();
         }
         Delete(retired);
     }
@@ -77,7 +74,7 @@ public:
     /// @return what that returned; false when there is none.
     template <class Read>
     bool Visit(std::uintptr_t address, Read read) {
-        m_readers.fetch_add(1);
+        const unsigned count = m_retired.Enter();
         bool result = false;
         const unsigned end = m_end.load();
         for (unsigned i = 0; i < end; ++i) {
@@ -87,7 +84,7 @@ public:
                 break;
             }
         }
-        m_readers.fetch_sub(1);
+        m_retired.Leave(count);
         return result;
     }
 
@@ -96,9 +93,7 @@ public:
         for (std::atomic<Entry*>& place : m_entries) {
             Retire(place.exchange(nullptr));
         }
-        Delete(m_retired);
-        m_retired = nullptr;
-        m_readers.store(0);
+        Delete(m_retired.TakeAll());
     }
 
 private:
@@ -113,23 +108,21 @@ private:
     }
     void Retire(Entry* entry) {
         if (entry != nullptr) {
-            entry->next = m_retired;
-            m_retired = entry;
+            m_retired.Retire(entry);
         }
     }
-    static void Delete(Entry* entry) {
-        while (entry != nullptr) {
-            Entry* const next = entry->next;
-            delete entry;
-            entry = next;
+    static void Delete(RetiredBlocks::Block* block) {
+        while (block != nullptr) {
+            RetiredBlocks::Block* const next = block->next;
+            delete static_cast<Entry*>(block);
+            block = next;
         }
     }
 
     NonRecursiveSpinLock m_lock; ///< of those who change the table
     std::atomic<Entry*> m_entries[MOST] = {};
     std::atomic<unsigned> m_end{0}; ///< from here on no place was ever taken
-    std::atomic<unsigned long> m_readers{0};
-    Entry* m_retired = nullptr;
+    RetiredBlocks m_retired;
 };
 
 } // namespace Z4::Private

@@ -6,6 +6,7 @@
 #include <zelk_core/base/layout.h>
 #include <zelk_core/base/private/singleton.h>
 #include <zelk_core/os/autolock.h>
+#include <zelk_core/services/dbghelp/private/levelname.h>
 #include <zelk_core/services/dbghelp/stacksizemonitordb.h>
 
 namespace Z4 {
@@ -61,10 +62,6 @@ bool HasEnded(unsigned long threadId) {
     const bool hasEnded = WaitForSingleObject(thread, 0) == WAIT_OBJECT_0;
     CloseHandle(thread);
     return hasEnded;
-}
-
-const char* NameOf(EalLogLevel level) {
-    return level == EAL_LOG_ERROR ? "ERROR" : level == EAL_LOG_WARNING ? "WARNING" : "INFO";
 }
 
 } // namespace
@@ -200,7 +197,7 @@ void StackSizeMonitorDb::LogEntries(EalLogLevel level) {
             level, LOG_FILE, ENTRY_LINE,
             "[Z4::StackSizeMonitorDb] EAL_LOG_%s: Thread %lu: used %lu, reserved %lu, committed %lu, painted %lu "
             "bytes.\n",
-            NameOf(level), entry.threadId, entry.largestUse, entry.size, entry.committed, entry.painted);
+            Private::LevelName(level), entry.threadId, entry.largestUse, entry.size, entry.committed, entry.painted);
     }
 }
 

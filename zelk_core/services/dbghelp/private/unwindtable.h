@@ -1,6 +1,6 @@
 // Call-frame information, as compilers put it into the section .eh_frame: how to get from the registers in a function
 // to those in its caller. The format is that of the DWARF Debugging Information Format, version 4, section 6.4, with
-// the changes of the Linux Standard Base Core Specification, section 10.6, for i386.
+// the changes of the Linux Standard Base, core volume, section 10.6, for i386.
 //
 // The bytes are not trusted: whatever they hold, nothing outside the views is read, every loop ends, and what is not
 // understood counts as unknown. Nothing is allocated. Any thread.
