@@ -55,12 +55,12 @@ enum class Sides : unsigned char {
 [[nodiscard]] Z4_API_ALWAYS_INLINE bool IntersectRayAABB(const GeometryRay& ray, const GeometryAABB& box, float& tIn,
                                                          float& tOut) {
     const Private::Interval range = ray.GetRange();
-    const Private::Interval part = Private::ClipBySlab(box.GetMin() - ray.GetOrigin(), box.GetMax() - ray.GetOrigin(),
-                                                       ray.GetInverseDirection(), range);
+    const Private::Interval crossing = Private::CrossSlab(
+        box.GetMin() - ray.GetOrigin(), box.GetMax() - ray.GetOrigin(), ray.GetInverseDirection(), range.in);
     // One way out, so that a caller who counts hits gets no branch.
-    const bool isHit = AllTrue3(And(Private::HoldInCommon3(part), LessEqual(box.GetMin(), box.GetMax())));
+    const bool isHit = Private::MeetInCommon3(crossing, range, LessEqual(box.GetMin(), box.GetMax()));
     if (isHit) {
-        const Private::Interval result = Private::Tidy(Private::Common3(part), range);
+        const Private::Interval result = Private::Common3(crossing, range);
         tIn = result.in.X();
         tOut = result.out.X();
     }

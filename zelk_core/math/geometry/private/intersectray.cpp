@@ -61,13 +61,13 @@ bool RayOBB(const GeometryRay& ray, const GeometryOBB& box, float& tIn, float& t
     const VectorSIMD4f low = -box.GetExtent() - start;
     const VectorSIMD4f high = box.GetExtent() - start;
     const Interval range = ray.GetRange();
-    const Interval part = Private::ClipBySlab(low, high, Private::InverseDirection(direction), range);
+    const Interval crossing = Private::CrossSlab(low, high, Private::InverseDirection(direction), range.in);
     // The slabs let a NaN pass; these comparisons do not.
     const VectorSIMD4f isShape = And(LessEqual(Zero(), box.GetExtent()), LessEqual(low, high));
-    if (!AllTrue3(And(And(Private::HoldInCommon3(part), isShape), Equal(direction, direction)))) {
+    if (!Private::MeetInCommon3(crossing, range, And(isShape, Equal(direction, direction)))) {
         return false;
     }
-    const Interval result = Private::Tidy(Private::Common3(part), range);
+    const Interval result = Private::Common3(crossing, range);
     tIn = result.in.X();
     tOut = result.out.X();
     return true;
