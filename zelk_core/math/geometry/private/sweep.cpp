@@ -79,8 +79,9 @@ bool SphereSphere(const VectorSIMD4f& c0, float r0, const VectorSIMD4f& move, co
     }
     const GeometryRay way = WayOf(c0, r0, move);
     float out = 0;
-    return Private::FindRoundPart<ORDER>(c0 - c1, move, r0 + r1, way.GetInverseLengthSqr<ORDER>())
-        .WriteWithin(way.GetFirst(), way.GetLast(), t, out);
+    Private::Part part = Private::Part::Nothing();
+    return Private::FindRoundPart<ORDER>(c0 - c1, move, r0 + r1, way.GetInverseLength<ORDER>(), part) &&
+           part.WriteWithin(way.GetFirst(), way.GetLast(), t, out);
 }
 
 /// The first of several touches. Of those at one time, that which is nearest the centre.
