@@ -113,24 +113,18 @@ TEST_F(HostInfoTest, FailuresOfTheResolver) {
     }
 }
 
-struct Conversion {
-    int result, number;
-    Error error;
-} g_conversion;
-
-int WSAAPI Convert(int, const char*, void*) {
-    WSASetLastError(g_conversion.number);
-    return g_conversion.result;
-}
-
 TEST_F(HostInfoTest, FailuresOfTheConversionToAnAddress) {
-    const ImportHook hook("inet_pton", Convert);
-    const Conversion rows[] = {{0, WSAEFAULT, ERR_INVALID},
-                               {-1, WSAEFAULT, ERR_INVALID},
-                               {-1, WSAEAFNOSUPPORT, ERR_UNSUPPORTED},
-                               {-1, WSAEINVAL, ERR_UNHANDLED}};
+    const ImportHook hook(ZELK_FAILING(inet_pton));
+    const struct {
+        int result, number;
+        Error error;
+    } rows[] = {{0, WSAEFAULT, ERR_INVALID},
+                {-1, WSAEFAULT, ERR_INVALID},
+                {-1, WSAEAFNOSUPPORT, ERR_UNSUPPORTED},
+                {-1, WSAEINVAL, ERR_UNHANDLED}};
     for (const auto& row : rows) {
-        g_conversion = row;
+        Failure::s_result = row.result;
+        Failure::s_error = static_cast<DWORD>(row.number);
         EXPECT_EQ(SocketAddr("1.2.3.4", 80).GetStatus(), row.error) << row.result << " with " << row.number;
     }
     HostInfo host("1.2.3.4");
@@ -144,7 +138,6 @@ TEST_F(HostInfoTest, TheSystemsResolver) {
         freeaddrinfo(found);
         EXPECT_STREQ(HostInfo("localhost").GetAddress(), "127.0.0.1");
     }
-    EXPECT_NE(HostInfo("no.such.host.invalid").GetStatus(), ERR_OK);
     EXPECT_STRNE(HostInfo("127.0.0.1").GetName(), "");
 }
 

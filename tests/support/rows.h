@@ -18,7 +18,7 @@ public:
     std::size_t Size() const { return m_fields.size(); }
 
     /// The fields, counted from 0; an unreadable one fails the test.
-    std::string Text(std::size_t field) const;
+    const std::string& Text(std::size_t field) const;
     /// In decimal, or with 0x in hexadecimal.
     std::uint64_t Number(std::size_t field) const;
     /// Of digits in pairs.

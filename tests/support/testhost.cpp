@@ -2,10 +2,12 @@
 
 #include "contract.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <zelk_core/base/ealid.h>
 
 namespace ZelkTest {
@@ -71,17 +73,15 @@ std::vector<LogLine> LogCapture::Lines() const {
 }
 
 void LogCapture::ExpectOnly(std::initializer_list<ExpectedLine> expected) const {
-    const auto shown = [](int id, unsigned level, const std::string& file, unsigned long line,
-                          const std::string& text) {
-        return std::to_string(id) + ' ' + std::to_string(level) + ' ' + file + ':' + std::to_string(line) + ' ' + text;
+    const auto shown = [](const auto& line) {
+        return std::to_string(line.level) + ' ' + line.file + ':' + std::to_string(line.line) + ' ' + line.text;
     };
     std::vector<std::string> wanted;
-    for (const ExpectedLine& line : expected) {
-        wanted.push_back(shown(Z4::EAL_ID_ZELK_CORE, line.level, line.file, line.line, line.text));
-    }
+    std::transform(expected.begin(), expected.end(), std::back_inserter(wanted), shown);
     std::vector<std::string> seen;
     for (const LogLine& line : Lines()) {
-        seen.push_back(shown(line.id, line.level, line.file, line.line, line.text));
+        EXPECT_EQ(line.id, Z4::EAL_ID_ZELK_CORE);
+        seen.push_back(shown(line));
     }
     EXPECT_EQ(seen, wanted);
 }

@@ -14,16 +14,13 @@ namespace {
 
 std::atomic<std::size_t> g_blocks;
 std::atomic<std::size_t> g_bytes;
-std::atomic<std::size_t> g_untilRefusal; ///< 1 refuses, 0 never comes to that
-std::atomic<std::size_t> g_refusals;     ///< left, SIZE_MAX without end
+std::atomic<std::size_t> g_allocations; ///< since the last FailAllocations(), whose arguments the others are
+std::atomic<std::size_t> g_first;
+std::atomic<std::size_t> g_count;
 
 void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
-    if (g_untilRefusal > 1) {
-        --g_untilRefusal;
-    } else if (g_untilRefusal == 1) {
-        if (g_refusals != SIZE_MAX && --g_refusals == 0) {
-            g_untilRefusal = 0;
-        }
+    const std::size_t number = ++g_allocations;
+    if (g_first != 0 && number >= g_first && number - g_first < g_count) {
         return nullptr;
     }
     void* block = nullptr;
@@ -69,8 +66,9 @@ Balance OutstandingMemory() {
 }
 
 void FailAllocations(std::size_t first, std::size_t count) {
-    g_refusals = count;
-    g_untilRefusal = first;
+    g_allocations = 0;
+    g_first = first;
+    g_count = count;
 }
 
 } // namespace ZelkTest
