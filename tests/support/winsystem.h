@@ -11,7 +11,7 @@ namespace ZelkTest {
 /// Handles that this process holds. The system's own count of them knows nothing under Wine, so each number is tried.
 inline unsigned CountHandles() {
     unsigned count = 0;
-    for (std::uintptr_t number = 4; number < 0x10000; number += 4) {
+    for (std::uintptr_t number = 4; number < 0x8000; number += 4) {
         DWORD flags = 0;
         count += GetHandleInformation(reinterpret_cast<HANDLE>(number), &flags) != 0 ? 1u : 0u;
     }
