@@ -30,12 +30,7 @@ std::string FormatMessage(const char* format, va_list arguments) {
 
 struct CaptureSlots {
     static unsigned char Z4_CDECL IsEnabled(int, unsigned level) {
-        if (g_capture == nullptr) {
-            return 1;
-        }
-        const std::lock_guard guard(g_capture->m_mutex);
-        ++g_capture->m_questions;
-        return (g_capture->m_levels & level) != 0;
+        return g_capture == nullptr || (g_capture->m_levels & level) != 0;
     }
 
     static unsigned char Z4_CDECL Assert(int, const char* expression, const char* message, const char* file,
@@ -84,11 +79,6 @@ void LogCapture::ExpectOnly(std::initializer_list<ExpectedLine> expected) const 
         seen.push_back(shown(line));
     }
     EXPECT_EQ(seen, wanted);
-}
-
-unsigned LogCapture::Questions() const {
-    const std::lock_guard guard(m_mutex);
-    return m_questions;
 }
 
 ExpectContract::ExpectContract(unsigned reports) : m_expected(reports) {
