@@ -1,9 +1,12 @@
-// Hunted here: messages that are cut, printed at a level that is off or lost with a file that is not there; assertions
-// that speak twice.
+// Hunted here: messages that are cut, mixed with another thread's, printed at a level that is off or lost with a file
+// that is not there; assertions that speak twice.
 #include "capture.h"
 
 #include <gtest/gtest.h>
 #include <host/zelkhost.h>
+#include <set>
+#include <sstream>
+#include <tests/os/crowd.h>
 #include <zelk_core/base/log.h>
 
 namespace {
@@ -61,15 +64,27 @@ TEST(HostLog, AFileThatCannotBeOpenedLeavesStandardError) {
     EXPECT_EQ(error.Text(), "here\nhere\nhere\n");
 }
 
-TEST(HostLog, MessagesOfAnyLengthStayWhole) {
-    const CapturedError error;
-    std::string expected;
-    for (const std::size_t length : {0u, 300u, 1021u, 1022u, 1023u, 1024u, 200'000u}) {
-        const std::string text(length, static_cast<char>('a' + length % 26));
-        Print(Z4::EAL_LOG_INFO, "%s\n", text.c_str());
-        expected += text + '\n';
+TEST(HostLog, MessagesOfAnyLengthAndManyThreadsStayWhole) {
+    constexpr unsigned THREADS = 8;
+    constexpr std::size_t LENGTHS[] = {0, 300, 1021, 1022, 1023, 1024, 5000, 200'000};
+    const TemporaryFile file;
+    ZelkHost::Install({.logFile = file.Utf8().c_str()});
+    std::multiset<std::string> missing;
+    for (unsigned i = 0; i < THREADS * 4 * std::size(LENGTHS); ++i) {
+        missing.insert(std::string(LENGTHS[i / THREADS % std::size(LENGTHS)], static_cast<char>('a' + i % THREADS)));
     }
-    EXPECT_TRUE(error.Text() == expected);
+    ZelkTest::RunCrowd(THREADS, [&](unsigned thread) {
+        for (std::size_t i = 0; i < 4 * std::size(LENGTHS); ++i) {
+            const std::string text(LENGTHS[i % std::size(LENGTHS)], static_cast<char>('a' + thread));
+            Print(Z4::EAL_LOG_INFO, "%s\n", text.c_str());
+        }
+    });
+    ZelkHost::Install();
+    std::istringstream content(file.Content());
+    for (std::string text; std::getline(content, text);) {
+        ASSERT_TRUE(missing.extract(text)) << text.size() << " characters";
+    }
+    EXPECT_TRUE(missing.empty());
 }
 
 TEST(HostLog, AnAssertionSpeaksOnceUnlessItHasNoFlag) {
