@@ -109,7 +109,7 @@ TEST_P(Memory, ArgumentsThatCannotBeServedGiveNull) {
         EXPECT_EQ(Allocate(size, 4), nullptr) << size;
     }
     m_table.free(nullptr);
-    char* const block = Allocate(64, 4);
+    char* block = Allocate(64, 4);
     std::memset(block, 'a', 64);
     ZelkHost::FailAllocations(1, 2);
     EXPECT_EQ(m_table.realloc(block, 1000, 3), nullptr) << "invalid, and so not counted";
@@ -117,6 +117,8 @@ TEST_P(Memory, ArgumentsThatCannotBeServedGiveNull) {
     EXPECT_EQ(m_table.realloc(block, 1000, 4), nullptr);
     EXPECT_EQ(ZelkHost::FailAllocations(0), 2u);
     EXPECT_EQ(std::count(block, block + 64, 'a'), 64) << "a refused reallocation leaves the block as it was";
+    block = static_cast<char*>(m_table.realloc(block, 1000, 4));
+    EXPECT_NE(block, nullptr) << "nothing is refused any more";
     m_table.free(block);
 }
 
