@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Talks with the chat example, whose command is given as arguments, from outside Wine: as its server and as its guest."""
+"""Talks with the chat example, whose command is given as arguments, from outside Wine: as its server, then as its guest.
+"""
 import socket
 import subprocess
 import sys

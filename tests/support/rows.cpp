@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <utility>
 
 namespace ZelkTest {
 
@@ -44,12 +43,6 @@ std::vector<std::string> Split(const std::string& line) {
 }
 
 } // namespace
-
-Row::Row(std::string where, std::vector<std::string> fields) : m_where(std::move(where)), m_fields(std::move(fields)) {}
-
-const std::string& Row::Text(std::size_t field) const {
-    return m_fields.at(field);
-}
 
 std::uint64_t Row::Number(std::size_t field) const {
     std::size_t read = 0;

@@ -20,12 +20,6 @@ Guard g_guard = Guard::END;
 std::atomic<bool> g_contractsExpected;
 std::atomic<unsigned> g_contractReports;
 
-std::string FormatMessage(const char* format, va_list arguments) {
-    char text[4096];
-    std::vsnprintf(text, sizeof(text), format, arguments);
-    return text;
-}
-
 } // namespace
 
 struct CaptureSlots {
@@ -44,9 +38,10 @@ struct CaptureSlots {
 
     static void Z4_CDECL Print(int id, unsigned level, const char* file, unsigned long line, const char* format,
                                va_list arguments) {
-        const std::string text = FormatMessage(format, arguments);
+        char text[4096];
+        std::vsnprintf(text, sizeof text, format, arguments);
         if (g_capture == nullptr) {
-            std::fputs(text.c_str(), stderr);
+            std::fputs(text, stderr);
             return;
         }
         const std::lock_guard guard(g_capture->m_mutex);
