@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
-"""Talks with the chat example, whose command is given as arguments, from outside Wine: as its server, then as its guest.
-"""
+"""Talks with the chat example, whose command is given as arguments, from outside Wine: as server, then as guest."""
 import socket
 import subprocess
 import sys
