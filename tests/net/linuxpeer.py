@@ -1,39 +1,35 @@
 #!/usr/bin/env python3
-"""Serves the test program given as arguments from outside Wine, runs it and judges by its last words.
-
-It sends back what comes to it, on TCP connections until their end and as datagrams to the same port.
-"""
-import os
+"""Talks with the chat example, whose command is given as arguments, from outside Wine: as server, then as guest."""
 import socket
 import subprocess
 import sys
 import threading
 
 
-def serve(connection):
+def expect(heard, expected, what):
+    if heard != expected:
+        sys.exit(f"{what}: {heard[:200]!r} instead of {expected[:200]!r}")
+
+
+def give_back_the_stream(listener):
+    connection, _ = listener.accept()
     with connection:
-        while data := connection.recv(65536):
-            connection.sendall(data)
+        received = b"".join(iter(lambda: connection.recv(65536), b""))
+        connection.sendall(received)
 
 
-def accept(listener):
-    while True:
-        connection, _ = listener.accept()
-        threading.Thread(target=serve, args=(connection,), daemon=True).start()
+command = sys.argv[1:]
+lines = "".join(f"line {number} of many\n" for number in range(50_000)).encode()
+with socket.create_server(("127.0.0.1", 0)) as listener:
+    threading.Thread(target=give_back_the_stream, args=(listener,), daemon=True).start()
+    port = str(listener.getsockname()[1])
+    joined = subprocess.run([*command, "127.0.0.1", port], input=lines, stdout=subprocess.PIPE, check=True, timeout=60)
+expect(joined.stdout.replace(b"\r\n", b"\n"), lines, "as its server")
 
-
-def reflect(datagrams):
-    while True:
-        data, peer = datagrams.recvfrom(65536)
-        datagrams.sendto(data, peer)
-
-
-listener = socket.create_server(("127.0.0.1", 0))
-port = listener.getsockname()[1]
-datagrams = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-datagrams.bind(("127.0.0.1", port))
-threading.Thread(target=accept, args=(listener,), daemon=True).start()
-threading.Thread(target=reflect, args=(datagrams,), daemon=True).start()
-sys.stdout.flush()
-result = subprocess.run(sys.argv[1:], env={**os.environ, "ZELK_PEER_PORT": str(port)}, check=False)
-sys.exit(result.returncode)
+room = subprocess.Popen([*command, "0"], stdout=subprocess.PIPE)
+port = int(room.stdout.readline().split()[-1])
+with socket.create_connection(("127.0.0.1", port), timeout=60) as connection:
+    connection.sendall(b"Hello\n/stop\n")
+    heard = b"".join(iter(lambda: connection.recv(65536), b""))
+expect(heard, b"Welcome, guest 1.\nguest 1: Hello\nguest 1: /stop\n", "as its guest")
+expect(room.wait(60), 0, "its end")

@@ -8,7 +8,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <utility>
 #include <zelk_core/net/tcpsocket.h>
 #include <zelk_core/os/lifecycle.h>
 
@@ -30,13 +29,6 @@ public:
     RawSocket& operator=(const RawSocket&) = delete;
 
     operator SOCKET() const { return m_handle; }
-
-    /// Lets its end reset the other one, now.
-    void Reset() {
-        const linger hard{1, 0};
-        setsockopt(m_handle, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&hard), sizeof hard);
-        closesocket(std::exchange(m_handle, INVALID_SOCKET));
-    }
 
     /// Binds to a free loopback port.
     /// @return the port.

@@ -21,16 +21,11 @@ inline DebuggedRun RunUnderDebugger(const char* arguments) {
     std::string commandLine = std::string("\"") + program + "\" " + arguments;
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
-    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
-    const HANDLE nowhere = CreateFileA("NUL", GENERIC_WRITE, FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, nullptr);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = nowhere;
+    startup.dwFlags = STARTF_USESTDHANDLES; // and has none
     PROCESS_INFORMATION process{};
     DebuggedRun run;
-    const BOOL started = CreateProcessA(program, commandLine.data(), nullptr, nullptr, TRUE, DEBUG_ONLY_THIS_PROCESS,
-                                        nullptr, nullptr, &startup, &process);
-    CloseHandle(nowhere);
-    if (started == 0) {
+    if (CreateProcessA(program, commandLine.data(), nullptr, nullptr, FALSE, DEBUG_ONLY_THIS_PROCESS, nullptr, nullptr,
+                       &startup, &process) == 0) {
         return run;
     }
     bool isAtStart = true; // the system stops each new process once

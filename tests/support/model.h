@@ -104,11 +104,9 @@ void RunModel(Real& real, Model& model, std::span<const Operation<Real, Model, A
         }
         compare();
         if (testing::Test::HasFailure()) {
-            std::string last;
-            for (std::size_t i = history.size() - std::min<std::size_t>(history.size(), 10); i < history.size(); ++i) {
-                last += "\n    " + history[i];
-            }
-            FAIL() << "step " << step << ", after:" << last;
+            const auto ten = std::min<std::ptrdiff_t>(static_cast<std::ptrdiff_t>(history.size()), 10);
+            history.erase(history.begin(), history.end() - ten);
+            FAIL() << "step " << step << ", after " << testing::PrintToString(history);
         }
     }
 }

@@ -1,18 +1,12 @@
 #include "rows.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <utility>
 
 namespace ZelkTest {
 
 namespace {
-
-std::string Trim(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(' ');
-    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(' ') + 1 - first);
-}
 
 /// The character behind a backslash at `at`, which is moved to its end.
 char Unescape(const std::string& line, std::size_t& at) {
@@ -21,62 +15,46 @@ char Unescape(const std::string& line, std::size_t& at) {
         return '\n';
     case 'x':
         at += 2;
-        return static_cast<char>(std::strtoul(line.substr(at - 1, 2).c_str(), nullptr, 16));
+        return static_cast<char>(std::stoul(line.substr(at - 1, 2), nullptr, 16));
     default:
         return character;
     }
 }
 
 std::vector<std::string> Split(const std::string& line) {
-    std::vector<std::string> fields(1);
-    bool quoted = false;
-    bool wasQuoted = false;
-    for (std::size_t at = 0; at < line.size(); ++at) {
+    std::vector<std::string> fields;
+    std::size_t at = 0;
+    do {
+        at = std::min(line.find_first_not_of(' ', at), line.size());
+        std::string& field = fields.emplace_back();
         if (line[at] == '"') {
-            quoted = !quoted;
-            fields.back() = wasQuoted ? fields.back() : ""; // drops the blanks before
-            wasQuoted = true;
-        } else if (quoted) {
-            fields.back() += line[at] == '\\' ? Unescape(line, at) : line[at];
-        } else if (line[at] == '|') {
-            fields.back() = wasQuoted ? fields.back() : Trim(fields.back());
-            fields.emplace_back();
-            wasQuoted = false;
-        } else if (!wasQuoted) {
-            fields.back() += line[at];
+            while (line.at(++at) != '"') {
+                field += line[at] == '\\' ? Unescape(line, at) : line[at];
+            }
+            at = std::min(line.find('|', at), line.size());
+        } else {
+            const std::size_t end = std::min(line.find('|', at), line.size());
+            field = line.substr(at, end - at);
+            field.erase(field.find_last_not_of(' ') + 1);
+            at = end;
         }
-    }
-    fields.back() = wasQuoted ? fields.back() : Trim(fields.back());
+    } while (at++ < line.size());
     return fields;
 }
 
 } // namespace
 
-Row::Row(std::string where, std::vector<std::string> fields) : m_where(std::move(where)), m_fields(std::move(fields)) {}
-
-std::string Row::Text(std::size_t field) const {
-    if (field >= m_fields.size()) {
-        ADD_FAILURE() << m_where << " has no field " << field;
-        return {};
-    }
-    return m_fields[field];
-}
-
 std::uint64_t Row::Number(std::size_t field) const {
-    const std::string text = Text(field);
-    char* end = nullptr;
-    const std::uint64_t number = std::strtoull(text.c_str(), &end, 0);
-    EXPECT_TRUE(!text.empty() && *end == '\0') << m_where << ": no number: " << text;
+    std::size_t read = 0;
+    const std::uint64_t number = std::stoull(Text(field), &read, 0);
+    EXPECT_EQ(read, Text(field).size()) << m_where << ": no number: " << Text(field);
     return number;
 }
 
 std::vector<unsigned char> Row::Bytes(std::size_t field) const {
-    const std::string text = Text(field);
-    EXPECT_TRUE(text.size() % 2 == 0 && text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos)
-        << m_where << ": no pairs of digits: " << text;
     std::vector<unsigned char> bytes;
-    for (std::size_t at = 0; at + 1 < text.size(); at += 2) {
-        bytes.push_back(static_cast<unsigned char>(std::strtoul(text.substr(at, 2).c_str(), nullptr, 16)));
+    for (std::size_t at = 0; at < Text(field).size(); at += 2) {
+        bytes.push_back(static_cast<unsigned char>(std::stoul(Text(field).substr(at, 2), nullptr, 16)));
     }
     return bytes;
 }

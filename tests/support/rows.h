@@ -5,20 +5,21 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ZelkTest {
 
 class Row {
 public:
-    Row(std::string where, std::vector<std::string> fields);
+    Row(std::string where, std::vector<std::string> fields) : m_where(std::move(where)), m_fields(std::move(fields)) {}
 
     /// The file and the line, for messages.
     const std::string& Where() const { return m_where; }
     std::size_t Size() const { return m_fields.size(); }
 
     /// The fields, counted from 0; an unreadable one fails the test.
-    std::string Text(std::size_t field) const;
+    const std::string& Text(std::size_t field) const { return m_fields.at(field); }
     /// In decimal, or with 0x in hexadecimal.
     std::uint64_t Number(std::size_t field) const;
     /// Of digits in pairs.

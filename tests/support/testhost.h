@@ -39,14 +39,11 @@ public:
     std::vector<LogLine> Lines() const;
     /// Expects that there were these messages of the library's and no others, in this order.
     void ExpectOnly(std::initializer_list<ExpectedLine> expected) const;
-    /// How often the library asked whether a level is enabled.
-    unsigned Questions() const;
 
 private:
     friend struct CaptureSlots;
     mutable std::mutex m_mutex;
     unsigned m_levels;
-    unsigned m_questions = 0;
     std::vector<LogLine> m_lines;
 };
 
@@ -66,10 +63,9 @@ Z4::eal_log_dll_interface LogTable();
 /// Puts the program's own tables back after a test that installed others.
 void ReinstallHost();
 
-/// Blocks and bytes that the library holds at this moment.
+/// What the library holds at this moment.
 struct Balance {
     std::size_t blocks;
-    std::size_t bytes;
 };
 Balance OutstandingMemory();
 

@@ -13,17 +13,13 @@ namespace ZelkTest {
 namespace {
 
 std::atomic<std::size_t> g_blocks;
-std::atomic<std::size_t> g_bytes;
-std::atomic<std::size_t> g_untilRefusal; ///< 1 refuses, 0 never comes to that
-std::atomic<std::size_t> g_refusals;     ///< left, SIZE_MAX without end
+std::atomic<std::size_t> g_allocations; ///< since the last FailAllocations(), whose arguments the others are
+std::atomic<std::size_t> g_first;
+std::atomic<std::size_t> g_count;
 
 void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
-    if (g_untilRefusal > 1) {
-        --g_untilRefusal;
-    } else if (g_untilRefusal == 1) {
-        if (g_refusals != SIZE_MAX && --g_refusals == 0) {
-            g_untilRefusal = 0;
-        }
+    const std::size_t number = ++g_allocations;
+    if (g_first != 0 && number >= g_first && number - g_first < g_count) {
         return nullptr;
     }
     void* block = nullptr;
@@ -31,14 +27,12 @@ void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
         return nullptr;
     }
     ++g_blocks;
-    g_bytes += malloc_usable_size(block);
     return block;
 }
 
 void Free(void* block) {
     ASSERT_NE(block, nullptr) << "The host's free() never gets null.";
     --g_blocks;
-    g_bytes -= malloc_usable_size(block);
     std::free(block);
 }
 
@@ -65,12 +59,13 @@ void InstallMemory(Guard) {
 }
 
 Balance OutstandingMemory() {
-    return {g_blocks, g_bytes};
+    return {g_blocks};
 }
 
 void FailAllocations(std::size_t first, std::size_t count) {
-    g_refusals = count;
-    g_untilRefusal = first;
+    g_allocations = 0;
+    g_first = first;
+    g_count = count;
 }
 
 } // namespace ZelkTest

@@ -29,8 +29,7 @@ void InstallMemory(Guard guard) {
 }
 
 Balance OutstandingMemory() {
-    const ZelkHost::MemoryStatistics statistics = ZelkHost::GetMemoryStatistics(Z4::EAL_ID_ZELK_CORE);
-    return {statistics.blocks, statistics.bytes};
+    return {ZelkHost::GetMemoryStatistics(Z4::EAL_ID_ZELK_CORE).blocks};
 }
 
 void FailAllocations(std::size_t first, std::size_t count) {
