@@ -86,12 +86,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     UnwindEntry entry{};
     const bool isCovered = FindEntry(table, head.pc, entry);
-    Require(!isCovered || IsUnwindTable(table) || CountEntries(table) != 0);
+    Require(IsUnwindTable(table) || !isCovered || CountEntries(table) != 0);
     Index(table, head.pc, isCovered);
     if (isCovered) {
         Walk(table, entry, head.pc, stackBlock.At(STACK_ADDRESS), registers);
     }
     // Any place in the bytes can be taken for an entry.
-    Walk(table, {0, head.registers[0] % (tableBlock.size + 1)}, head.pc, stackBlock.At(STACK_ADDRESS), registers);
+    const UnwindEntry any{0, head.registers[0] % (tableBlock.size + 1)};
+    Covers(table, any, head.pc);
+    Walk(table, any, head.pc, stackBlock.At(STACK_ADDRESS), registers);
     return 0;
 }

@@ -109,7 +109,7 @@ bool ReadCommon(const MemoryView& table, const Record& record, CommonRecord& com
 bool ReadFunction(const MemoryView& table, const Record& record, FunctionRecord& function) {
     Cursor cursor(table, record.begin, record.end);
     const auto back = cursor.Take<std::uint32_t>();
-    if (!cursor.IsGood() || back == 0 || back > record.begin) {
+    if (back == 0 || back > record.begin) { // a record has room for this number
         return false;
     }
     std::uint32_t offset = record.begin - back;
