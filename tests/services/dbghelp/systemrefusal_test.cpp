@@ -1,0 +1,112 @@
+// Breakpoints and call stacks where the system refuses. Hunted are errors that nobody is told of, slots that are lost,
+// and threads that stay suspended.
+#include <tests/support/importhook.h>
+#include <tests/support/testhost.h>
+
+#include <tlhelp32.h>
+#include <winternl.h>
+
+#include <zelk_core/services/dbghelp/breakpoint.h>
+#include <zelk_core/services/dbghelp/callstack.h>
+#include <zelk_core/services/dbghelp/lifecycle.h>
+
+namespace {
+
+using namespace Z4;
+using ZelkTest::Failure;
+
+int g_watched;
+DWORD g_other;
+
+Error SetOn(unsigned long threadId) {
+    unsigned long slot = 0;
+    const Error error = HardwareBreakpoint::Set(&g_watched, 4, BREAK_ON_WRITE, threadId, nullptr, nullptr, slot);
+    HardwareBreakpoint::ClearAll();
+    return error;
+}
+Error SetOnThis() {
+    return SetOn(GetCurrentThreadId());
+}
+Error SetOnOther() {
+    return SetOn(g_other);
+}
+Error SetOnAll() {
+    return SetOn(HardwareBreakpoint::ALL_THREADS);
+}
+Error Capture() {
+    return CallStack().CaptureThread(g_other);
+}
+
+void* WINAPI RefuseHandler(ULONG, PVECTORED_EXCEPTION_HANDLER) {
+    return nullptr;
+}
+HANDLE WINAPI RefuseThread(DWORD, BOOL, DWORD) {
+    SetLastError(Failure::s_error);
+    return nullptr;
+}
+HANDLE WINAPI RefuseSnapshot(DWORD, DWORD) {
+    return INVALID_HANDLE_VALUE;
+}
+DWORD WINAPI WaitFor(void* event) {
+    return WaitForSingleObject(event, INFINITE);
+}
+/// Shows registers that nothing was written to.
+BOOL WINAPI ShowNone(HANDLE, CONTEXT* context) {
+    *context = CONTEXT{};
+    return TRUE;
+}
+
+TEST(SystemRefusal, IsToldAndLeavesNothingBehind) {
+    InitializeDbgHelpService(false);
+    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE thread = CreateThread(nullptr, 0, WaitFor, event, 0, &g_other);
+    const struct {
+        const char* name;
+        void* replacement;
+        DWORD lastError;
+        long result;
+        Error (*ask)();
+        Error error;
+    } rows[] = {
+        {"AddVectoredExceptionHandler", reinterpret_cast<void*>(RefuseHandler), 0, 0, SetOnThis, ERR_OUT_OF_RESOURCES},
+        {ZELK_FAILING(GetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnThis, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(GetThreadContext), ERROR_NOT_SUPPORTED, 0, SetOnThis, ERR_UNSUPPORTED},
+        {ZELK_FAILING(GetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(GetThreadContext), 0, 0, Capture, ERR_ACCESS_DENIED},
+        {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnThis, ERR_UNSUPPORTED},
+        {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnOther, ERR_UNSUPPORTED},
+        {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnThis, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(SuspendThread), 0, -1, SetOnOther, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(SuspendThread), 0, -1, Capture, ERR_ACCESS_DENIED},
+        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},
+        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_ACCESS_DENIED, 0, Capture, ERR_ACCESS_DENIED},
+        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_INVALID_PARAMETER, 0, Capture, ERR_NOT_FOUND},
+        {ZELK_FAILING(GetProcessIdOfThread), 0, 0, SetOnOther, ERR_NOT_FOUND},
+        {ZELK_FAILING(GetProcessIdOfThread), 0, 0, Capture, ERR_NOT_FOUND},
+        {ZELK_FAILING(GetExitCodeThread), 0, 0, Capture, ERR_NOT_FOUND},
+        {ZELK_FAILING(NtQueryInformationThread), 0, -1, Capture, ERR_NOT_FOUND},
+        {"CreateToolhelp32Snapshot", reinterpret_cast<void*>(RefuseSnapshot), 0, 0, SetOnAll, ERR_OUT_OF_RESOURCES},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.name << " " << row.lastError);
+        {
+            Failure::s_error = row.lastError;
+            Failure::s_result = row.result;
+            const ZelkTest::ImportHook hook(row.name, row.replacement);
+            EXPECT_EQ(row.ask(), row.error);
+        }
+        EXPECT_EQ(ResumeThread(thread), 0u) << "it is not suspended";
+        EXPECT_EQ(SetOnAll(), ERR_OK) << "no slot is lost";
+    }
+    EXPECT_EQ(Capture(), ERR_OK);
+    EXPECT_EQ(HardwareBreakpoint::Clear(HardwareBreakpoint::SLOTS), ERR_NOT_FOUND);
+    EXPECT_EQ(HardwareBreakpoint::GetHits(HardwareBreakpoint::SLOTS), 0u);
+    EXPECT_EQ(StringBreakpoint::GetHits(StringBreakpoint::SLOTS), 0u);
+    SetEvent(event);
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+    CloseHandle(event);
+    ShutdownDbgHelpService();
+}
+
+} // namespace
