@@ -18,6 +18,7 @@
 #include <sstream>
 #include <string>
 #include <vector>
+#include <zelk_core/services/dbghelp/callstack.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
 #include <zelk_core/services/dbghelp/symbolmap.h>
@@ -280,7 +281,16 @@ TEST_F(SymbolHandlerTest, HoldsFilesOfSoManyModules) {
     DeleteFileA(list.c_str());
 }
 
+FARPROC WINAPI FindNothing(HMODULE, LPCSTR) {
+    return nullptr;
+}
+
 TEST_F(SymbolHandlerTest, MakesNamesReadable) {
+    ASSERT_TRUE(WinDbgHelp::Instance().IsLoaded());
+    {
+        const ZelkTest::ImportHook hook("GetProcAddress", FindNothing);
+        EXPECT_EQ(m_handler.Demangle("?f@@YAXXZ", nullptr, 0), 1u) << "in short, where the library cannot";
+    }
     const auto read = [&](const char* name) {
         char text[64] = "?";
         const unsigned long length = m_handler.Demangle(name, text, sizeof text);
@@ -385,6 +395,27 @@ TEST(LateModules, AreReadAndForgotten) {
         EXPECT_TRUE(SymbolHandler::Instance().Resolve(here, info));
         EXPECT_EQ(library.Count("SymGetSymFromAddr64"), loaded != 0 ? 1u : 0u);
     }
+    // In the text of a call stack, beside one that lies nowhere.
+    library.answers["SymGetLineFromAddr64"] = [](const ZelkTest::StandIn::Call& call) {
+        static char file[] = "folder\\file.cpp";
+        auto& line = *ZelkTest::FromNumber<IMAGEHLP_LINE64*>(call.arguments[3]);
+        line.FileName = file;
+        line.LineNumber = 7;
+        return 1;
+    };
+    CallStack stack;
+    CONTEXT registers{};
+    char text[256];
+    registers.Eip = static_cast<DWORD>(ZelkTest::ToNumber(here));
+    ASSERT_EQ(stack.CaptureFrom(&registers), 1u);
+    stack.FrameToText(0, text, sizeof text, CallStack::LINES);
+    EXPECT_THAT(text, HasSubstr(" file.cpp:7"));
+    const unsigned long hash = stack.GetHash();
+    registers.Eip = 1;
+    ASSERT_EQ(stack.CaptureFrom(&registers), 1u);
+    EXPECT_NE(stack.GetHash(), hash);
+    stack.FrameToText(0, text, sizeof text, CallStack::LINES);
+    EXPECT_STREQ(text, "  0 00000001");
     ShutdownDbgHelpService();
 }
 

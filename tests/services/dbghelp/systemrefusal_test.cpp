@@ -1,5 +1,5 @@
 // Breakpoints and call stacks where the system refuses. Hunted are errors that nobody is told of, slots that are lost,
-// and threads that stay suspended.
+// threads that stay suspended, and exceptions that are taken from others.
 #include <tests/support/importhook.h>
 #include <tests/support/testhost.h>
 
@@ -106,6 +106,23 @@ TEST(SystemRefusal, IsToldAndLeavesNothingBehind) {
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
     CloseHandle(event);
+    ShutdownDbgHelpService();
+}
+
+unsigned g_steps;
+
+LONG CALLBACK CountSteps(EXCEPTION_POINTERS* exception) {
+    g_steps += exception->ExceptionRecord->ExceptionCode == EXCEPTION_SINGLE_STEP ? 1 : 0;
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+TEST(SystemRefusal, PassesOnTheStepsOfOthers) {
+    InitializeDbgHelpService(false);
+    EXPECT_EQ(SetOnThis(), ERR_OK); // from now on the library sees all exceptions first
+    void* const handler = AddVectoredExceptionHandler(0, CountSteps);
+    RaiseException(static_cast<DWORD>(EXCEPTION_SINGLE_STEP), 0, 0, nullptr);
+    EXPECT_EQ(g_steps, 1u);
+    RemoveVectoredExceptionHandler(handler);
     ShutdownDbgHelpService();
 }
 
