@@ -416,6 +416,9 @@ TEST(LateModules, AreReadAndForgotten) {
     EXPECT_NE(stack.GetHash(), hash);
     stack.FrameToText(0, text, sizeof text, CallStack::LINES);
     EXPECT_STREQ(text, "  0 00000001");
+    const ZelkTest::LogCapture log;
+    stack.Log(EAL_LOG_ERROR, 0);
+    EXPECT_THAT(log.Lines().at(0).text, HasSubstr("EAL_LOG_ERROR:   0 00000001"));
     ShutdownDbgHelpService();
 }
 

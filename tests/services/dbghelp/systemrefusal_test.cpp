@@ -56,10 +56,23 @@ BOOL WINAPI ShowNone(HANDLE, CONTEXT* context) {
     return TRUE;
 }
 
-TEST(SystemRefusal, IsToldAndLeavesNothingBehind) {
-    InitializeDbgHelpService(false);
-    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    const HANDLE thread = CreateThread(nullptr, 0, WaitFor, event, 0, &g_other);
+/// With a second thread, which waits.
+class SystemRefusal : public testing::Test {
+protected:
+    SystemRefusal() { InitializeDbgHelpService(false); }
+    ~SystemRefusal() override {
+        SetEvent(m_event);
+        WaitForSingleObject(m_thread, INFINITE);
+        CloseHandle(m_thread);
+        CloseHandle(m_event);
+        ShutdownDbgHelpService();
+    }
+
+    HANDLE m_event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    HANDLE m_thread = CreateThread(nullptr, 0, WaitFor, m_event, 0, &g_other);
+};
+
+TEST_F(SystemRefusal, IsToldAndLeavesNothingBehind) {
     const struct {
         const char* name;
         void* replacement;
@@ -95,18 +108,13 @@ TEST(SystemRefusal, IsToldAndLeavesNothingBehind) {
             const ZelkTest::ImportHook hook(row.name, row.replacement);
             EXPECT_EQ(row.ask(), row.error);
         }
-        EXPECT_EQ(ResumeThread(thread), 0u) << "it is not suspended";
+        EXPECT_EQ(ResumeThread(m_thread), 0u) << "it is not suspended";
         EXPECT_EQ(SetOnAll(), ERR_OK) << "no slot is lost";
     }
     EXPECT_EQ(Capture(), ERR_OK);
     EXPECT_EQ(HardwareBreakpoint::Clear(HardwareBreakpoint::SLOTS), ERR_NOT_FOUND);
     EXPECT_EQ(HardwareBreakpoint::GetHits(HardwareBreakpoint::SLOTS), 0u);
     EXPECT_EQ(StringBreakpoint::GetHits(StringBreakpoint::SLOTS), 0u);
-    SetEvent(event);
-    WaitForSingleObject(thread, INFINITE);
-    CloseHandle(thread);
-    CloseHandle(event);
-    ShutdownDbgHelpService();
 }
 
 unsigned g_steps;
@@ -116,14 +124,27 @@ LONG CALLBACK CountSteps(EXCEPTION_POINTERS* exception) {
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-TEST(SystemRefusal, PassesOnTheStepsOfOthers) {
-    InitializeDbgHelpService(false);
+TEST_F(SystemRefusal, PassesOnTheStepsOfOthers) {
     EXPECT_EQ(SetOnThis(), ERR_OK); // from now on the library sees all exceptions first
     void* const handler = AddVectoredExceptionHandler(0, CountSteps);
     RaiseException(static_cast<DWORD>(EXCEPTION_SINGLE_STEP), 0, 0, nullptr);
     EXPECT_EQ(g_steps, 1u);
     RemoveVectoredExceptionHandler(handler);
-    ShutdownDbgHelpService();
+}
+
+TEST_F(SystemRefusal, LeavesABreakpointOfOneThreadToThat) {
+    unsigned long slots[2];
+    int other = 0;
+    ASSERT_EQ(HardwareBreakpoint::Set(&g_watched, 4, BREAK_ON_WRITE, GetCurrentThreadId(), nullptr, nullptr, slots[0]),
+              ERR_OK);
+    ASSERT_EQ(
+        HardwareBreakpoint::Set(&other, 4, BREAK_ON_WRITE, HardwareBreakpoint::ALL_THREADS, nullptr, nullptr, slots[1]),
+        ERR_OK);
+    CONTEXT context{};
+    context.ContextFlags = CONTEXT_DEBUG_REGISTERS;
+    EXPECT_NE(GetThreadContext(m_thread, &context), 0);
+    EXPECT_EQ(context.Dr7 & 0xF, 1u << 2 * slots[1]);
+    HardwareBreakpoint::ClearAll();
 }
 
 } // namespace
