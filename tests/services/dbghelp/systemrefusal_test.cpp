@@ -61,6 +61,7 @@ class SystemRefusal : public testing::Test {
 protected:
     SystemRefusal() { InitializeDbgHelpService(false); }
     ~SystemRefusal() override {
+        ResumeThread(m_thread); // which a fault has left suspended
         SetEvent(m_event);
         WaitForSingleObject(m_thread, INFINITE);
         CloseHandle(m_thread);
@@ -112,6 +113,10 @@ TEST_F(SystemRefusal, IsToldAndLeavesNothingBehind) {
         EXPECT_EQ(SetOnAll(), ERR_OK) << "no slot is lost";
     }
     EXPECT_EQ(Capture(), ERR_OK);
+    EXPECT_EQ(ResumeThread(m_thread), 0u);
+    SetEvent(m_event);
+    WaitForSingleObject(m_thread, INFINITE);
+    EXPECT_EQ(Capture(), ERR_NOT_FOUND) << "it has ended, and is still known";
     EXPECT_EQ(HardwareBreakpoint::Clear(HardwareBreakpoint::SLOTS), ERR_NOT_FOUND);
     EXPECT_EQ(HardwareBreakpoint::GetHits(HardwareBreakpoint::SLOTS), 0u);
     EXPECT_EQ(StringBreakpoint::GetHits(StringBreakpoint::SLOTS), 0u);
