@@ -12,6 +12,7 @@
 #include <string>
 #include <tests/support/random.h>
 #include <tests/support/rows.h>
+#include <utility>
 #include <vector>
 #include <zelk_core/generics/stringpool.h>
 #include <zelk_core/os/nullock.h>
