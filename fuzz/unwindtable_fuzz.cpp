@@ -7,7 +7,7 @@
 #include <cstring>
 #include <memory>
 #include <vector>
-#include <zelk_core/services/dbghelp/private/unwindtable.h>
+#include <zelk_core/services/dbghelp/private/unwindrecords.h>
 
 namespace {
 
@@ -42,12 +42,16 @@ void Index(const MemoryView& table, std::uint32_t pc, bool isCovered) {
     }
 }
 
-/// Unwinds by one entry until there is no caller.
+/// Unwinds by one entry until there is no caller, which what other entries left in `common` must not change.
 void Walk(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
-          StackRegisters registers) {
+          StackRegisters registers, Unwinding::CommonRecord& common) {
     for (;;) {
         const StackRegisters before = registers;
-        const Unwound result = UnwindFrame(table, entry, pc, stack, registers);
+        const Unwound result = UnwindFrame(table, entry, pc, stack, registers, common);
+        StackRegisters alone = before;
+        Unwinding::CommonRecord nothing;
+        Require(UnwindFrame(table, entry, pc, stack, alone, nothing) == result);
+        Require(std::memcmp(&alone, &registers, sizeof alone) == 0);
         if (result == Unwound::OUTERMOST || result == Unwound::UNKNOWN) {
             Require(std::memcmp(&before, &registers, sizeof before) == 0);
             return;
@@ -88,12 +92,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool isCovered = FindEntry(table, head.pc, entry);
     Require(IsUnwindTable(table) || !isCovered || CountEntries(table) != 0);
     Index(table, head.pc, isCovered);
+    Unwinding::CommonRecord common;
     if (isCovered) {
-        Walk(table, entry, head.pc, stackBlock.At(STACK_ADDRESS), registers);
+        Walk(table, entry, head.pc, stackBlock.At(STACK_ADDRESS), registers, common);
     }
     // Any place in the bytes can be taken for an entry.
-    const UnwindEntry any{0, head.registers[0] % (tableBlock.size + 1)};
-    Covers(table, any, head.pc);
-    Walk(table, any, head.pc, stackBlock.At(STACK_ADDRESS), registers);
+    entry.offset = head.registers[0] % (tableBlock.size + 1);
+    Covers(table, entry, head.pc);
+    Walk(table, entry, head.pc, stackBlock.At(STACK_ADDRESS), registers, common);
     return 0;
 }

@@ -300,7 +300,8 @@ TEST(IntersectRay, MissesNoBox) {
         if (Whole(Z4::ToVector3f(end)) != origin + way) {
             continue;
         }
-        const GeometryRay ray(Floats(origin), Floats(way));
+        const GeometryRay ray = input.OnceIn(2) ? GeometryRay(Floats(origin), Floats(way))
+                                                : GeometryRay(Floats(origin), -Floats(way), 0, -GeometryRay::LARGEST);
         const GeometryAABB box(Floats(low), Floats(high));
         float t = MISS;
         const bool isHit[] = {IntersectRayAABB(ray, box, t), IntersectSegmentAABB(ray.GetOrigin(), end, box)};

@@ -82,7 +82,7 @@ private:
     const Private::Interval x = clip(0, origin.BroadcastX(), inverse.BroadcastX(), range);
     const Private::Interval y = clip(1, origin.BroadcastY(), inverse.BroadcastY(), x);
     const Private::Interval z = clip(2, origin.BroadcastZ(), inverse.BroadcastZ(), y);
-    const VectorSIMD4f hits = And(And(Private::HoldsSome(z), isValid(0)), And(isValid(1), isValid(2)));
+    const VectorSIMD4f hits = And(And(Private::HoldsSome(z, range), isValid(0)), And(isValid(1), isValid(2)));
     t = Select(hits, Private::Tidy(z, range).in, VectorSIMD4f::Broadcast(std::numeric_limits<float>::infinity()));
     return static_cast<unsigned>(Lanes::SignBits(hits.Native()));
 }

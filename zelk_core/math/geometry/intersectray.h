@@ -55,12 +55,12 @@ enum class Sides : unsigned char {
 [[nodiscard]] Z4_API_ALWAYS_INLINE bool IntersectRayAABB(const GeometryRay& ray, const GeometryAABB& box, float& tIn,
                                                          float& tOut) {
     const Private::Interval range = ray.GetRange();
-    const Private::Interval part = Private::ClipBySlab(box.GetMin() - ray.GetOrigin(), box.GetMax() - ray.GetOrigin(),
-                                                       ray.GetInverseDirection(), range);
+    const Private::Interval crossing = Private::CrossSlab(
+        box.GetMin() - ray.GetOrigin(), box.GetMax() - ray.GetOrigin(), ray.GetInverseDirection(), range.in);
     // One way out, so that a caller who counts hits gets no branch.
-    const bool isHit = AllTrue3(And(Private::HoldInCommon3(part), LessEqual(box.GetMin(), box.GetMax())));
+    const bool isHit = Private::MeetInCommon3(crossing, range, LessEqual(box.GetMin(), box.GetMax()));
     if (isHit) {
-        const Private::Interval result = Private::Tidy(Private::Common3(part), range);
+        const Private::Interval result = Private::Common3(crossing, range);
         tIn = result.in.X();
         tOut = result.out.X();
     }
@@ -70,14 +70,16 @@ enum class Sides : unsigned char {
 /// Ray and box in any orientation, whose axes must be perpendicular and of unit length.
 [[nodiscard]] Z4_API bool IntersectRayOBB(const GeometryRay& ray, const GeometryOBB& box, float& tIn, float& tOut);
 
-/// Ray and sphere. The way from the centre to the nearest point of the line is calculated by itself, which keeps small
-/// spheres far away accurate (E. Haines, J. Günther and T. Akenine-Möller, "Precision Improvements for Ray/Sphere
-/// Intersection", Ray Tracing Gems, 2019).
+/// Ray and sphere. How far the line passes the centre is calculated by itself, as the length of a cross product with
+/// the unit direction, and not as the difference of two large squares. That keeps small spheres far away accurate (E.
+/// Haines, J. Günther and T. Akenine-Möller, "Precision Improvements for Ray/Sphere Intersection", Ray Tracing Gems,
+/// 2019, with Lagrange's identity).
 [[nodiscard]] Z4_API_ALWAYS_INLINE bool IntersectRaySphere(const GeometryRay& ray, const VectorSIMD4f& center,
                                                            float radius, float& tIn, float& tOut) {
-    const Private::Part part = Private::FindRoundPart<SumOrder::FAST>(
-        ray.GetOrigin() - center, ray.GetDirection(), radius, ray.GetInverseLengthSqr<SumOrder::FAST>());
-    return part.WriteWithin(ray.GetFirst(), ray.GetLast(), tIn, tOut);
+    Private::Part part = Private::Part::Nothing();
+    return Private::FindRoundPart<SumOrder::FAST>(ray.GetOrigin() - center, ray.GetDirection(), radius,
+                                                  ray.GetInverseLength<SumOrder::FAST>(), part) &&
+           part.WriteWithin(ray.GetFirst(), ray.GetLast(), tIn, tOut);
 }
 
 /// Ray and capsule, the points no farther than `radius` from the segment from `a` to `b`. Where `a` and `b` are equal,

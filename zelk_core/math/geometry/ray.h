@@ -52,10 +52,10 @@ public:
     /// What queries have prepared. The reciprocals of the direction, +infinity where that is smaller than the least
     /// normal float:
     const VectorSIMD4f& GetInverseDirection() const { return m_inverse; }
-    /// 1 over the squared length of the direction, summed in either order; 0 where there is no direction.
+    /// 1 over the length of the direction, whose square is summed in either order; 0 where there is no direction.
     template <SumOrder ORDER>
-    float GetInverseLengthSqr() const {
-        return m_inverseLengthSqr[ORDER == SumOrder::FAST ? 0 : 1];
+    float GetInverseLength() const {
+        return m_inverseLength[ORDER == SumOrder::FAST ? 0 : 1];
     }
     /// See shear.h.
     const Private::Shear& GetShear() const { return m_shear; }
@@ -73,16 +73,16 @@ private:
     Private::Shear m_shear;
     float m_first;
     float m_last;
-    float m_inverseLengthSqr[2];
+    float m_inverseLength[2];
 };
 
 inline GeometryRay::GeometryRay(const VectorSIMD4f& origin, const VectorSIMD4f& direction, float last, float first)
     : m_origin(origin), m_direction(direction), m_inverse(Private::InverseDirection(direction)) {
     const VectorSIMD4f lengthsSqr(Lanes::InterleaveLow(LengthSqr3<SumOrder::FAST>(direction).Native(),
                                                        LengthSqr3<SumOrder::CONSISTENT>(direction).Native()));
-    const VectorSIMD4f inverses = AndNot(Equal(lengthsSqr, VectorSIMD4f::Broadcast(0.0F)), 1.0F / lengthsSqr);
-    m_inverseLengthSqr[0] = inverses.X();
-    m_inverseLengthSqr[1] = inverses.Y();
+    const VectorSIMD4f inverses = AndNot(Equal(lengthsSqr, VectorSIMD4f::Broadcast(0.0F)), ReciprocalSqrt(lengthsSqr));
+    m_inverseLength[0] = inverses.X();
+    m_inverseLength[1] = inverses.Y();
 
     const VectorSIMD4f size = Abs(direction);
     const VectorSIMD4f greatest = Max(size.BroadcastX(), Max(size.BroadcastY(), size.BroadcastZ()));

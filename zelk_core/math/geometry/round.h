@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <zelk_core/base/api.h>
+#include <zelk_core/math/geometry/columns.h>
 #include <zelk_core/math/vectorsimd.h>
 
 namespace Z4::Private {
@@ -38,23 +39,36 @@ struct Part {
 Z4_ALWAYS_INLINE bool IsWithin(float distanceSqr, float radius) {
     const float largest = (std::numeric_limits<float>::max)();
     const float reachSqr = radius * radius;
-    return radius >= 0 && distanceSqr <= (reachSqr < largest ? reachSqr : largest);
+    return distanceSqr <= (reachSqr < largest ? reachSqr : largest) && radius >= 0;
 }
 
-/// Where the line r + t d is no farther than `radius` from 0. `inverse` is 1 over the square of d, and 0 where there is
-/// no d: then it is everywhere or nowhere so.
+/// Where the line r + t d is no farther than `radius` from 0. `inverseLength` is 1 over the length of d, and 0 where
+/// there is no d: then it is everywhere or nowhere so.
+/// @return whether it is anywhere so; only then does `part` tell where.
 template <SumOrder ORDER>
-Z4_ALWAYS_INLINE Part FindRoundPart(const VectorSIMD4f& r, const VectorSIMD4f& d, float radius, float inverse) {
-    const float nearestT = -Dot3<ORDER>(r, d).X() * inverse;
-    const float rest = radius * radius - LengthSqr3<ORDER>(r + nearestT * d).X();
-    if (!(rest >= 0) || !(radius >= 0)) {
-        return Part::Nothing();
+Z4_ALWAYS_INLINE bool FindRoundPart(const VectorSIMD4f& r, const VectorSIMD4f& d, float radius, float inverseLength,
+                                    Part& part) {
+    if (!(inverseLength > 0)) {
+        part = Part::Everything();
+        return IsWithin(LengthSqr3<ORDER>(r).X(), radius);
     }
-    if (inverse == 0) {
-        return Part::Everything();
+    const VectorSIMD4f unit = inverseLength * d;
+    const VectorSIMD4f along = r * unit;
+    // The cross product, whose length is the distance from the line, in the order z, x, y.
+    const VectorSIMD4f across = r * Yzx(unit) - Yzx(r) * unit;
+    const __m128 squares = (across * across).Native();
+    // The sums of both, one in x and the other in z.
+    const VectorSIMD4f sums = Sum<ORDER>(VectorSIMD4f(Lanes::Shuffle<1, 1, 0, 0>(squares, along.Native())),
+                                         VectorSIMD4f(Lanes::Shuffle<2, 2, 1, 1>(squares, along.Native())),
+                                         VectorSIMD4f(Lanes::Shuffle<0, 0, 2, 2>(squares, along.Native())));
+    const float distanceSqr = sums.X();
+    if (!IsWithin(distanceSqr, radius)) {
+        return false;
     }
-    const float half = Lanes::SquareRoot(rest * inverse);
-    return {nearestT - half, nearestT + half};
+    const float half = Sqrt(VectorSIMD4f::Broadcast(radius * radius - distanceSqr)).X();
+    const float middle = sums.Z();
+    part = {(-half - middle) * inverseLength, (half - middle) * inverseLength};
+    return true;
 }
 
 } // namespace Z4::Private

@@ -13,7 +13,7 @@ struct Private::Layout<Geometry::GeometryRay> {
     static_assert(offsetof(Geometry::GeometryRay, m_shear) == 48);
     static_assert(offsetof(Geometry::GeometryRay, m_first) == 64);
     static_assert(offsetof(Geometry::GeometryRay, m_last) == 68);
-    static_assert(offsetof(Geometry::GeometryRay, m_inverseLengthSqr) == 72);
+    static_assert(offsetof(Geometry::GeometryRay, m_inverseLength) == 72);
     static_assert(sizeof(Geometry::GeometryRay) == 80);
     static_assert(alignof(Geometry::GeometryRay) == 16);
 };
@@ -61,13 +61,13 @@ bool RayOBB(const GeometryRay& ray, const GeometryOBB& box, float& tIn, float& t
     const VectorSIMD4f low = -box.GetExtent() - start;
     const VectorSIMD4f high = box.GetExtent() - start;
     const Interval range = ray.GetRange();
-    const Interval part = Private::ClipBySlab(low, high, Private::InverseDirection(direction), range);
+    const Interval crossing = Private::CrossSlab(low, high, Private::InverseDirection(direction), range.in);
     // The slabs let a NaN pass; these comparisons do not.
     const VectorSIMD4f isShape = And(LessEqual(Zero(), box.GetExtent()), LessEqual(low, high));
-    if (!AllTrue3(And(And(Private::HoldInCommon3(part), isShape), Equal(direction, direction)))) {
+    if (!Private::MeetInCommon3(crossing, range, And(isShape, Equal(direction, direction)))) {
         return false;
     }
-    const Interval result = Private::Tidy(Private::Common3(part), range);
+    const Interval result = Private::Common3(crossing, range);
     tIn = result.in.X();
     tOut = result.out.X();
     return true;
@@ -75,8 +75,11 @@ bool RayOBB(const GeometryRay& ray, const GeometryOBB& box, float& tIn, float& t
 
 template <SumOrder ORDER>
 Part SpherePart(const GeometryRay& ray, const VectorSIMD4f& center, float radius) {
+    Part part = Part::Nothing();
     return Private::FindRoundPart<ORDER>(ray.GetOrigin() - center, ray.GetDirection(), radius,
-                                         ray.GetInverseLengthSqr<ORDER>());
+                                         ray.GetInverseLength<ORDER>(), part)
+               ? part
+               : Part::Nothing();
 }
 
 /// The part in the cylinder; none where the axis has no length.
@@ -95,8 +98,9 @@ Part CylinderPart(const GeometryRay& ray, const VectorSIMD4f& a, const VectorSIM
     const VectorSIMD4f flatStart = start - height / axisSqr * axis;
     const VectorSIMD4f flat = direction - slope / axisSqr * axis;
     const float flatSqr = LengthSqr3<ORDER>(flat).X();
-    const Part wall = Private::FindRoundPart<ORDER>(flatStart, flat, radius, flatSqr != 0 ? 1 / flatSqr : 0);
-    if (wall.IsEmpty()) {
+    Part wall = Part::Nothing();
+    if (!Private::FindRoundPart<ORDER>(flatStart, flat, radius, flatSqr != 0 ? 1 / Lanes::SquareRoot(flatSqr) : 0,
+                                       wall)) {
         return Part::Nothing();
     }
     const Interval cut = Private::ClipBySlab(-height, axisSqr - height, Private::InverseDirection(slope),

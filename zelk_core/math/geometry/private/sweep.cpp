@@ -79,8 +79,9 @@ bool SphereSphere(const VectorSIMD4f& c0, float r0, const VectorSIMD4f& move, co
     }
     const GeometryRay way = WayOf(c0, r0, move);
     float out = 0;
-    return Private::FindRoundPart<ORDER>(c0 - c1, move, r0 + r1, way.GetInverseLengthSqr<ORDER>())
-        .WriteWithin(way.GetFirst(), way.GetLast(), t, out);
+    Private::Part part = Private::Part::Nothing();
+    return Private::FindRoundPart<ORDER>(c0 - c1, move, r0 + r1, way.GetInverseLength<ORDER>(), part) &&
+           part.WriteWithin(way.GetFirst(), way.GetLast(), t, out);
 }
 
 /// The first of several touches. Of those at one time, that which is nearest the centre.
@@ -199,8 +200,9 @@ bool AABBAABB(const GeometryAABB& a, const VectorSIMD4f& move, const GeometryAAB
     const VectorSIMD4f low = b.GetMin() - a.GetMax();
     const VectorSIMD4f high = b.GetMax() - a.GetMin();
     const Interval range = way.GetRange();
-    const Interval part = Private::ClipBySlab(low, high, way.GetInverseDirection(), range);
-    if (!HasPoints(way) || !a.IsValid() || !b.IsValid() || !AllTrue3(Private::HoldInCommon3(part))) {
+    const Interval crossing = Private::CrossSlab(low, high, way.GetInverseDirection(), range.in);
+    if (!HasPoints(way) || !a.IsValid() ||
+        !Private::MeetInCommon3(crossing, range, LessEqual(b.GetMin(), b.GetMax()))) {
         return false;
     }
     const VectorSIMD4f isAbove = Less(Zero(), low);
@@ -211,11 +213,11 @@ bool AABBAABB(const GeometryAABB& a, const VectorSIMD4f& move, const GeometryAAB
         return true;
     }
     // Of the slabs that are not yet entered, that which is entered last.
-    const VectorSIMD4f entries = Select(isApart, part.in, VectorSIMD4f::Broadcast(-1.0F));
+    const VectorSIMD4f entries = Select(isApart, crossing.in, VectorSIMD4f::Broadcast(-1.0F));
     const VectorSIMD4f last = Max(entries, Max(Private::Yzx(entries), Private::Zxy(entries)));
     const auto axis = std::countr_zero(static_cast<unsigned>(Lanes::SignBits(LessEqual(last, entries).Native())));
     const VectorSIMD4f sides = Select(isAbove, VectorSIMD4f::Broadcast(-1.0F), VectorSIMD4f::Broadcast(1.0F));
-    t = Private::Tidy(Private::Common3(part), range).in.X();
+    t = Private::Common3(crossing, range).in.X();
     normal = And(sides, Lanes::MaskOfLane(static_cast<unsigned long>(axis)));
     return true;
 }

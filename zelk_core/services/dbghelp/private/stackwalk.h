@@ -3,7 +3,7 @@
 
 #include <zelk_core/services/dbghelp/callstack.h>
 #include <zelk_core/services/dbghelp/private/codemodules.h>
-#include <zelk_core/services/dbghelp/private/unwindtable.h>
+#include <zelk_core/services/dbghelp/private/unwindrecords.h>
 
 namespace Z4::Private {
 
@@ -28,8 +28,9 @@ public:
     bool LeaveLibrary();
 
 private:
-    Unwound NextByTable(const CodeModule& module, std::uint32_t pc);
-    bool NextByProvenCall(const CodeModule& module, std::uint32_t pc);
+    bool FindModule(std::uint32_t pc);
+    Unwound NextByTable(std::uint32_t pc);
+    bool NextByProvenCall(std::uint32_t pc);
     bool NextByFramePointer();
     bool NextByGuess();
     bool NextByTopOfStack();
@@ -42,6 +43,9 @@ private:
     MemoryView m_stack;
     ImagePart m_ignored;
     bool m_isExact;
+    // What most frames share with the one before.
+    CodeModule m_module{}; ///< the one that FindModule() found
+    Unwinding::CommonRecord m_common;
 };
 
 } // namespace Z4::Private

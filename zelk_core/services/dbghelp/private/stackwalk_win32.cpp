@@ -121,16 +121,15 @@ ImagePart PlaceOfBegin(const CodeModule& module, std::uint32_t pc) {
 
 bool StackWalk::Next(FrameOrigin& origin) {
     const std::uint32_t pc = Pc() - (m_isExact ? 0 : 1);
-    CodeModule module{};
-    if (!g_codeModules.Find(pc, module)) {
+    if (!FindModule(pc)) {
         origin = FRAME_PROVEN;
         return m_isExact && NextByTopOfStack();
     }
-    if (const Unwound result = NextByTable(module, pc); result != Unwound::UNKNOWN) {
+    if (const Unwound result = NextByTable(pc); result != Unwound::UNKNOWN) {
         origin = FRAME_TABLE;
         return result != Unwound::OUTERMOST;
     }
-    if (NextByProvenCall(module, pc)) {
+    if (NextByProvenCall(pc)) {
         origin = FRAME_PROVEN;
         return true;
     }
@@ -142,24 +141,34 @@ bool StackWalk::Next(FrameOrigin& origin) {
     return NextByGuess();
 }
 
-Unwound StackWalk::NextByTable(const CodeModule& module, std::uint32_t pc) {
+bool StackWalk::FindModule(std::uint32_t pc) {
+    if (m_module.Whole().Contains(pc)) {
+        return true;
+    }
+    // Where nothing was found, half of a record may have been read.
+    const bool isFound = g_codeModules.Find(pc, m_module);
+    m_module = isFound ? m_module : CodeModule{};
+    return isFound;
+}
+
+Unwound StackWalk::NextByTable(std::uint32_t pc) {
     UnwindEntry entry;
-    if (!module.FindFunction(pc, entry)) {
+    if (!m_module.FindFunction(pc, entry)) {
         return Unwound::UNKNOWN;
     }
-    const Unwound result = UnwindFrame(module.table.View(), entry, pc, m_stack, m_registers);
+    const Unwound result = UnwindFrame(m_module.table.View(), entry, pc, m_stack, m_registers, m_common);
     m_isExact = result == Unwound::TO_INTERRUPTED;
     return result;
 }
 
 /// Of several addresses the one whose call arrives nearest to `pc` is taken: no function begins between its begin and
 /// what lies in it, so others are left from earlier calls. Of equals, that of the frame pointer, or the first.
-bool StackWalk::NextByProvenCall(const CodeModule& module, std::uint32_t pc) {
+bool StackWalk::NextByProvenCall(std::uint32_t pc) {
     const std::uint32_t top = m_registers.values[Registers::ESP];
     const std::uint32_t framePointer = m_registers.values[Registers::EBP];
     const bool isPointer = framePointer >= top && framePointer - top < m_stack.size;
     const std::uint32_t pointed = isPointer ? framePointer + WORD : 0;
-    const ImagePart begins = PlaceOfBegin(module, pc);
+    const ImagePart begins = PlaceOfBegin(m_module, pc);
     std::uint32_t nearest = 0;
     std::uint32_t found = 0;
     ScanTo(isPointer ? pointed + WORD : ~std::uint32_t{0}, [&](std::uint32_t at, std::uint32_t address) {
@@ -230,9 +239,8 @@ bool StackWalk::NextByFramePointer() {
 
 bool StackWalk::LeaveLibrary() {
     const std::uint32_t pc = Pc() - 1;
-    CodeModule module{};
     std::uint32_t returnAddress = 0;
-    return (g_codeModules.Find(pc, module) && NextByTable(module, pc) == Unwound::TO_CALLER) ||
+    return (FindModule(pc) && NextByTable(pc) == Unwound::TO_CALLER) ||
            (ReadReturnAddress(returnAddress) && ReturnThrough(m_registers.values[Registers::EBP] + WORD));
 }
 

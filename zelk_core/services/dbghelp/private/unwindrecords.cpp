@@ -105,21 +105,34 @@ bool ReadCommon(const MemoryView& table, const Record& record, CommonRecord& com
     return cursor.IsGood() && behind.IsGood();
 }
 
+bool FindCommon(const MemoryView& table, std::uint32_t offset, CommonRecord& common) {
+    if (common.table == table.bytes && common.offset == offset) {
+        return true;
+    }
+    std::uint32_t next = offset;
+    Record record{};
+    common = {};
+    if (!NextRecord(table, next, record) || !ReadCommon(table, record, common)) {
+        return false;
+    }
+    common.table = table.bytes;
+    common.offset = offset;
+    return true;
+}
+
 /// @return false when the record is none of a function, or is not understood.
-bool ReadFunction(const MemoryView& table, const Record& record, FunctionRecord& function) {
+bool ReadFunction(const MemoryView& table, const Record& record, CommonRecord& common, FunctionRecord& function) {
     Cursor cursor(table, record.begin, record.end);
     const auto back = cursor.Take<std::uint32_t>();
     if (back == 0 || back > record.begin) { // a record has room for this number
         return false;
     }
-    std::uint32_t offset = record.begin - back;
-    Record common{};
-    if (!NextRecord(table, offset, common) || !ReadCommon(table, common, function.common)) {
+    if (!FindCommon(table, record.begin - back, common)) {
         return false;
     }
-    function.begin = TakeAddress(cursor, function.common.encoding);
+    function.begin = TakeAddress(cursor, common.encoding);
     function.size = cursor.Take<std::uint32_t>();
-    if (function.common.isAugmented) {
+    if (common.isAugmented) {
         cursor.Skip(cursor.TakeUnsigned());
     }
     function.program = cursor.Offset();
@@ -134,9 +147,10 @@ bool VisitFunctions(const MemoryView& table, Visit visit) {
     std::uint32_t offset = 0;
     std::uint32_t start = 0;
     Record record{};
+    CommonRecord common;
     while (start = offset, NextRecord(table, offset, record)) {
         FunctionRecord function;
-        if (ReadFunction(table, record, function) && visit(UnwindEntry{function.begin, start}, function.size)) {
+        if (ReadFunction(table, record, common, function) && visit(UnwindEntry{function.begin, start}, function.size)) {
             return true;
         }
     }
@@ -150,15 +164,16 @@ std::uint32_t Unwinding::TakeAddress(Cursor& cursor, std::uint8_t encoding) {
     return cursor.Take<std::uint32_t>() + here;
 }
 
-bool Unwinding::ReadFunctionAt(const MemoryView& table, std::uint32_t offset, FunctionRecord& function) {
+bool Unwinding::ReadFunctionAt(const MemoryView& table, std::uint32_t offset, CommonRecord& common,
+                               FunctionRecord& function) {
     Record record{};
-    return NextRecord(table, offset, record) && ReadFunction(table, record, function);
+    return NextRecord(table, offset, record) && ReadFunction(table, record, common, function);
 }
 
 bool IsUnwindTable(const MemoryView& table) {
     std::uint32_t offset = 0;
     Record record{};
-    CommonRecord common{};
+    CommonRecord common;
     return NextRecord(table, offset, record) && ReadCommon(table, record, common);
 }
 
@@ -203,8 +218,9 @@ bool FindEntry(const UnwindEntry* entries, std::uint32_t count, std::uint32_t pc
 }
 
 bool Covers(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc) {
+    CommonRecord common;
     FunctionRecord function;
-    return ReadFunctionAt(table, entry.offset, function) && pc - function.begin < function.size;
+    return ReadFunctionAt(table, entry.offset, common, function) && pc - function.begin < function.size;
 }
 
 } // namespace Z4::Private

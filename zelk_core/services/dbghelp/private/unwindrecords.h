@@ -70,20 +70,44 @@ private:
 
 std::uint32_t TakeAddress(Cursor& cursor, std::uint8_t encoding);
 
+/// How to find what a register held in the caller.
+enum class Rule : std::uint8_t {
+    SAME,          ///< it was not changed
+    UNDEFINED,     ///< nobody knows
+    AT_OFFSET,     ///< it lies in memory, so far from the frame's address
+    OFFSET,        ///< it is the frame's address and so much
+    REGISTER,      ///< it is in another register
+    AT_EXPRESSION, ///< it lies in memory, where an expression says
+    EXPRESSION,    ///< it is what an expression says
+};
+
+/// A row of the table that the instructions describe: the rules at one address of a function.
+struct Row {
+    Rule rules[StackRegisters::COUNT];
+    bool isFrameExpression;
+    std::uint8_t frameRegister;
+    /// Of the rules: an offset, a register, or where the expression begins.
+    std::uint32_t values[StackRegisters::COUNT];
+    std::uint32_t frameValue; ///< likewise, of the frame's address
+};
+
 /// What many functions have in common.
 struct CommonRecord {
-    std::uint32_t codeFactor;
-    std::uint32_t dataFactor;
+    const unsigned char* table = nullptr; ///< the bytes of its table; null when nothing was read
+    std::uint32_t offset = 0;
+    std::uint32_t codeFactor = 0;
+    std::uint32_t dataFactor = 0;
     std::uint8_t encoding = 0; ///< of addresses
     bool isAugmented = false;
     bool isSignalFrame = false;
+    bool isRowKnown = false;
     std::uint32_t program = 0; ///< offset of its first instruction
     std::uint32_t end = 0;
+    Row row{}; ///< where its instructions lead to, once that is known
 };
 
 /// One function's record.
 struct FunctionRecord {
-    CommonRecord common;
     std::uint32_t begin = 0;
     std::uint32_t size = 0;
     std::uint32_t program = 0;
@@ -91,7 +115,8 @@ struct FunctionRecord {
 };
 
 /// Reads the function's record at `offset`.
+/// @param common what was read for the last function, or nothing: it stays when this function has the same.
 /// @return false when there is none, or it is not understood.
-bool ReadFunctionAt(const MemoryView& table, std::uint32_t offset, FunctionRecord& function);
+bool ReadFunctionAt(const MemoryView& table, std::uint32_t offset, CommonRecord& common, FunctionRecord& function);
 
 } // namespace Z4::Private::Unwinding

@@ -6,24 +6,19 @@ namespace {
 
 using Registers = StackRegisters;
 
-/// Carries out the instructions up to the row of one address.
+/// Carries out instructions up to the row of one address.
 class RowMachine {
 public:
-    RowMachine(const MemoryView& table, const FunctionRecord& function, std::uint32_t pc)
-        : m_table(table), m_function(function), m_pc(pc), m_location(function.begin) {}
+    RowMachine(const MemoryView& table, const CommonRecord& common, Row& row)
+        : m_table(table), m_common(common), m_row(row) {}
 
-    bool FindRow(Row& row) {
-        m_row = &row;
-        const CommonRecord& common = m_function.common;
-        if (!Run(Cursor(m_table, common.program, common.end))) {
-            return false;
-        }
-        m_initial = row;
+    /// Those that functions have in common, of which nothing is restored.
+    bool RunCommon() { return Run({m_table, m_common.program, m_common.end}); }
+    bool RunFunction(const FunctionRecord& function, std::uint32_t pc) {
         m_isFunction = true;
-        if (!Run(Cursor(m_table, m_function.program, m_function.end))) {
-            return false;
-        }
-        return row.isFrameExpression || row.frameRegister < Registers::COUNT;
+        m_location = function.begin;
+        m_pc = pc;
+        return Run({m_table, function.program, function.end});
     }
 
 private:
@@ -48,27 +43,27 @@ private:
     void Set(std::uint32_t number, Rule rule, std::uint32_t value = 0) {
         // Those of the coprocessor and of SIMD are nobody's concern here.
         if (number < Registers::COUNT) {
-            m_row->rules[number] = rule;
-            m_row->values[number] = value;
+            m_row.rules[number] = rule;
+            m_row.values[number] = value;
         }
     }
     void SetFrameRegister(std::uint32_t number) {
-        m_row->isFrameExpression = false;
-        m_row->frameRegister = static_cast<std::uint8_t>(number < Registers::COUNT ? number : Registers::COUNT);
+        m_row.isFrameExpression = false;
+        m_row.frameRegister = static_cast<std::uint8_t>(number < Registers::COUNT ? number : Registers::COUNT);
     }
     bool Restore(std::uint32_t number) {
         if (number < Registers::COUNT) {
-            Set(number, m_initial.rules[number], m_initial.values[number]);
+            Set(number, m_common.row.rules[number], m_common.row.values[number]);
         }
         return m_isFunction;
     }
     void Advance(std::uint32_t count) {
-        const std::uint32_t distance = count * m_function.common.codeFactor;
+        const std::uint32_t distance = count * m_common.codeFactor;
         // Around the end of the address space no function goes.
         m_location = distance <= ~m_location ? m_location + distance : ~std::uint32_t{0};
     }
-    std::uint32_t TakeOffset(Cursor& cursor) { return cursor.TakeUnsigned() * m_function.common.dataFactor; }
-    std::uint32_t TakeSignedOffset(Cursor& cursor) { return cursor.TakeSigned() * m_function.common.dataFactor; }
+    std::uint32_t TakeOffset(Cursor& cursor) { return cursor.TakeUnsigned() * m_common.dataFactor; }
+    std::uint32_t TakeSignedOffset(Cursor& cursor) { return cursor.TakeSigned() * m_common.dataFactor; }
     static std::uint32_t TakeExpression(Cursor& cursor) {
         const std::uint32_t offset = cursor.Offset();
         cursor.Skip(cursor.TakeUnsigned());
@@ -131,7 +126,7 @@ private:
         case 0x00: // nop
             return true;
         case 0x01: // set_loc
-            m_location = TakeAddress(cursor, m_function.common.encoding);
+            m_location = TakeAddress(cursor, m_common.encoding);
             return true;
         case 0x02: // advance_loc1
             Advance(cursor.Take<std::uint8_t>());
@@ -146,34 +141,34 @@ private:
             if (m_depth == DEPTH) {
                 return false;
             }
-            m_remembered[m_depth++] = *m_row;
+            m_remembered[m_depth++] = m_row;
             return true;
         case 0x0B: // restore_state
             if (m_depth == 0) {
                 return false;
             }
-            *m_row = m_remembered[--m_depth];
+            m_row = m_remembered[--m_depth];
             return true;
         case 0x0C: // def_cfa
             SetFrameRegister(cursor.TakeUnsigned());
-            m_row->frameValue = cursor.TakeUnsigned();
+            m_row.frameValue = cursor.TakeUnsigned();
             return true;
         case 0x0D: // def_cfa_register
             SetFrameRegister(cursor.TakeUnsigned());
             return true;
         case 0x0E: // def_cfa_offset
-            m_row->frameValue = cursor.TakeUnsigned();
+            m_row.frameValue = cursor.TakeUnsigned();
             return true;
         case 0x0F: // def_cfa_expression
-            m_row->isFrameExpression = true;
-            m_row->frameValue = TakeExpression(cursor);
+            m_row.isFrameExpression = true;
+            m_row.frameValue = TakeExpression(cursor);
             return true;
         case 0x12: // def_cfa_sf
             SetFrameRegister(cursor.TakeUnsigned());
-            m_row->frameValue = TakeSignedOffset(cursor);
+            m_row.frameValue = TakeSignedOffset(cursor);
             return true;
         case 0x13: // def_cfa_offset_sf
-            m_row->frameValue = TakeSignedOffset(cursor);
+            m_row.frameValue = TakeSignedOffset(cursor);
             return true;
         case 0x2E: // GNU_args_size
             cursor.TakeUnsigned();
@@ -184,11 +179,10 @@ private:
     }
 
     const MemoryView& m_table;
-    const FunctionRecord& m_function;
-    const std::uint32_t m_pc;
-    std::uint32_t m_location;
-    Row* m_row = nullptr;
-    Row m_initial{};
+    const CommonRecord& m_common;
+    Row& m_row;
+    std::uint32_t m_pc = ~std::uint32_t{0};
+    std::uint32_t m_location = 0;
     Row m_remembered[DEPTH];
     unsigned m_depth = 0;
     bool m_isFunction = false;
@@ -196,8 +190,19 @@ private:
 
 } // namespace
 
-bool FindRow(const MemoryView& table, const FunctionRecord& function, std::uint32_t pc, Row& row) {
-    return RowMachine(table, function, pc).FindRow(row);
+bool FindRow(const MemoryView& table, CommonRecord& common, const FunctionRecord& function, std::uint32_t pc,
+             Row& row) {
+    if (!common.isRowKnown) {
+        common.row = {};
+        common.row.frameRegister = Registers::COUNT;
+        common.isRowKnown = RowMachine(table, common, common.row).RunCommon();
+        if (!common.isRowKnown) {
+            return false;
+        }
+    }
+    row = common.row;
+    return RowMachine(table, common, row).RunFunction(function, pc) &&
+           (row.isFrameExpression || row.frameRegister < Registers::COUNT);
 }
 
 } // namespace Z4::Private::Unwinding

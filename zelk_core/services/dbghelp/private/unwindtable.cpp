@@ -158,12 +158,11 @@ bool MemoryView::Read(std::uint32_t at, std::uint32_t& word) const {
 }
 
 Unwound UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
-                    StackRegisters& registers) {
+                    StackRegisters& registers, CommonRecord& common) {
     FunctionRecord function;
-    Row row{};
-    row.frameRegister = Registers::COUNT;
-    if (!ReadFunctionAt(table, entry.offset, function) || pc - function.begin >= function.size ||
-        !FindRow(table, function, pc, row)) {
+    Row row;
+    if (!ReadFunctionAt(table, entry.offset, common, function) || pc - function.begin >= function.size ||
+        !FindRow(table, common, function, pc, row)) {
         return Unwound::UNKNOWN;
     }
     if (row.rules[Registers::EIP] == Rule::UNDEFINED) {
@@ -191,7 +190,7 @@ Unwound UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint
         return Unwound::OUTERMOST;
     }
     registers = caller;
-    return function.common.isSignalFrame ? Unwound::TO_INTERRUPTED : Unwound::TO_CALLER;
+    return common.isSignalFrame ? Unwound::TO_INTERRUPTED : Unwound::TO_CALLER;
 }
 
 } // namespace Z4::Private

@@ -10,6 +10,10 @@
 
 namespace Z4::Private {
 
+namespace Unwinding {
+struct CommonRecord;
+}
+
 /// Bytes of a process with addresses of 32 bits, and where they lie there.
 struct MemoryView {
     const unsigned char* bytes;
@@ -72,7 +76,8 @@ enum class Unwound : std::uint8_t {
 /// Turns the registers in a function, at the instruction that `pc` lies in, into those in its caller. In the last two
 /// cases they stay as they were. What counts as unknown, too: a `pc` that does not lie in the function, and a caller
 /// whose stack pointer would not be above that of the function and within `stack` or at its end.
+/// @param common at first empty; what it keeps makes the next frames of the same stack faster.
 Unwound UnwindFrame(const MemoryView& table, const UnwindEntry& entry, std::uint32_t pc, const MemoryView& stack,
-                    StackRegisters& registers);
+                    StackRegisters& registers, Unwinding::CommonRecord& common);
 
 } // namespace Z4::Private
