@@ -90,7 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     UnwindEntry entry{};
     const bool isCovered = FindEntry(table, head.pc, entry);
-    Require(!isCovered || IsUnwindTable(table) || CountEntries(table) != 0);
+    Require(IsUnwindTable(table) || !isCovered || CountEntries(table) != 0);
     Index(table, head.pc, isCovered);
     Unwinding::CommonRecord common;
     if (isCovered) {
@@ -98,6 +98,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     // Any place in the bytes can be taken for an entry.
     entry.offset = head.registers[0] % (tableBlock.size + 1);
+    Covers(table, entry, head.pc);
     Walk(table, entry, head.pc, stackBlock.At(STACK_ADDRESS), registers, common);
     return 0;
 }

@@ -7,14 +7,18 @@
 
 #include <windows.h>
 
+#include <dbghelp.h>
 #include <winternl.h>
 
 #include <fstream>
 #include <gmock/gmock.h>
+#include <host/zelkhost.h>
 #include <map>
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
+#include <zelk_core/services/dbghelp/callstack.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
 #include <zelk_core/services/dbghelp/symbolhandler.h>
 #include <zelk_core/services/dbghelp/symbolmap.h>
@@ -93,7 +97,8 @@ TEST_F(SymbolHandlerTest, KnowsEachFunctionThatNmKnows) {
         }
         EXPECT_GE(known, byMap ? functions.size() / 2 : functions.size());
         const void* address = nullptr;
-        EXPECT_TRUE(m_handler.FindFunction(LIBRARY, byMap ? "Engine::Visible(int)" : "_ZN6EngineL6HiddenEi", address));
+        EXPECT_TRUE(m_handler.FindFunction(byMap ? LIBRARY : file.c_str(),
+                                           byMap ? "Engine::Visible(int)" : "_ZN6EngineL6HiddenEi", address));
         SymbolInfo info;
         ASSERT_TRUE(m_handler.Resolve(static_cast<const char*>(address) + 1, info));
         EXPECT_STREQ(info.function, byMap ? "Engine::Visible(int)" : "_ZN6EngineL6HiddenEi");
@@ -129,6 +134,7 @@ TEST_F(SymbolHandlerTest, KnowsEachExportOfALibraryOfTheSystem) {
     const void* address = nullptr;
     EXPECT_FALSE(m_handler.FindFunction("kernel32.dll", "NoSuchFunction", address));
     EXPECT_FALSE(m_handler.FindFunction("nosuch.dll", "Sleep", address));
+    EXPECT_FALSE(m_handler.FindFunction("kernel32.dll", nullptr, address));
     EXPECT_TRUE(m_handler.FindFunction(nullptr, "SecondExport@4", address));
 }
 
@@ -150,6 +156,8 @@ TEST_F(SymbolHandlerTest, FilesComeAndGoWithTheirModules) {
     EXPECT_EQ(m_handler.LoadSymbolFile(other, "no such file.map"), ERR_NOT_FOUND);
     EXPECT_EQ(m_handler.LoadSymbolFile(GetModuleHandleA("kernel32.dll"), (file + ".map").c_str()), ERR_CANNOT_ASSIGN);
     EXPECT_EQ(m_handler.LoadSymbolFile(&info, nullptr), ERR_NOT_FOUND);
+    EXPECT_EQ(m_handler.LoadSymbolFile(nullptr, nullptr), ERR_NOT_FOUND);
+    EXPECT_FALSE(m_handler.ResolveQuick(ZelkTest::FromNumber<void*>(0xFFFFFFFF), info)) << "the system's";
     EXPECT_EQ(m_handler.LoadSymbolFile(first, nullptr), ERR_NOT_FOUND) << "no module begins there";
     ASSERT_TRUE(m_handler.Resolve(visible, info));
     EXPECT_EQ(info.source, SYMBOL_FILE) << "what was there stays";
@@ -168,12 +176,121 @@ TEST_F(SymbolHandlerTest, FilesComeAndGoWithTheirModules) {
     ASSERT_EQ(m_handler.LoadSymbolFile(m_module, nullptr), ERR_OK);
     ShutdownDbgHelpService();
     EXPECT_EQ(m_handler.LoadSymbolFile(m_module, nullptr), ERR_NOT_READY);
+    EXPECT_FALSE(m_handler.FindFunction(LIBRARY, "FirstExport", visible));
+    char text[8];
+    EXPECT_EQ(m_handler.Demangle("?f@@YAXXZ", text, sizeof text), 1u) << "in short, as the gateway is gone";
     EXPECT_TRUE(m_handler.ResolveQuick(reinterpret_cast<const void*>(GetProcAddress(m_module, "FirstExport")), info));
     EXPECT_EQ(info.source, SYMBOL_EXPORT);
     InitializeDbgHelpService(false);
 }
 
+/// The image without its symbols, with a section that names a file of debug information.
+std::string LinkedTo(std::string image, const std::string& link) {
+    const auto size = static_cast<DWORD>(image.size());
+    const std::string names = std::string("\0\0.gnu_debuglink", 17);
+    auto* const headers = reinterpret_cast<IMAGE_NT_HEADERS*>(
+        image.data() + reinterpret_cast<const IMAGE_DOS_HEADER*>(image.data())->e_lfanew);
+    headers->FileHeader.PointerToSymbolTable = size;
+    headers->FileHeader.NumberOfSymbols = 0;
+    auto* const sections = reinterpret_cast<IMAGE_SECTION_HEADER*>(headers + 1);
+    IMAGE_SECTION_HEADER& last = sections[headers->FileHeader.NumberOfSections - 1];
+    std::memcpy(last.Name, "/2\0", 3);
+    last.PointerToRawData = size + static_cast<DWORD>(names.size());
+    return image + names + link + '\0';
+}
+
+TEST_F(SymbolHandlerTest, FindsFilesBesideTheModule) {
+    const std::string folder = PathOf(m_module).substr(0, PathOf(m_module).rfind('\\') + 1);
+    const std::string file = folder + "dbghelp_beside.dll";
+    const std::string away = folder + "dbghelp_away.dll";
+    const std::string debug = folder + "dbghelp_beside.dbg";
+    const std::string map = folder + "dbghelp_beside.map";
+    ASSERT_TRUE(CopyFileA(PathOf(m_module).c_str(), file.c_str(), FALSE));
+    const HMODULE module = LoadLibraryA(file.c_str());
+    ASSERT_TRUE(MoveFileExA(file.c_str(), away.c_str(), MOVEFILE_REPLACE_EXISTING)); // a loaded one can be moved
+    std::ifstream stream(away, std::ios::binary);
+    const std::string image{std::istreambuf_iterator<char>(stream), {}};
+    const auto load = [&](const std::string& path, const std::string& bytes) {
+        std::ofstream(path, std::ios::binary) << bytes;
+        return m_handler.LoadSymbolFile(module, nullptr);
+    };
+    EXPECT_EQ(m_handler.LoadSymbolFile(module, nullptr), ERR_NOT_FOUND);
+    EXPECT_EQ(load(file, ""), ERR_UNSUPPORTED);
+    EXPECT_EQ(load(file, LinkedTo(image, "dbghelp_beside.dbg")), ERR_CORRUPTED_DATA) << "the file is missing";
+    EXPECT_EQ(load(debug, image), ERR_OK);
+    const void* address = nullptr;
+    EXPECT_TRUE(m_handler.FindFunction("dbghelp_beside.dll", "_ZN6EngineL6HiddenEi", address));
+    for (const std::string& link : {std::string(), std::string(".\\dbghelp_beside.dbg"), std::string(300, 'x')}) {
+        EXPECT_EQ(load(file, LinkedTo(image, link)), ERR_CORRUPTED_DATA) << link;
+    }
+    EXPECT_EQ(load(map, "Timestamp is 1\nPreferred load address is 0\n"), ERR_CANNOT_ASSIGN) << "the first tells";
+    EXPECT_EQ(load(file, image), ERR_OK) << "a map of another image hides nothing";
+    // Larger than any that is read; nothing is written there.
+    const HANDLE large = CreateFileA(file.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    SetFilePointer(large, SymbolMap::LARGEST_FILE + 1, nullptr, FILE_BEGIN);
+    SetEndOfFile(large);
+    CloseHandle(large);
+    EXPECT_EQ(m_handler.LoadSymbolFile(module, file.c_str()), ERR_OVERFLOW);
+    FreeLibrary(module);
+    stream.close();
+    for (const std::string& left : {file, away, debug, map}) {
+        EXPECT_TRUE(DeleteFileA(left.c_str())) << left;
+    }
+}
+
+TEST_F(SymbolHandlerTest, HoldsFilesOfSoManyModules) {
+    constexpr unsigned MOST = 128;
+    const std::string list = PathOf(m_module) + ".list";
+    std::ofstream(list) << "1000 T f\n";
+    // Mapped as images, by nobody but this test.
+    const HANDLE file =
+        CreateFileA(PathOf(m_module).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE mapping = CreateFileMappingA(file, nullptr, PAGE_READONLY | SEC_IMAGE, 0, 0, nullptr);
+    std::vector<const char*> images;
+    for (unsigned i = 0; i <= MOST; ++i) {
+        images.push_back(static_cast<const char*>(MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0)));
+        ASSERT_NE(images.back(), nullptr);
+        if (i != 0) {
+            EXPECT_EQ(m_handler.LoadSymbolFile(images[i], list.c_str()), ERR_OK);
+        }
+    }
+    EXPECT_EQ(m_handler.LoadSymbolFile(images[0], nullptr), ERR_NOT_FOUND) << "the loader knows no path";
+    EXPECT_EQ(m_handler.LoadSymbolFile(images[0], list.c_str()), ERR_OUT_OF_RESOURCES);
+    SymbolInfo info;
+    for (unsigned i = 1; i <= MOST; ++i) {
+        ASSERT_TRUE(m_handler.ResolveQuick(images[i] + 0x1000, info));
+        EXPECT_STREQ(info.function, "f");
+        EXPECT_EQ(m_handler.UnloadSymbolFile(images[i]), ERR_OK);
+    }
+    for (std::size_t refused = 1; refused != 0; ++refused) {
+        ZelkHost::FailAllocations(refused, 1);
+        const Error error = m_handler.LoadSymbolFile(images[0], list.c_str());
+        if (ZelkHost::FailAllocations(0) == 0) {
+            EXPECT_EQ(error, ERR_OK);
+            break;
+        }
+        ASSERT_EQ(error, ERR_OUT_OF_MEMORY);
+        EXPECT_EQ(m_handler.UnloadSymbolFile(images[0]), ERR_NOT_FOUND);
+    }
+    m_handler.UnloadSymbolFile(images[0]);
+    for (const char* const image : images) {
+        UnmapViewOfFile(image);
+    }
+    CloseHandle(mapping);
+    CloseHandle(file);
+    DeleteFileA(list.c_str());
+}
+
+FARPROC WINAPI FindNothing(HMODULE, LPCSTR) {
+    return nullptr;
+}
+
 TEST_F(SymbolHandlerTest, MakesNamesReadable) {
+    ASSERT_TRUE(WinDbgHelp::Instance().IsLoaded());
+    {
+        const ZelkTest::ImportHook hook("GetProcAddress", FindNothing);
+        EXPECT_EQ(m_handler.Demangle("?f@@YAXXZ", nullptr, 0), 1u) << "in short, where the library cannot";
+    }
     const auto read = [&](const char* name) {
         char text[64] = "?";
         const unsigned long length = m_handler.Demangle(name, text, sizeof text);
@@ -181,7 +298,10 @@ TEST_F(SymbolHandlerTest, MakesNamesReadable) {
         EXPECT_EQ(m_handler.Demangle(name, nullptr, 0), length);
         return std::string(text);
     };
-    EXPECT_EQ(read("plain"), "plain");
+    for (const char* const name : {"plain", "_", "_main", ""}) {
+        EXPECT_EQ(read(name), name);
+    }
+    EXPECT_EQ(read(nullptr), "");
     EXPECT_EQ(read("_ZN6Engine6Widget4SpinEi"), "Engine::Widget::Spin");
     EXPECT_EQ(read("?Spin@Widget@Engine@@QAEHH@Z"), "public: int __thiscall Engine::Widget::Spin(int)");
     static std::string asked;
@@ -195,7 +315,8 @@ TEST_F(SymbolHandlerTest, MakesNamesReadable) {
         &agrees);
     EXPECT_EQ(m_handler.Demangle("_Z1fv", nullptr, 0), 4095u);
     EXPECT_EQ(read("plain"), "plain");
-    EXPECT_EQ(asked, "_Z1fv");
+    m_handler.Demangle("?f@@YAXXZ", nullptr, 0);
+    EXPECT_EQ(asked, "_Z1fv?f@@YAXXZ");
     static bool refuses = false;
     m_handler.SetDemangler(
         [](const char*, char*, unsigned long, void* context) { return *static_cast<bool*>(context); }, &refuses);
@@ -227,6 +348,18 @@ TEST(LateModules, AreReadAndForgotten) {
     EXPECT_EQ(library.Count("SymUnloadModule64"), 0u);
     EXPECT_EQ(library.Count("SymGetSymFromAddr64"), 0u) << "it has exports or nothing";
 
+    SYM_TYPE type = SymNone;
+    library.answers["SymGetModuleInfo64"] = [&](const ZelkTest::StandIn::Call& call) {
+        ZelkTest::FromNumber<IMAGEHLP_MODULE64*>(call.arguments[2])->SymType = type;
+        return isKnown ? 1 : 0;
+    };
+    library.answers["SymGetSymFromAddr64"] = [](const auto&) { return 0; };
+    for (const SYM_TYPE kind : {SymNone, SymExport, SymDeferred, SymPdb}) {
+        type = kind;
+        EXPECT_TRUE(SymbolHandler::Instance().Resolve(here, info));
+        EXPECT_EQ(library.Count("SymGetSymFromAddr64"), kind == SymPdb ? 1u : 0u) << kind;
+    }
+
     const UNICODE_STRING name{2, 2, const_cast<wchar_t*>(L"m")};
     struct {
         ULONG flags = 0;
@@ -247,6 +380,45 @@ TEST(LateModules, AreReadAndForgotten) {
         EXPECT_EQ(library.Count("SymInitialize"), count == 64 ? 0u : 1u) << "too many went to know which";
         EXPECT_EQ(library.Count("SymCleanup"), count == 64 ? 0u : 1u);
     }
+    // Ones that cannot be read: of no file, and of one that the library refuses until it does not.
+    isKnown = false;
+    library.calls.clear();
+    data.address = &data;
+    library.notify(1, &data, library.context);
+    EXPECT_TRUE(SymbolHandler::Instance().Resolve(static_cast<char*>(data.address) + 1, info));
+    EXPECT_EQ(library.Count("SymLoadModule64"), 0u);
+    for (const int loaded : {0, 1}) {
+        library.answers["SymLoadModule64"] = [&, loaded](const auto&) {
+            isKnown = loaded != 0;
+            return loaded;
+        };
+        EXPECT_TRUE(SymbolHandler::Instance().Resolve(here, info));
+        EXPECT_EQ(library.Count("SymGetSymFromAddr64"), loaded != 0 ? 1u : 0u);
+    }
+    // In the text of a call stack, beside one that lies nowhere.
+    library.answers["SymGetLineFromAddr64"] = [](const ZelkTest::StandIn::Call& call) {
+        static char file[] = "folder\\file.cpp";
+        auto& line = *ZelkTest::FromNumber<IMAGEHLP_LINE64*>(call.arguments[3]);
+        line.FileName = file;
+        line.LineNumber = 7;
+        return 1;
+    };
+    CallStack stack;
+    CONTEXT registers{};
+    char text[256];
+    registers.Eip = static_cast<DWORD>(ZelkTest::ToNumber(here));
+    ASSERT_EQ(stack.CaptureFrom(&registers), 1u);
+    stack.FrameToText(0, text, sizeof text, CallStack::LINES);
+    EXPECT_THAT(text, HasSubstr(" file.cpp:7"));
+    const unsigned long hash = stack.GetHash();
+    registers.Eip = 1;
+    ASSERT_EQ(stack.CaptureFrom(&registers), 1u);
+    EXPECT_NE(stack.GetHash(), hash);
+    stack.FrameToText(0, text, sizeof text, CallStack::LINES);
+    EXPECT_STREQ(text, "  0 00000001");
+    const ZelkTest::LogCapture log;
+    stack.Log(EAL_LOG_ERROR, 0);
+    EXPECT_THAT(log.Lines().at(0).text, HasSubstr("EAL_LOG_ERROR:   0 00000001"));
     ShutdownDbgHelpService();
 }
 

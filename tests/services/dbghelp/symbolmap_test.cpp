@@ -12,6 +12,7 @@
 #include <string>
 #include <tests/support/random.h>
 #include <tests/support/rows.h>
+#include <utility>
 #include <vector>
 #include <zelk_core/generics/stringpool.h>
 #include <zelk_core/os/nullock.h>
@@ -97,13 +98,17 @@ TEST(SymbolMap, RefusesFilesOfOtherImages) {
     const SymbolMap::Section small[] = {{0x1000, 0xe8, true}};
     ASSERT_EQ(Read(map, link, {0x1080, 0, 1, small}), ERR_OK);
     EXPECT_EQ(map.GetSkipped(), 6u) << "five functions lie beyond the image's end, and so does the end of its code";
+    EXPECT_EQ(Read(map, gnu, {0x20000, 0, 0, nullptr}), ERR_OK) << "an image that tells of no sections";
 }
 
 TEST(SymbolMap, SkipsWhatDoesNotParse) {
     const std::string gnu = "Linker script and memory map\n\n   0x400000   __image_base__ = 0x400000\n"
                             ".text 0x401000 0x1000\n .text 0x401000 0x100 a.o\n";
     const std::string lld = "Address  Size     Align Out     In      Symbol\n00001000 00001000  4096 .text\n";
+    const std::string link = " Preferred load address is 400000\n 0001:0 80H .text CODE\n 0001:80 80H .text CODE\n"
+                             " Address \n 0001:10 f 401010\n";
     const std::string longest(SymbolMap::LONGEST_NAME, 'n');
+    const std::string tooLong(SymbolMap::LONGEST_LINE + 1, 'x');
     const struct {
         std::string text;
         Error error;
@@ -120,14 +125,21 @@ TEST(SymbolMap, SkipsWhatDoesNotParse) {
         {gnu + "   0x401010   " + longest + "\n   0x401011   " + longest + "n\n", ERR_OK, 1, 1},
         {gnu + "   0x401010   f\n   0x401011   " + std::string(SymbolMap::LONGEST_LINE, ' ') + "g\n", ERR_OK, 1, 1},
         {gnu + " .text 0x401100 junk\n   0x401010   f\n", ERR_OK, 1, 1},
-        {gnu + "   0x401010   f\n .data\n", ERR_OK, 1, 0},
+        {gnu + " .text 0x401100 0x10 " + longest + "n\n   0x401010   f\n", ERR_OK, 1, 1},
+        {gnu + ".text 0x401000 0x123456789a\n   0x401010   f\n", ERR_OK, 1, 0},
+        {gnu + "   0x401010   f\n   0x401020   PROVIDE (g)\n .data\n", ERR_OK, 1, 0},
         {gnu + " SORT_BY_NAME(*)(.text$*)\n   0x401010   f\n", ERR_OK, 1, 0},
         {lld + "00001000 00000010 16         a.o:(.text)\n00001000 00000000 0                 f", ERR_OK, 1, 0},
-        {lld + "00001000 00000000 0                 f\n00001000 0000\nwild\n00001000\n", ERR_OK, 1, 3},
+        {lld + "00001000 00000000 0                 f\n00001000 0000\nwild\n00001000\n" + tooLong, ERR_OK, 1, 4},
+        {link + tooLong + "\n FIXUPS: 1\n 0001:20 g 401020\n", ERR_OK, 1, 1},
+        {link + " 0000:20 absolute 20\n Exports\n 0001:20 g 401020\n", ERR_OK, 1, 0},
         {"\xEF\xBB\xBF"
          "1000 T f\n",
          ERR_OK, 1, 0},
-        {"1000 T f\n1001 T\n1002 TT g\nlibrary.o:\n         U h\n1003 D d\n1004 t .text\n", ERR_OK, 1, 3},
+        {"1000 T f\n1001 T\n1002 TT g\nlibrary.o:\n         U h\n1003 D d\n1004 t .text\n1005 W g\n1006 w h\n" +
+             tooLong,
+         ERR_OK, 3, 4},
+        {"1000 T _f\n1001 T _\n1002 T {g\n1003 T ?h@8\n", ERR_OK, 4, 0},
         {" Timestamp is 0\n Address \n 0061:00000000 f 0\n 0001:00000000 f\n0001:0\n", ERR_CORRUPTED_DATA, 0, 0},
         {"MZ", ERR_UNSUPPORTED, 0, 0},
     };
@@ -136,17 +148,27 @@ TEST(SymbolMap, SkipsWhatDoesNotParse) {
         EXPECT_EQ(Read(map, row.text), row.error) << row.text;
         EXPECT_EQ(map.GetCount(), row.count) << row.text;
         EXPECT_EQ(map.GetSkipped(), row.skipped) << row.text;
+        SymbolMap::Symbol symbol;
+        unsigned long rva = 0;
+        const bool isRead = row.error == ERR_OK;
+        EXPECT_TRUE(isRead || (!map.Find(0x1010, symbol) && !map.FindName("f", rva))) << row.text;
+        EXPECT_EQ(map.GetBytes() != 0, isRead) << row.text;
+        EXPECT_EQ(map.GetFormat() != SYMBOL_FORMAT_UNKNOWN, isRead) << row.text;
     }
     SymbolMap map;
     EXPECT_EQ(map.Read(nullptr, 1, ANY_IMAGE), ERR_INVALID);
+    EXPECT_EQ(map.Read(nullptr, 0, ANY_IMAGE), ERR_UNSUPPORTED);
     EXPECT_EQ(map.Read("", SymbolMap::LARGEST_FILE + 1, ANY_IMAGE), ERR_OVERFLOW);
-    std::string many;
-    for (unsigned long i = 0; i < SymbolMap::MOST_SYMBOLS; ++i) {
-        many += "1000 T f\n";
+    const std::string pieces = "Linker script and memory map\n.text 0x401000 0x1000\n   0x401010   f\n";
+    for (const auto& [head, line] : {std::pair{"", "1000 T f\n"}, {pieces.c_str(), " .text 0x401000 0x1\n"}}) {
+        std::string many = head;
+        for (unsigned long i = 0; i < SymbolMap::MOST_SYMBOLS; ++i) {
+            many += line;
+        }
+        EXPECT_EQ(Read(map, many), ERR_OK);
+        EXPECT_EQ(map.GetCount(), 1u);
+        EXPECT_EQ(Read(map, many + line), ERR_OVERFLOW);
     }
-    EXPECT_EQ(Read(map, many), ERR_OK);
-    EXPECT_EQ(map.GetCount(), 1u);
-    EXPECT_EQ(Read(map, many + "1001 T g\n"), ERR_OVERFLOW);
 }
 
 TEST(SymbolMap, AnswersAsALookAtEachSymbol) {
@@ -197,22 +219,22 @@ TEST(SymbolMap, AnswersAsALookAtEachSymbol) {
 }
 
 TEST(SymbolMap, KeepsWhatItHasWhenMemoryIsRefused) {
-    const std::string text = Load("gnu.map");
-    SymbolMap map;
-    ASSERT_EQ(Read(map, "1000 T before\n"), ERR_OK);
-    for (std::size_t refused = 1;; ++refused) {
-        ZelkTest::FailAllocations(refused, 1);
-        const Error error = Read(map, text);
-        ZelkTest::FailAllocations(0);
-        if (error == ERR_OK) {
-            EXPECT_GT(refused, 5u);
-            break;
+    for (const std::string& text : {Load("gnu.map"), std::string("1000 T after\n")}) {
+        SymbolMap map;
+        ASSERT_EQ(Read(map, "1000 T before\n"), ERR_OK);
+        for (std::size_t refused = 1;; ++refused) {
+            ZelkTest::FailAllocations(refused, 1);
+            const Error error = Read(map, text);
+            ZelkTest::FailAllocations(0);
+            unsigned long rva = 0;
+            ASSERT_EQ(map.FindName("before", rva), error != ERR_OK);
+            if (error == ERR_OK) {
+                EXPECT_GT(refused, 5u);
+                break;
+            }
+            ASSERT_EQ(error, ERR_OUT_OF_MEMORY);
         }
-        ASSERT_EQ(error, ERR_OUT_OF_MEMORY);
-        unsigned long rva = 0;
-        ASSERT_TRUE(map.FindName("before", rva));
     }
-    EXPECT_EQ(map.GetFormat(), SYMBOL_FORMAT_GNU_MAP);
 }
 
 TEST(StringPool, StoresEachTextOnce) {

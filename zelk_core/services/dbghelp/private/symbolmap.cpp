@@ -28,7 +28,7 @@ bool IsNmLine(StrView line) {
         return false;
     }
     Private::TakeBlanks(line);
-    return line.Size() > 2 && Private::TakeWord(line).Size() == 1 && Private::TakeBlanks(line) == 1 && !line.IsEmpty();
+    return line.Size() > 2 && Private::TakeWord(line).Size() == 1 && Private::TakeBlanks(line) == 1;
 }
 
 SymbolFormat RecogniseLine(StrView line) {

@@ -66,7 +66,7 @@ public:
     bool ReadEncoding() {
         if (Take("Z")) {
             // A name within a function, whose arguments stand between.
-            return Nest() && ReadEncoding() && SkipTypes('E') && Take("E") && ReadEntity();
+            return Nest() && ReadEncoding() && SkipTypes() && ReadEntity();
         }
         return Take("N") ? ReadNested() : ReadUnscoped();
     }
@@ -163,7 +163,7 @@ private:
             m_text = m_text.Substring(2);
         } else if (Take("Ul")) {
             WritePart("{lambda}");
-            return SkipTypes('E') && Take("E") && TakeNumbered('_') && SkipTags();
+            return SkipTypes() && TakeNumbered('_') && SkipTags();
         } else if (Take("Ut")) {
             WritePart("{unnamed}");
             return TakeNumbered('_');
@@ -215,8 +215,9 @@ private:
         return true;
     }
 
-    bool SkipTypes(char end) {
-        while (Peek() != end) {
+    /// Types up to the `E` behind them, and that.
+    bool SkipTypes() {
+        while (!Take("E")) {
             if (!SkipType()) {
                 return false;
             }
@@ -258,7 +259,7 @@ private:
         }
         if (Take("F")) {
             static_cast<void>(Take("Y"));
-            return SkipTypes('E') && Take("E");
+            return SkipTypes();
         }
         if (Take("A")) {
             return TakeNumbered('_') && SkipType();
@@ -267,7 +268,7 @@ private:
             return SkipType() && SkipType();
         }
         if (Take("I") || Take("J")) {
-            return SkipTypes('E') && Take("E");
+            return SkipTypes();
         }
         if (Take("L")) {
             return SkipLiteral();
@@ -315,7 +316,7 @@ private:
                     return false;
                 }
             } else if (Take("Ul")) {
-                if (!SkipTypes('E') || !Take("E") || !TakeNumbered('_')) {
+                if (!SkipTypes() || !TakeNumbered('_')) {
                     return false;
                 }
             } else if (Take("Ut")) {

@@ -124,7 +124,7 @@ bool FindCommon(const MemoryView& table, std::uint32_t offset, CommonRecord& com
 bool ReadFunction(const MemoryView& table, const Record& record, CommonRecord& common, FunctionRecord& function) {
     Cursor cursor(table, record.begin, record.end);
     const auto back = cursor.Take<std::uint32_t>();
-    if (!cursor.IsGood() || back == 0 || back > record.begin) {
+    if (back == 0 || back > record.begin) { // a record has room for this number
         return false;
     }
     if (!FindCommon(table, record.begin - back, common)) {

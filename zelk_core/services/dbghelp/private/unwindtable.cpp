@@ -60,7 +60,7 @@ private:
             Push(operation - LITERAL_0);
         } else if (operation >= REGISTER_0 && operation < REGISTER_0 + KINDS) {
             const unsigned number = operation - REGISTER_0;
-            m_good = m_good && number < Registers::COUNT;
+            m_good = number < Registers::COUNT;
             Push((m_good ? m_registers.values[number] : 0) + cursor.TakeSigned());
         } else {
             Combine(operation, cursor);
@@ -76,7 +76,8 @@ private:
             break;
         case 0x06: { // deref
             std::uint32_t word = 0;
-            m_good = m_good && m_stack.Read(Pop(), word);
+            const std::uint32_t at = Pop();
+            m_good = m_good && m_stack.Read(at, word);
             Push(word);
             break;
         }
