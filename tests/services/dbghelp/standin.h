@@ -60,7 +60,6 @@ public:
     std::function<void()> atLookUp = [] {};
     std::string missing; ///< a function that is not found
     std::vector<Call> calls;
-    unsigned overlaps = 0; ///< calls that began while another ran
 
     /// What the gateway registered for the loader's notifications and did not take back, called by no one else; and its
     /// context.
