@@ -108,7 +108,7 @@ TEST_F(CallStackTest, HasEveryFrame) {
                     EXPECT_EQ(count, stack.GetCount());
                     EXPECT_FALSE(stack.IsCut());
                     const unsigned long place = PlaceOf(truth, stack);
-                    EXPECT_LE(place, 6u);
+                    EXPECT_LE(place, 10u);
                     EXPECT_EQ(stack.GetOrigin(0), FRAME_GIVEN);
                     for (unsigned long i = 1; i + 1 < truth.size(); ++i) {
                         EXPECT_EQ(stack.GetOrigin(place + i), origin) << i;
@@ -138,6 +138,12 @@ TEST_F(CallStackTest, BeginsWithTheCallerBeforeAnyModuleIsKnown) {
     known.Capture(0);
     const auto distance = static_cast<const char*>(known.GetAddress(0)) - static_cast<const char*>(stack.GetAddress(0));
     EXPECT_TRUE(distance > 0 && distance < 1000) << distance;
+    char line[256];
+    stack.ToText(line, sizeof line, CallStack::OFFSETS_ONLY);
+    const ZelkTest::LogCapture log;
+    stack.Log(EAL_LOG_WARNING, CallStack::OFFSETS_ONLY);
+    log.ExpectOnly({{EAL_LOG_WARNING, "services/dbghelp/private/callstack", 164,
+                     std::string("[Z4::CallStack] EAL_LOG_WARNING: ") + line}});
 }
 
 /// Frame pointers from here on, as in the DLL.
@@ -344,16 +350,6 @@ TEST_F(CallStackTest, TellsEachFrameOnALine) {
     EXPECT_EQ(stacks[0].ToText(shortText, sizeof shortText, CallStack::OFFSETS_ONLY), length);
     EXPECT_EQ(shortText, std::string(text, 9));
     EXPECT_EQ(stacks[0].ToText(nullptr, 0, CallStack::OFFSETS_ONLY), length);
-    const ZelkTest::LogCapture log;
-    stacks[0].Log(EAL_LOG_WARNING, CallStack::OFFSETS_ONLY);
-    std::string logged;
-    for (const ZelkTest::LogLine& line : log.Lines()) {
-        EXPECT_EQ(line.file, "services/dbghelp/private/callstack");
-        const std::string prefix = "[Z4::CallStack] EAL_LOG_WARNING: ";
-        EXPECT_EQ(line.text.substr(0, prefix.size()), prefix);
-        logged += line.text.substr(prefix.size());
-    }
-    EXPECT_EQ(logged, std::string(text, length));
 }
 
 } // namespace

@@ -83,6 +83,14 @@ unsigned StandIn::Count(const std::string& name) const {
         std::count_if(calls.begin(), calls.end(), [&](const Call& call) { return call.name == name; }));
 }
 
+std::string StandIn::Names() const {
+    std::string names;
+    for (const Call& call : calls) {
+        names += call.name.substr(3) + " ";
+    }
+    return names;
+}
+
 StandIn::Answer StandIn::Fails(int failures, DWORD error) {
     return [=](const Call&) mutable -> unsigned long long {
         if (failures == 0) {

@@ -67,6 +67,8 @@ public:
     void* context = nullptr;
 
     unsigned Count(const std::string& name) const;
+    /// Of the calls' functions, each without "Sym" and with a space behind it.
+    std::string Names() const;
 
     /// The first `failures` calls give false and the last error `error`, all others true.
     static Answer Fails(int failures, DWORD error);
