@@ -255,7 +255,8 @@ TEST_F(CallStackTest, OfAThreadThatWaitsOrRuns) {
 TEST_F(CallStackTest, EndsOnEveryStack) {
     const ZelkTest::GuardedPage page;
     const auto begin = static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(page.Begin()));
-    std::vector<DWORD> codes{0, 1, 0xFFFFFFFF, 0x7FFFFFFF, begin - 1, begin + page.SIZE};
+    const std::vector<DWORD> odd{0, 1, 0xFFFFFFFF, 0x7FFFFFFF, begin - 1, begin + page.SIZE};
+    std::vector<DWORD> codes = odd;
     const Part parts[] = {Part("tables"), Part("neither")};
     for (const Part& part : parts) {
         part.Call(1, [&](StackTruth) {
@@ -268,13 +269,14 @@ TEST_F(CallStackTest, EndsOnEveryStack) {
     }
     Prepare();
     std::mt19937 random(1);
-    const auto any = [&] { return random() % 2 != 0 ? codes[random() % codes.size()] : begin + random() % page.SIZE; };
+    const auto one = [&](const std::vector<DWORD>& of) { return of[random() % of.size()]; };
+    const auto any = [&] { return random() % 2 != 0 ? one(codes) : begin + random() % page.SIZE; };
     unsigned long longest = 0;
     for (unsigned round = 0; round < 1000; ++round) {
         std::generate_n(reinterpret_cast<DWORD*>(page.Begin()), page.SIZE / sizeof(DWORD), any);
         CONTEXT context{};
         context.Eip = any() + random() % 3;
-        context.Esp = random() % 8 == 0 ? any() : begin + random() % page.SIZE;
+        context.Esp = random() % 8 == 0 ? one(random() % 2 != 0 ? odd : codes) : begin + random() % page.SIZE;
         context.Ebp = any();
         context.Ebx = any();
         context.Esi = any();

@@ -60,9 +60,12 @@ const struct {
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
     g_standIn->lookedUp.push_back(name);
     g_standIn->atLookUp();
+    if (g_standIn->isMissing != nullptr && g_standIn->isMissing(name)) {
+        return nullptr;
+    }
     for (const auto& row : FUNCTIONS) {
         if (row.name == name) {
-            return row.name != g_standIn->missing ? row.function : nullptr;
+            return row.function;
         }
     }
     return GetProcAddress(module, name);

@@ -58,7 +58,7 @@ public:
     std::map<std::string, Answer> answers; ///< by the function's name
     std::vector<std::string> lookedUp;     ///< all names that the gateway looked up, those of other libraries, too
     std::function<void()> atLookUp = [] {};
-    std::string missing; ///< a function that is not found
+    std::function<bool(const std::string& name)> isMissing; ///< functions that are not found; none if null
     std::vector<Call> calls;
 
     /// What the gateway registered for the loader's notifications and did not take back, called by no one else; and its
