@@ -210,26 +210,18 @@ TEST(FileVersion, IsReadUpTo64KiB) {
     unsigned short version[4] = {};
     ASSERT_TRUE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version));
     const ZelkTest::ImportHook hook("SizeofResource", AnswerVersionSize);
-    const std::string cannot = "Cannot read the version info of ";
-    const struct {
-        const char* file;
-        DWORD size;
-        unsigned long line; ///< of what is logged
-        std::string text;
-    } rows[] = {
-        {ZELK_DLL_FILE, 65537, 662,
-         "Reading the version info of " ZELK_DLL_FILE " would require a size of 65537 bytes"},
-        {ZELK_DLL_FILE, RECORD - 1, 655, cannot + ZELK_DLL_FILE},
-        {"no such file.dll", 0, 655, cannot + "no such file.dll"},
-        {"dbghelp_landmark.dll", 0, 655, cannot + "dbghelp_landmark.dll"},
-    };
-    for (const auto& row : rows) {
+    const auto expectRefused = [&](const std::string& file, DWORD size, unsigned long line, const std::string& text) {
         const ZelkTest::LogCapture log;
-        g_versionSize = row.size;
-        EXPECT_FALSE(WinDbgHelp::GetVersionInfo(row.file, version));
-        log.ExpectOnly({{EAL_LOG_WARNING, "services/dbghelp/private/windbghelp_ms_pc", row.line,
-                         "[Z4::WinDbgHelp] EAL_LOG_WARNING: " + row.text + "\n"}});
+        g_versionSize = size;
+        EXPECT_FALSE(WinDbgHelp::GetVersionInfo(file.c_str(), version));
+        log.ExpectOnly({{EAL_LOG_WARNING, "services/dbghelp/private/windbghelp_ms_pc", line,
+                         "[Z4::WinDbgHelp] EAL_LOG_WARNING: " + text + "\n"}});
+    };
+    for (const std::string file : {ZELK_DLL_FILE, "no such file.dll", "dbghelp_landmark.dll"}) {
+        expectRefused(file, RECORD - 1, 655, "Cannot read the version info of " + file);
     }
+    expectRefused(ZELK_DLL_FILE, 65537, 662,
+                  "Reading the version info of " ZELK_DLL_FILE " would require a size of 65537 bytes");
     for (const DWORD size : {DWORD{65536}, RECORD}) {
         g_versionSize = size;
         EXPECT_TRUE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version));
