@@ -298,6 +298,10 @@ TEST_F(CallStackTest, CapturesWhileModulesComeAndGo) {
     for (unsigned i = 0; i < 20; ++i) {
         const Part part(KINDS[i % 2]);
         Prepare();
+        for (unsigned change = 0; change < 100; ++change) { // in front of all others, which move
+            void* const lowest = reinterpret_cast<void*>(std::uintptr_t{16});
+            ProgramModuleDB::UpdateModulesList({0, lowest, 16, L"lowest", L"lowest", change % 2 != 0}, nullptr);
+        }
     }
     stop = true;
     capturing.join();

@@ -128,7 +128,6 @@ TEST_F(StandInTest, FailuresOfTheSymbolHandler) {
     const LogCapture log;
     m_library.answers["EnumerateLoadedModules64"] = StandIn::Fails(3, LENGTH_MISMATCH);
     EXPECT_TRUE(WinDbgHelp::Instance().EnumerateLoadedModules64(GetCurrentProcess(), nullptr, nullptr));
-    EXPECT_EQ(m_library.Count("EnumerateLoadedModules64"), 4u);
     EXPECT_EQ(logged(log), enumerating + enumerating + enumerating);
 }
 
@@ -158,7 +157,7 @@ TEST_F(StandInTest, ForwardsEveryArgument) {
     const auto direct = reinterpret_cast<WinDbgHelp::FunctionTableAccessCallback>(
         WinDbgHelp::Instance().GetAddressOfSymFunctionTableAccess64());
     direct(nullptr, 5);
-    EXPECT_EQ(m_library.Count("SymFunctionTableAccess64"), 1u);
+    EXPECT_EQ(m_library.Names(), "FunctionTableAccess64 ");
 }
 
 TEST_F(StandInTest, NoTwoCallsAtOnce) {
@@ -202,7 +201,6 @@ TEST_F(StandInTest, StartUpDoesNotWaitButTheFirstCallDoes) {
         gate.Open();
         caller.Proceeds();
         EXPECT_EQ(g_suspensions, suspensions == 2 ? 0xFFFFFFFF : suspensions - 1) << "resumed until it runs";
-        EXPECT_TRUE(WinDbgHelp::Instance().IsReady());
         ShutdownDbgHelpService();
     }
 }
@@ -268,7 +266,7 @@ TEST_F(StandInTest, LoadsOnTheCallersThreadWhereNoOtherCanBeStarted) {
         });
     EXPECT_TRUE(WinDbgHelp::Instance().IsReady());
     EXPECT_EQ(stackSize, 4u << 20);
-    ASSERT_EQ(m_library.Count("SymInitialize"), 1u);
+    ASSERT_EQ(m_library.Names(), "GetOptions SetOptions Initialize ");
     EXPECT_EQ(m_library.calls.back().thread, GetCurrentThreadId());
 }
 
@@ -281,7 +279,7 @@ TEST_F(StandInTest, AHostThatAsksForSymbolsWhileTheLoaderLogsIsAnswered) {
     SetEalInterface(log);
     Actor().Does([] { WinDbgHelp::Instance().IsLoaded(); }); // else the loader waits for itself
     ReinstallHost();
-    EXPECT_EQ(m_library.Count("SymGetOptions"), 2u);
+    EXPECT_EQ(m_library.Names(), "GetOptions SetOptions Initialize GetOptions Initialize ");
 }
 
 TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
