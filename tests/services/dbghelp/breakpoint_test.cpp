@@ -6,7 +6,6 @@
 #include <tests/support/importhook.h>
 #include <tests/support/testhost.h>
 
-#include <functional>
 #include <gmock/gmock.h>
 #include <string>
 #include <thread>

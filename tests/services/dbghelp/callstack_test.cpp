@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <functional>
 #include <gmock/gmock.h>
 #include <host/zelkhost.h>

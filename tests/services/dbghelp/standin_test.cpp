@@ -1,6 +1,6 @@
 // The gateway and the list of modules over functions that do as they are told. Hunted are: arguments and results that
-// are lost on the way, a wrong order of start-up or shut-down, retries too many or too few, calls that overlap, waits
-// that never end, and modules that are lost or kept.
+// are lost on the way, a wrong order of start-up or shut-down, retries too many or too few, calls that overlap, crashes
+// and waits without end where the library is missing, a library from elsewhere, and modules that are lost or kept.
 #include "standin.h"
 
 #include <tests/os/crowd.h>
@@ -10,7 +10,6 @@
 #include <winternl.h>
 
 #include <gmock/gmock.h>
-#include <host/zelkhost.h>
 #include <zelk_core/os/lifecycle.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
 #include <zelk_core/services/dbghelp/programmoduledb.h>
