@@ -108,6 +108,7 @@ TEST_F(CallStackTest, HasEveryFrame) {
                     EXPECT_FALSE(stack.IsCut());
                     const unsigned long place = PlaceOf(truth, stack);
                     EXPECT_LE(place, 10u);
+                    ASSERT_LE(place + truth.size(), count);
                     EXPECT_EQ(stack.GetOrigin(0), FRAME_GIVEN);
                     for (unsigned long i = 1; i + 1 < truth.size(); ++i) {
                         EXPECT_EQ(stack.GetOrigin(place + i), origin) << i;
@@ -206,8 +207,7 @@ TEST_F(CallStackTest, OfAnExceptionIsThatOfTheDebugHelpLibrary) {
         void (*volatile null)() = nullptr;
         null();
         PlaceOf(truth, ours);
-        EXPECT_EQ(ours.GetAddress(0), nullptr);
-        EXPECT_EQ(ours.GetOrigin(1), FRAME_PROVEN);
+        EXPECT_TRUE(ours.GetAddress(0) == nullptr && ours.GetOrigin(1) == FRAME_PROVEN);
     });
     RemoveVectoredExceptionHandler(cookie);
 }
