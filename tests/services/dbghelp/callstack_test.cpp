@@ -110,8 +110,10 @@ TEST_F(CallStackTest, HasEveryFrame) {
                     EXPECT_LE(place, 10u);
                     ASSERT_LE(place + truth.size(), count);
                     EXPECT_EQ(stack.GetOrigin(0), FRAME_GIVEN);
-                    for (unsigned long i = 1; i + 1 < truth.size(); ++i) {
-                        EXPECT_EQ(stack.GetOrigin(place + i), origin) << i;
+                    const unsigned long last = place + truth.size() - 1; // can be found in any way
+                    for (unsigned long i = 1; i < count; ++i) {
+                        const FrameOrigin expected = i >= place && i < last ? origin : FRAME_TABLE;
+                        EXPECT_TRUE(stack.GetOrigin(i) == expected || i == last) << i;
                     }
                     CallStack outer;
                     outer.Capture(place);
@@ -297,7 +299,7 @@ TEST_F(CallStackTest, CapturesWhileModulesComeAndGo) {
     for (unsigned i = 0; i < 20; ++i) {
         const Part part(KINDS[i % 2]);
         Prepare();
-        for (unsigned change = 0; change < 100; ++change) { // in front of all others, which move
+        for (unsigned change = 0; change < 20; ++change) { // in front of all others, which move
             void* const lowest = reinterpret_cast<void*>(std::uintptr_t{16});
             ProgramModuleDB::UpdateModulesList({0, lowest, 16, L"lowest", L"lowest", change % 2 != 0}, nullptr);
         }
