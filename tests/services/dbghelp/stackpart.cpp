@@ -6,38 +6,23 @@
 
 namespace {
 
-StackTruth* g_truth;
-int (*g_innermost)(void*);
-void* g_context;
+StackCall* g_call;
 
 /// One function's entry among the truths, as long as it runs.
 class Noted {
 public:
-    explicit Noted(const void* address) : m_truth(*g_truth) {
-        for (unsigned i = m_truth.count++; i != 0; --i) {
-            m_truth.addresses[i] = m_truth.addresses[i - 1];
-        }
-        m_truth.addresses[0] = address;
-    }
-    ~Noted() {
-        --m_truth.count;
-        for (unsigned i = 0; i != m_truth.count; ++i) {
-            m_truth.addresses[i] = m_truth.addresses[i + 1];
-        }
-    }
+    explicit Noted(const void* address) { g_call->addresses[--g_call->begin] = address; }
+    ~Noted() { ++g_call->begin; }
     Noted(const Noted&) = delete;
     Noted& operator=(const Noted&) = delete;
-
-private:
-    StackTruth& m_truth;
 };
 
 #define NOTE const Noted noted(__builtin_return_address(0))
 
 APART int CallInnermost(int depth) {
     NOTE;
-    int (*volatile innermost)(void*) = g_innermost;
-    return innermost(g_context) + depth;
+    int (*volatile innermost)(StackCall&) = g_call->innermost;
+    return innermost(*g_call) + depth;
 }
 
 /// Aligned more strictly than stacks are.
@@ -78,12 +63,10 @@ APART int CallDeep(int depth, int left) {
 
 } // namespace
 
-extern "C" __declspec(dllexport) int StackPart(int depth, int (*innermost)(void*), void* context, StackTruth* truth);
+extern "C" __declspec(dllexport) int StackPart(int depth, StackCall& call);
 
-int StackPart(int depth, int (*innermost)(void*), void* context, StackTruth* truth) {
-    g_truth = truth;
-    g_innermost = innermost;
-    g_context = context;
+int StackPart(int depth, StackCall& call) {
+    g_call = &call;
     NOTE;
     return CallDeep(depth, depth) + 1;
 }

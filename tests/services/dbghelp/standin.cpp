@@ -3,14 +3,12 @@
 #include <dbghelp.h>
 
 #include <algorithm>
-#include <atomic>
 
 namespace ZelkTest {
 
 namespace {
 
 StandIn* g_standIn;
-std::atomic<int> g_inside;
 
 /// A text that can be a template's argument.
 struct Name {
@@ -24,11 +22,8 @@ struct Name {
 
 template <Name NAME, class Result, class... Arguments>
 Result WINAPI Record(Arguments... arguments) {
-    g_standIn->overlaps += ++g_inside != 1 ? 1u : 0u;
-    SwitchToThread();
     const StandIn::Call call{NAME.text, {ToNumber(arguments)...}, GetCurrentThreadId()};
     g_standIn->calls.push_back(call);
-    --g_inside;
     const auto answer = g_standIn->answers.find(call.name);
     return FromNumber<Result>(answer != g_standIn->answers.end() ? answer->second(call) : StandIn::USUAL_ANSWER);
 }
@@ -65,9 +60,12 @@ const struct {
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
     g_standIn->lookedUp.push_back(name);
     g_standIn->atLookUp();
+    if (g_standIn->isMissing != nullptr && g_standIn->isMissing(name)) {
+        return nullptr;
+    }
     for (const auto& row : FUNCTIONS) {
         if (row.name == name) {
-            return row.name != g_standIn->missing ? row.function : nullptr;
+            return row.function;
         }
     }
     return GetProcAddress(module, name);
@@ -86,6 +84,14 @@ StandIn::~StandIn() {
 unsigned StandIn::Count(const std::string& name) const {
     return static_cast<unsigned>(
         std::count_if(calls.begin(), calls.end(), [&](const Call& call) { return call.name == name; }));
+}
+
+std::string StandIn::Names() const {
+    std::string names;
+    for (const Call& call : calls) {
+        names += call.name.substr(3) + " ";
+    }
+    return names;
 }
 
 StandIn::Answer StandIn::Fails(int failures, DWORD error) {

@@ -58,9 +58,8 @@ public:
     std::map<std::string, Answer> answers; ///< by the function's name
     std::vector<std::string> lookedUp;     ///< all names that the gateway looked up, those of other libraries, too
     std::function<void()> atLookUp = [] {};
-    std::string missing; ///< a function that is not found
+    std::function<bool(const std::string& name)> isMissing; ///< functions that are not found; none if null
     std::vector<Call> calls;
-    unsigned overlaps = 0; ///< calls that began while another ran
 
     /// What the gateway registered for the loader's notifications and did not take back, called by no one else; and its
     /// context.
@@ -68,6 +67,8 @@ public:
     void* context = nullptr;
 
     unsigned Count(const std::string& name) const;
+    /// Of the calls' functions, each without "Sym" and with a space behind it.
+    std::string Names() const;
 
     /// The first `failures` calls give false and the last error `error`, all others true.
     static Answer Fails(int failures, DWORD error);
