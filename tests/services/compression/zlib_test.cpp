@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 #include <memory>
-#include <tests/support/testhost.h>
 #include <tests/support/zlibpeer.h>
 #include <zelk_core/services/compression/zlib.h>
 
@@ -55,10 +54,6 @@ TEST(ZLib, FlushGoesOnInTheNextOutputBufferAndEndsOnce) {
     EXPECT_EQ(deflater.Process(), FAILED) << "input behind the end";
     deflater.FeedOutputBuffer(nullptr, 0);
     EXPECT_EQ(deflater.Process(), FAILED) << "no output buffer";
-    FailAllocations(1);
-    const ZLibInflate refused;
-    FailAllocations(0);
-    EXPECT_EQ(refused.GetAvailableOutputSize(), 0u);
     // A stream cut short waits for more, with no input at all.
     stream.pop_back();
     Buffer content(sample.size());
