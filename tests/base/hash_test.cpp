@@ -1,5 +1,5 @@
-// Values that differ from the published ones, forms that differ from one another, and reads beyond the input. The
-// reference implementations, the pieces and all other inputs are the fuzzer's.
+// Values that differ from the published ones, and reads beyond a string. The reference implementations, the forms of
+// each family, the pieces and all other inputs are the fuzzer's.
 #include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -9,14 +9,12 @@
 #include <tests/support/random.h>
 #include <tests/support/rows.h>
 #include <tests/support/testhost.h>
-#include <vector>
 #include <zelk_core/base/hash.h>
 
 namespace {
 
 using Z4::Hash;
 using ZelkTest::HashFamily;
-using Buffer = std::vector<unsigned char>;
 
 TEST(Hash, GivesPublishedValues) {
     for (const ZelkTest::Row& row : ZelkTest::Rows("hash.txt")) {
@@ -49,32 +47,19 @@ TEST(Hash, CountsNothingAsEmpty) {
     EXPECT_TRUE(Hash::CTCRC(nullptr, 7) == 7 && Hash::CTCRC32B(nullptr, 7) == ~7u);
 }
 
-// At either end of a page the bytes have every alignment, and one read over the end faults. The top bit is set in every
-// byte of the second round, which searches for a terminator in whole words mistake for one.
-TEST(Hash, FormsAgreeAtEveryAlignmentAndLengthAndStayInside) {
-    const ZelkTest::LogCapture unalignedWarnings;
+// The one reader that AddressSanitizer overlooks: it takes whole blocks that are aligned, which at either end of a page
+// must not lie beyond it.
+TEST(Hash, TerminatorsAreFoundWithoutLeavingThePage) {
     const ZelkTest::GuardedPage page;
-    for (const int topBit : {0, 0x80}) {
-        Buffer text(200);
-        ZelkTest::Input(1).Fill(text.data(), text.size());
-        for (unsigned char& byte : text) {
-            byte = static_cast<unsigned char>((byte & 0x7F) == 0 ? 0x80 : byte | topBit);
-        }
-        for (unsigned size = 0; size <= text.size(); ++size) {
-            for (const HashFamily& family : ZelkTest::HASH_FAMILIES) {
-                SCOPED_TRACE(testing::Message() << family.name << ", " << size);
-                const std::uint64_t expected = family.bytes(text.data(), size, size);
-                const unsigned terminator = size % 2 == 0 ? 2 : 1;
-                for (unsigned char* const place : {page.Begin() + size % 16, page.End() - size - terminator}) {
-                    std::memcpy(place, text.data(), size);
-                    std::memset(place + size, 0, terminator);
-                    ASSERT_EQ(family.narrow(reinterpret_cast<const char*>(place), size), expected);
-                    ASSERT_TRUE(size % 2 != 0 ||
-                                family.wide(reinterpret_cast<const wchar_t*>(place), size) == expected);
-                }
-                std::memcpy(page.End() - size, text.data(), size);
-                ASSERT_EQ(family.bytes(page.End() - size, size, size), expected);
-            }
+    ZelkTest::Input input(1);
+    for (unsigned size = 0; size <= 200; ++size) {
+        const unsigned terminator = size % 2 == 0 ? 2 : 1;
+        for (unsigned char* const place : {page.Begin() + size % 16, page.End() - size - terminator}) {
+            std::generate_n(place, size, [&input] { return static_cast<unsigned char>(1 + input.Below(255)); });
+            std::memset(place + size, 0, terminator);
+            const std::uint32_t expected = Hash::XXH32(place, size);
+            ASSERT_EQ(Hash::XXH32(reinterpret_cast<const char*>(place)), expected) << size;
+            ASSERT_TRUE(size % 2 != 0 || Hash::XXH32(reinterpret_cast<const wchar_t*>(place)) == expected) << size;
         }
     }
 }

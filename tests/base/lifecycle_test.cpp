@@ -10,17 +10,7 @@
 #include <map>
 #include <string>
 #include <utility>
-#include <zelk_core/base/ealinterface.h>
-#include <zelk_core/base/lifecycle.h>
-#include <zelk_core/eal_utils/lifecycle.h>
-#include <zelk_core/generics/lifecycle.h>
-#include <zelk_core/math/lifecycle.h>
-#include <zelk_core/os/lifecycle.h>
-#include <zelk_core/services/compression/lifecycle.h>
-#include <zelk_core/services/dbghelp/lifecycle.h>
-#include <zelk_core/services/encryption/lifecycle.h>
-#include <zelk_core/services/random/lifecycle.h>
-#include <zelk_core/services/runtimetype/lifecycle.h>
+#include <zelk_core/zelk_core.h>
 
 using namespace Z4;
 
