@@ -68,23 +68,6 @@ TYPED_TEST(StrOf, CopiesAreCutAndTerminated) {
     EXPECT_EQ(room[3], TypeParam('a'));
 }
 
-TEST(Str, CasesOfAllCharactersAtAllPlaces) {
-    std::string all(300, '\0');
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        all[i] = static_cast<char>(i);
-    }
-    for (std::size_t size = 0; size < all.size(); ++size) {
-        std::string lower = all;
-        std::string upper = all;
-        Str::ToLower(lower.data(), size);
-        Str::ToUpper(upper.data(), size);
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            ASSERT_EQ(lower[i], i < size && all[i] >= 'A' && all[i] <= 'Z' ? all[i] + 32 : all[i]);
-            ASSERT_EQ(upper[i], i < size && all[i] >= 'a' && all[i] <= 'z' ? all[i] - 32 : all[i]);
-        }
-    }
-}
-
 TEST(Str, PartsAndEnds) {
     const auto split = [](StrView rest) {
         std::string parts;

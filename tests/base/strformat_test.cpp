@@ -123,17 +123,6 @@ TEST(FormatSize, Rows) {
                   text);
         EXPECT_EQ(text, row.Text(3)) << row.Where();
     }
-}
-
-TEST(FormatSize, IsCutToTheBuffer) {
-    const std::string complete = "1023.123046875 KiB";
-    for (unsigned size = 0; size <= complete.size() + 1; ++size) {
-        std::string buffer(24, '?');
-        EXPECT_EQ(StrFormat::FormatSize(buffer.data(), size, 1047678, "B", 9), buffer.data());
-        std::string expected = size == 0 ? "" : complete.substr(0, size - 1) + '\0';
-        expected.resize(buffer.size(), '?');
-        EXPECT_EQ(buffer, expected) << size;
-    }
     EXPECT_EQ(StrFormat::FormatSize(nullptr, 0, 1, nullptr, 0), nullptr);
 }
 
