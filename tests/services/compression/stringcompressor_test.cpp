@@ -123,8 +123,8 @@ TEST(StringCompressor, TellsItsErrors) {
     for (const unsigned long content : {0UL, 16UL, 254UL, 256UL, 0xFFFFFFFFUL}) {
         EXPECT_EQ(Compress(std::string(9000, 'a'), content, 0).error, Z4::ERR_UNSUPPORTED) << content;
     }
-    EXPECT_EQ(Compress("text", 2, 3).error, Z4::ERR_INVALID);
-    EXPECT_EQ(Compress("text", 2, 3).size, 77u) << "unchanged";
+    const Packed refused = Compress("text", 2, 3);
+    EXPECT_TRUE(refused.error == Z4::ERR_INVALID && refused.size == 77);
     Compressor compressor;
     EXPECT_EQ(compressor.DetectContent(nullptr, -1), 5u);
     const std::string text(MAX_BLOCK_LENGTH + 1, 'a');
@@ -143,9 +143,6 @@ TEST(StringCompressor, TellsItsErrors) {
         EXPECT_EQ(Compressor::GetSize(endless, size, bytes), Z4::ERR_CORRUPTED_DATA);
     }
     EXPECT_EQ(out, std::string(9000, UNTOUCHED));
-    EXPECT_EQ(compressor.Decompress({withoutContent, 3}, out).error, Z4::ERR_CORRUPTED_DATA);
-    const Packed text4 = Compress("text");
-    EXPECT_EQ(compressor.Decompress({text4.memory.data(), (text4.size + 3) / 4 * 4}, out).size, 4u);
     EXPECT_EQ(Compressor::Text(static_cast<const char*>(nullptr)).size, 0u);
 }
 

@@ -69,16 +69,4 @@ TEST(RangeOfDraws, WrapsAtTheEndsAndNeverTraps) {
     EXPECT_EQ(Private::WrappedSum(INT_MAX, 1), INT_MIN);
 }
 
-TEST(Ziggurat, SeedsAreMixedInAndZeroIsAFixedPoint) {
-    Ziggurat generator;
-    generator.Seed(99);
-    generator.Seed(99);
-    EXPECT_TRUE(generator.Normal() == 0 && generator.Exponential() == 0 && generator.Uni() == 0.5F);
-    generator.Seed(5);
-    Ziggurat other;
-    other.Seed(5);
-    generator.Seed(0);
-    EXPECT_EQ(generator.Normal(), other.Normal());
-}
-
 } // namespace

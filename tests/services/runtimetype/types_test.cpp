@@ -39,16 +39,11 @@ class Stone : public DynamicType {
 
 TEST(TypeID, IsTheHashOfItsName) {
     EXPECT_EQ(TypeID("123456789", TypeID::STANDARD_SEED), TypeID(0xCBF43926));
-    for (const std::uint32_t seed : {0xFFFFFFFFU, 0U, 0x12345678U}) {
-        for (const char* const name : {"", "a", "Z4::ClassFactory", "\x80\xFF"}) {
-            const TypeID type(name, seed);
-            EXPECT_EQ(static_cast<unsigned long>(type), Hash::CRC(name, ~seed));
-            EXPECT_EQ(static_cast<const char*>(type), name);
-        }
-        const TypeID none(nullptr, seed);
-        EXPECT_EQ(static_cast<unsigned long>(none), 0u);
-        EXPECT_EQ(static_cast<const char*>(none), nullptr);
-    }
+    const char* const name = "\x80\xFF";
+    const TypeID type(name, 0x12345678);
+    EXPECT_TRUE(type == Hash::CRC(name, ~0x12345678U) && static_cast<const char*>(type) == name);
+    const TypeID none(nullptr, 0);
+    EXPECT_TRUE(none == TypeID() && static_cast<const char*>(none) == nullptr);
     const TypeID types[] = {TypeID(), TypeID(1), TypeID(0x80000000), TypeID(0xFFFFFFFF)};
     ZelkTest::ExpectAscending(types);
     EXPECT_TRUE(types[1] == 1u && types[2] > 1u);
