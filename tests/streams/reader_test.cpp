@@ -2,6 +2,7 @@
 // beyond the room, a failure in the midst of a value that is taken for success. How much memory a length may cost, and
 // that all streams are read alike, is the replayed fuzzer's.
 #include <gtest/gtest.h>
+#include <map>
 #include <string_view>
 #include <tests/support/rows.h>
 #include <vector>
@@ -137,27 +138,20 @@ TEST(StreamReader, Lines) {
 }
 
 /// Whether anything is read.
-bool ReadsAs(const std::string& kind, StreamReader& reader, ZelkString& text) {
-    if (kind == "flag") {
-        return reader.Read<bool>();
-    }
-    if (kind == "number") {
-        return reader.Read<std::uint32_t>() != 0;
-    }
-    if (kind == "identifier") {
-        return !reader.Read<GUID>().IsNil();
-    }
-    if (kind == "varint") {
-        return reader.ReadVarint() != 0;
-    }
-    if (kind == "numbers") {
-        Vector<std::uint64_t> elements(3);
-        return reader.ReadVector(elements, 3) || !elements.IsEmpty();
-    }
-    return kind == "line"         ? reader.ReadLine(text, 5)
-           : kind == "terminated" ? reader.ReadTerminated(text, 5)
-                                  : reader.ReadUtf8String(text, 5);
-}
+const std::map<std::string, bool (*)(StreamReader& reader, ZelkString& text)> READS = {
+    {"flag", [](StreamReader& reader, ZelkString&) { return reader.Read<bool>(); }},
+    {"number", [](StreamReader& reader, ZelkString&) { return reader.Read<std::uint32_t>() != 0; }},
+    {"identifier", [](StreamReader& reader, ZelkString&) { return !reader.Read<GUID>().IsNil(); }},
+    {"varint", [](StreamReader& reader, ZelkString&) { return reader.ReadVarint() != 0; }},
+    {"numbers",
+     [](StreamReader& reader, ZelkString&) {
+         Vector<std::uint64_t> elements(3);
+         return reader.ReadVector(elements, 3) || !elements.IsEmpty();
+     }},
+    {"line", [](StreamReader& reader, ZelkString& text) { return reader.ReadLine(text, 5); }},
+    {"terminated", [](StreamReader& reader, ZelkString& text) { return reader.ReadTerminated(text, 5); }},
+    {"utf8", [](StreamReader& reader, ZelkString& text) { return reader.ReadUtf8String(text, 5); }},
+};
 
 TEST(StreamReader, WhatIsWrongIsReadAsNothing) {
     ZelkString text;
@@ -165,7 +159,7 @@ TEST(StreamReader, WhatIsWrongIsReadAsNothing) {
         const std::string bytes = row.Text(1);
         MemoryStream stream(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
         StreamReader reader(stream, LITTLE_ENDIAN_ORDER);
-        EXPECT_FALSE(ReadsAs(row.Text(0), reader, text)) << row.Where();
+        EXPECT_FALSE(READS.at(row.Text(0))(reader, text)) << row.Where();
         EXPECT_TRUE(stream.GetError() == ERR_CORRUPTED_DATA && text.IsEmpty()) << row.Where();
     }
     MemoryStream stream("\4\0\0\0abcd\4\0\0\0abcd", 16);
