@@ -65,13 +65,19 @@ int Sign(int order) {
     return (order > 0) - (order < 0);
 }
 
+/// With the letters from `first` on in the other case.
 template <class Text>
-Text Lower(Text text) {
+Text FlipCase(Text text, char first) {
     for (auto& character : text) {
-        const bool isUpper = character >= 'A' && character <= 'Z';
-        character = static_cast<typename Text::value_type>(isUpper ? character + 32 : character);
+        const bool isChanged = character >= first && character <= first + 25;
+        character = static_cast<typename Text::value_type>(isChanged ? character ^ 0x20 : character);
     }
     return text;
+}
+
+template <class Text>
+Text Lower(const Text& text) {
+    return FlipCase(text, 'A');
 }
 
 /// Of a text and one that often is a part of it, by what the standard library says of them; then with other cases.
@@ -114,6 +120,12 @@ void RequireSearches(StrView bytes, unsigned choice) {
     Require(Sign(Str::CompareNoCase(text, what)) == Sign(order));
     if constexpr (sizeof(Char) == 1) {
         Require(Str::FindNoCase(text, what, from) == Lower(content).find(Lower(wanted), from));
+        std::vector<char> cased = exact;
+        Str::ToLower(cased.data(), cased.size());
+        Require(std::equal(cased.begin(), cased.end(), Lower(content).begin()));
+        cased = exact;
+        Str::ToUpper(cased.data(), cased.size());
+        Require(std::equal(cased.begin(), cased.end(), FlipCase(content, 'a').begin()));
     }
 }
 

@@ -1,5 +1,5 @@
 // Typed reading of data that nobody vouches for. The first bytes of the input are a program of reader calls, the others
-// are what it reads: from memory, from a part of it, and expanded. The calls must come back, tell the same of both ways
+// are what it reads: from memory, from a part of it, and expanded. The calls must come back, tell the same of all ways
 // to the same bytes, and take memory in proportion to what there is.
 #include "body.h"
 #include "hostmemory.h"
@@ -121,9 +121,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint8_t* const bytes = data + 1 + programSize;
     const auto count = static_cast<std::uint32_t>(size - 1 - programSize);
     g_largestBlock = 0;
+    MemoryStream memory(bytes, count);
+    const Account whole = RunProgram(memory, program, programSize);
     {
-        MemoryStream memory(bytes, count);
-        const Account whole = RunProgram(memory, program, programSize);
         MemoryStream again(bytes, count);
         SubStream part(again, 0, data[0] % 2 != 0 ? count : UINT64_MAX / 4, data[0] % 32);
         const Account parted = RunProgram(part, program, programSize);
@@ -138,7 +138,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(deflate.Close() == ERR_OK && packed.Seek(0, SEEK_FROM_BEGIN));
         InflateStream inflate(packed, count);
         g_largestBlock = 0;
-        RunProgram(inflate, program, programSize);
+        const Account expanded = RunProgram(inflate, program, programSize);
+        Require(whole.error == expanded.error && whole.values == expanded.values);
         Require(g_largestBlock <= 2 * 65536 + 4 * size);
         MemoryStream raw(bytes, count);
         InflateStream wild(raw, 100000);

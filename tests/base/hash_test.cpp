@@ -1,5 +1,5 @@
-// Values that differ from the published ones, forms that differ from one another, and reads beyond the input. The
-// reference implementations, the pieces and all other inputs are the fuzzer's.
+// Values that differ from the published ones, and reads beyond a string. The reference implementations, the forms of
+// each family, the pieces and all other inputs are the fuzzer's.
 #include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -9,33 +9,18 @@
 #include <tests/support/random.h>
 #include <tests/support/rows.h>
 #include <tests/support/testhost.h>
-#include <vector>
 #include <zelk_core/base/hash.h>
 
 namespace {
 
 using Z4::Hash;
 using ZelkTest::HashFamily;
-using Buffer = std::vector<unsigned char>;
-
-/// The input of xxHash's own check.
-Buffer XxHashBytes() {
-    Buffer bytes(222);
-    std::uint64_t generator = 0x9E3779B1;
-    for (unsigned char& byte : bytes) {
-        byte = static_cast<unsigned char>(generator >> 56);
-        generator *= 0x9E3779B185EBCA8D;
-    }
-    return bytes;
-}
 
 TEST(Hash, GivesPublishedValues) {
-    const Buffer generated = XxHashBytes();
     for (const ZelkTest::Row& row : ZelkTest::Rows("hash.txt")) {
         const std::string text = row.Text(1);
-        const bool isGenerated = !text.empty() && text[0] == '@';
-        const auto* const bytes = isGenerated ? generated.data() : reinterpret_cast<const unsigned char*>(text.data());
-        const auto size = static_cast<unsigned>(isGenerated ? std::stoul(text.substr(1)) : text.size());
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
+        const auto size = static_cast<unsigned>(text.size());
         const auto seed = static_cast<std::uint32_t>(row.Number(2));
         const auto* const family = std::find_if(std::begin(ZelkTest::HASH_FAMILIES), std::end(ZelkTest::HASH_FAMILIES),
                                                 [&row](const HashFamily& f) { return f.name == row.Text(0); });
@@ -55,44 +40,26 @@ TEST(Hash, CountsNothingAsEmpty) {
     const ZelkTest::LogCapture unalignedWarnings;
     for (const HashFamily& family : ZelkTest::HASH_FAMILIES) {
         SCOPED_TRACE(family.name);
-        const std::uint64_t empty = family.bytes(nullptr, 0, 7);
-        EXPECT_EQ(family.narrow("", 7), empty);
-        EXPECT_EQ(family.wide(L"", 7), empty);
-        EXPECT_EQ(family.narrow(nullptr, 7), empty);
-        EXPECT_EQ(family.wide(nullptr, 7), empty);
+        const std::uint64_t empty = family.narrow("", 7);
+        EXPECT_TRUE(family.bytes(nullptr, 0, 7) == empty && family.narrow(nullptr, 7) == empty);
+        EXPECT_TRUE(family.wide(nullptr, 7) == empty);
     }
-    EXPECT_EQ(Hash::CTCRC(nullptr, 7), 7u);
-    EXPECT_EQ(Hash::CTCRC32B(nullptr, 7), ~7u);
+    EXPECT_TRUE(Hash::CTCRC(nullptr, 7) == 7 && Hash::CTCRC32B(nullptr, 7) == ~7u);
 }
 
-// At either end of a page the bytes have every alignment, and one read over the end faults. The top bit is set in every
-// byte of the second round, which searches for a terminator in whole words mistake for one.
-TEST(Hash, FormsAgreeAtEveryAlignmentAndLengthAndStayInside) {
-    const ZelkTest::LogCapture unalignedWarnings;
+// The one reader that AddressSanitizer overlooks: it takes whole blocks that are aligned, which at either end of a page
+// must not lie beyond it.
+TEST(Hash, TerminatorsAreFoundWithoutLeavingThePage) {
     const ZelkTest::GuardedPage page;
-    for (const int topBit : {0, 0x80}) {
-        Buffer text(200);
-        ZelkTest::Input(1).Fill(text.data(), text.size());
-        for (unsigned char& byte : text) {
-            byte = static_cast<unsigned char>((byte & 0x7F) == 0 ? 0x80 : byte | topBit);
-        }
-        for (unsigned size = 0; size <= text.size(); ++size) {
-            for (const HashFamily& family : ZelkTest::HASH_FAMILIES) {
-                SCOPED_TRACE(testing::Message() << family.name << ", " << size);
-                const std::uint64_t expected = family.bytes(text.data(), size, size);
-                const unsigned terminator = size % 2 == 0 ? 2 : 1;
-                for (unsigned char* const place : {page.Begin() + size % 16, page.End() - size - terminator}) {
-                    std::memcpy(place, text.data(), size);
-                    std::memset(place + size, 0, terminator);
-                    ASSERT_EQ(family.narrow(reinterpret_cast<const char*>(place), size), expected);
-                    ASSERT_TRUE(size % 2 != 0 ||
-                                family.wide(reinterpret_cast<const wchar_t*>(place), size) == expected);
-                }
-                for (unsigned char* const place : {page.Begin(), page.End() - size}) {
-                    std::memcpy(place, text.data(), size);
-                    ASSERT_EQ(family.bytes(place, size, size), expected);
-                }
-            }
+    ZelkTest::Input input(1);
+    for (unsigned size = 0; size <= 200; ++size) {
+        const unsigned terminator = size % 2 == 0 ? 2 : 1;
+        for (unsigned char* const place : {page.Begin() + size % 16, page.End() - size - terminator}) {
+            std::generate_n(place, size, [&input] { return static_cast<unsigned char>(1 + input.Below(255)); });
+            std::memset(place + size, 0, terminator);
+            const std::uint32_t expected = Hash::XXH32(place, size);
+            ASSERT_EQ(Hash::XXH32(reinterpret_cast<const char*>(place)), expected) << size;
+            ASSERT_TRUE(size % 2 != 0 || Hash::XXH32(reinterpret_cast<const wchar_t*>(place)) == expected) << size;
         }
     }
 }
@@ -111,14 +78,8 @@ TEST(Hash, CrcWarnsOfUnalignedWideStringsOnce) {
           "bytes.\n  Please align buffer or use ComputeCRC<>(const U8*, ...) for better performances.\n"}});
 }
 
-TEST(Hash, CompileTimeHashes) {
-    static_assert(Hash::CTCRC("Name", 1) != Hash::CTCRC("Mane", 1));
-    static_assert(Hash::CTCRC32B("123456789", 0xFFFFFFFF) == 0xCBF43926);
-    EXPECT_EQ(Hash::CTCRC("hello world", 0x12345678), 0x29414AB0u);
-    EXPECT_EQ(Hash::CTCRC("Z\xE4hler \x80\xFF", 0x12345678), 0x4184F948u);
-    const std::string text(50, 'a');
-    EXPECT_EQ(Hash::CTCRC((text + 'b').c_str(), 1), Hash::CTCRC(text.c_str(), 1)) << "fifty characters count";
-    EXPECT_NE(Hash::CTCRC(text.c_str(), 1), Hash::CTCRC(text.c_str() + 1, 1));
-}
+static_assert(Hash::CTCRC("Name", 1) != Hash::CTCRC("Mane", 1));
+static_assert(Hash::CTCRC("Z\xE4hler \x80\xFF", 0x12345678) == 0x4184F948);
+static_assert(Hash::CTCRC32B("123456789", 0xFFFFFFFF) == 0xCBF43926);
 
 } // namespace

@@ -1,22 +1,14 @@
-#include <tests/support/alignednew.h>
+// Faults hunted: memory of the host that is not aligned as it was asked for, or refused, and becomes an object all the
+// same. That objects of any alignment lie in it is what tests/program/new.cpp checks.
 #include <tests/support/contract.h>
 #include <tests/support/testhost.h>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <zelk_core/math/matrixsimd.h>
 
 namespace {
 
-class Component : public Z4::HostNew<Component> {};
-
-TEST(HostNew, AlignsObjectsAndArraysInTheHostsMemoryForTheirOwnClass) {
-    ZelkTest::BareMemory::Install();
-    const unsigned derived = ZelkTest::CountMisplacedDerived<Component>();
-    const unsigned simd = ZelkTest::CountMisplaced<Z4::VectorSIMD4f>() + ZelkTest::CountMisplaced<Z4::MatrixSIMD33f>();
-    ZelkTest::ReinstallHost();
-    EXPECT_EQ(derived, 0U);
-    EXPECT_EQ(simd, 0U);
-}
+class alignas(64) Component : public Z4::HostNew<Component> {};
 
 TEST(HostNew, ReportsMisalignedMemoryBeforeItIsAnObject) {
     alignas(64) static unsigned char storage[64];
@@ -46,11 +38,9 @@ TEST(HostNew, GivesNullWhereTheHostRefuses) {
     Z4::SetEalInterface(refusing);
     const auto* const one = new Z4::VectorSIMD4f(1, 2, 3, 4);
     const auto* const some = new Z4::MatrixSIMD44f[2];
-    const auto* const derived = new ZelkTest::Aligned<Component, 64>;
+    const auto* const derived = new Component;
     ZelkTest::ReinstallHost();
-    EXPECT_EQ(one, nullptr);
-    EXPECT_EQ(some, nullptr);
-    EXPECT_EQ(derived, nullptr);
+    EXPECT_TRUE(one == nullptr && some == nullptr && derived == nullptr);
 }
 
 } // namespace

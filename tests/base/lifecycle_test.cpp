@@ -10,17 +10,7 @@
 #include <map>
 #include <string>
 #include <utility>
-#include <zelk_core/base/ealinterface.h>
-#include <zelk_core/base/lifecycle.h>
-#include <zelk_core/eal_utils/lifecycle.h>
-#include <zelk_core/generics/lifecycle.h>
-#include <zelk_core/math/lifecycle.h>
-#include <zelk_core/os/lifecycle.h>
-#include <zelk_core/services/compression/lifecycle.h>
-#include <zelk_core/services/dbghelp/lifecycle.h>
-#include <zelk_core/services/encryption/lifecycle.h>
-#include <zelk_core/services/random/lifecycle.h>
-#include <zelk_core/services/runtimetype/lifecycle.h>
+#include <zelk_core/zelk_core.h>
 
 using namespace Z4;
 
@@ -111,24 +101,22 @@ public:
 
 private:
     std::string Step(char step, bool up) {
-        if ((step == 'c' && (up ? m_core++ : --m_core) != 0) || (step == 'o' && (up ? m_os++ : --m_os) != 0)) {
+        static const std::map<char, std::pair<std::string, std::string>> OWN_CALLS = {
+            {'c', {CORE_UP, CORE_DOWN}},
+            {'o', {"n212 ", "n- "}},
+            {'e', {"f501 t100 ", "t- f- "}},
+            {'a', {"alloc ", "free "}},
+        };
+        const auto& [start, end] = OWN_CALLS.at(step);
+        int& count = m_counts[std::string(1, step)];
+        if ((step == 'c' || step == 'o') && (up ? count++ : --count) != 0) {
             return "";
         }
-        switch (step) {
-        case 'c':
-            return up ? CORE_UP : CORE_DOWN;
-        case 'o':
-            return up ? Step('c', up) + "n212 " : "n- " + Step('c', up);
-        case 'e':
-            return up ? Step('c', up) + "f501 t100 " : "t- f- " + Step('c', up);
-        default:
-            return up ? "alloc " : "free ";
-        }
+        const std::string core = step == 'o' || step == 'e' ? Step('c', up) : "";
+        return up ? core + start : end + core;
     }
 
     std::map<std::string, int> m_counts;
-    int m_core = 0;
-    int m_os = 0;
 };
 
 } // namespace

@@ -12,6 +12,10 @@
 using namespace Z4;
 using ZelkTest::LogCapture;
 
+constexpr EALId LIBRARY(EAL_ID_ZELK_CORE);
+static_assert(LIBRARY == EALId(0x40100001) && LIBRARY == 0x40100001 && -1 == EALId(EAL_ID_VOID));
+static_assert(LIBRARY != EALId(EAL_ID_VOID) && LIBRARY != 3);
+
 TEST(Log, PassesEnabledMessagesUnformattedAndDropsTheRest) {
     LogCapture capture(EAL_LOG_ERROR);
     Private::Log(EAL_LOG_WARNING, "room/private/file", 12, "dropped\n");
@@ -78,21 +82,4 @@ TEST(Assert, ReportsABrokenDutyUntilTheHostSilencesItsPlace) {
     EXPECT_FALSE(Private::ContractBroken("e", "f", 1, "s", &ignore)) << "silenced by the first";
     SetEalInterface(eal_log_dll_interface{});
     EXPECT_TRUE(Private::ContractBroken("e", "f", 1, "s", &ignore)) << "nobody there to hear it";
-}
-
-TEST(SetEalInterface, TheSecondTableReplacesTheFirst) {
-    const AssertHost host;
-    eal_log_dll_interface second{};
-    second.assert_message = [](int, const char*, const char*, const char*, unsigned long, unsigned long,
-                               unsigned long*) -> unsigned char { return 1; };
-    SetEalInterface(second);
-    second = {}; // The library keeps a copy.
-    EXPECT_TRUE(EalAssertWithMessage(5, "e", "f", 1, nullptr, "m"));
-    EXPECT_EQ(g_told, "");
-}
-
-TEST(EALId, ComparesWithItselfAndWithNumbers) {
-    const EALId library(EAL_ID_ZELK_CORE);
-    EXPECT_TRUE(library == EALId(0x40100001) && library == 0x40100001 && -1 == EALId(EAL_ID_VOID));
-    EXPECT_TRUE(library != EALId(EAL_ID_VOID) && library != 3);
 }

@@ -79,7 +79,7 @@ TEST(DList, LinksAndUnlinksEverywhere) {
 }
 
 TEST(DList, TheElementJustPassedMayGo) {
-    Letter letters[] = {{'a', {}, {}}, {'b', {}, {}}, {'c', {}, {}}};
+    Letter letters[] = {{'a', {}, {}}, {'b', {}, {}}};
     DList::DRoot root;
     DList::DRoot byUse;
     for (Letter& letter : letters) {
@@ -89,9 +89,7 @@ TEST(DList, TheElementJustPassedMayGo) {
     for (auto it = root.begin(); it != root.end();) {
         (it++)->Unlink();
     }
-    EXPECT_TRUE(root.IsEmpty());
-    EXPECT_EQ(byUse.Size(), 3u);
-    EXPECT_EQ(DList::ElementOf<&Letter::byUse>(*byUse.Front()).letter, 'c');
+    EXPECT_TRUE(root.IsEmpty() && byUse.Size() == 2 && DList::ElementOf<&Letter::byUse>(*byUse.Front()).letter == 'b');
     byUse.Clear();
 }
 

@@ -18,6 +18,7 @@ void CheckNew() {
     using ZelkTest::CountMisplacedDerived;
     ZelkTest::BareMemory::Install();
     CHECK(CountMisplacedDerived<Component>() == 0);
+    CHECK(ZelkTest::CountMisplaced<Z4::VectorSIMD4f>() + ZelkTest::CountMisplaced<Z4::MatrixSIMD33f>() == 0);
     CHECK(CountMisplacedDerived<Z4::TcpSocket>() == 0);
     CHECK(CountMisplacedDerived<Z4::XTea>() == 0);
     CHECK(CountMisplacedDerived<Z4::ZLibInflate>() == 0);

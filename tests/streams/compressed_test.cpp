@@ -1,4 +1,5 @@
-// Hunted here: bytes that depend on how they were cut, damage that passes, a parent that is left elsewhere.
+// Hunted here: bytes that depend on how they were cut, damage that passes, a parent that is left elsewhere. That any
+// bytes are read alike before and after is what fuzz/stream_fuzz.cpp holds.
 #include <tests/support/memoryfiles.h>
 
 #include <zelk_core/streams/compressedstream.h>
@@ -22,27 +23,19 @@ std::string Packed(const std::string& text, std::uint32_t piece, bool flushes = 
     return {reinterpret_cast<const char*>(memory.GetData()), memory.GetSize()};
 }
 
-TEST_F(CompressedStreams, ThereAndBackInPiecesOfAnySize) {
-    for (const std::size_t size : {0u, 1u, 1000u, 100000u}) {
+TEST_F(CompressedStreams, ThereAndBack) {
+    for (const std::size_t size : {0u, 1u, 100000u}) {
         const std::string text = ZelkTest::Sample(size);
         const std::string packed = Packed(text, 65536);
         EXPECT_EQ(Packed(text, 777), packed);
         EXPECT_EQ(Packed(text, 3000, true), packed) << "no data are cut by a flush";
-        for (const std::uint32_t piece : {1u, 1000u, 60000u, 200000u}) {
-            const std::string followed = packed + "behind";
-            MemoryStream from(followed.data(), static_cast<std::uint32_t>(followed.size()));
-            InflateStream inflate(from, size);
-            std::string back(size + 10, '\0');
-            std::size_t read = 0;
-            while (const std::uint32_t part = inflate.Read(
-                       &back[read], std::min<std::uint32_t>(piece, static_cast<std::uint32_t>(back.size() - read)))) {
-                read += part;
-            }
-            back.resize(read);
-            ASSERT_TRUE(back == text && inflate.IsAtEnd() && inflate.Tell() == size) << size << ' ' << piece;
-            ASSERT_EQ(inflate.Close(), ERR_OK);
-            ASSERT_EQ(from.Tell(), packed.size()) << "exactly behind the compressed bytes";
-        }
+        const std::string followed = packed + "behind";
+        MemoryStream from(followed.data(), static_cast<std::uint32_t>(followed.size()));
+        InflateStream inflate(from, size);
+        std::string back(size + 10, '\0');
+        back.resize(inflate.Read(back.data(), static_cast<std::uint32_t>(back.size())));
+        EXPECT_TRUE(back == text && inflate.IsAtEnd() && inflate.Tell() == size && inflate.Close() == ERR_OK) << size;
+        EXPECT_EQ(from.Tell(), packed.size()) << "exactly behind the compressed bytes";
     }
 }
 

@@ -73,10 +73,6 @@ TEST(OwnDevice, NothingIsLostWhereItRefuses) {
             EXPECT_TRUE(device.Flush());
             EXPECT_EQ(device.content.substr(0, 3), "abc");
         }
-        Device bare(0);
-        bare.fault = fault;
-        EXPECT_FALSE(bare.Write("abc", 3));
-        EXPECT_EQ(bare.GetError(), expected);
         for (const std::uint32_t bufferSize : {0u, 8u}) {
             Device patched(bufferSize);
             StreamWriter writer(patched, LITTLE_ENDIAN_ORDER);

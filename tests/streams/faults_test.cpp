@@ -77,21 +77,6 @@ TEST_F(StreamFaults, AnyFailedWriteBeneathACompressingStreamCanBeRepeated) {
     }
 }
 
-// A disk that is full at every byte, of which nobody but Close() tells.
-TEST_F(StreamFaults, AFullDiskIsReportedAndLeavesTheFront) {
-    const std::string text = ZelkTest::Sample(100);
-    for (std::size_t room = 0; room <= 100; ++room) {
-        FileStream stream(16);
-        ASSERT_EQ(stream.Open("file", EalFile::REPLACE), ERR_OK);
-        ZelkHost::InjectFileFaults({.room = room});
-        for (const char& byte : text) {
-            stream.Write(&byte, 1);
-        }
-        ASSERT_EQ(stream.Close(), room < 100 ? ERR_OUT_OF_RESOURCES : ERR_OK);
-        ASSERT_EQ(Content(), text.substr(0, room));
-    }
-}
-
 TEST_F(StreamFaults, OnlyADestructorThatLosesBytesLogs) {
     const ZelkTest::LogCapture log;
     for (const std::uint64_t room : {4u, 1u}) {

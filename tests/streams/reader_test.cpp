@@ -1,8 +1,11 @@
-// Hunted here: numbers in the wrong order, lengths that are believed, texts that lose or gain a character. How much
-// memory a length may cost, and that all streams are read alike, is the replayed fuzzer's.
+// Hunted here: numbers in the wrong order, lengths that are believed, texts that lose or gain a character, a write
+// beyond the room, a failure in the midst of a value that is taken for success. How much memory a length may cost, and
+// that all streams are read alike, is the replayed fuzzer's.
 #include <gtest/gtest.h>
+#include <map>
 #include <string_view>
 #include <tests/support/rows.h>
+#include <vector>
 #include <zelk_core/streams/memorystream.h>
 #include <zelk_core/streams/streamreader.h>
 #include <zelk_core/streams/streamwriter.h>
@@ -23,57 +26,84 @@ struct Header {
 };
 
 constexpr GUID SAMPLE = "00112233-4455-6677-8899-aabbccddeeff"_guid;
+constexpr std::uint32_t HEADER_SIZE = 2 + 6 + 4 + 1 + 16;
+constexpr SwapField FIELDS[] = {{0, 1, 4, nullptr}, {4, 2, 2, nullptr}};
+constexpr SwapLayout LAYOUT{FIELDS, 2, 8};
+constexpr unsigned char RECORD[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+
+Vector<std::uint16_t> Numbers() {
+    Vector<std::uint16_t> many; // more than are swapped at a time
+    for (std::uint16_t i = 0; i < 600; ++i) {
+        many.PushBack(i);
+    }
+    return many;
+}
+
+bool WriteHeader(StreamWriter& writer) {
+    const Header header{Header::Kind::THIRD, {1, 2, 0x304}, 0.1F, true, SAMPLE};
+    return writer.WriteRecord<&Header::kind, &Header::versions, &Header::scale, &Header::isOpen, &Header::id>(header);
+}
+
+/// One of each kind; the first stays 0 when not all fits.
+bool WriteEverything(Stream& stream, ByteOrder order) {
+    StreamWriter writer(stream, order);
+    const std::uint64_t place = writer.Reserve<std::uint32_t>();
+    return WriteHeader(writer) && writer.Write(-2.5) && writer.Write(std::int64_t{-7}) && writer.Write('c') &&
+           writer.WriteString("text") && writer.WriteString("") && writer.WriteTerminated("ended") &&
+           writer.WriteFixedString("abc", 100) && writer.WriteFixedString("abcde", 5) && writer.Align(16) &&
+           writer.Align(16) && writer.WriteVector(Numbers()) && writer.WriteRecord(RECORD, LAYOUT) &&
+           writer.Patch<std::uint32_t>(place, 0x01020304) && stream.GetError() == ERR_OK;
+}
 
 class Readers : public testing::TestWithParam<ByteOrder> {};
 
 TEST_P(Readers, ReadWhatWritersWrote) {
     const bool isBig = GetParam() == BIG_ENDIAN_ORDER;
     MemoryStream stream;
-    StreamWriter writer(stream, GetParam());
-    const Header header{Header::Kind::THIRD, {1, 2, 0x304}, 0.1F, true, SAMPLE};
-    writer.WriteRecord<&Header::kind, &Header::versions, &Header::scale, &Header::isOpen, &Header::id>(header);
-    const std::uint64_t lengthPlace = writer.Reserve<std::uint32_t>();
-    EXPECT_TRUE(writer.Write(-2.5) && writer.Write(std::int64_t{-7}) && writer.Write('c'));
-    EXPECT_TRUE(writer.WriteString("text") && writer.WriteString("") && writer.WriteTerminated("ended"));
-    EXPECT_TRUE(writer.WriteFixedString("abc", 5) && writer.WriteFixedString("abcde", 5) && writer.Align(16) &&
-                writer.Align(16));
-    EXPECT_TRUE(writer.Patch<std::uint32_t>(lengthPlace, 0x01020304));
-    Vector<std::uint16_t> numbers;
-    numbers.PushBack(0x102);
-    numbers.PushBack(0x304);
-    EXPECT_TRUE(writer.WriteVector(numbers));
-    static constexpr SwapField FIELDS[] = {{0, 1, 4, nullptr}, {4, 2, 2, nullptr}};
-    const SwapLayout layout{FIELDS, 2, 8};
-    const unsigned char record[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-    EXPECT_TRUE(writer.WriteRecord(record, layout));
+    ASSERT_TRUE(WriteEverything(stream, GetParam()));
     // By both orders' definition, not by what wrote it.
     const unsigned char* const bytes = stream.GetData();
-    EXPECT_EQ(isBig ? LoadBig<std::uint16_t>(bytes + 6) : LoadLittle<std::uint16_t>(bytes + 6), 0x304);
+    EXPECT_EQ(isBig ? LoadBig<std::uint16_t>(bytes + 10) : LoadLittle<std::uint16_t>(bytes + 10), 0x304);
     std::uint8_t network[16];
     SAMPLE.ToBytes(network);
-    EXPECT_EQ(std::memcmp(bytes + 13, network, 16) == 0, isBig);
+    EXPECT_EQ(std::memcmp(bytes + 17, network, 16) == 0, isBig);
 
     ASSERT_TRUE(stream.Seek(0, SEEK_FROM_BEGIN));
     StreamReader reader(stream, GetParam());
+    EXPECT_EQ(reader.Read<std::uint32_t>(), 0x01020304u);
     Header back{};
     reader.ReadRecord<&Header::kind, &Header::versions, &Header::scale, &Header::isOpen, &Header::id>(back);
     EXPECT_TRUE(back.kind == Header::Kind::THIRD && back.versions[2] == 0x304 && back.scale == 0.1F && back.isOpen);
     EXPECT_EQ(back.id, SAMPLE);
-    EXPECT_EQ(reader.Read<std::uint32_t>(), 0x01020304u);
     EXPECT_TRUE(reader.Read<double>() == -2.5 && reader.Read<std::int64_t>() == -7 && reader.Read<char>() == 'c');
     ZelkString text;
     EXPECT_TRUE(reader.ReadString(text, 4) && text == "text");
     EXPECT_TRUE(reader.ReadString(text, 0) && text.IsEmpty());
     EXPECT_TRUE(reader.ReadTerminated(text, 5) && text == "ended");
-    char field[6];
-    EXPECT_TRUE(reader.ReadFixedString(field, 5) && field == "abc"sv);
+    char field[101];
+    EXPECT_TRUE(reader.ReadFixedString(field, 100) && field == "abc"sv);
     EXPECT_TRUE(reader.ReadFixedString(field, 5) && field == "abcde"sv && reader.Align(16));
-    Vector<std::uint16_t> numbersBack;
-    EXPECT_TRUE(reader.ReadVector(numbersBack, 2) && numbersBack == numbers);
-    unsigned char recordBack[8];
-    EXPECT_TRUE(reader.ReadRecord(recordBack, layout) && std::memcmp(record, recordBack, 8) == 0);
+    Vector<std::uint16_t> numbers;
+    EXPECT_TRUE(reader.ReadVector(numbers, 600) && numbers == Numbers());
+    unsigned char record[8];
+    EXPECT_TRUE(reader.ReadRecord(record, LAYOUT) && std::memcmp(record, RECORD, 8) == 0);
     EXPECT_TRUE(stream.IsAtEnd() && stream.GetError() == ERR_OK);
-    EXPECT_FALSE(reader.ReadRecord(recordBack, layout));
+}
+
+TEST_P(Readers, AWriterFillsAnyRoomAndNoMore) {
+    MemoryStream whole;
+    ASSERT_TRUE(WriteEverything(whole, GetParam()) && StreamWriter(whole, GetParam()).Patch<std::uint32_t>(0, 0));
+    for (std::uint32_t room = 0; room < whole.GetSize(); ++room) {
+        std::vector<unsigned char> memory(room + 1, 0xEE);
+        MemoryStream stream(memory.data(), room, 0);
+        ASSERT_FALSE(WriteEverything(stream, GetParam())) << room;
+        ASSERT_EQ(stream.GetError(), ERR_OVERFLOW) << room;
+        ASSERT_TRUE(stream.GetSize() <= room && memory[room] == 0xEE);
+        ASSERT_EQ(std::memcmp(memory.data(), whole.GetData(), stream.GetSize()), 0) << room;
+        MemoryStream small(memory.data(), room, 0);
+        StreamWriter writer(small, GetParam());
+        ASSERT_EQ(WriteHeader(writer), room >= HEADER_SIZE);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Orders, Readers, testing::Values(LITTLE_ENDIAN_ORDER, BIG_ENDIAN_ORDER));
@@ -108,27 +138,20 @@ TEST(StreamReader, Lines) {
 }
 
 /// Whether anything is read.
-bool ReadsAs(const std::string& kind, StreamReader& reader, ZelkString& text) {
-    if (kind == "flag") {
-        return reader.Read<bool>();
-    }
-    if (kind == "number") {
-        return reader.Read<std::uint32_t>() != 0;
-    }
-    if (kind == "identifier") {
-        return !reader.Read<GUID>().IsNil();
-    }
-    if (kind == "varint") {
-        return reader.ReadVarint() != 0;
-    }
-    if (kind == "numbers") {
-        Vector<std::uint64_t> elements(3);
-        return reader.ReadVector(elements, 3) || !elements.IsEmpty();
-    }
-    return kind == "line"         ? reader.ReadLine(text, 5)
-           : kind == "terminated" ? reader.ReadTerminated(text, 5)
-                                  : reader.ReadUtf8String(text, 5);
-}
+const std::map<std::string, bool (*)(StreamReader& reader, ZelkString& text)> READS = {
+    {"flag", [](StreamReader& reader, ZelkString&) { return reader.Read<bool>(); }},
+    {"number", [](StreamReader& reader, ZelkString&) { return reader.Read<std::uint32_t>() != 0; }},
+    {"identifier", [](StreamReader& reader, ZelkString&) { return !reader.Read<GUID>().IsNil(); }},
+    {"varint", [](StreamReader& reader, ZelkString&) { return reader.ReadVarint() != 0; }},
+    {"numbers",
+     [](StreamReader& reader, ZelkString&) {
+         Vector<std::uint64_t> elements(3);
+         return reader.ReadVector(elements, 3) || !elements.IsEmpty();
+     }},
+    {"line", [](StreamReader& reader, ZelkString& text) { return reader.ReadLine(text, 5); }},
+    {"terminated", [](StreamReader& reader, ZelkString& text) { return reader.ReadTerminated(text, 5); }},
+    {"utf8", [](StreamReader& reader, ZelkString& text) { return reader.ReadUtf8String(text, 5); }},
+};
 
 TEST(StreamReader, WhatIsWrongIsReadAsNothing) {
     ZelkString text;
@@ -136,7 +159,7 @@ TEST(StreamReader, WhatIsWrongIsReadAsNothing) {
         const std::string bytes = row.Text(1);
         MemoryStream stream(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
         StreamReader reader(stream, LITTLE_ENDIAN_ORDER);
-        EXPECT_FALSE(ReadsAs(row.Text(0), reader, text)) << row.Where();
+        EXPECT_FALSE(READS.at(row.Text(0))(reader, text)) << row.Where();
         EXPECT_TRUE(stream.GetError() == ERR_CORRUPTED_DATA && text.IsEmpty()) << row.Where();
     }
     MemoryStream stream("\4\0\0\0abcd\4\0\0\0abcd", 16);

@@ -39,14 +39,4 @@ inline std::vector<unsigned char> ZlibDeflate(const std::vector<unsigned char>& 
     return output;
 }
 
-/// `size` is what is expected; other results differ from the original in their size.
-inline std::vector<unsigned char> ZlibInflate(const std::vector<unsigned char>& input, std::size_t size) {
-    std::vector<unsigned char> output(size + 1);
-    z_stream stream = ZlibStream(input, output);
-    inflateInit(&stream);
-    output.resize(inflate(&stream, Z_FINISH) == Z_STREAM_END ? stream.total_out : size + 1);
-    inflateEnd(&stream);
-    return output;
-}
-
 } // namespace ZelkTest

@@ -69,22 +69,4 @@ TEST(RangeOfDraws, WrapsAtTheEndsAndNeverTraps) {
     EXPECT_EQ(Private::WrappedSum(INT_MAX, 1), INT_MIN);
 }
 
-TEST(Ziggurat, SeedsAreMixedInAndZeroIsAFixedPoint) {
-    Ziggurat generator;
-    generator.Seed(99);
-    generator.Seed(99);
-    for (unsigned i = 0; i < 100; ++i) {
-        ASSERT_EQ(generator.Normal(), 0.0F);
-        ASSERT_EQ(generator.Exponential(), 0.0F);
-        ASSERT_EQ(generator.Uni(), 0.5F);
-    }
-    generator.Seed(5);
-    Ziggurat other;
-    other.Seed(5);
-    generator.Seed(0);
-    EXPECT_EQ(generator.Normal(), other.Normal());
-    generator.Seed(5);
-    EXPECT_NE(generator.Shr3(), other.Shr3());
-}
-
 } // namespace
