@@ -3,6 +3,7 @@
 // not seen.
 #include <tests/os/crowd.h>
 #include <tests/support/contract.h>
+#include <tests/support/debuggerparent.h>
 #include <tests/support/importhook.h>
 #include <tests/support/testhost.h>
 
@@ -317,48 +318,41 @@ TEST(StringBreakpointTest, RefusesWhatCannotBeWatched) {
     EXPECT_EQ(StringBreakpoint::Clear(StringBreakpoint::SLOTS), ERR_NOT_FOUND);
 }
 
-std::string g_shown;
-unsigned g_breaks;
-
-void WINAPI Show(LPCSTR text) {
-    g_shown += text;
-}
-
-/// As a debugger that goes on after each break.
-LONG CALLBACK PassBreak(EXCEPTION_POINTERS* exception) {
-    if (exception->ExceptionRecord->ExceptionCode != EXCEPTION_BREAKPOINT) {
-        return EXCEPTION_CONTINUE_SEARCH;
-    }
-    ++g_breaks;
-    ++exception->ContextRecord->Eip;
-    return EXCEPTION_CONTINUE_EXECUTION;
-}
-
-TEST(Debugger, IsToldAndStops) {
-    const ZelkTest::ImportHook show("OutputDebugStringA", Show);
-    const ZelkTest::ImportHook present(ZELK_FAILING(IsDebuggerPresent));
-    void* const cookie = AddVectoredExceptionHandler(1, PassBreak);
-    ZelkTest::Failure::s_result = FALSE;
-    EXPECT_FALSE(Debugger::Break());
-    EXPECT_EQ(g_breaks, 0u);
-    ZelkTest::Failure::s_result = TRUE;
-    EXPECT_TRUE(Debugger::Break());
+// What the next test runs under a debugger.
+TEST(Debuggee, DISABLED_Stops) {
+    EXPECT_TRUE(Debugger::IsPresent());
     Debugger::Write(nullptr);
     Debugger::Write("a word");
-    EXPECT_EQ(g_shown, "a word");
+    EXPECT_TRUE(Debugger::Break());
     unsigned long slot = 0;
     Text text{};
     ASSERT_EQ(StringBreakpoint::Set("needle", StringBreakpoint::CHECK, 1, nullptr, nullptr, slot), ERR_OK);
     ASSERT_EQ(StringBreakpoint::Set("eedle", StringBreakpoint::CHECK, 0, Text::Note, &text, slot), ERR_OK);
     StringBreakpoint::Check("a needle");
-    EXPECT_EQ(g_breaks, 1u);
     StringBreakpoint::Check("a needle");
-    EXPECT_EQ(g_breaks, 2u);
     text.stops = true;
     StringBreakpoint::Check("an eedle");
-    EXPECT_EQ(g_breaks, 3u);
     StringBreakpoint::ClearAll();
-    RemoveVectoredExceptionHandler(cookie);
+    InitializeDbgHelpService(false);
+    if (HardwareBreakpoint::Set(Bytes(8), 1, BREAK_ON_WRITE, 0, nullptr, nullptr, slot) == ERR_OK) {
+        Write(8);
+        EXPECT_EQ(HardwareBreakpoint::GetHits(slot), 1u) << "the debugger passes it on";
+        Debugger::Write(", a hit");
+    }
+    ShutdownDbgHelpService();
+}
+
+TEST(Debugger, IsToldAndStops) {
+    EXPECT_EQ(Debugger::IsPresent(), IsDebuggerPresent() != 0);
+    if (!Debugger::IsPresent()) {
+        EXPECT_FALSE(Debugger::Break()) << "and nothing happens";
+    }
+    const ZelkTest::DebuggedRun run =
+        ZelkTest::RunUnderDebugger("--gtest_also_run_disabled_tests --gtest_filter=Debuggee.*");
+    EXPECT_EQ(run.exitCode, 0u);
+    EXPECT_THAT(run.output, testing::HasSubstr("a word"));
+    EXPECT_EQ(run.breaks, 3u);
+    EXPECT_EQ(run.steps, run.output.find(", a hit") != std::string::npos ? 1u : 0u);
 }
 
 } // namespace
