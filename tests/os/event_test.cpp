@@ -1,13 +1,11 @@
-// Events and semaphores. Faults hunted: a mode or a state taken for the other, a signal lost or given twice, a group
+// Events and semaphores. Faults hunted: a mode or a state taken for the other, a wait with another's limit, a group
 // that takes some of its events and fails, or another event than the first; a list that cannot be waited for and waits,
-// or changes an event; a time-out that comes early; counts taken for one another, lost, doubled or given beyond the
-// maximum, a semaphore where there is none.
-#include "crowd.h"
-
-#include <atomic>
+// or changes an event; counts taken for one another, lost or given beyond the maximum, an object where there is
+// none.
 #include <deque>
 #include <functional>
 #include <gtest/gtest.h>
+#include <span>
 #include <tests/support/contract.h>
 #include <tests/support/importhook.h>
 #include <utility>
@@ -42,116 +40,85 @@ TEST(EventState, FollowsModeAndSignals) {
     }
 }
 
-TEST(EventState, WakesThoseWhoWait) {
-    for (const bool autoReset : {false, true}) {
-        Event event(false, autoReset, nullptr);
-        Actor waiter;
-        waiter.Waits([&] { event.WaitUntilDone(); });
-        event.SetDone();
-        waiter.Proceeds();
-        EXPECT_EQ(event.TryWait(), !autoReset);
-        event.Reset();
-
-        std::atomic<bool> released = false;
-        waiter.Waits([&] { released = event.WaitWithTimeout(0xFFFFFFFF); });
-        while (!released) { // The system may miss a waiter.
-            event.Pulse();
-            std::this_thread::yield();
-        }
-        waiter.Proceeds();
-        EXPECT_FALSE(event.TryWait());
-    }
-}
-
 DWORD g_limit;
 
-DWORD WINAPI RecordOne(HANDLE, DWORD ms) {
+DWORD WINAPI RecordWait(HANDLE, DWORD ms) {
     g_limit = ms;
     return WAIT_TIMEOUT;
 }
 
-DWORD WINAPI RecordGroup(DWORD, const HANDLE*, BOOL, DWORD ms) {
-    return RecordOne(nullptr, ms);
+DWORD WINAPI RecordGroupWait(DWORD, const HANDLE*, BOOL, DWORD ms) {
+    return RecordWait(nullptr, ms);
 }
 
-TEST(EventState, TimeLimitsReachTheSystem) {
-    Event never(false, true, nullptr);
-    Event done(true, true, nullptr);
-    const std::function<bool()> waits[] = {
-        [&] { return never.WaitWithTimeout(60); },
-        [&] { return Event::WaitAllWithTimeout({&never}, 60); },
-        [&] { return Event::WaitAnyWithTimeout({&never}, 60, nullptr); },
+TEST(EventState, CallsReachTheSystemWithTheirLimits) {
+    Event event(true, false, nullptr);
+    Semaphore semaphore(1, 1, nullptr);
+    Event* signalled = &event;
+    const struct {
+        DWORD limit;
+        std::function<bool()> wait;
+    } rows[] = {
+        {INFINITE, [&] { return event.WaitUntilDone(), false; }},
+        {0, [&] { return event.TryWait(); }},
+        {60, [&] { return event.WaitWithTimeout(60); }},
+        {INFINITE, [&] { return Event::WaitAll({&event}), false; }},
+        {0, [&] { return Event::TryWaitAll({&event}); }},
+        {60, [&] { return Event::WaitAllWithTimeout({&event}, 60); }},
+        {INFINITE, [&] { return Event::WaitAny({&event}, &signalled), signalled != nullptr; }},
+        {0, [&] { return Event::TryWaitAny({&event}, nullptr); }},
+        {60, [&] { return Event::WaitAnyWithTimeout({&event}, 60, nullptr); }},
+        {INFINITE, [&] { return semaphore.Lock(), false; }},
+        {0, [&] { return semaphore.TryLock(); }},
     };
-    for (const auto& wait : waits) {
-        const ImportHook one("WaitForSingleObject", RecordOne);
-        const ImportHook group("WaitForMultipleObjects", RecordGroup);
+    for (const auto& [limit, wait] : rows) {
+        const ImportHook one("WaitForSingleObject", RecordWait);
+        const ImportHook group("WaitForMultipleObjects", RecordGroupWait);
         EXPECT_FALSE(wait());
-        EXPECT_EQ(std::exchange(g_limit, 0), 60u);
+        EXPECT_EQ(std::exchange(g_limit, 99), limit);
     }
-    EXPECT_FALSE(Event::TryWaitAll({&done, &never}));
-    Event* signalled = nullptr;
-    Event::WaitAny({&never, &done}, &signalled);
-    EXPECT_EQ(signalled, &done);
-    done.SetDone();
-    EXPECT_TRUE(Event::TryWaitAny({&never, &done}, nullptr) && !done.TryWait());
+    const ImportHook pulse(ZELK_FAILING(PulseEvent));
+    Failure::s_error = 77;
+    event.Pulse();
+    EXPECT_EQ(GetLastError(), 77u);
 }
 
-/// Takes every free count and gives them back.
-unsigned FreeCounts(Semaphore& semaphore) {
+unsigned TakeAll(Semaphore& semaphore) {
     unsigned counts = 0;
     for (; semaphore.TryLock(); ++counts) {
-    }
-    for (unsigned i = 0; i < counts; ++i) {
-        semaphore.Unlock();
     }
     return counts;
 }
 
 TEST(SemaphoreCounts, StayBetweenZeroAndTheMaximum) {
-    const struct {
-        unsigned long initial, maximum, free; // free at first
-        bool isThere = true;
-    } rows[] = {{2, 3, 2}, {0, 1, 0}, {3, 3, 3}, {0, 0, 0, false}, {2, 1, 0, false}, {0, 0x80000000, 0, false}};
-    for (const auto& [initial, maximum, free, isThere] : rows) {
-        SCOPED_TRACE(testing::Message() << initial << " of " << maximum);
-        Semaphore semaphore(initial, maximum, nullptr);
-        EXPECT_EQ(FreeCounts(semaphore), free);
-        for (unsigned given = 1; given <= 4; ++given) {
-            semaphore.Unlock();
-            EXPECT_EQ(FreeCounts(semaphore), isThere ? std::min(free + given, maximum) : 0);
-        }
-        semaphore.Lock(); // also where there is none
-        EXPECT_EQ(FreeCounts(semaphore), isThere ? maximum - 1 : 0);
+    Semaphore semaphore(2, 3, "zelk semaphore test");
+    EXPECT_EQ(TakeAll(semaphore), 2u);
+    for (int i = 0; i < 4; ++i) {
+        semaphore.Unlock();
     }
-    Semaphore greatest(0x7FFFFFFF, 0x7FFFFFFF, nullptr);
-    EXPECT_TRUE(greatest.TryLock());
+    Semaphore same(1, 9, "zelk semaphore test");
+    EXPECT_EQ(TakeAll(same), 3u) << "those of one name share the first one's counts";
+    Semaphore none(2, 1, nullptr);
+    none.Unlock();
+    none.Lock();
+    EXPECT_FALSE(none.TryLock());
 }
 
-TEST(Names, AreSharedWithinAKindAlone) {
-    Event first(false, true, "zelk event test");
-    Event second(true, false, "zelk event test");
-    EXPECT_FALSE(second.TryWait()) << "the first one's state stays";
-    first.SetDone();
-    EXPECT_TRUE(second.TryWait());
-    EXPECT_FALSE(first.TryWait()) << "the first one's mode stays";
+TEST(EventState, IsSharedByThoseOfOneName) {
+    Event event(false, true, "zelk event test");
+    Event same(true, false, "zelk event test");
+    EXPECT_FALSE(same.TryWait()) << "the first one's state stays";
+    event.SetDone();
+    EXPECT_TRUE(same.TryWait() && !event.TryWait()) << "the first one's mode stays";
 
-    Semaphore semaphore(1, 2, "zelk semaphore test");
-    Semaphore another(2, 9, "zelk semaphore test");
-    EXPECT_EQ(FreeCounts(another), 1u) << "the first one's counts stay";
-    another.Lock();
-    EXPECT_FALSE(semaphore.TryLock());
-
+    const Semaphore ofThatName(1, 1, "zelk semaphore test");
     Event none(true, false, "zelk semaphore test");
-    Semaphore noSemaphore(1, 1, "zelk event test");
-    EXPECT_FALSE(noSemaphore.TryLock() || first.TryWait());
     EXPECT_EQ(none.GetNativeHandle(), nullptr);
     none.SetDone();
-    none.Pulse();
     none.WaitUntilDone();
-    EXPECT_FALSE(none.WaitWithTimeout(0xFFFFFFFF));
-    Event* signalled = &first;
-    Event::WaitAll({&second, &none});
-    EXPECT_FALSE(Event::TryWaitAny({&second, &none}, &signalled));
+    EXPECT_FALSE(none.TryWait());
+    Event* signalled = &event;
+    EXPECT_FALSE(Event::TryWaitAny({&event, &none}, &signalled));
     EXPECT_EQ(signalled, nullptr);
 }
 
@@ -179,14 +146,6 @@ protected:
         return taken;
     }
 
-    /// The event that one wait for any takes.
-    Event* TakeAny() {
-        Event* signalled = events[1];
-        const bool found = Event::TryWaitAny(events, SIZE, &signalled);
-        EXPECT_EQ(found, signalled != nullptr);
-        return signalled;
-    }
-
     Event* events[SIZE + 1] = {};
 
 private:
@@ -211,34 +170,24 @@ TEST_F(EventGroup, WaitForAllTakesAllOrNone) {
         SignalAll();
         events[missing]->Reset();
         EXPECT_FALSE(Event::TryWaitAll(events, SIZE));
-        Actor waiter;
-        waiter.Waits([&] { Event::WaitAll(events, SIZE); });
-        events[missing]->SetDone();
-        waiter.Proceeds();
-        EXPECT_EQ(TakeAll(), 0u);
+        EXPECT_EQ(TakeAll(), SIZE - 1);
     }
     SignalAll();
-    EXPECT_TRUE(Event::TryWaitAll(events, SIZE));
-    SignalAll();
-    EXPECT_TRUE(Event::WaitAllWithTimeout(events, SIZE, 1));
+    EXPECT_TRUE(Event::WaitAllWithTimeout(events, SIZE, 0xFFFFFFFF));
     EXPECT_EQ(TakeAll(), 0u);
 }
 
 TEST_F(EventGroup, WaitForAnyTakesTheFirstSignalled) {
     SignalAll();
-    for (unsigned i = 0; i < SIZE; ++i) {
-        EXPECT_EQ(TakeAny(), events[i]);
-    }
-    EXPECT_EQ(TakeAny(), nullptr);
     Event* signalled = nullptr;
-    Actor waiter;
-    waiter.Waits([&] { Event::WaitAny(events, SIZE, &signalled); });
+    for (Event* const next : std::span(events, SIZE)) {
+        EXPECT_TRUE(Event::TryWaitAny(events, SIZE, &signalled));
+        EXPECT_EQ(signalled, next);
+    }
+    EXPECT_FALSE(Event::TryWaitAny(events, SIZE, &signalled));
+    EXPECT_EQ(signalled, nullptr);
     events[7]->SetDone();
-    waiter.Proceeds();
-    EXPECT_EQ(signalled, events[7]);
-    SignalAll();
     EXPECT_TRUE(Event::TryWaitAny(events, SIZE, nullptr)) << "nobody wants to know which";
-    EXPECT_EQ(TakeAll(), SIZE - 1);
 }
 
 } // namespace

@@ -134,35 +134,29 @@ TEST(RWLockHoldings, BelongToEachThreadOfALibraryLoadedLate) {
     GetModuleFileNameA(GetModuleHandleA(ZELK_DLL_FILE), original, sizeof original);
     const std::string copy = original + std::to_string(GetCurrentProcessId()) + ".dll";
     ASSERT_TRUE(CopyFileA(original, copy.c_str(), FALSE));
-    // Again and again, since each time the threads get new copies of the thread-local data.
+    using Operation = void(__fastcall*)(RWLock*); // as a member function is called, which no free function may be
+    // Again and again, since each time the threads, of which this one is older, get new copies of the thread-local
+    // data.
     for (int i = 0; i < 20; ++i) {
-        Actor older;
         const HMODULE late = LoadLibraryA(copy.c_str());
+        Actor younger;
         std::array<RWLock, 5> locks;
-        const auto callTwice = [&](const char* name) {
-            // For an object and no argument, the same as a member function's convention, which no free function may
-            // have.
-            const auto function = reinterpret_cast<void*>(GetProcAddress(late, name));
-            const auto operation = reinterpret_cast<void(__fastcall*)(RWLock*)>(function);
+        const auto expectHolds = [&](const char* name, unsigned recorded, unsigned unrecorded) {
+            const auto operation = reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(late, name)));
+            const auto callTwice = [&] {
+                for (RWLock& lock : locks) {
+                    operation(&lock);
+                    operation(&lock);
+                }
+            };
+            callTwice();
+            younger.Does(callTwice);
             for (RWLock& lock : locks) {
-                operation(&lock);
-                operation(&lock);
+                EXPECT_EQ(SharedHolds(lock), &lock != &locks[4] ? recorded : unrecorded);
             }
         };
-        {
-            Actor younger;
-            for (const char* const name : {"_ZN2Z46RWLock10LockReaderEv", "_ZN2Z46RWLock12UnlockReaderEv"}) {
-                older.Does([&] { callTwice(name); });
-                younger.Does([&] { callTwice(name); });
-                callTwice(name);
-                for (std::size_t k = 0; k < locks.size(); ++k) {
-                    EXPECT_EQ(SharedHolds(locks[k]), std::strstr(name, "Unlock") != nullptr ? 0u
-                                                     : k < 4                                ? 3u
-                                                                                            : 6u)
-                        << k;
-                }
-            }
-        }
+        expectHolds("_ZN2Z46RWLock10LockReaderEv", 2, 4);
+        expectHolds("_ZN2Z46RWLock12UnlockReaderEv", 0, 0);
         FreeLibrary(late);
     }
     DeleteFileA(copy.c_str());

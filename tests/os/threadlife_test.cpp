@@ -131,21 +131,6 @@ TYPED_TEST(ThreadLife, IsEndedByTheDestructorWithWarnings) {
     }
 }
 
-TYPED_TEST(ThreadLife, IsSuspendedAtItsStartOnly) {
-    Outside outside;
-    outside.release.Open();
-    Worker<TypeParam> worker(outside);
-    // Resumed before it came to its start, a thread does not stop there at all; and suspending wears off.
-    HoldStarts();
-    ASSERT_EQ(worker.CreateThread(0, true), ERR_OK);
-    EXPECT_EQ(worker.ResumeThread(), ERR_OK);
-    ReleaseStarts();
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
-    ASSERT_EQ(worker.CreateThread(), ERR_OK);
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
-    EXPECT_EQ(outside.runs, 2);
-}
-
 TYPED_TEST(ThreadLife, SkipsARunWhoseClassIsGone) {
     struct Late : TypeParam {
         ~Late() override {

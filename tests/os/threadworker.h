@@ -5,7 +5,8 @@
 
 #include <atomic>
 #include <functional>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <vector>
 #include <zelk_core/os/thread.h>
 
 namespace ZelkTest {
@@ -23,6 +24,11 @@ void Await(Condition condition) {
     while (!condition()) {
         Sleep(1);
     }
+}
+
+/// Expects that each of several calls, made in any order, has this result.
+void ExpectEach(Z4::Error expected, auto... results) {
+    EXPECT_THAT((std::vector{static_cast<Z4::Error>(results)...}), testing::Each(expected));
 }
 
 /// What Run() uses, outside of the object, which may be destroyed meanwhile.
@@ -52,15 +58,16 @@ private:
 };
 
 /// Takes a worker that is idle, or was joined, to `state`; on the way there the release is opened where it must be.
+/// `detached` is the argument of that name, for threads that have it.
 template <class Kind>
-void BringTo(Z4::Thread::ThreadState state, Worker<Kind>& worker, Outside& outside) {
+void BringTo(Z4::Thread::ThreadState state, Worker<Kind>& worker, Outside& outside, auto... detached) {
     using Z4::Thread;
     const int before = outside.runs;
     if (state == Thread::THREAD_STARTING) {
         HoldStarts();
     }
     if (state != Thread::THREAD_IDLE) {
-        EXPECT_EQ(worker.CreateThread(0, state == Thread::THREAD_SUSPENDED), Z4::ERR_OK);
+        EXPECT_EQ(worker.CreateThread(0, state == Thread::THREAD_SUSPENDED, detached...), Z4::ERR_OK);
     }
     if (state == Thread::THREAD_STARTING) {
         AwaitHeldStart();
