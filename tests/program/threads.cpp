@@ -54,14 +54,9 @@ struct Worker : Z4::Thread {
     bool isWrong = true;
 };
 
-struct HostThread : Z4::EalThread {
-    HostThread() : EalThread(Z4::EALId(Z4::EAL_ID_ZELK_CORE)) {}
-    void Run() override { hasRun = true; }
+} // namespace
 
-    bool hasRun = false;
-};
-
-void CheckWorkers() {
+void CheckThreads() {
     Shared shared;
     Worker workers[THREADS] = {{shared, 1}, {shared, 2}, {shared, 3}, {shared, 4}};
     for (Worker& worker : workers) {
@@ -80,21 +75,4 @@ void CheckWorkers() {
     }
     CHECK(shared.written == THREADS * 1000 && shared.last == 1);
     Z4::TlsShortCut::Free(shared.tls);
-}
-
-} // namespace
-
-void CheckThreads() {
-    CheckWorkers();
-    HostThread thread;
-    CHECK(thread.CreateThread() == Z4::ERR_OK && thread.JoinThread() == Z4::ERR_OK && thread.hasRun);
-
-    Z4::Event first(false, true, nullptr);
-    Z4::Event second(true, true, nullptr);
-    Z4::Event* signalled = nullptr;
-    CHECK(Z4::Event::WaitAnyWithTimeout({&first, &second}, 1000, &signalled) && signalled == &second);
-    Z4::StopWatch watch(true);
-    CHECK(!first.WaitWithTimeout(20));
-    watch.Stop();
-    CHECK(watch.GetElapsedUSec() >= 10'000);
 }
