@@ -1,8 +1,8 @@
 // Faults hunted: a setting that does not reach the system or reaches it unchecked, a failure told as another, results
 // that are not cleared, a handle closed or left open at the wrong time, an announcement that others notice.
 #include "crowd.h"
-#include "threadworker.h"
 #include <tests/support/importhook.h>
+#include <tests/support/results.h>
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
 

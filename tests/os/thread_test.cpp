@@ -7,11 +7,10 @@
 #include <tests/support/contract.h>
 #include <tests/support/counts.h>
 #include <tests/support/importhook.h>
+#include <tests/support/results.h>
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <gtest/gtest.h>
@@ -31,7 +30,6 @@ using enum Thread::ThreadState;
 /// Shows what users may only use in a derived class.
 struct OfSystem : Thread {
     using Thread::Join;
-    using Thread::MiddlePriority;
 };
 
 class ThreadTest : public testing::Test {
@@ -260,25 +258,23 @@ TEST_F(ThreadTest, AFailedCreationLeavesItIdle) {
 }
 
 TEST_F(ThreadTest, RelativePrioritiesLieHalfway) {
-    const auto clamped = [](long value) { return static_cast<double>(std::clamp(value, -15L, 15L)); };
-    for (long a = -20; a <= 20; ++a) {
-        for (long b = -20; b <= 20; ++b) {
-            // round() takes halves away from 0.
-            const double mean = std::round((clamped(a) + clamped(b)) / 2);
-            EXPECT_EQ(Worker<OfSystem>::MiddlePriority(a, b), static_cast<long>(mean)) << a << ' ' << b;
-        }
-    }
     Worker<OfSystem> low(outside);
     Worker<OfSystem> high(outside);
     ExpectEach(ERR_OK, low.SetThreadPriority(-15), high.SetThreadPriority(2));
     EXPECT_EQ(worker.SetRelativePriority(low, high), ERR_OK);
-    EXPECT_EQ(worker.GetThreadPriority(), -7);
-    EXPECT_EQ(worker.SetRelativePriority(high, 1), ERR_OK);
-    EXPECT_EQ(worker.GetThreadPriority(), 3) << "between 2 and 3";
+    EXPECT_EQ(worker.GetThreadPriority(), -7) << "halves go away from 0";
+    const struct {
+        const Thread& other;
+        long delta, middle;
+    } rows[] = {{low, -15, -15}, {low, 14, -8}, {high, 0, 2}, {high, 1, 3}, {high, 15, 9}};
+    for (const auto& [other, delta, middle] : rows) {
+        EXPECT_EQ(worker.SetRelativePriority(other, delta), ERR_OK);
+        EXPECT_EQ(worker.GetThreadPriority(), middle) << delta;
+    }
     EXPECT_EQ(low.SetThreadPriority(-16), ERR_INVALID);
     ExpectEach(ERR_INVALID, worker.SetRelativePriority(high, 16), worker.SetRelativePriority(low, 1),
                worker.SetRelativePriority(high, low), worker.SetRelativePriority(low, high));
-    EXPECT_EQ(worker.GetThreadPriority(), 3);
+    EXPECT_EQ(worker.GetThreadPriority(), 9);
 }
 
 std::string g_announced;

@@ -5,8 +5,7 @@
 
 #include <atomic>
 #include <functional>
-#include <gmock/gmock.h>
-#include <vector>
+#include <gtest/gtest.h>
 #include <zelk_core/os/thread.h>
 
 namespace ZelkTest {
@@ -24,11 +23,6 @@ void Await(Condition condition) {
     while (!condition()) {
         Sleep(1);
     }
-}
-
-/// Expects that each of several calls, made in any order, has this result.
-void ExpectEach(Z4::Error expected, auto... results) {
-    EXPECT_THAT((std::vector{static_cast<Z4::Error>(results)...}), testing::Each(expected));
 }
 
 /// What Run() uses, outside of the object, which may be destroyed meanwhile.

@@ -14,25 +14,6 @@ struct CheckedDll : Z4::DllWrapper {
     bool isValidated = false;
 };
 
-class Shape : public Z4::DynamicType {
-    Z4_DYNAMIC_TYPE(Shape, Z4::DynamicType)
-    virtual int Corners() const = 0;
-};
-
-class Square : public Shape {
-    Z4_DYNAMIC_TYPE(Square, Shape)
-    int Corners() const override { return 4; }
-};
-Z4_REGISTER_CLASS(Square, Shape)
-
-struct Counter : Z4::ClassFactory::Sink {
-    void OnEvent(unsigned event, const Z4::ClassFactoryNotification& notification) override {
-        count += event == Z4::CLASS_FACTORY_CREATED && notification.object != nullptr;
-    }
-
-    int count = 0;
-};
-
 bool IsNamed(const void* address, const char* name) {
     Z4::SymbolInfo info;
     return Z4::SymbolHandler::Instance().Resolve(address, info) && std::strstr(info.function, name) != nullptr;
@@ -69,15 +50,6 @@ void CheckRooms() {
     CHECK(std::strcmp(local.GetAddress(), "127.0.0.1") == 0 && local.GetStatus() == Z4::ERR_OK);
     const Z4::NICInfo adapters;
     CHECK(adapters.GetCount() != 0 && adapters.begin()->GetIPAddressCount() <= 64);
-
-    // A class that registered itself before main(), known here by its name only.
-    Z4::ClassFactory& factory = Z4::ClassFactory::Instance();
-    Counter counter;
-    CHECK(factory.AddSink(counter));
-    auto* const shape = static_cast<Shape*>(factory.CreateInstance(Z4::ClassType("Square")));
-    CHECK(shape != nullptr && shape->Corners() == 4 && Square::DynamicCast(shape) != nullptr && counter.count == 1);
-    CHECK(factory.RemoveSink(counter));
-    delete shape;
 
     // By the debug databases of the program and of the DLL.
 #if defined(_MSC_VER) // whose form of it alone the debug-help library is sure to read

@@ -131,6 +131,14 @@ void* Z4_CDECL CreateNumber(void* memory) {
     return memory != nullptr ? memory : &number;
 }
 
+struct Counter : Z4::ClassFactory::Sink {
+    void OnEvent(unsigned event, const Z4::ClassFactoryNotification& notification) override {
+        count += event == Z4::CLASS_FACTORY_CREATED && notification.object != nullptr;
+    }
+
+    int count = 0;
+};
+
 /// The one factory is the library's own. A type goes by value, as its two words.
 void CheckClassFactorySlots() {
     Z4::ClassFactory& factory = Z4::ClassFactory::Instance();
@@ -140,7 +148,10 @@ void CheckClassFactorySlots() {
     CHECK(!CallSlot<bool>(&factory, 4, identifier, name));
     CHECK(CallSlot<bool>(&factory, 3, CreateNumber, identifier, name));
     CHECK(CallSlot<bool>(&factory, 4, identifier, name));
-    CHECK(CallSlot<void*>(&factory, 1, identifier, name) == CreateNumber(nullptr));
+    Counter counter;
+    CHECK(factory.AddSink(counter));
+    CHECK(CallSlot<void*>(&factory, 1, identifier, name) == CreateNumber(nullptr) && counter.count == 1);
+    CHECK(factory.RemoveSink(counter));
     CHECK(CallSlot<void*>(&factory, 2, identifier, name, static_cast<void*>(&g_called)) == &g_called);
 }
 

@@ -1,16 +1,26 @@
-// Events and semaphores. Faults hunted: a mode or a state taken for the other, a wait with another's limit, a group
-// that takes some of its events and fails, or another event than the first; a list that cannot be waited for and waits,
-// or changes an event; counts taken for one another, lost or given beyond the maximum, an object where there is
-// none.
+// What threads wait for: events, semaphores, condition variables and the barrier made of one. Faults hunted: a mode or
+// a state taken for the other, a wait with another's limit, a group that takes some of its events and fails, or another
+// event than the first; a list that cannot be waited for and waits, or changes an event; counts taken for one another,
+// lost or given beyond the maximum, an object where there is none; a signal that is kept for later, a time-out told as
+// a wake-up or come early, a lock that is not held again, a wake-up that comes when the barrier may be gone. Who is
+// woken by whom, and what a round is, proof/ explores.
+#include "crowd.h"
+
+#include <algorithm>
 #include <deque>
 #include <functional>
 #include <gtest/gtest.h>
-#include <span>
+#include <string>
 #include <tests/support/contract.h>
 #include <tests/support/importhook.h>
 #include <utility>
+#include <zelk_core/os/adaptivelock.h>
+#include <zelk_core/os/autolock.h>
+#include <zelk_core/os/blockinglock.h>
+#include <zelk_core/os/condvariable.h>
 #include <zelk_core/os/event.h>
 #include <zelk_core/os/semaphore.h>
+#include <zelk_core/os/threadbarrier.h>
 
 namespace {
 
@@ -122,38 +132,15 @@ TEST(EventState, IsSharedByThoseOfOneName) {
     EXPECT_EQ(signalled, nullptr);
 }
 
-/// As many auto-reset events as one wait may have, none signalled, and a place more.
-class EventGroup : public testing::Test {
-protected:
-    static constexpr unsigned long SIZE = 64;
-
-    EventGroup() {
-        for (unsigned long i = 0; i < SIZE; ++i) {
-            events[i] = &m_owned.emplace_back(false, true, nullptr);
-        }
-    }
-    void SignalAll() {
-        for (Event& event : m_owned) {
-            event.SetDone();
-        }
-    }
-    /// How many are signalled; takes those signals.
-    unsigned long TakeAll() {
-        unsigned long taken = 0;
-        for (Event& event : m_owned) {
-            taken += event.TryWait() ? 1u : 0u;
-        }
-        return taken;
-    }
-
+TEST(EventGroup, TakesAllOrTheFirstOfUpTo64) {
+    constexpr unsigned long SIZE = 64;
+    std::deque<Event> owned;
     Event* events[SIZE + 1] = {};
-
-private:
-    std::deque<Event> m_owned;
-};
-
-TEST_F(EventGroup, OfNoOrTooManyEventsIsRefused) {
-    SignalAll();
+    for (unsigned long i = 0; i < SIZE; ++i) {
+        events[i] = &owned.emplace_back(true, true, nullptr);
+    }
+    const auto signalAll = [&] { std::for_each(owned.begin(), owned.end(), std::mem_fn(&Event::SetDone)); };
+    const auto takeAll = [&] { return std::count_if(owned.begin(), owned.end(), std::mem_fn(&Event::TryWait)); };
     for (const unsigned long count : {0ul, SIZE + 1, 0xFFFFFFFFul}) {
         const ExpectContract contract(LIBRARY_CHECKS ? 3 : 0);
         Event* signalled = events[1];
@@ -162,32 +149,68 @@ TEST_F(EventGroup, OfNoOrTooManyEventsIsRefused) {
         EXPECT_EQ(signalled, nullptr);
         Event::WaitAll(events, count);
     }
-    EXPECT_EQ(TakeAll(), SIZE);
-}
-
-TEST_F(EventGroup, WaitForAllTakesAllOrNone) {
     for (const unsigned long missing : {0ul, 1ul, SIZE - 1}) {
-        SignalAll();
+        signalAll();
         events[missing]->Reset();
         EXPECT_FALSE(Event::TryWaitAll(events, SIZE));
-        EXPECT_EQ(TakeAll(), SIZE - 1);
+        EXPECT_EQ(takeAll(), SIZE - 1);
     }
-    SignalAll();
+    signalAll();
     EXPECT_TRUE(Event::WaitAllWithTimeout(events, SIZE, 0xFFFFFFFF));
-    EXPECT_EQ(TakeAll(), 0u);
-}
+    EXPECT_EQ(takeAll(), 0);
 
-TEST_F(EventGroup, WaitForAnyTakesTheFirstSignalled) {
-    SignalAll();
+    signalAll();
     Event* signalled = nullptr;
-    for (Event* const next : std::span(events, SIZE)) {
+    for (Event& next : owned) {
         EXPECT_TRUE(Event::TryWaitAny(events, SIZE, &signalled));
-        EXPECT_EQ(signalled, next);
+        EXPECT_EQ(signalled, &next);
     }
     EXPECT_FALSE(Event::TryWaitAny(events, SIZE, &signalled));
     EXPECT_EQ(signalled, nullptr);
     events[7]->SetDone();
     EXPECT_TRUE(Event::TryWaitAny(events, SIZE, nullptr)) << "nobody wants to know which";
+}
+
+constinit CondVariable g_staticCondition;
+
+template <class LockClass>
+void ExpectTimeouts(LockClass&& lock) {
+    Actor other;
+    const AutoLock guard(lock);
+    g_staticCondition.Signal();
+    g_staticCondition.Broadcast();
+    for (const unsigned long ms : {0ul, 20ul}) {
+        const WaitClock clock;
+        EXPECT_FALSE(g_staticCondition.WaitWithTimeout(lock, ms)) << "signals before the wait must not count";
+        EXPECT_TRUE(clock.HasPassed(ms));
+        other.Does([&] { EXPECT_FALSE(lock.TryLock()); });
+    }
+}
+
+TEST(CondVariableWaits, HoldTheLockAfterATimeout) {
+    ExpectTimeouts(AdaptiveLock());
+    ExpectTimeouts(BlockingLock());
+}
+
+std::string g_calls;
+
+void WINAPI RecordWake(CONDITION_VARIABLE*) {
+    g_calls += "wake ";
+}
+
+void WINAPI RecordLeave(CRITICAL_SECTION* section) {
+    g_calls += "leave ";
+    LeaveCriticalSection(section);
+}
+
+TEST(ThreadBarrierParty, IsWokenUnderTheLock) {
+    const ImportHook wake("WakeAllConditionVariable", RecordWake);
+    const ImportHook leave("LeaveCriticalSection", RecordLeave);
+    for (const unsigned long partyCount : {0ul, 1ul}) {
+        ThreadBarrier barrier(partyCount, "name", nullptr);
+        EXPECT_TRUE(barrier.Wait(false) && barrier.Wait(true)) << "nobody is waited for";
+        EXPECT_EQ(std::exchange(g_calls, {}), "wake leave wake leave ");
+    }
 }
 
 } // namespace
