@@ -55,6 +55,9 @@ TYPED_TEST(Exclusion, IsHeldUntilUnlocked) {
     {
         const AutoLock guard(this->lock);
         EXPECT_FALSE(this->IsFree());
+        if constexpr (requires { this->lock.TryLockReader(); }) {
+            EXPECT_FALSE(this->lock.TryLockReader()) << "a writer is alone";
+        }
     }
     // What lies on a critical section is recursive and shows it.
     if constexpr (requires { this->lock.GetInternalLockImpl(); }) {
