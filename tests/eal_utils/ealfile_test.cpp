@@ -94,9 +94,6 @@ TEST_F(EalFileTest, HostsThatFailGiveTheErrorAndTheBytesBefore) {
     EXPECT_TRUE(done == 4 && file.Tell() == 4);
     ZelkHost::InjectFileFaults({.calls = ZelkHost::CALL_SIZE, .first = 1, .status = EAL_FILE_LOCKED});
     EXPECT_EQ(file.Seek(0, SEEK_FROM_END), ERR_ACCESS_DENIED);
-    ZelkHost::InjectFileFaults({.room = 3});
-    EXPECT_EQ(file.Write("abcdef", 6, done), ERR_OUT_OF_RESOURCES);
-    EXPECT_TRUE(done == 3 && Content() == "0123abc789");
 
     eal_file_dll_interface lying = MemoryFiles::Table();
     lying.read = [](eal_file_handle, void*, std::uint32_t size, std::uint64_t, std::uint32_t* transferred) {

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <zelk_core/os/nativethread.h>
 
 namespace {
@@ -66,14 +67,11 @@ std::uintptr_t __cdecl RefuseThread(void*, unsigned, unsigned(__stdcall*)(void*)
 TEST(ThreadCreate, TellsWhyThereIsNoThread) {
     const LogCapture log;
     const ImportHook refuse("_beginthreadex", RefuseThread);
-    const struct {
-        int number;
-        Error error;
-    } rows[] = {{EAGAIN, ERR_OUT_OF_RESOURCES},
-                {ENOMEM, ERR_OUT_OF_RESOURCES},
-                {EACCES, ERR_OUT_OF_RESOURCES},
-                {EINVAL, ERR_INVALID},
-                {EIO, ERR_UNHANDLED}};
+    const std::pair<int, Error> rows[] = {{EAGAIN, ERR_OUT_OF_RESOURCES},
+                                          {ENOMEM, ERR_OUT_OF_RESOURCES},
+                                          {EACCES, ERR_OUT_OF_RESOURCES},
+                                          {EINVAL, ERR_INVALID},
+                                          {EIO, ERR_UNHANDLED}};
     for (const auto& [number, error] : rows) {
         g_refusal = number;
         void* handle = DEAD_HANDLE;

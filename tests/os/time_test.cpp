@@ -22,13 +22,11 @@ using Z4::StopWatch;
 using ZelkTest::ImportHook;
 
 TEST(TimeArithmetic, MicroSecondsDivideTheFrequencyFirst) {
-    const struct {
-        std::uint64_t counts, frequency, microSec;
-    } rows[] = {{3'579'545, 3'579'545, 1'000'152},
-                {19, 10'000'000, 1},
-                // The product wraps just here.
-                {~0ull / 1000, 10'000'000, 1'844'674'407'370'955},
-                {~0ull / 1000 + 1, 1000, 384}};
+    const std::array<std::uint64_t, 3> rows[] = {{3'579'545, 3'579'545, 1'000'152},
+                                                 {19, 10'000'000, 1},
+                                                 // The product wraps just here.
+                                                 {~0ull / 1000, 10'000'000, 1'844'674'407'370'955},
+                                                 {~0ull / 1000 + 1, 1000, 384}};
     for (const auto& [counts, frequency, microSec] : rows) {
         EXPECT_EQ(Z4::Private::MicroSecFromCounts(counts, Z4::Private::CountsPerMilliSec(frequency)), microSec);
     }

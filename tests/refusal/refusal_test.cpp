@@ -1,7 +1,8 @@
 // What the library does on a host that refuses: one scenario for each room that takes anything from it, run once for
 // each thing that it takes, with that one refused, and with that one and all after it. Hunted are crashes, blocks that
 // are left behind, results that do not tell of the refusal, and what was there before and is lost. Containers of every
-// kind meet it in the models of the generics' tests, and the list of the adapters in nicinfo_test.cpp.
+// kind meet it in the models of the generics' tests, the adapters' list and the random numbers' generator in tests of
+// their own.
 #include <tests/services/dbghelp/standin.h>
 #include <tests/support/testhost.h>
 
@@ -75,15 +76,6 @@ void Deflate() {
 
 void CompressByLzo() {
     CompressWith(new LzoDeflate(CompressionInterface::CMP_BEST), new LzoInflate(true), sizeof TEXT);
-}
-
-void DrawNumbers() {
-    InitializeRandomService();
-    Random::SetSeed(1);
-    const long drawn = Random::InRangeS32(5, 1'000'000);
-    EXPECT_GE(drawn, 5);
-    EXPECT_EQ(Random::Normal(7, 0), 7) << "with an object and without";
-    ShutdownRandomService();
 }
 
 void RegisterClasses() {
@@ -163,9 +155,14 @@ void PrintTo(const Scenario& scenario, std::ostream* out) {
 }
 
 constexpr Scenario SCENARIOS[] = {
-    {"Base", LoadAModule, 1, 0},  {"Cipher", Encrypt, 4, 0},           {"ZLib", Deflate, 9, 0},
-    {"Lzo", CompressByLzo, 3, 0}, {"Random", DrawNumbers, 1, 0},       {"Factory", RegisterClasses, 40, 0},
-    {"Thread", RunAThread, 1, 0}, {"EalThread", RunAHostThread, 0, 2}, {"DebugHelp", ExplainAnAddress, 4, 0},
+    {"Base", LoadAModule, 1, 0},
+    {"Cipher", Encrypt, 4, 0},
+    {"ZLib", Deflate, 9, 0},
+    {"Lzo", CompressByLzo, 3, 0},
+    {"Factory", RegisterClasses, 40, 0},
+    {"Thread", RunAThread, 1, 0},
+    {"EalThread", RunAHostThread, 0, 2},
+    {"DebugHelp", ExplainAnAddress, 4, 0},
 };
 
 /// The host's threads, of which some are refused.
