@@ -51,8 +51,7 @@ protected:
 
 TEST_F(ThreadTest, SettingsReachALiveThreadAndAreKeptByOthers) {
     constexpr std::uint64_t NO_SUCH_CORE = std::uint64_t{1} << 40;
-    for (const Thread::ThreadState state :
-         {THREAD_IDLE, THREAD_STARTING, THREAD_SUSPENDED, THREAD_RUNNING, THREAD_ENDED, THREAD_JOINED}) {
+    for (const Thread::ThreadState state : STATES) {
         SCOPED_TRACE(state);
         Outside outsideOfThis;
         Worker<OfSystem> thread(outsideOfThis);
@@ -340,8 +339,6 @@ TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
     EXPECT_TRUE(worker.IsRunning());
     outside.release.Open();
     Await([&] { return worker.IsEnded(); });
-    ASSERT_EQ(worker.CreateThread(0, false, false), ERR_OK);
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
 }
 
 TEST_F(ThreadTest, ManyJoinedAndDetachedLeaveNothingBehind) {

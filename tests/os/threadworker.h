@@ -51,6 +51,11 @@ private:
     Outside& m_outside;
 };
 
+/// All of a life.
+inline constexpr Z4::Thread::ThreadState STATES[] = {Z4::Thread::THREAD_IDLE,      Z4::Thread::THREAD_STARTING,
+                                                     Z4::Thread::THREAD_SUSPENDED, Z4::Thread::THREAD_RUNNING,
+                                                     Z4::Thread::THREAD_ENDED,     Z4::Thread::THREAD_JOINED};
+
 /// Takes a worker that is idle, or was joined, to `state`; on the way there the release is opened where it must be.
 /// `detached` is the argument of that name, for threads that have it.
 template <class Kind>

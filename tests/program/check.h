@@ -15,7 +15,5 @@ inline int g_failures = 0;
     } while (false)
 
 void CheckSlots();
-void CheckThreads();
 void CheckNew();
 void CheckWideNew();
-void CheckRooms();
