@@ -1,7 +1,7 @@
 // The life that both kinds of thread share. Faults hunted: a way between two states that is missing or too many,
 // waiters who are told the wrong thing, a thread that joins itself, a Run() that a destructor lets run, a warning that
-// is missing, double or under another line, an entry with a misaligned stack. Several who join, resume or wait, proof/
-// explores.
+// is missing, double or under another line, an entry with a misaligned stack; a request to the host that does not
+// carry what was stored. Several who join, resume or wait, proof/ explores.
 #include "crowd.h"
 #include "stackprobe.h"
 #include "threadworker.h"
@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 #include <host/zelkhost.h>
+#include <tuple>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/os/thread.h>
 
@@ -32,7 +33,8 @@ struct OfSystem : Thread {
 };
 
 struct OfHost : EalThread {
-    OfHost() : EalThread(1) {}
+    static constexpr int CALLER = 0x1234;
+    OfHost() : EalThread(CALLER) {}
     static inline const ExpectedLine STILL_SUSPENDED{
         2, "eal_utils/private/ealthread", 216,
         "[Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be called prior "
@@ -128,6 +130,45 @@ TYPED_TEST(ThreadLife, SkipsARunWhoseClassIsGone) {
     const ExpectContract noRun(1);
     Derived thread;
     ASSERT_EQ(thread.CreateThread(0, true), ERR_OK);
+}
+
+std::tuple<int, std::size_t, int> g_request; // of the host's table
+
+TEST(ThreadOfHost, CarriesWhatIsStoredEvenWhenRefused) {
+    eal_thread_dll_interface table = ZelkHost::ThreadTable();
+    table.create = [](int id, std::size_t stackSize, eal_thread_priority priority, eal_thread_entry entry,
+                      void* argument) {
+        g_request = {id, stackSize, priority};
+        return ZelkHost::ThreadTable().create(id, 0, EAL_THREAD_PRIORITY_NORMAL, entry, argument);
+    };
+    SetEalInterface(table);
+    Outside outside;
+    Worker<OfHost> worker(outside);
+    const auto expectRequest = [&](Error created, std::size_t stackSize, int priority) {
+        EXPECT_EQ(created, ERR_OK);
+        EXPECT_EQ(g_request, std::tuple(OfHost::CALLER, stackSize, priority));
+        EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    };
+    BringTo(THREAD_RUNNING, worker, outside);
+    EXPECT_NE(worker.GetHandle(), nullptr);
+    EXPECT_EQ(worker.SetThreadPriority(EAL_THREAD_PRIORITY_IDLE), ERR_IN_PROGRESS);
+    EXPECT_EQ(worker.GetThreadPriority(), EAL_THREAD_PRIORITY_NORMAL) << "not stored";
+    EXPECT_EQ(worker.StartThread(0, EAL_THREAD_PRIORITY_HIGHEST), ERR_IN_PROGRESS);
+    EXPECT_EQ(worker.CreateThread(0, true), ERR_IN_PROGRESS);
+    EXPECT_EQ(worker.ResumeThread(), ERR_OK);
+    outside.release.Open();
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    EXPECT_EQ(worker.GetHandle(), nullptr);
+
+    expectRequest(worker.CreateThread(0x20000), 0x20000, EAL_THREAD_PRIORITY_HIGHEST);
+    EXPECT_EQ(worker.SetThreadPriority(static_cast<eal_thread_priority>(77)), ERR_OK);
+    expectRequest(worker.CreateThread(), 0, 77); // passed through unchanged
+    expectRequest(worker.StartThread(0x30000, EAL_THREAD_PRIORITY_IDLE), 0x30000, EAL_THREAD_PRIORITY_IDLE);
+    {
+        const ExpectContract tinyStack(LIBRARY_CHECKS ? 1 : 0);
+        expectRequest(worker.CreateThread(5), 5, EAL_THREAD_PRIORITY_IDLE);
+    }
+    ReinstallHost();
 }
 
 } // namespace
