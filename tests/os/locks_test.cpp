@@ -47,18 +47,17 @@ using ExcludingLocks = testing::Types<AdaptiveLock, AdaptiveLockNonRecursive, Bl
                                       NonRecursiveSpinLock, ForWriting<RWLock>, ForWriting<RWLockNonRecursive>>;
 TYPED_TEST_SUITE(Exclusion, ExcludingLocks);
 
-TYPED_TEST(Exclusion, IsHeldUntilUnlocked) {
+TYPED_TEST(Exclusion, IsHeldUntilUnlockLetsTheNextIn) {
     EXPECT_TRUE(this->lock.TryLock());
     EXPECT_FALSE(this->IsFree());
     this->lock.Unlock();
-    EXPECT_TRUE(this->IsFree());
     {
         const AutoLock guard(this->lock);
-        EXPECT_FALSE(this->IsFree());
-        if constexpr (requires { this->lock.TryLockReader(); }) {
-            EXPECT_FALSE(this->lock.TryLockReader()) << "a writer is alone";
-        }
+        this->other.Waits([&] { this->lock.Lock(); });
     }
+    this->other.Proceeds();
+    EXPECT_FALSE(this->lock.TryLock());
+    this->other.Does([&] { this->lock.Unlock(); });
     // What lies on a critical section is recursive and shows it.
     if constexpr (requires { this->lock.GetInternalLockImpl(); }) {
         auto* const section = static_cast<CRITICAL_SECTION*>(this->lock.GetInternalLockImpl());
