@@ -70,16 +70,18 @@ TEST(AtomicOperands, IncludeEnumerations) {
 
 TEST(Atomic64, IsChangedAndSeenInOneStepEvenAcrossCacheLines) {
     constexpr long long ONE_IN_EACH_HALF = 0x1'0000'0001;
-    alignas(64) static unsigned char lines[128];
+    alignas(64) unsigned char lines[128] = {};
     for (const unsigned offset : {4u, 60u}) {
         // On two lines a system may take milliseconds for each access.
         const unsigned rounds = offset == 60 ? 100 : 100'000;
         auto& value = *reinterpret_cast<volatile long long*>(lines + offset);
+        auto& other = *reinterpret_cast<volatile long long*>(lines + offset + 8);
         std::atomic<unsigned> torn = 0;
         ZelkTest::RunCrowd(4, [&](unsigned) {
             for (unsigned i = 0; i < rounds; ++i) {
                 Atomic::Add(value, ONE_IN_EACH_HALF);
                 torn += Atomic::Get(value) % ONE_IN_EACH_HALF != 0 ? 1u : 0u;
+                torn += Atomic::Exchange(other, i * ONE_IN_EACH_HALF) % ONE_IN_EACH_HALF != 0 ? 1u : 0u;
             }
         });
         EXPECT_EQ(torn, 0u) << offset;

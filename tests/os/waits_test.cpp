@@ -90,7 +90,7 @@ TEST(EventState, CallsReachTheSystemWithTheirLimits) {
     const ImportHook pulse(ZELK_FAILING(PulseEvent));
     Failure::s_error = 77;
     event.Pulse();
-    EXPECT_EQ(GetLastError(), 77u);
+    EXPECT_EQ(GetLastError(), 77u) << "it is a pulse that is asked for";
 }
 
 unsigned TakeAll(Semaphore& semaphore) {
