@@ -133,6 +133,7 @@ TYPED_TEST(ThreadLife, SkipsARunWhoseClassIsGone) {
 }
 
 std::tuple<int, std::size_t, int> g_request; // of the host's table
+int g_joins;
 
 TEST(ThreadOfHost, CarriesWhatIsStoredEvenWhenRefused) {
     eal_thread_dll_interface table = ZelkHost::ThreadTable();
@@ -141,7 +142,12 @@ TEST(ThreadOfHost, CarriesWhatIsStoredEvenWhenRefused) {
         g_request = {id, stackSize, priority};
         return ZelkHost::ThreadTable().create(id, 0, EAL_THREAD_PRIORITY_NORMAL, entry, argument);
     };
+    table.join = [](eal_thread_handle thread) {
+        ++g_joins;
+        ZelkHost::ThreadTable().join(thread);
+    };
     SetEalInterface(table);
+    g_joins = 0;
     Outside outside;
     Worker<OfHost> worker(outside);
     const auto expectRequest = [&](Error created, std::size_t stackSize, int priority) {
@@ -168,6 +174,7 @@ TEST(ThreadOfHost, CarriesWhatIsStoredEvenWhenRefused) {
         const ExpectContract tinyStack(LIBRARY_CHECKS ? 1 : 0);
         expectRequest(worker.CreateThread(5), 5, EAL_THREAD_PRIORITY_IDLE);
     }
+    EXPECT_EQ(g_joins, 5);
     ReinstallHost();
 }
 
