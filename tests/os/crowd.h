@@ -63,12 +63,11 @@ public:
         while (!m_isAtIt) {
             Sleep(0);
         }
-        m_isDone = WaitForSingleObject(m_done, 20) == WAIT_OBJECT_0;
-        EXPECT_FALSE(m_isDone) << "a step that must wait returns";
+        EXPECT_EQ(WaitForSingleObject(m_done, 20), static_cast<DWORD>(WAIT_TIMEOUT)) << "a step that must wait returns";
     }
     /// Returns when the step that waited has returned, as it must now.
     void Proceeds() {
-        if (!m_isDone && WaitForSingleObject(m_done, 30'000) != WAIT_OBJECT_0) {
+        if (WaitForSingleObject(m_done, 30'000) != WAIT_OBJECT_0) {
             std::fputs("a step does not return\n", stderr);
             std::abort();
         }
@@ -76,7 +75,7 @@ public:
 
 private:
     void Begin(Step step) {
-        m_isDone = false;
+        ResetEvent(m_done);
         m_isAtIt = false;
         m_step = std::move(step);
         SetEvent(m_begun);
@@ -90,9 +89,8 @@ private:
     }
 
     HANDLE m_begun = CreateEventA(nullptr, FALSE, FALSE, nullptr);
-    HANDLE m_done = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    HANDLE m_done = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     Step m_step;
-    bool m_isDone = false;
     std::atomic<bool> m_isAtIt = false;
     std::thread m_thread;
 };

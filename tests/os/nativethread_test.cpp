@@ -2,6 +2,7 @@
 // that are not cleared, a handle closed or left open at the wrong time, an announcement that others notice.
 #include "crowd.h"
 #include <tests/support/importhook.h>
+#include <tests/support/results.h>
 #include <tests/support/testhost.h>
 #include <tests/support/winsystem.h>
 
@@ -10,6 +11,7 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <zelk_core/os/nativethread.h>
 
 namespace {
@@ -49,8 +51,7 @@ TEST(ThreadCreate, RefusesBadArgumentsAndClearsItsResults) {
         unsigned long id = 0;
         const ThreadEntry entry = &attributes != &bad[4] ? WaitAtGate : nullptr;
         EXPECT_EQ(ThreadCreate(attributes, entry, nullptr, handle, id), ERR_INVALID) << &attributes - bad.data();
-        EXPECT_EQ(handle, nullptr);
-        EXPECT_EQ(id, INVALID_THREAD_ID);
+        EXPECT_TRUE(handle == nullptr && id == INVALID_THREAD_ID);
     }
     EXPECT_EQ(CountHandles(), handles);
     LeaveBehind(3); // with the suspended threads whose settings were refused
@@ -66,14 +67,11 @@ std::uintptr_t __cdecl RefuseThread(void*, unsigned, unsigned(__stdcall*)(void*)
 TEST(ThreadCreate, TellsWhyThereIsNoThread) {
     const LogCapture log;
     const ImportHook refuse("_beginthreadex", RefuseThread);
-    const struct {
-        int number;
-        Error error;
-    } rows[] = {{EAGAIN, ERR_OUT_OF_RESOURCES},
-                {ENOMEM, ERR_OUT_OF_RESOURCES},
-                {EACCES, ERR_OUT_OF_RESOURCES},
-                {EINVAL, ERR_INVALID},
-                {EIO, ERR_UNHANDLED}};
+    const std::pair<int, Error> rows[] = {{EAGAIN, ERR_OUT_OF_RESOURCES},
+                                          {ENOMEM, ERR_OUT_OF_RESOURCES},
+                                          {EACCES, ERR_OUT_OF_RESOURCES},
+                                          {EINVAL, ERR_INVALID},
+                                          {EIO, ERR_UNHANDLED}};
     for (const auto& [number, error] : rows) {
         g_refusal = number;
         void* handle = DEAD_HANDLE;
@@ -85,25 +83,19 @@ TEST(ThreadCreate, TellsWhyThereIsNoThread) {
 
 TEST(NativeThread, HandlesWithoutAThreadAreNotFound) {
     const LogCapture log;
+    const std::string longName(64, 'n');
     for (void* const handle : {static_cast<void*>(nullptr), DEAD_HANDLE}) {
-        unsigned long id = 0;
+        unsigned long ids[] = {0, 0};
         ThreadPriority priority = 99;
-        EXPECT_EQ(BSP::ThreadGetId({handle, 0}, id), ERR_DEVICE_NOT_READY);
-        EXPECT_EQ(BSP::ThreadGetPriority({handle, 0}, priority), ERR_DEVICE_NOT_READY);
-        EXPECT_EQ(id, 0u);
-        EXPECT_EQ(ThreadGetId(handle, id), ERR_NOT_FOUND);
-        EXPECT_EQ(id, INVALID_THREAD_ID);
-        EXPECT_EQ(ThreadJoin(handle), ERR_NOT_FOUND);
-        EXPECT_EQ(ThreadGetPriority(handle, priority), ERR_NOT_FOUND);
-        EXPECT_EQ(priority, 99);
-        EXPECT_EQ(ThreadChangePriority(handle, 0), ERR_NOT_FOUND);
-        EXPECT_EQ(ThreadChangeAffinity(handle, AllCores()), ERR_NOT_FOUND);
-        EXPECT_EQ(ThreadChangeName(handle, "name"), ERR_NOT_FOUND);
+        ExpectEach(ERR_DEVICE_NOT_READY, BSP::ThreadGetId({handle, 0}, ids[0]),
+                   BSP::ThreadGetPriority({handle, 0}, priority));
+        ExpectEach(ERR_NOT_FOUND, ThreadGetId(handle, ids[1]), ThreadJoin(handle), ThreadGetPriority(handle, priority),
+                   ThreadChangePriority(handle, 0), ThreadChangeAffinity(handle, AllCores()),
+                   ThreadChangeName(handle, "name"));
         // Null is looked for first, bad values before dead handles.
-        const Error bad = handle == nullptr ? ERR_NOT_FOUND : ERR_INVALID;
-        EXPECT_EQ(ThreadChangePriority(handle, 16), bad);
-        EXPECT_EQ(ThreadChangeAffinity(handle, ~std::uint64_t{0}), bad);
-        EXPECT_EQ(ThreadChangeName(handle, std::string(64, 'n').c_str()), bad);
+        ExpectEach(handle == nullptr ? ERR_NOT_FOUND : ERR_INVALID, ThreadChangePriority(handle, 16),
+                   ThreadChangeAffinity(handle, ~std::uint64_t{0}), ThreadChangeName(handle, longName.c_str()));
+        EXPECT_TRUE(ids[0] == 0 && ids[1] == INVALID_THREAD_ID && priority == 99);
     }
     log.ExpectOnly({});
 }
@@ -120,9 +112,8 @@ TEST(ThreadJoin, FailsWithoutTakingTheHandle) {
     log.ExpectOnly({{2, "os/private/nativethread_ms", 41, "Unknown error. GetLastError returns 5\n"}});
     EXPECT_TRUE(CloseHandle(poor));
 
-    EXPECT_EQ(ThreadJoin(GetCurrentThread()), ERR_UNREACHABLE) << "a thread cannot join itself";
     BSP::ThreadInfo self{GetCurrentThread(), GetCurrentThreadId()};
-    EXPECT_EQ(BSP::ThreadJoin(self, INFINITE), ERR_UNREACHABLE);
+    ExpectEach(ERR_UNREACHABLE, ThreadJoin(self.handle), BSP::ThreadJoin(self, INFINITE));
 
     const WaitClock clock;
     EXPECT_EQ(BSP::ThreadJoin(thread, 40), ERR_TIMEOUT);

@@ -4,12 +4,10 @@
 // explores.
 #include "crowd.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
-#include <tests/support/random.h>
 #include <zelk_core/os/rwlock.h>
 
 namespace {
@@ -56,76 +54,68 @@ unsigned SharedHolds(RWLock& lock) {
     return holds;
 }
 
-/// A lock as one thread uses it, and what that should have made of it.
-struct Modelled {
-    RWLock lock;
-    long holds = 0;        // levels of reading, or negative of writing
-    unsigned shared = 0;   // how often the system's lock is held
-    unsigned recorded = 0; // of the levels of reading; not 0 for four locks at most
+/// `holds` are levels of reading, or negative of writing; `shared` is how often the system's lock is held for them.
+void ExpectHolds(RWLock& lock, long holds, unsigned shared = 0) {
+    SCOPED_TRACE(testing::Message() << holds << " levels, " << shared << " shared");
+    EXPECT_EQ(Look(lock).holds, holds);
+    EXPECT_EQ(Look(lock).writerId, holds < 0 ? GetCurrentThreadId() : NO_WRITER);
+    EXPECT_TRUE(lock.IsReaderLockActive() == (holds > 0) && lock.IsSharedLockActive() == (holds > 0));
+    EXPECT_TRUE(lock.IsWriterLockActive() == (holds < 0) && lock.IsExclusiveLockActive() == (holds < 0));
+    if (holds < 0) {
+        EXPECT_FALSE(TryAcquireSRWLockShared(SlimLock(lock))) << "a writer is alone";
+    } else {
+        EXPECT_EQ(SharedHolds(lock), shared);
+    }
+}
 
-    void EnterReader(bool hasRoom) {
-        ++holds;
-        shared += recorded == 0 ? 1 : 0;
-        recorded += recorded != 0 || hasRoom ? 1 : 0;
+TEST(RWLockHoldings, AreCountedByLockAndLevel) {
+    std::array<RWLock, 5> locks;
+    RWLock& fifth = locks[4];
+    for (RWLock& lock : locks) {
+        const bool isRecorded = &lock != &fifth; // of the others each level holds the system's lock anew
+        lock.LockReader();
+        ExpectHolds(lock, 1, 1);
+        EXPECT_TRUE(lock.TryLockReader());
+        ExpectHolds(lock, 2, isRecorded ? 1 : 2);
+        lock.LockShared();
+        ExpectHolds(lock, 3, isRecorded ? 1 : 3);
+        EXPECT_FALSE(lock.TryLockWriter());
     }
-    void LeaveReader() {
-        --holds;
-        recorded -= recorded != 0 ? 1 : 0;
-        shared -= recorded == 0 ? 1 : 0;
-    }
-    void ExpectEqual() {
-        EXPECT_EQ(Look(lock).holds, holds);
-        ASSERT_EQ(Look(lock).writerId, holds < 0 ? GetCurrentThreadId() : NO_WRITER);
-        EXPECT_TRUE(lock.IsReaderLockActive() == (holds > 0) && lock.IsSharedLockActive() == (holds > 0));
-        EXPECT_TRUE(lock.IsWriterLockActive() == (holds < 0) && lock.IsExclusiveLockActive() == (holds < 0));
-        if (holds < 0) {
-            EXPECT_FALSE(TryAcquireSRWLockShared(SlimLock(lock))) << "a writer is alone";
-        } else {
-            EXPECT_EQ(SharedHolds(lock), shared);
-        }
-    }
-};
+    fifth.UnlockShared();
+    fifth.UnlockReader();
+    ExpectHolds(fifth, 1, 1);
+    fifth.Upgrade();
+    ExpectHolds(fifth, -1);
+    EXPECT_TRUE(fifth.TryLockWriter());
+    fifth.LockExclusive();
+    fifth.LockWriter();
+    ExpectHolds(fifth, -4);
+    EXPECT_FALSE(fifth.TryLockReader());
+    fifth.UnlockWriter();
+    ExpectHolds(fifth, -3);
+    fifth.Downgrade(); // from whatever level
+    ExpectHolds(fifth, 1, 1);
+    fifth.LockReader();
+    ExpectHolds(fifth, 2, 2);
+    fifth.UnlockReader();
+    fifth.UnlockReader();
+    ExpectHolds(fifth, 0);
+    EXPECT_TRUE(fifth.TryLockWriter());
+    fifth.UnlockExclusive();
+    ExpectHolds(fifth, 0);
 
-TEST(RWLockHoldings, AgreeWithAModelOnRandomUse) {
-    Input input(23);
-    std::array<Modelled, 7> all;
-    for (int step = 0; step < 50'000 && !HasFailure(); ++step) {
-        SCOPED_TRACE(step);
-        Modelled& one = all[input.Below(7)];
-        const bool hasRoom = std::count_if(all.begin(), all.end(), [](const auto& m) { return m.recorded != 0; }) < 4;
-        const unsigned choice = step < 49'000 ? input.Below(8) : 7; // in the end all are left
-        if (choice < 3 && one.holds >= 0) {
-            if (choice == 0 || !one.lock.TryLockReader()) {
-                step % 2 == 0 ? one.lock.LockReader() : one.lock.LockShared();
-            }
-            one.EnterReader(hasRoom);
-        } else if (choice < 3) {
-            EXPECT_FALSE(one.lock.TryLockReader());
-        } else if (choice == 3 && one.holds <= 0) {
-            input.OnceIn(2) ? one.lock.LockWriter() : one.lock.LockExclusive();
-            --one.holds;
-        } else if (choice == 4) {
-            EXPECT_EQ(one.lock.TryLockWriter(), one.holds <= 0);
-            one.holds -= one.holds <= 0 ? 1 : 0;
-        } else if (choice == 5 && one.holds == 1) {
-            one.lock.Upgrade();
-            one.LeaveReader();
-            one.holds = -1;
-        } else if (choice == 5 && one.holds < 0) {
-            one.lock.Downgrade(); // from whatever level
-            one.holds = 0;
-            one.EnterReader(hasRoom);
-        } else if (one.holds > 0) {
-            choice == 6 ? one.lock.UnlockShared() : one.lock.UnlockReader();
-            one.LeaveReader();
-        } else if (one.holds < 0) {
-            choice == 6 ? one.lock.UnlockExclusive() : one.lock.UnlockWriter();
-            ++one.holds;
-        }
-        one.ExpectEqual();
+    // The first place that is left is the next one's.
+    for (const long left : {2, 1, 0}) {
+        locks[1].UnlockReader();
+        ExpectHolds(locks[1], left, left != 0 ? 1 : 0);
     }
-    for (Modelled& one : all) {
-        EXPECT_TRUE(IsFree(one.lock));
+    EXPECT_TRUE(fifth.TryLockReader() && fifth.TryLockReader() && fifth.TryLockReader());
+    ExpectHolds(fifth, 3, 1);
+    for (RWLock& lock : locks) {
+        for (long held = Look(lock).holds; held > 0; --held) {
+            lock.UnlockReader();
+        }
+        ExpectHolds(lock, 0);
     }
 }
 
@@ -134,35 +124,29 @@ TEST(RWLockHoldings, BelongToEachThreadOfALibraryLoadedLate) {
     GetModuleFileNameA(GetModuleHandleA(ZELK_DLL_FILE), original, sizeof original);
     const std::string copy = original + std::to_string(GetCurrentProcessId()) + ".dll";
     ASSERT_TRUE(CopyFileA(original, copy.c_str(), FALSE));
-    // Again and again, since each time the threads get new copies of the thread-local data.
+    using Operation = void(__fastcall*)(RWLock*); // as a member function is called, which no free function may be
+    // Again and again, since each time the threads, of which this one is older, get new copies of the thread-local
+    // data.
     for (int i = 0; i < 20; ++i) {
-        Actor older;
         const HMODULE late = LoadLibraryA(copy.c_str());
+        Actor younger;
         std::array<RWLock, 5> locks;
-        const auto callTwice = [&](const char* name) {
-            // For an object and no argument, the same as a member function's convention, which no free function may
-            // have.
-            const auto function = reinterpret_cast<void*>(GetProcAddress(late, name));
-            const auto operation = reinterpret_cast<void(__fastcall*)(RWLock*)>(function);
+        const auto expectHolds = [&](const char* name, unsigned recorded, unsigned unrecorded) {
+            const auto operation = reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(late, name)));
+            const auto callTwice = [&] {
+                for (RWLock& lock : locks) {
+                    operation(&lock);
+                    operation(&lock);
+                }
+            };
+            callTwice();
+            younger.Does(callTwice);
             for (RWLock& lock : locks) {
-                operation(&lock);
-                operation(&lock);
+                EXPECT_EQ(SharedHolds(lock), &lock != &locks[4] ? recorded : unrecorded);
             }
         };
-        {
-            Actor younger;
-            for (const char* const name : {"_ZN2Z46RWLock10LockReaderEv", "_ZN2Z46RWLock12UnlockReaderEv"}) {
-                older.Does([&] { callTwice(name); });
-                younger.Does([&] { callTwice(name); });
-                callTwice(name);
-                for (std::size_t k = 0; k < locks.size(); ++k) {
-                    EXPECT_EQ(SharedHolds(locks[k]), std::strstr(name, "Unlock") != nullptr ? 0u
-                                                     : k < 4                                ? 3u
-                                                                                            : 6u)
-                        << k;
-                }
-            }
-        }
+        expectHolds("_ZN2Z46RWLock10LockReaderEv", 2, 4);
+        expectHolds("_ZN2Z46RWLock12UnlockReaderEv", 0, 0);
         FreeLibrary(late);
     }
     DeleteFileA(copy.c_str());

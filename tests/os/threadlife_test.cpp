@@ -1,7 +1,7 @@
 // The life that both kinds of thread share. Faults hunted: a way between two states that is missing or too many,
 // waiters who are told the wrong thing, a thread that joins itself, a Run() that a destructor lets run, a warning that
-// is missing, double or under another line, an entry with a misaligned stack. Several who join, resume or wait, proof/
-// explores.
+// is missing, double or under another line, an entry with a misaligned stack; a request to the host that does not
+// carry what was stored. Several who join, resume or wait, proof/ explores.
 #include "crowd.h"
 #include "stackprobe.h"
 #include "threadworker.h"
@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 #include <host/zelkhost.h>
+#include <tuple>
 #include <zelk_core/eal_utils/ealthread.h>
 #include <zelk_core/os/thread.h>
 
@@ -32,7 +33,8 @@ struct OfSystem : Thread {
 };
 
 struct OfHost : EalThread {
-    OfHost() : EalThread(1) {}
+    static constexpr int CALLER = 0x1234;
+    OfHost() : EalThread(CALLER) {}
     static inline const ExpectedLine STILL_SUSPENDED{
         2, "eal_utils/private/ealthread", 216,
         "[Z4::Z4::EalThread] EAL_LOG_WARNING: EAlThread still suspended. Thread::ResumeThread() must be called prior "
@@ -40,24 +42,6 @@ struct OfHost : EalThread {
     static inline const ExpectedLine NOT_JOINED{
         2, "eal_utils/private/ealthread", 253,
         "[Z4::Z4::EalThread] EAL_LOG_WARNING: EalThread::JoinThread() must be called prior to destroying the thread."};
-};
-
-struct Expected {
-    Thread::ThreadState state;
-    bool mayCreate;
-    Error untilStarted, untilStopped;
-    // What the destructor finds and does.
-    int runs;
-    unsigned warnings;
-};
-
-constexpr Expected EXPECTED[] = {
-    {THREAD_IDLE, true, ERR_TIMEOUT, ERR_TIMEOUT, 0, 0},
-    {THREAD_STARTING, false, ERR_TIMEOUT, ERR_TIMEOUT, 0, 1},
-    {THREAD_SUSPENDED, false, ERR_TIMEOUT, ERR_TIMEOUT, 0, 2},
-    {THREAD_RUNNING, false, ERR_OK, ERR_TIMEOUT, 1, 1},
-    {THREAD_ENDED, false, ERR_OK, ERR_OK, 1, 1},
-    {THREAD_JOINED, true, ERR_OK, ERR_OK, 1, 0},
 };
 
 template <class Kind>
@@ -74,8 +58,8 @@ TYPED_TEST_SUITE(ThreadLife, Kinds);
 
 TYPED_TEST(ThreadLife, AnswersInEveryState) {
     const LogCapture log;
-    for (const Expected& expected : EXPECTED) {
-        SCOPED_TRACE(expected.state);
+    for (const Thread::ThreadState state : STATES) {
+        SCOPED_TRACE(state);
         Outside outside;
         Worker<TypeParam> worker(outside);
         outside.work = [&] {
@@ -83,38 +67,38 @@ TYPED_TEST(ThreadLife, AnswersInEveryState) {
             EXPECT_EQ(worker.JoinThread(), ERR_UNREACHABLE);
             EXPECT_EQ(worker.GetThreadId(), GetCurrentThreadId());
         };
-        BringTo(expected.state, worker, outside);
+        BringTo(state, worker, outside);
         const WaitClock clock;
-        EXPECT_EQ(worker.BlockUntilStarted(20), expected.untilStarted);
-        EXPECT_EQ(worker.BlockUntilStopped(20), expected.untilStopped);
-        EXPECT_TRUE(clock.HasPassed(20u * (expected.untilStarted == ERR_TIMEOUT) +
-                                    20u * (expected.untilStopped == ERR_TIMEOUT)));
-        EXPECT_EQ(worker.ResumeThread(), expected.state == THREAD_SUSPENDED ? ERR_OK : ERR_CANNOT_ASSIGN);
+        EXPECT_EQ(worker.BlockUntilStarted(20), state >= THREAD_RUNNING ? ERR_OK : ERR_TIMEOUT);
+        EXPECT_EQ(worker.BlockUntilStopped(20), state >= THREAD_ENDED ? ERR_OK : ERR_TIMEOUT);
+        EXPECT_TRUE(clock.HasPassed(20u * (state < THREAD_RUNNING) + 20u * (state < THREAD_ENDED)));
+        EXPECT_EQ(worker.ResumeThread(), state == THREAD_SUSPENDED ? ERR_OK : ERR_CANNOT_ASSIGN);
         EXPECT_EQ(worker.ResumeThread(), ERR_CANNOT_ASSIGN);
-        if (expected.mayCreate) {
+        const bool mayCreate = state == THREAD_IDLE || state == THREAD_JOINED;
+        if (mayCreate) {
             EXPECT_EQ(worker.JoinThread(), ERR_NOT_READY);
         }
-        EXPECT_EQ(worker.CreateThread(), expected.mayCreate ? ERR_OK : ERR_IN_PROGRESS);
+        EXPECT_EQ(worker.CreateThread(), mayCreate ? ERR_OK : ERR_IN_PROGRESS);
         ReleaseStarts();
         outside.release.Open();
         EXPECT_EQ(worker.JoinThread(), ERR_OK);
         EXPECT_EQ(worker.GetThreadState(), THREAD_JOINED);
         EXPECT_EQ(worker.GetThreadId(), INVALID_THREAD_ID);
-        EXPECT_EQ(outside.runs, expected.state == THREAD_JOINED ? 2 : 1);
+        EXPECT_EQ(outside.runs, state == THREAD_JOINED ? 2 : 1);
     }
     log.ExpectOnly({});
 }
 
 TYPED_TEST(ThreadLife, IsEndedByTheDestructorWithWarnings) {
-    for (const Expected& expected : EXPECTED) {
-        SCOPED_TRACE(expected.state);
+    for (const Thread::ThreadState state : STATES) {
+        SCOPED_TRACE(state);
         const LogCapture log;
         Outside outside;
-        const ExpectContract overtaken(LIBRARY_CHECKS && expected.state == THREAD_RUNNING);
+        const ExpectContract overtaken(LIBRARY_CHECKS && state == THREAD_RUNNING);
         Actor owner;
         auto* const worker = new Worker<TypeParam>(outside);
-        BringTo(expected.state, *worker, outside);
-        if (expected.state == THREAD_STARTING || expected.state == THREAD_RUNNING) {
+        BringTo(state, *worker, outside);
+        if (state == THREAD_STARTING || state == THREAD_RUNNING) {
             owner.Waits([&] { delete worker; });
             ReleaseStarts();
             outside.release.Open();
@@ -122,28 +106,15 @@ TYPED_TEST(ThreadLife, IsEndedByTheDestructorWithWarnings) {
         } else {
             owner.Does([&] { delete worker; });
         }
-        EXPECT_EQ(outside.runs, expected.runs);
-        if (expected.warnings == 2) {
+        EXPECT_EQ(outside.runs, state >= THREAD_RUNNING ? 1 : 0);
+        if (state == THREAD_SUSPENDED) {
             log.ExpectOnly({TypeParam::STILL_SUSPENDED, TypeParam::NOT_JOINED});
+        } else if (state == THREAD_IDLE || state == THREAD_JOINED) {
+            log.ExpectOnly({});
         } else {
-            expected.warnings == 1 ? log.ExpectOnly({TypeParam::NOT_JOINED}) : log.ExpectOnly({});
+            log.ExpectOnly({TypeParam::NOT_JOINED});
         }
     }
-}
-
-TYPED_TEST(ThreadLife, IsSuspendedAtItsStartOnly) {
-    Outside outside;
-    outside.release.Open();
-    Worker<TypeParam> worker(outside);
-    // Resumed before it came to its start, a thread does not stop there at all; and suspending wears off.
-    HoldStarts();
-    ASSERT_EQ(worker.CreateThread(0, true), ERR_OK);
-    EXPECT_EQ(worker.ResumeThread(), ERR_OK);
-    ReleaseStarts();
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
-    ASSERT_EQ(worker.CreateThread(), ERR_OK);
-    EXPECT_EQ(worker.JoinThread(), ERR_OK);
-    EXPECT_EQ(outside.runs, 2);
 }
 
 TYPED_TEST(ThreadLife, SkipsARunWhoseClassIsGone) {
@@ -159,6 +130,52 @@ TYPED_TEST(ThreadLife, SkipsARunWhoseClassIsGone) {
     const ExpectContract noRun(1);
     Derived thread;
     ASSERT_EQ(thread.CreateThread(0, true), ERR_OK);
+}
+
+std::tuple<int, std::size_t, int> g_request; // of the host's table
+int g_joins;
+
+TEST(ThreadOfHost, CarriesWhatIsStoredEvenWhenRefused) {
+    eal_thread_dll_interface table = ZelkHost::ThreadTable();
+    table.create = [](int id, std::size_t stackSize, eal_thread_priority priority, eal_thread_entry entry,
+                      void* argument) {
+        g_request = {id, stackSize, priority};
+        return ZelkHost::ThreadTable().create(id, 0, EAL_THREAD_PRIORITY_NORMAL, entry, argument);
+    };
+    table.join = [](eal_thread_handle thread) {
+        ++g_joins;
+        ZelkHost::ThreadTable().join(thread);
+    };
+    SetEalInterface(table);
+    g_joins = 0;
+    Outside outside;
+    Worker<OfHost> worker(outside);
+    const auto expectRequest = [&](Error created, std::size_t stackSize, int priority) {
+        EXPECT_EQ(created, ERR_OK);
+        EXPECT_EQ(g_request, std::tuple(OfHost::CALLER, stackSize, priority));
+        EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    };
+    BringTo(THREAD_RUNNING, worker, outside);
+    EXPECT_NE(worker.GetHandle(), nullptr);
+    EXPECT_EQ(worker.SetThreadPriority(EAL_THREAD_PRIORITY_IDLE), ERR_IN_PROGRESS);
+    EXPECT_EQ(worker.GetThreadPriority(), EAL_THREAD_PRIORITY_NORMAL) << "not stored";
+    EXPECT_EQ(worker.StartThread(0, EAL_THREAD_PRIORITY_HIGHEST), ERR_IN_PROGRESS);
+    EXPECT_EQ(worker.CreateThread(0, true), ERR_IN_PROGRESS);
+    EXPECT_EQ(worker.ResumeThread(), ERR_OK);
+    outside.release.Open();
+    EXPECT_EQ(worker.JoinThread(), ERR_OK);
+    EXPECT_EQ(worker.GetHandle(), nullptr);
+
+    expectRequest(worker.CreateThread(0x20000), 0x20000, EAL_THREAD_PRIORITY_HIGHEST);
+    EXPECT_EQ(worker.SetThreadPriority(static_cast<eal_thread_priority>(77)), ERR_OK);
+    expectRequest(worker.CreateThread(), 0, 77); // passed through unchanged
+    expectRequest(worker.StartThread(0x30000, EAL_THREAD_PRIORITY_IDLE), 0x30000, EAL_THREAD_PRIORITY_IDLE);
+    {
+        const ExpectContract tinyStack(LIBRARY_CHECKS ? 1 : 0);
+        expectRequest(worker.CreateThread(5), 5, EAL_THREAD_PRIORITY_IDLE);
+    }
+    EXPECT_EQ(g_joins, 5);
+    ReinstallHost();
 }
 
 } // namespace

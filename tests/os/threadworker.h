@@ -51,16 +51,22 @@ private:
     Outside& m_outside;
 };
 
+/// All of a life.
+inline constexpr Z4::Thread::ThreadState STATES[] = {Z4::Thread::THREAD_IDLE,      Z4::Thread::THREAD_STARTING,
+                                                     Z4::Thread::THREAD_SUSPENDED, Z4::Thread::THREAD_RUNNING,
+                                                     Z4::Thread::THREAD_ENDED,     Z4::Thread::THREAD_JOINED};
+
 /// Takes a worker that is idle, or was joined, to `state`; on the way there the release is opened where it must be.
+/// `detached` is the argument of that name, for threads that have it.
 template <class Kind>
-void BringTo(Z4::Thread::ThreadState state, Worker<Kind>& worker, Outside& outside) {
+void BringTo(Z4::Thread::ThreadState state, Worker<Kind>& worker, Outside& outside, auto... detached) {
     using Z4::Thread;
     const int before = outside.runs;
     if (state == Thread::THREAD_STARTING) {
         HoldStarts();
     }
     if (state != Thread::THREAD_IDLE) {
-        EXPECT_EQ(worker.CreateThread(0, state == Thread::THREAD_SUSPENDED), Z4::ERR_OK);
+        EXPECT_EQ(worker.CreateThread(0, state == Thread::THREAD_SUSPENDED, detached...), Z4::ERR_OK);
     }
     if (state == Thread::THREAD_STARTING) {
         AwaitHeldStart();

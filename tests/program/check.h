@@ -15,11 +15,5 @@ inline int g_failures = 0;
     } while (false)
 
 void CheckSlots();
-void CheckBase();
-void CheckThreads();
 void CheckNew();
 void CheckWideNew();
-void CheckMath();
-void CheckServices();
-void CheckNetwork();
-void CheckDebugHelp();
