@@ -70,9 +70,8 @@ void AddCipher(Digest& digest) {
 }
 
 template <class Codec>
-void AddCodec(Digest& digest, std::size_t piece) {
+void AddCodec(Digest& digest, Input& input, std::size_t piece) {
     using Z4::CompressionInterface;
-    Input input;
     for (const auto level :
          {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
         for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
@@ -82,9 +81,7 @@ void AddCodec(Digest& digest, std::size_t piece) {
     }
 }
 
-} // namespace
-
-void DigestUniformDraws(Digest& digest) {
+void AddUniformDraws(Digest& digest, Input&) {
     for (const std::uint32_t seed : {1u, 2u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
         Uniform generator;
         generator.SetSeed(seed);
@@ -94,7 +91,7 @@ void DigestUniformDraws(Digest& digest) {
     }
 }
 
-void DigestZigguratDraws(Digest& digest) {
+void AddZigguratDraws(Digest& digest, Input&) {
     for (const std::uint32_t seed : {1u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
         Ziggurat generator(seed);
         for (int i = 0; i < 20'000; ++i) {
@@ -104,21 +101,7 @@ void DigestZigguratDraws(Digest& digest) {
     }
 }
 
-void DigestCiphers(Digest& digest) {
-    AddCipher<Z4::Tea>(digest);
-    AddCipher<Z4::XTea>(digest);
-}
-
-void DigestZLib(Digest& digest) {
-    AddCodec<Z4::ZLibDeflate>(digest, 7000);
-}
-
-void DigestLzo(Digest& digest) {
-    AddCodec<Z4::LzoDeflate>(digest, SIZE_MAX);
-}
-
-void DigestStringCompressor(Digest& digest) {
-    Input input;
+void AddStringCompressor(Digest& digest, Input& input) {
     const Z4::StringCompressor compressor;
     for (unsigned long size = 1; size < 20'000; size += 1 + size / 8) {
         Bytes text(size);
@@ -132,4 +115,22 @@ void DigestStringCompressor(Digest& digest) {
         digest.Add(static_cast<std::int32_t>(error), outSize, encoded);
         digest.Add(output.data(), output.size());
     }
+}
+
+constexpr Room SERVICES[] = {
+    {"uniform-draws", AddUniformDraws},
+    {"ziggurat-draws", AddZigguratDraws},
+    {"ciphers",
+     [](Digest& digest, Input&) {
+         AddCipher<Z4::Tea>(digest);
+         AddCipher<Z4::XTea>(digest);
+     }},
+    {"zlib", [](Digest& digest, Input& input) { AddCodec<Z4::ZLibDeflate>(digest, input, 7000); }},
+    {"lzo", [](Digest& digest, Input& input) { AddCodec<Z4::LzoDeflate>(digest, input, SIZE_MAX); }},
+    {"string-compressor", AddStringCompressor}};
+
+} // namespace
+
+std::span<const Room> ServiceRooms() {
+    return SERVICES;
 }

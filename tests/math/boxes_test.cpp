@@ -1,6 +1,7 @@
 // Hunted here: a side that is not part of its box, or a lane that counts where it must not; corners and triangles in
-// another order; boxes that change when they are converted, grown, moved or turned; empty and flat boxes; tolerances.
-// The boxes' arithmetic is held to plain code by the digests.
+// another order; boxes that change when they are converted, grown, moved or turned; empty and flat boxes; tolerances;
+// touching that does not count, and a NaN that lets boxes overlap. The boxes' arithmetic is held to plain code by the
+// digests.
 #include "figures.h"
 
 #include <algorithm>
@@ -69,77 +70,61 @@ TEST(Aabb, MergesGrowsAndMoves) {
     EXPECT_EQ(GeometryAABB(V(0, 0, 0, 0), V(4, 6, 12, 99)).GetRadius(), 7.0F);
 }
 
-/// Whether boxes of `base` are equal up to, and not beyond, `tolerance` in any one of their numbers.
+/// A box whose number at `index` is another.
 template <class Box>
-void ExpectTolerance(float base, float tolerance, bool nanIsEqual) {
-    constexpr unsigned COUNT = sizeof(Box) / sizeof(float);
-    const auto made = [base](unsigned index, float change) {
-        float numbers[COUNT];
-        std::fill(numbers, numbers + COUNT, base);
-        numbers[index] += change;
-        Box box;
-        std::memcpy(static_cast<void*>(&box), numbers, sizeof(box));
-        return box;
-    };
-    for (unsigned index = 0; index < COUNT; ++index) {
+Box WithNumber(Box box, unsigned index, float number) {
+    float numbers[sizeof(Box) / sizeof(float)];
+    std::memcpy(numbers, static_cast<const void*>(&box), sizeof(box));
+    numbers[index] = number;
+    std::memcpy(static_cast<void*>(&box), numbers, sizeof(box));
+    return box;
+}
+
+template <class Box>
+void ExpectTolerance(const Box& box, float base, float tolerance, bool nanIsEqual) {
+    for (unsigned index = 0; index < sizeof(Box) / sizeof(float); ++index) {
         for (const float change : {0.9F, -0.9F, 1.1F, -1.1F, NOT_A_NUMBER}) {
-            EXPECT_EQ(made(index, change * tolerance) == made(0, 0),
+            EXPECT_EQ(WithNumber(box, index, base + change * tolerance) == box,
                       change == change ? std::fabs(change) < 1 : nanIsEqual)
                 << index << ' ' << change;
         }
     }
 }
 TEST(Boxes, AreEqualWithinATolerance) {
-    ExpectTolerance<GeometryAABB>(1, 2e-6F, false);
-    ExpectTolerance<GeometryOBB>(0.5F, 1e-6F, true);
+    const V half = V::Broadcast(0.5F);
+    const V axes[] = {half, half, half};
+    ExpectTolerance(GeometryAABB(V::Broadcast(1), V::Broadcast(1)), 1, 2e-6F, false);
+    ExpectTolerance(GeometryOBB(half, axes, half), 0.5F, 1e-6F, true);
 }
 
-/// Every question, with a side of one box at a side of the other or just beyond it, in each lane.
+/// Small whole numbers, so that sides touch, and NaN, against the same questions lane by lane.
 TEST(Aabb, SidesBelongToTheBox) {
-    const V min(-1, -2, -3, -4);
-    const V max(1, 2, 3, 4);
-    const GeometryAABB box(min, max);
-    for (unsigned k = 0; k < 4; ++k) {
-        const bool in3 = k > 2;
-        const bool in2 = k > 1;
-        const auto zeroBut = [k](float number) { return With(V::ZERO, k, number); };
-        for (const float outward : {-GREATEST, GREATEST}) {
-            SCOPED_TRACE(testing::Message() << "lane " << k << " towards " << outward);
-            const float side = outward < 0 ? min[k] : max[k];
-            const float beyond = std::nextafter(side, outward);
-            const auto expect = [&](bool in, bool answer, bool answer2D) {
-                EXPECT_TRUE(answer == (in || in3) && answer2D == (in || in2)) << in;
-            };
-            for (const float number : {side, beyond, NOT_A_NUMBER}) {
-                const V point = zeroBut(number);
-                expect(number == side, box.Contains(point), box.ContainsPoint2D(point));
+    Input input(6);
+    for (unsigned round = 0; round < 40000; ++round) {
+        const auto number = [&] { return input.OnceIn(40) ? NOT_A_NUMBER : static_cast<float>(input.Below(4)); };
+        const auto point = [&] { return V{number(), number(), number(), number()}; };
+        const GeometryAABB a{point(), point() + 2};
+        const GeometryAABB b{point(), point() + 2};
+        const V p = point();
+        const V gap = point() - 2;
+        bool expected[4][4] = {{true, true, true, true}};
+        for (unsigned k = 0; k < 3; ++k) {
+            const float low = a.GetMin()[k];
+            const float high = a.GetMax()[k];
+            const float otherLow = b.GetMin()[k];
+            const float otherHigh = b.GetMax()[k];
+            const bool answers[] = {low <= p[k] && p[k] <= high, low <= otherLow && otherHigh <= high,
+                                    low <= otherHigh && otherLow <= high,
+                                    low <= otherHigh + gap[k] && otherLow <= high + gap[k]};
+            for (unsigned i = 0; i < 4; ++i) {
+                expected[k + 1][i] = expected[k][i] && answers[i];
             }
-            GeometryAABB larger(box);
-            (outward < 0 ? larger.GetMin() : larger.GetMax()).Set(k, beyond);
-            expect(true, box.Contains(box), box.Contains2D(box));
-            expect(true, larger.Contains(box), larger.Contains2D(box));
-            expect(false, box.Contains(larger), box.Contains2D(larger));
-            // Boxes that begin in a place and lead away.
-            const auto awayFrom = [&](float place) {
-                const V far = zeroBut(outward / 2);
-                return GeometryAABB(Min(zeroBut(place), far), Max(zeroBut(place), far));
-            };
-            for (const float place : {side, beyond}) {
-                const GeometryAABB other = awayFrom(place);
-                expect(place == side, box.Intersect(other), box.IntersectAABB2D(other));
-                expect(place == side, other.Intersect(box), other.IntersectAABB2D(box));
-            }
-            const float near = side + std::copysign(0.5F, outward);
-            const V gap = zeroBut(0.5F);
-            const GeometryAABB within = awayFrom(near);
-            const GeometryAABB farther = awayFrom(std::nextafter(near, outward));
-            EXPECT_TRUE(box.Intersect(within, gap) && within.Intersect(box, gap));
-            EXPECT_TRUE(box.Intersect(farther, gap) == in3 && farther.Intersect(box, gap) == in3);
-            EXPECT_EQ(box.Intersect(awayFrom(side), -gap), in3) << "an overlap of that depth is asked for";
         }
-        EXPECT_TRUE(GeometryAABB(max, max).IsValid());
-        EXPECT_EQ(GeometryAABB(With(min, k, 5), max).IsValid(), in3);
-        EXPECT_EQ(GeometryAABB(With(min, k, NOT_A_NUMBER), max).IsValid(), in3);
+        const bool flat[] = {a.ContainsPoint2D(p), a.Contains2D(b), a.IntersectAABB2D(b)};
+        const bool full[] = {a.Contains(p), a.Contains(b), a.Intersect(b), a.Intersect(b, gap)};
+        ASSERT_TRUE(std::equal(flat, flat + 3, expected[2])) << round;
+        ASSERT_TRUE(std::equal(full, full + 4, expected[3])) << round;
+        ASSERT_EQ(a.IsValid(), AllTrue3(LessEqual(a.GetMin(), a.GetMax()))) << round;
     }
 }
 
@@ -298,6 +283,40 @@ TEST(Obb, TrianglesHaveTheseCorners) {
             EXPECT_THAT(corner, testing::ElementsAreArray(CORNERS[triangle])) << flip;
         }
     }
+}
+
+/// Whole numbers and quarter turns leave nothing to round, so that touching counts to the bit, of flat boxes too.
+TEST(ObbOverlap, IsExactForWholeNumbersAndQuarterTurns) {
+    Input input(2);
+    const MatrixSIMD44f turns[] = {MatrixSIMD44f::IDENTITY,
+                                   {V::BASE_J, V::BASE_K, V::BASE_I, V::BASE_L},
+                                   {-V::BASE_J, V::BASE_I, V::BASE_K, V::BASE_L}};
+    for (unsigned round = 0; round < 40000; ++round) {
+        const auto whole = [&input](unsigned count, int low) {
+            float lanes[4] = {};
+            for (unsigned k = 0; k < 3; ++k) {
+                lanes[k] = static_cast<float>(static_cast<int>(input.Below(count)) + low);
+            }
+            return V::Load(lanes);
+        };
+        const V centerA = whole(5, -2);
+        const GeometryOBB a(centerA, &turns[input.Below(3)].Row(0), whole(3, 0));
+        const V centerB = whole(9, -4);
+        const GeometryOBB b(centerB, &turns[input.Below(3)].Row(0), whole(3, 0));
+        const bool expected = a.ToAABox().Intersect(b.ToAABox());
+        ASSERT_EQ(a.Intersect(b), expected) << round;
+        ASSERT_EQ(a.Intersect(b.ToAABox()), expected) << round;
+    }
+}
+
+TEST(ObbOverlap, IsFalseForNotANumberAndNegativeSizes) {
+    const GeometryOBB good(V::ONE, V::ONE, V::ZERO);
+    for (unsigned i = 0; i < sizeof(good) / sizeof(float); ++i) {
+        const GeometryOBB bad = WithNumber(good, i, NOT_A_NUMBER);
+        EXPECT_TRUE(bad.Intersect(good) == (i % 4 == 3) && good.Intersect(bad) == (i % 4 == 3)) << i;
+    }
+    const GeometryOBB negative(V::ONE, {1, -5, 1, 0}, V::ZERO);
+    EXPECT_FALSE(negative.Intersect(good) || good.Intersect(negative));
 }
 
 } // namespace

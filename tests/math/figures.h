@@ -29,23 +29,22 @@ inline Z4::VectorSIMD4f EdgePoint(Input& input) {
     return Z4::VectorSIMD4f{input.Number(), input.Number(), input.Number(), input.Number()};
 }
 
-/// Any rotation, without the platform's sine: the rows that a quaternion stands for.
-inline Z4::MatrixSIMD44f RandomRotation(Input& input) {
-    double q[4];
-    double square = 0;
-    for (double& component : q) {
-        component = input.Number(-1, 1);
-        square += component * component;
-    }
+/// The rotation that a quaternion stands for, without the platform's sine.
+inline Z4::MatrixSIMD44f Rotation(const double (&q)[4]) {
+    const double scale = 2.0 / (q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
     Z4::MatrixSIMD44f m = Z4::MatrixSIMD44f::IDENTITY;
     for (unsigned i = 0; i < 3; ++i) {
         const unsigned j = (i + 1) % 3;
         const unsigned k = (i + 2) % 3;
-        m.Row(i).Set(i, static_cast<float>(1 - 2 * (q[j] * q[j] + q[k] * q[k]) / square));
-        m.Row(i).Set(j, static_cast<float>(2 * (q[i] * q[j] + q[k] * q[3]) / square));
-        m.Row(i).Set(k, static_cast<float>(2 * (q[i] * q[k] - q[j] * q[3]) / square));
+        m.Row(i).Set(i, static_cast<float>(1 - scale * (q[j] * q[j] + q[k] * q[k])));
+        m.Row(i).Set(j, static_cast<float>(scale * (q[i] * q[j] + q[3] * q[k])));
+        m.Row(i).Set(k, static_cast<float>(scale * (q[i] * q[k] - q[3] * q[j])));
     }
     return m;
+}
+inline Z4::MatrixSIMD44f RandomRotation(Input& input) {
+    const double q[] = {input.Number(-1, 1), input.Number(-1, 1), input.Number(-1, 1), input.Number(-1, 1)};
+    return Rotation(q);
 }
 
 /// (x, y, z) in double precision.

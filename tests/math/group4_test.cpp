@@ -1,10 +1,9 @@
-// Groups of four against single queries, and closed meshes of them against leaks.
+// Closed meshes of groups of four against leaks, the ends of rays and of groups. That four are as one is what
+// fuzz/intersect_fuzz.cpp holds.
 #include "figures.h"
 
-#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <limits>
 #include <tests/support/counts.h>
 #include <zelk_core/math/geometry/group4.h>
 
@@ -13,68 +12,6 @@ namespace {
 using namespace Z4::Geometry;
 using namespace ZelkTest;
 using V = Z4::VectorSIMD4f;
-
-constexpr float INF = std::numeric_limits<float>::infinity();
-constexpr float MISS = 7e7F;
-
-TEST(Group4, FourAreAsOne) {
-    Input input(7);
-    for (unsigned round = 0; round < 10000; ++round) {
-        const unsigned kind = input.Below(3);
-        const auto point = [&] {
-            return kind == 0   ? RandomPoint(input, 2)
-                   : kind == 1 ? V{input.Coarse(), input.Coarse(), input.Coarse(), 0.0F}
-                               : EdgePoint(input);
-        };
-        const GeometryRay ray(point(), point(), 100, input.OnceIn(2) ? -1.0F : 0.0F);
-        const Sides sides = input.OnceIn(2) ? Sides::BOTH : Sides::FRONT;
-        GeometryAABB4 boxes;
-        GeometryTriangle4 groups[2];
-        V corners[8][3];
-        for (unsigned long i = 0; i < 8; ++i) {
-            for (V& corner : corners[i]) {
-                corner = point();
-            }
-            if (i > 2 && input.OnceIn(4)) { // the same once more
-                std::copy(corners[i - 3], corners[i - 3] + 3, corners[i]);
-            }
-            groups[i / 4].Set(i % 4, corners[i][0], corners[i][1], corners[i][2]);
-        }
-        for (unsigned long i = 0; i < 3; ++i) { // the last one stays empty
-            boxes.Set(i, GeometryAABB(Min(corners[i][0], corners[i][1]), corners[i][1]));
-        }
-        V t;
-        const unsigned boxHits = IntersectRayAABB4(ray, boxes, t);
-        for (unsigned long i = 0; i < 4; ++i) {
-            float one = INF;
-            ASSERT_EQ((boxHits >> i & 1) != 0, IntersectRayAABB(ray, boxes.Get(i), one)) << round;
-            ASSERT_TRUE(Same(V::Broadcast(t[i]), V::Broadcast(one))) << round << ": " << t[i] << ", " << one;
-        }
-        unsigned long nearest = 8;
-        float best[3] = {INF, MISS, MISS};
-        for (unsigned long i = 0; i < 8; ++i) {
-            const V(&p)[3] = corners[i];
-            float one[3] = {INF, 0, 0};
-            float consistent[3] = {INF, 0, 0};
-            const bool isHit = IntersectRayTriangle(ray, p[0], p[1], p[2], one[0], one[1], one[2], sides);
-            const bool twin = Consistent::IntersectRayTriangle(ray, p[0], p[1], p[2], consistent[0], consistent[1],
-                                                               consistent[2], sides);
-            ASSERT_EQ((IntersectRayTriangle4(ray, groups[i / 4], t, sides) >> i % 4 & 1) != 0, isHit) << round;
-            ASSERT_TRUE(Same(V::Broadcast(t[i % 4]), V::Broadcast(one[0]))) << round;
-            const unsigned twins = Consistent::IntersectRayTriangle4(ray, groups[i / 4], t, sides);
-            ASSERT_EQ((twins >> i % 4 & 1) != 0, twin) << round;
-            ASSERT_TRUE(Same(V::Broadcast(t[i % 4]), V::Broadcast(consistent[0]))) << round;
-            if (one[0] < best[0]) {
-                nearest = i;
-                std::copy(one, one + 3, best);
-            }
-        }
-        float found[3] = {INF, MISS, MISS};
-        ASSERT_EQ(IntersectRayTriangles(ray, groups, 2, found[0], found[1], found[2], sides), nearest) << round;
-        ASSERT_TRUE(std::equal(found, found + 3, best)) << round;
-        ASSERT_EQ(IntersectRayAnyTriangle(ray, groups, 2, sides), nearest != 8) << round;
-    }
-}
 
 /// A closed mesh around 0: a ring of corners, and one above and one below it; in general position, or on a coarse grid.
 struct Mesh {
@@ -119,6 +56,18 @@ TEST(Group4, NoneLeavesAClosedMesh) {
         const GeometryRay ray(origin, mesh.Target(input) - origin);
         ASSERT_TRUE(IntersectRayAnyTriangle(ray, mesh.groups, Mesh::RING / 2)) << round;
     }
+}
+
+TEST(Group4, EndsOfRaysAndOfGroups) {
+    GeometryTriangle4 group;
+    group.Set(2, {1, 0, 0, 0}, {-1, 1, 0, 0}, {-1, -1, 0, 0});
+    float t[3];
+    EXPECT_EQ(IntersectRayTriangles(GeometryRay({0, 0, -1, 0}, {0, 0, 1, 0}, 1), &group, 1, t[0], t[1], t[2]), 2u);
+    EXPECT_EQ(t[0], 1);
+    EXPECT_TRUE(GeometryAABB4().Get(4) == GeometryAABB());
+    V corners[3];
+    group.Get(4, corners[0], corners[1], corners[2]);
+    EXPECT_FALSE(corners[0] == corners[0] || corners[1] == corners[1] || corners[2] == corners[2]);
 }
 
 } // namespace

@@ -62,6 +62,8 @@ TEST(IntersectRay, DegenerateFigures) {
     const GeometryRay away({3, 3, 3, 0}, zero);
     const GeometryRay down({0.25F, 0.25F, 3, 0}, {0, -0.0F, -2, 0});
     const GeometryRay standing({-3, 0, 0, 0}, {-1e-39F, 0, 0, 0}); // too short to lead anywhere
+    const V tiny(1e-25F, 0, 0, 0);
+    const V tinyY(0, 1e-25F, 0, 0);
     const V ball(0, 0, 0, 1);
     const V speck(0, 0, 0, 0);
     const V hole(0, 0, 0, -1);
@@ -127,6 +129,11 @@ TEST(IntersectRay, DegenerateFigures) {
         {__LINE__, TRIANGLE, along, {zero, x, y}, MISS}, // in its plane
         {__LINE__, TRIANGLE, point, {zero, x, y}, MISS},
         {__LINE__, TRIANGLE, down, {zero, one, one}, MISS},
+        {__LINE__, TRIANGLE, GeometryRay(z, z, 9, -INF), {x, y - x, -x - y}, -1},
+        {__LINE__, TRIANGLE, GeometryRay(z, z, 9, NOT), {x, y - x, -x - y}, MISS},
+        {__LINE__, TRIANGLE, GeometryRay(-z, z, 9), {tiny, tinyY - tiny, -tiny - tinyY}, 1}, // whose products vanish
+        {__LINE__, TRIANGLE, GeometryRay(-z + 2 * tiny, z, 9), {tiny, tinyY - tiny, -tiny - tinyY}, MISS},
+        {__LINE__, TRIANGLE, GeometryRay(-z - 2 * tiny, z, 9), {tiny, tinyY - tiny, -tiny - tinyY}, MISS},
         {__LINE__, RECTANGLE, down, {zero, x, y}, 1.5F},
         {__LINE__, RECTANGLE, GeometryRay({1, 1, 3, 0}, {0, 0, -1, 0}), {zero, y, x}, 3}, // at a corner
         {__LINE__, RECTANGLE, along, {zero, x, y}, MISS},

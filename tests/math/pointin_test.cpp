@@ -155,7 +155,8 @@ TEST(PointIn, TetrahedraAndTrianglesHaveTheirSides) {
     const V a(2, 3, 4, 0);
     EXPECT_TRUE(IsPointInCylinder(a, a, a, 0) && Consistent::IsPointInCylinder(a, a, a, 1));
     EXPECT_FALSE(IsPointInCylinder(a, a, a, -1) || Consistent::IsPointInCylinder(V::ZERO, a, a, 9));
-    EXPECT_TRUE(IsPointInConvex(a, nullptr, 0));
+    float t = 7;
+    EXPECT_TRUE(IsPointInConvex(a, nullptr, 0) && !IntersectRayConvex(GeometryRay(a, a), nullptr, 0, t, t));
     EXPECT_FALSE(IsPointInConvex({0, NOT, 0, 0}, nullptr, 0));
 }
 
