@@ -189,15 +189,19 @@ void CheckClipping(Numbers& numbers) {
     // Rooms of exactly the size that is asked for.
     std::vector<V> front(polygon.size() + 1);
     std::vector<V> back(polygon.size() + 1);
-    unsigned long counts[2];
-    SplitPolygon(polygon.data(), count, plane, front.data(), counts[0], back.data(), counts[1]);
-    for (const unsigned long part : counts) {
-        Require(part == 0 || (part >= 3 && part <= count + 1));
-    }
-    Require(ClipPolygon(polygon.data(), count, plane, back.data()) == counts[0]);
-    for (unsigned long i = 0; i < counts[0]; ++i) {
-        Require(SameBits(front[i], back[i]) || front[i] != front[i]);
-    }
+    const auto check = [&](auto split, auto clip) {
+        unsigned long counts[2];
+        split(polygon.data(), count, plane, front.data(), counts[0], back.data(), counts[1]);
+        for (const unsigned long part : counts) {
+            Require(part == 0 || (part >= 3 && part <= count + 1));
+        }
+        Require(clip(polygon.data(), count, plane, back.data()) == counts[0]);
+        for (unsigned long i = 0; i < counts[0]; ++i) {
+            Require(SameBits(front[i], back[i]) || front[i] != front[i]);
+        }
+    };
+    check(SplitPolygon, ClipPolygon);
+    check(Consistent::SplitPolygon, Consistent::ClipPolygon);
     std::vector<V> clipped(polygon.size() + planes.size());
     std::vector<V> scratch(clipped);
     const unsigned long left =

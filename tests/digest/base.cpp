@@ -74,21 +74,9 @@ void AddHashes(Digest& digest, Input& input) {
         digest.Add(Hash::Dobbs(buffer, size), Hash::Fast(buffer, size), Hash::CRC(buffer, size, seed),
                    Hash::CRC(buffer, size, table, seed));
 
+        // Strings have the hash of their bytes.
         char text[1024] = {};
         input.FillText(text, size);
-        wchar_t wide[1024] = {};
-        for (unsigned i = 0; i < size; ++i) {
-            wide[i] = static_cast<wchar_t>(input.Bits() | 1);
-        }
-        const auto addBoth = [&](auto hash) { digest.Add(hash(text), hash(wide)); };
-        addBoth([](auto* string) { return Hash::FNV32(string); });
-        addBoth([](auto* string) { return Hash::FNV64(string); });
-        addBoth([=](auto* string) { return Hash::Knuth(string, seed); });
-        addBoth([=](auto* string) { return Hash::XXH32(string, seed); });
-        addBoth([=](auto* string) { return Hash::XXH64(string, seed); });
-        addBoth([](auto* string) { return Hash::Dobbs(string); });
-        addBoth([](auto* string) { return Hash::Fast(string); });
-        addBoth([=](auto* string) { return Hash::CRC(string, seed); });
         digest.Add(Hash::CTCRC(text, seed), Hash::CTCRC32B(text, seed));
     }
 }

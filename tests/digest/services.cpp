@@ -37,20 +37,6 @@ Bytes Sample(Input& input, unsigned size) {
     return sample;
 }
 
-/// In pieces of input and output, as streams come.
-void AddProcessed(Digest& digest, Z4::CompressionInterface& codec, const Bytes& sample, std::size_t piece) {
-    Bytes output(2 * sample.size() + 1000);
-    codec.FeedOutputBuffer(output.data(), static_cast<unsigned long>(output.size()));
-    for (std::size_t at = 0, size = 0; at < sample.size(); at += size) {
-        size = std::min(piece, sample.size() - at);
-        codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(size));
-        digest.Add(codec.Process());
-    }
-    const auto flushed = codec.Flush();
-    digest.Add(flushed, codec.GetOutputDataSize());
-    digest.Add(output.data(), output.size());
-}
-
 template <class Cipher>
 void AddCipher(Digest& digest) {
     Input input;
@@ -69,14 +55,25 @@ void AddCipher(Digest& digest) {
     }
 }
 
+/// In pieces of input, as streams come.
 template <class Codec>
 void AddCodec(Digest& digest, Input& input, std::size_t piece) {
     using Z4::CompressionInterface;
     for (const auto level :
          {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
-        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
+        for (const unsigned length : {0u, 1u, 1000u, 100'000u}) {
+            const Bytes sample = Sample(input, length);
             Codec codec(level);
-            AddProcessed(digest, codec, Sample(input, size), piece);
+            Bytes output(2 * sample.size() + 1000);
+            codec.FeedOutputBuffer(output.data(), static_cast<unsigned long>(output.size()));
+            for (std::size_t at = 0, size = 0; at < sample.size(); at += size) {
+                size = std::min(piece, sample.size() - at);
+                codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(size));
+                digest.Add(codec.Process());
+            }
+            const auto flushed = codec.Flush();
+            digest.Add(flushed, codec.GetOutputDataSize());
+            digest.Add(output.data(), output.size());
         }
     }
 }

@@ -14,15 +14,13 @@
 
 namespace {
 
-using V = Z4::VectorSIMD4f;
 using Z4::MatrixSIMD44f;
 using Z4::Geometry::GeometryAABB;
 using Z4::Geometry::GeometryOBB;
-using ZelkTest::Input;
+using namespace ZelkTest;
 using ZelkTest::Same;
 
 constexpr float GREATEST = std::numeric_limits<float>::max();
-constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
 bool Is(const GeometryAABB& box, const V& min, const V& max) {
     return Same(box.GetMin(), min) && Same(box.GetMax(), max);
@@ -36,7 +34,7 @@ V With(V v, unsigned lane, float number) {
 }
 
 TEST(Aabb, MergesGrowsAndMoves) {
-    const V points[] = {{1, 2, 3, 4}, {0, 0, 0, 0}, {-1, NOT_A_NUMBER, 5, -6}};
+    const V points[] = {{1, 2, 3, 4}, {0, 0, 0, 0}, {-1, NOT, 5, -6}};
     const GeometryAABB none(points, 0);
     EXPECT_TRUE(Is(none, V::Broadcast(GREATEST), V::Broadcast(-GREATEST)) && !none.IsValid());
     const GeometryAABB one = none + points[0];
@@ -83,7 +81,7 @@ Box WithNumber(Box box, unsigned index, float number) {
 template <class Box>
 void ExpectTolerance(const Box& box, float base, float tolerance, bool nanIsEqual) {
     for (unsigned index = 0; index < sizeof(Box) / sizeof(float); ++index) {
-        for (const float change : {0.9F, -0.9F, 1.1F, -1.1F, NOT_A_NUMBER}) {
+        for (const float change : {0.9F, -0.9F, 1.1F, -1.1F, NOT}) {
             EXPECT_EQ(WithNumber(box, index, base + change * tolerance) == box,
                       change == change ? std::fabs(change) < 1 : nanIsEqual)
                 << index << ' ' << change;
@@ -101,7 +99,7 @@ TEST(Boxes, AreEqualWithinATolerance) {
 TEST(Aabb, SidesBelongToTheBox) {
     Input input(6);
     for (unsigned round = 0; round < 40000; ++round) {
-        const auto number = [&] { return input.OnceIn(40) ? NOT_A_NUMBER : static_cast<float>(input.Below(4)); };
+        const auto number = [&] { return input.OnceIn(40) ? NOT : static_cast<float>(input.Below(4)); };
         const auto point = [&] { return V{number(), number(), number(), number()}; };
         const GeometryAABB a{point(), point() + 2};
         const GeometryAABB b{point(), point() + 2};
@@ -162,8 +160,8 @@ TEST(Boxes, ShareCornersAndConvertIntoEachOther) {
 TEST(Obb, CoordinatesAreThoseOfTheCorners) {
     Input input(3);
     for (int round = 0; round < 20000 && !HasFailure(); ++round) {
-        const V axes[3] = {ZelkTest::EdgePoint(input), ZelkTest::EdgePoint(input), ZelkTest::EdgePoint(input)};
-        const GeometryOBB box{ZelkTest::EdgePoint(input), axes, ZelkTest::EdgePoint(input)};
+        const V axes[3] = {EdgePoint(input), EdgePoint(input), EdgePoint(input)};
+        const GeometryOBB box{EdgePoint(input), axes, EdgePoint(input)};
         GeometryAABB around;
         for (unsigned long i = 0; i < 8; ++i) {
             around += box[i];
@@ -177,24 +175,6 @@ TEST(Obb, CoordinatesAreThoseOfTheCorners) {
         EXPECT_TRUE(Is(box.ToAABox(), And(low, V::MASK_3D), And(high, V::MASK_3D))) << round;
     }
     EXPECT_EQ(GeometryOBB(V::ONE, V::ONE).GetCoordMax(3), 0.0F);
-}
-
-TEST(Obb, SidesBelongToTheBox) {
-    const V extent(1, 2, 4, 0);
-    const V axes[3] = {{0, 1, 0, 0}, {0, 0, -1, 0}, {-1, 0, 0, 0}};
-    const V center(10, 20, 30, 1);
-    const GeometryOBB box(center, axes, extent);
-    for (unsigned k = 0; k < 3; ++k) {
-        for (const float sign : {-1.0F, 1.0F}) {
-            const V at = center + axes[k] * (sign * extent[k]);
-            EXPECT_TRUE(box.Contains(at) && box.ContainsWithEpsilonConsistent(at, 0)) << k;
-            const V off = at + axes[k] * (sign * 0.125F);
-            EXPECT_FALSE(box.Contains(off) || box.ContainsWithEpsilonConsistent(off, 0.0625F)) << k;
-            EXPECT_TRUE(box.ContainsWithEpsilonConsistent(off, 0.125F)) << k;
-        }
-        const V bad = With(center, k, NOT_A_NUMBER);
-        EXPECT_FALSE(box.Contains(bad) || box.ContainsWithEpsilonConsistent(bad, 1));
-    }
 }
 
 TEST(Obb, IsPlacedByMatrices) {
@@ -216,16 +196,6 @@ TEST(Obb, IsPlacedByMatrices) {
     const GeometryOBB flat = box * m;
     EXPECT_TRUE(Same(flat.GetExtent(), V(2, 0, 3, 0)));
     EXPECT_TRUE(Same(flat.GetAxisDir()[1], V::BASE_J)) << "as before";
-
-    // In floats 1e8 + 1 is 1e8: Transform sums from the translation, TransformConsistent from left to right.
-    const MatrixSIMD44f far(V(1, 0, 0, 0), V(-1e8F, 1, 0, 0), V(1e8F, 0, 1, 0), V(3, 0, 0, 1));
-    GeometryOBB point(V::ONE, V::ZERO, V::ZERO);
-    EXPECT_EQ((point * far).GetCenter().X(), 1);
-    point.TransformConsistent(far);
-    EXPECT_EQ(point.GetCenter().X(), 3);
-    const V skew[3] = {{1, 0, 0, 0}, {1e8F, 1, 0, 0}, {-1e8F, 0, 1, 0}};
-    const GeometryOBB skewed(V(1, 0, 0, 0), skew, V::ONE);
-    EXPECT_TRUE(skewed.GetBoxVertex(7).X() == 2 && skewed.GetBoxVertexConsistent(7).X() == 0);
 }
 
 TEST(Obb, TurnsAboutItsCentre) {
@@ -244,8 +214,8 @@ TEST(Obb, TurnsAboutItsCentre) {
     // Many transforms leave unit axes, and a translation leaves all but the centre to the bit.
     Input input(4);
     for (int round = 0; round < 10000; ++round) {
-        box *= ZelkTest::RandomRotation(input);
-        box.Rotate(ZelkTest::RandomPoint(input, 5), input.Number(9));
+        box *= RandomRotation(input);
+        box.Rotate(RandomPoint(input, 5), input.Number(9));
     }
     for (unsigned k = 0; k < 3; ++k) {
         EXPECT_NEAR(Z4::Length3(box.GetAxisDir()[k]).X(), 1, 5.1e-7);
@@ -286,7 +256,7 @@ TEST(Obb, TrianglesHaveTheseCorners) {
 }
 
 /// Whole numbers and quarter turns leave nothing to round, so that touching counts to the bit, of flat boxes too.
-TEST(ObbOverlap, IsExactForWholeNumbersAndQuarterTurns) {
+TEST(Obb, IsExactForWholeNumbersAndQuarterTurns) {
     Input input(2);
     const MatrixSIMD44f turns[] = {MatrixSIMD44f::IDENTITY,
                                    {V::BASE_J, V::BASE_K, V::BASE_I, V::BASE_L},
@@ -303,16 +273,21 @@ TEST(ObbOverlap, IsExactForWholeNumbersAndQuarterTurns) {
         const GeometryOBB a(centerA, &turns[input.Below(3)].Row(0), whole(3, 0));
         const V centerB = whole(9, -4);
         const GeometryOBB b(centerB, &turns[input.Below(3)].Row(0), whole(3, 0));
-        const bool expected = a.ToAABox().Intersect(b.ToAABox());
+        const GeometryAABB bounds = a.ToAABox();
+        const bool expected = bounds.Intersect(b.ToAABox());
         ASSERT_EQ(a.Intersect(b), expected) << round;
         ASSERT_EQ(a.Intersect(b.ToAABox()), expected) << round;
+        const V p = input.OnceIn(20) ? With(centerA, input.Below(3), NOT) : whole(9, -4);
+        ASSERT_EQ(a.Contains(p), bounds.Contains(p)) << round;
+        ASSERT_EQ(a.ContainsWithEpsilonConsistent(p, 0), bounds.Contains(p)) << round;
+        ASSERT_EQ(a.ContainsWithEpsilonConsistent(p, 1), bounds.GetExpandBy(1).Contains(p)) << round;
     }
 }
 
-TEST(ObbOverlap, IsFalseForNotANumberAndNegativeSizes) {
+TEST(Obb, OverlapsNoneOfNotANumberOrNegativeSize) {
     const GeometryOBB good(V::ONE, V::ONE, V::ZERO);
     for (unsigned i = 0; i < sizeof(good) / sizeof(float); ++i) {
-        const GeometryOBB bad = WithNumber(good, i, NOT_A_NUMBER);
+        const GeometryOBB bad = WithNumber(good, i, NOT);
         EXPECT_TRUE(bad.Intersect(good) == (i % 4 == 3) && good.Intersect(bad) == (i % 4 == 3)) << i;
     }
     const GeometryOBB negative(V::ONE, {1, -5, 1, 0}, V::ZERO);

@@ -8,16 +8,13 @@
 #include <array>
 #include <cstdlib>
 #include <gmock/gmock.h>
-#include <limits>
 #include <sstream>
 #include <tests/support/rows.h>
 
 namespace {
 
-using V = Z4::VectorSIMD4f;
 using namespace ZelkTest::Queries;
-using ZelkTest::Answer;
-using ZelkTest::Query;
+using namespace ZelkTest;
 
 std::vector<float> Numbers(std::string text) {
     std::replace(text.begin(), text.end(), ',', ' ');
@@ -30,7 +27,7 @@ std::vector<float> Numbers(std::string text) {
 }
 
 TEST(Distance, HasTheseAnswers) {
-    for (const ZelkTest::Row& row : ZelkTest::Rows("distance.txt")) {
+    for (const Row& row : Rows("distance.txt")) {
         const Query& query = Named(row.Text(0));
         EXPECT_EQ(query.name, row.Text(0)) << row.Where();
         std::vector<float> lanes = Numbers(row.Text(2));
@@ -70,11 +67,10 @@ TEST(Distance, AThinTriangleHasANearestPointToo) {
 
 TEST(Distance, FromNoBoxIsInfinite) {
     using namespace Z4::Geometry;
-    const float infinity = std::numeric_limits<float>::infinity();
     const GeometryAABB unit(V::ZERO, V::ONE);
     float t = 7;
     V closest = V::ONE;
-    for (const float bad : {-1.0F, std::numeric_limits<float>::quiet_NaN()}) {
+    for (const float bad : {-1.0F, NOT}) {
         const GeometryAABB box(V::ZERO, {1, bad, 1, 0});
         const GeometryOBB oriented(V::ZERO, {1, bad, 1, 0}, V::ZERO);
         for (const float distance :
@@ -82,11 +78,11 @@ TEST(Distance, FromNoBoxIsInfinite) {
               DistanceSegmentToAABBSqr(V::ZERO, V::ONE, box, t, closest),
               DistancePointToOBBSqr(V::ZERO, oriented, closest),
               DistanceSegmentToOBBSqr(V::ZERO, V::ONE, oriented, t, closest)}) {
-            EXPECT_EQ(distance, infinity);
+            EXPECT_EQ(distance, INF);
         }
     }
     EXPECT_TRUE(t == 7 && closest == V::ONE) << "unwritten";
-    const GeometryAABB half({0, -infinity, -infinity, 0}, V::Broadcast(infinity));
+    const GeometryAABB half({0, -INF, -INF, 0}, V::Broadcast(INF));
     EXPECT_EQ(DistanceSegmentToAABBSqr({-3, 0, 0, 0}, {-2, 9, 9, 0}, half, t, closest), 4);
     EXPECT_TRUE(t == 1 && closest == V(0, 9, 9, 0)) << "to a half-space";
 }

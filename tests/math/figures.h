@@ -1,32 +1,28 @@
-// Random vectors and orientations, and equality to the bit.
+// Random vectors, orientations and figures, and equality to the bit.
 #pragma once
 
-#include <bit>
+#include <cstring>
+#include <limits>
 #include <tests/support/random.h>
 #include <zelk_core/math/matrixsimd.h>
 
 namespace ZelkTest {
 
-/// Components from -10 to 10.
-template <Z4::PlainFloatVector V>
-V RandomVector(Input& input) {
-    V result;
-    for (unsigned i = 0; i < V::SIZE; ++i) {
-        result[i] = static_cast<typename V::Element>(input.Number(-10, 10));
-    }
-    return result;
-}
+using V = Z4::VectorSIMD4f;
+
+inline constexpr float INF = std::numeric_limits<float>::infinity();
+inline constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
 
 /// Components from -`size` to `size`, and w.
-inline Z4::VectorSIMD4f RandomPoint(Input& input, float size, float w = 0) {
+inline V RandomPoint(Input& input, float size, float w = 0) {
     const float x = input.Number(size);
     const float y = input.Number(size);
     return {x, y, input.Number(size), w};
 }
 
 /// Any number in any lane.
-inline Z4::VectorSIMD4f EdgePoint(Input& input) {
-    return Z4::VectorSIMD4f{input.Number(), input.Number(), input.Number(), input.Number()};
+inline V EdgePoint(Input& input) {
+    return V{input.Number(), input.Number(), input.Number(), input.Number()};
 }
 
 /// The rotation that a quaternion stands for, without the platform's sine.
@@ -47,13 +43,36 @@ inline Z4::MatrixSIMD44f RandomRotation(Input& input) {
     return Rotation(q);
 }
 
+/// The points of a figure by their kinds: a (p)oint with a radius as its w, the lower and the upper corner of a (b)ox,
+/// an (e)xtent of an oriented one, its (a)xis, a (v)ector, or a p(l)ane.
+struct Figure {
+    Figure(Input& input, const char* kinds) {
+        const Z4::MatrixSIMD44f axes = RandomRotation(input);
+        for (unsigned i = 0, axis = 0; kinds[i] != '\0'; ++i) {
+            p[i] = RandomPoint(input, 2, 1 + input.Number(1.0F));
+            p[i] = kinds[i] == 'a' ? axes.Row(axis++) : kinds[i] == 'e' ? Abs(p[i]) : p[i];
+        }
+        SortCorners(kinds);
+    }
+    void SortCorners(const char* kinds) {
+        if (const char* const box = std::strchr(kinds, 'b')) {
+            V* const corners = p + (box - kinds);
+            const V low = Min(corners[0], corners[1]);
+            corners[1] = Max(corners[0], corners[1]);
+            corners[0] = low;
+        }
+    }
+
+    V p[6];
+};
+
 /// (x, y, z) in double precision.
-inline Z4::Vector3d Wide(const Z4::VectorSIMD4f& v) {
+inline Z4::Vector3d Wide(const V& v) {
     return Z4::Vector3d(Z4::ToVector3f(v));
 }
 
 /// The same bits in all lanes, zeros of one sign; no NaN is the same.
-inline bool Same(const Z4::VectorSIMD4f& a, const Z4::VectorSIMD4f& b) {
+inline bool Same(const V& a, const V& b) {
     return a == b && Z4::Lanes::SignBits(a.Native()) == Z4::Lanes::SignBits(b.Native());
 }
 

@@ -11,11 +11,8 @@ namespace {
 
 using namespace Z4::Geometry;
 using namespace ZelkTest;
-using V = Z4::VectorSIMD4f;
 using Z4::MatrixSIMD44f;
 
-constexpr float INF = std::numeric_limits<float>::infinity();
-constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
 constexpr DepthRange DEPTHS[] = {DepthRange::ZERO_TO_ONE, DepthRange::MINUS_ONE_TO_ONE, DepthRange::ONE_TO_ZERO};
 
 /// The depth that the near end, at `end` 0, and the far one get.

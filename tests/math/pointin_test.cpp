@@ -12,12 +12,8 @@ namespace {
 
 using namespace Z4::Geometry;
 using namespace ZelkTest;
-using V = Z4::VectorSIMD4f;
 using Z4::Vector2f;
 using Z4::Vector3d;
-
-constexpr float INF = std::numeric_limits<float>::infinity();
-constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
 
 int SignOf(double value) {
     return (value > 0 ? 1 : 0) - (value < 0 ? 1 : 0);
