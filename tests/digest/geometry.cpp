@@ -253,6 +253,10 @@ void AddCulled(Digest& digest, Input& input) {
         }                                                                                               \
     }
 
+constexpr void (*ADD_PLANES[])(Digest& into, const VectorSIMD4f* p, const GeometryAABB& box,
+                               const GeometryOBB& oriented, const VectorSIMD4f& t) = {
+    ZELK_ADD_PLANES(Z4::Geometry), ZELK_ADD_PLANES(Z4::Geometry::Consistent)};
+
 /// `FORM` is 0 for the fast one and 1 for the consistent one.
 template <int FORM>
 void AddIntersections(Digest& digest, Input& input) {
@@ -289,7 +293,7 @@ void AddIntersections(Digest& digest, Input& input) {
         digest.Add(IntersectRayAABB4(ray, Fast::GeometryAABB4(boxes), t));
         digest.Add(t);
         digest.Add(Fast::IntersectRayTriangle4(ray, triangles, t));
-        ZELK_ADD_PLANES(Fast)(digest, p, box, oriented, t);
+        ADD_PLANES[0](digest, p, box, oriented, t);
         VectorSIMD4f plane = p[4];
         digest.Add(Fast::MakePlane(plane, p[0], p[1], p[2]));
         digest.Add(plane);
@@ -304,7 +308,7 @@ void AddIntersections(Digest& digest, Input& input) {
         AddCulled(digest, input);
     } else {
         digest.Add(Consistent::IntersectRayTriangle4(ray, triangles, t));
-        ZELK_ADD_PLANES(Consistent)(digest, p, box, oriented, t);
+        ADD_PLANES[1](digest, p, box, oriented, t);
     }
 }
 
