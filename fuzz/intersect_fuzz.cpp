@@ -2,6 +2,7 @@
 // at once answer as one does, and what is clipped keeps to its room.
 #include "body.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <tests/math/rayqueries.h>
@@ -92,21 +93,46 @@ void CheckGroups(const GeometryRay& ray, Numbers& numbers) {
         Require(IntersectRayAABB(ray, boxes[i], t) == ((met >> i & 1) != 0) && t == entries[i]);
     }
     const auto groups = static_cast<unsigned long>(triangles.size());
-    float t = UNWRITTEN;
-    float u = UNWRITTEN;
-    float v = UNWRITTEN;
-    const unsigned long first = IntersectRayTriangles(ray, triangles.data(), groups, t, u, v);
-    Require(first <= 4 * groups && IntersectRayAnyTriangle(ray, triangles.data(), groups) == (first != 4 * groups));
-    if (first == 4 * groups) {
-        Require(t == UNWRITTEN && u == UNWRITTEN && v == UNWRITTEN);
-    } else {
-        V a;
-        V b;
-        V c;
-        triangles[first / 4].Get(first % 4, a, b, c);
-        float alone = 0;
-        Require(IntersectRayTriangle(ray, a, b, c, alone, u, v) && alone == t);
+    for (const Sides sides : {Sides::BOTH, Sides::FRONT}) {
+        unsigned long nearest = 4 * groups;
+        float best[3] = {ray.GetLast(), UNWRITTEN, UNWRITTEN};
+        for (unsigned long i = 0; i < 4 * groups; ++i) {
+            V a;
+            V b;
+            V c;
+            triangles[i / 4].Get(i % 4, a, b, c);
+            float alone[3] = {ray.GetLast(), 0, 0};
+            const bool isHit = IntersectRayTriangle(ray, a, b, c, alone[0], alone[1], alone[2], sides);
+            V t = V::Broadcast(ray.GetLast());
+            Require((IntersectRayTriangle4(ray, triangles[i / 4], t, sides) >> i % 4 & 1) == (isHit ? 1U : 0U));
+            Require(!isHit || t[i % 4] == alone[0]);
+            if (isHit && (nearest == 4 * groups || alone[0] < best[0])) {
+                nearest = i;
+                std::copy(alone, alone + 3, best);
+            }
+            const bool isTwin = Consistent::IntersectRayTriangle(ray, a, b, c, alone[0], alone[1], alone[2], sides);
+            const unsigned twins = Consistent::IntersectRayTriangle4(ray, triangles[i / 4], t, sides);
+            Require((twins >> i % 4 & 1) == (isTwin ? 1U : 0U) && (!isTwin || t[i % 4] == alone[0]));
+        }
+        float found[3] = {UNWRITTEN, UNWRITTEN, UNWRITTEN};
+        best[0] = nearest == 4 * groups ? UNWRITTEN : best[0];
+        Require(IntersectRayTriangles(ray, triangles.data(), groups, found[0], found[1], found[2], sides) == nearest);
+        Require(std::equal(found, found + 3, best));
+        Require(IntersectRayAnyTriangle(ray, triangles.data(), groups, sides) == (nearest != 4 * groups));
     }
+}
+
+/// Of `count` figures, sees those that `isSeen` tells of, and no bit beyond them in its last word.
+template <class Cull, class IsSeen>
+void CheckSeen(unsigned long count, Cull cull, IsSeen isSeen) {
+    std::vector<std::uint32_t> visible((count + 31) / 32, 0xFFFFFFFF);
+    unsigned long sum = cull(visible.data());
+    for (unsigned long i = 0; i < 32 * visible.size(); ++i) {
+        const bool isBit = (visible[i / 32] >> (i % 32) & 1) != 0;
+        Require(isBit == (i < count && isSeen(i)));
+        sum -= isBit ? 1 : 0;
+    }
+    Require(sum == 0);
 }
 
 void CheckCulling(Numbers& numbers) {
@@ -116,22 +142,36 @@ void CheckCulling(Numbers& numbers) {
     }
     const GeometryFrustum frustum(planes);
     std::vector<GeometryAABB> boxes(numbers.Byte() % 40);
-    for (GeometryAABB& box : boxes) {
+    std::vector<GeometryAABB4> groups((boxes.size() + 3) / 4);
+    std::vector<GeometryOBB> oriented;
+    std::vector<V> spheres;
+    for (std::size_t i = 0; i < boxes.size(); ++i) {
         const V low = numbers.Point();
-        box = GeometryAABB(low, numbers.Point());
+        boxes[i] = GeometryAABB(low, numbers.Point());
+        groups[i / 4].Set(i % 4, boxes[i]);
+        oriented.emplace_back(low, planes, boxes[i].GetMax());
+        spheres.push_back(low);
     }
     const auto count = static_cast<unsigned long>(boxes.size());
     std::vector<Containment> where(boxes.size());
-    std::vector<std::uint32_t> visible((boxes.size() + 31) / 32, 0xFFFFFFFF);
     ClassifyAABBsByFrustum(frustum, boxes.data(), count, where.data());
-    unsigned long sum = CullAABBsByFrustum(frustum, boxes.data(), count, visible.data());
-    for (std::size_t i = 0; i < 32 * visible.size(); ++i) {
-        const bool isSeen = (visible[i / 32] >> (i % 32) & 1) != 0;
-        Require(isSeen == (i < boxes.size() && where[i] != Containment::OUTSIDE));
-        Require(i >= boxes.size() || where[i] == ClassifyAABBByFrustum(frustum, boxes[i]));
-        sum -= isSeen ? 1 : 0;
-    }
-    Require(sum == 0);
+    const auto isBoxSeen = [&](unsigned long i) {
+        Require(where[i] == ClassifyAABBByFrustum(frustum, boxes[i]));
+        return where[i] != Containment::OUTSIDE;
+    };
+    CheckSeen(
+        count, [&](std::uint32_t* out) { return CullAABBsByFrustum(frustum, boxes.data(), count, out); }, isBoxSeen);
+    CheckSeen(
+        count, [&](std::uint32_t* out) { return CullAABBsByFrustum(frustum, groups.data(), (count + 3) / 4, out); },
+        isBoxSeen);
+    CheckSeen(
+        count, [&](std::uint32_t* out) { return CullOBBsByFrustum(frustum, oriented.data(), count, out); },
+        [&](unsigned long i) { return ClassifyOBBByFrustum(frustum, oriented[i]) != Containment::OUTSIDE; });
+    CheckSeen(
+        count, [&](std::uint32_t* out) { return CullSpheresByFrustum(frustum, spheres.data(), count, out); },
+        [&](unsigned long i) {
+            return ClassifySphereByFrustum(frustum, spheres[i], spheres[i].W()) != Containment::OUTSIDE;
+        });
 }
 
 void CheckClipping(Numbers& numbers) {
@@ -149,19 +189,33 @@ void CheckClipping(Numbers& numbers) {
     // Rooms of exactly the size that is asked for.
     std::vector<V> front(polygon.size() + 1);
     std::vector<V> back(polygon.size() + 1);
-    unsigned long counts[2];
-    SplitPolygon(polygon.data(), count, plane, front.data(), counts[0], back.data(), counts[1]);
-    for (const unsigned long part : counts) {
-        Require(part == 0 || (part >= 3 && part <= count + 1));
-    }
-    Require(ClipPolygon(polygon.data(), count, plane, back.data()) == counts[0]);
-    for (unsigned long i = 0; i < counts[0]; ++i) {
-        Require(SameBits(front[i], back[i]) || front[i] != front[i]);
-    }
+    const auto check = [&](auto split, auto clip) {
+        unsigned long counts[2];
+        split(polygon.data(), count, plane, front.data(), counts[0], back.data(), counts[1]);
+        for (const unsigned long part : counts) {
+            Require(part == 0 || (part >= 3 && part <= count + 1));
+        }
+        Require(clip(polygon.data(), count, plane, back.data()) == counts[0]);
+        for (unsigned long i = 0; i < counts[0]; ++i) {
+            Require(SameBits(front[i], back[i]) || front[i] != front[i]);
+        }
+    };
+    check(SplitPolygon, ClipPolygon);
+    check(Consistent::SplitPolygon, Consistent::ClipPolygon);
     std::vector<V> clipped(polygon.size() + planes.size());
     std::vector<V> scratch(clipped);
-    Require(ClipPolygonByConvex(polygon.data(), count, planes.data(), planeCount, clipped.data(), scratch.data()) <=
-            clipped.size());
+    const unsigned long left =
+        ClipPolygonByConvex(polygon.data(), count, planes.data(), planeCount, clipped.data(), scratch.data());
+    std::vector<V> expected = polygon;
+    for (const V& each : planes) {
+        scratch.resize(expected.size() + 1);
+        scratch.resize(ClipPolygon(expected.data(), static_cast<unsigned long>(expected.size()), each, scratch.data()));
+        expected.swap(scratch);
+    }
+    Require(left == expected.size());
+    for (unsigned long i = 0; i < left; ++i) {
+        Require(SameBits(clipped[i], expected[i]) || clipped[i] != clipped[i]);
+    }
     const V ends[] = {numbers.Point(), numbers.Point()};
     V a = ends[0];
     V b = ends[1];

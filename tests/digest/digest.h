@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <tests/support/random.h>
 #include <type_traits>
 #include <zelk_core/math/vectorsimd.h>
@@ -67,26 +68,13 @@ public:
     }
 };
 
-/// Each adds the results of its room.
-void DigestFormatter(Digest& digest);
-void DigestHashes(Digest& digest);
-void DigestByteOrder(Digest& digest);
-void DigestIdentifiers(Digest& digest);
-void DigestUtf(Digest& digest);
-void DigestContainers(Digest& digest);
-void DigestMath(Digest& digest);
-void DigestRotations(Digest& digest);
-void DigestGeometry(Digest& digest);
-void DigestConsistentGeometry(Digest& digest);
-void DigestIntersections(Digest& digest);
-void DigestConsistentIntersections(Digest& digest);
-void DigestClipping(Digest& digest);
-void DigestConsistentClipping(Digest& digest);
-void DigestSweeps(Digest& digest);
-void DigestConsistentSweeps(Digest& digest);
-void DigestUniformDraws(Digest& digest);
-void DigestZigguratDraws(Digest& digest);
-void DigestCiphers(Digest& digest);
-void DigestZLib(Digest& digest);
-void DigestLzo(Digest& digest);
-void DigestStringCompressor(Digest& digest);
+/// A line of what is printed.
+struct Room {
+    const char* name;
+    void (*add)(Digest& digest, Input& input);
+    int rounds = 1;
+};
+std::span<const Room> BaseRooms();
+std::span<const Room> ContainerRooms();
+std::span<const Room> MathRooms();
+std::span<const Room> ServiceRooms();

@@ -3,6 +3,7 @@
 // another holds the registers to plain arithmetic; the others hold all compilers to the same bits.
 #include "digest.h"
 
+#include <tests/math/figures.h>
 #include <tests/math/pairqueries.h>
 #include <tests/math/queries.h>
 #include <tests/math/rayqueries.h>
@@ -73,17 +74,8 @@ GeometryOBB Box(Input& input) {
         return GeometryOBB{Point(input, kind), axes, Point(input, kind)};
     }
     const double q[4] = {input.Number(1), input.Number(1), input.Number(1), 1.0};
-    const double scale = 2.0 / (q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
-    VectorSIMD4f axes[3];
-    for (unsigned i = 0; i < 3; ++i) {
-        const unsigned j = (i + 1) % 3;
-        const unsigned k = (i + 2) % 3;
-        axes[i] = VectorSIMD4f(0, 0, 0, 0);
-        axes[i].Set(i, static_cast<float>(1 - scale * (q[j] * q[j] + q[k] * q[k])));
-        axes[i].Set(j, static_cast<float>(scale * (q[i] * q[j] + q[3] * q[k])));
-        axes[i].Set(k, static_cast<float>(scale * (q[i] * q[k] - q[3] * q[j])));
-    }
-    return GeometryOBB{Point(input, kind), axes, Abs(Point(input, kind))};
+    const MatrixSIMD44f axes = ZelkTest::Rotation(q);
+    return GeometryOBB{Point(input, kind), &axes.Row(0), Abs(Point(input, kind))};
 }
 
 template <class M>
@@ -243,6 +235,28 @@ void AddCulled(Digest& digest, Input& input) {
     digest.Add(visible, sizeof visible);
 }
 
+/// Of either namespace, one after another, as what they write is digested behind them.
+#define ZELK_ADD_PLANES(form)                                                                           \
+    [](Digest& into, const VectorSIMD4f* p, const GeometryAABB& box, const GeometryOBB& oriented,       \
+       const VectorSIMD4f& t) {                                                                         \
+        VectorSIMD4f point = VectorSIMD4f::ZERO;                                                        \
+        VectorSIMD4f direction = VectorSIMD4f::ZERO;                                                    \
+        into.Add(form::IntersectPlanePlane(p[0], p[1], point, direction));                              \
+        into.Add(t, point, direction);                                                                  \
+        into.Add(form::IntersectPlanes(p[2], p[3], p[4], point));                                       \
+        into.Add(point, form::DistancePointToPlane(p[0], p[1]), form::ClosestPointToPlane(p[0], p[1])); \
+        for (const Z4::Geometry::Containment where :                                                    \
+             {form::ClassifyAABBByPlane(box, p[3]), form::ClassifyOBBByPlane(oriented, p[3]),           \
+              form::ClassifySphereByPlane(p[0], p[1].X(), p[3]),                                        \
+              form::ClassifyTriangleByPlane(p[0], p[1], p[2], p[3])}) {                                 \
+            into.Add(static_cast<int>(where));                                                          \
+        }                                                                                               \
+    }
+
+constexpr void (*ADD_PLANES[])(Digest& into, const VectorSIMD4f* p, const GeometryAABB& box,
+                               const GeometryOBB& oriented, const VectorSIMD4f& t) = {
+    ZELK_ADD_PLANES(Z4::Geometry), ZELK_ADD_PLANES(Z4::Geometry::Consistent)};
+
 /// `FORM` is 0 for the fast one and 1 for the consistent one.
 template <int FORM>
 void AddIntersections(Digest& digest, Input& input) {
@@ -269,29 +283,17 @@ void AddIntersections(Digest& digest, Input& input) {
     }
     const GeometryAABB box(Min(p[0], p[1]), Max(p[0], p[1]));
     const GeometryOBB oriented = Box(input);
-    VectorSIMD4f point = VectorSIMD4f::ZERO;
-    VectorSIMD4f direction = VectorSIMD4f::ZERO;
     VectorSIMD4f t;
     Fast::GeometryTriangle4 triangles;
     for (unsigned i = 0; i < 4; ++i) {
         triangles.Set(i, p[i], p[(i + 1) % 5], p[(i + 2) % 5]);
     }
-    // One after another, as what they write is digested behind them.
     if constexpr (FORM == 0) {
         const GeometryAABB boxes[] = {box, GeometryAABB(p[2], p[3]), box, GeometryAABB(p, 5)};
         digest.Add(IntersectRayAABB4(ray, Fast::GeometryAABB4(boxes), t));
         digest.Add(t);
         digest.Add(Fast::IntersectRayTriangle4(ray, triangles, t));
-        digest.Add(Fast::IntersectPlanePlane(p[0], p[1], point, direction));
-        digest.Add(t, point, direction);
-        digest.Add(Fast::IntersectPlanes(p[2], p[3], p[4], point));
-        digest.Add(point, Fast::DistancePointToPlane(p[0], p[1]), Fast::ClosestPointToPlane(p[0], p[1]));
-        for (const Fast::Containment where :
-             {Fast::ClassifyAABBByPlane(box, p[3]), Fast::ClassifyOBBByPlane(oriented, p[3]),
-              Fast::ClassifySphereByPlane(p[0], p[1].X(), p[3]),
-              Fast::ClassifyTriangleByPlane(p[0], p[1], p[2], p[3])}) {
-            digest.Add(static_cast<int>(where));
-        }
+        ADD_PLANES[0](digest, p, box, oriented, t);
         VectorSIMD4f plane = p[4];
         digest.Add(Fast::MakePlane(plane, p[0], p[1], p[2]));
         digest.Add(plane);
@@ -303,55 +305,34 @@ void AddIntersections(Digest& digest, Input& input) {
         digest.Add(parameters[0], parameters[1], Fast::Orientation2D(q[0], q[2], q[3]));
         digest.Add(Fast::IsPointInTriangle2D(q[0], q[1], q[2], q[3]), Fast::IsPointInPolygon2D(q[0], p, 5),
                    Fast::IsPointInConvexPolygon2D(q[0], p, 5));
+        AddCulled(digest, input);
     } else {
         digest.Add(Consistent::IntersectRayTriangle4(ray, triangles, t));
-        digest.Add(Consistent::IntersectPlanePlane(p[0], p[1], point, direction));
-        digest.Add(t, point, direction);
-        digest.Add(Consistent::IntersectPlanes(p[2], p[3], p[4], point));
-        digest.Add(point, Consistent::DistancePointToPlane(p[0], p[1]), Consistent::ClosestPointToPlane(p[0], p[1]));
-        for (const Fast::Containment where :
-             {Consistent::ClassifyAABBByPlane(box, p[3]), Consistent::ClassifyOBBByPlane(oriented, p[3]),
-              Consistent::ClassifySphereByPlane(p[0], p[1].X(), p[3]),
-              Consistent::ClassifyTriangleByPlane(p[0], p[1], p[2], p[3])}) {
-            digest.Add(static_cast<int>(where));
-        }
-    }
-}
-
-template <int FORM>
-void AddAllIntersections(Digest& digest) {
-    Input input;
-    for (int round = 0; round < ROUNDS; ++round) {
-        AddIntersections<FORM>(digest, input);
-        if (FORM == 0) {
-            AddCulled(digest, input);
-        }
+        ADD_PLANES[1](digest, p, box, oriented, t);
     }
 }
 
 /// Of the forms' functions, those that are given.
 template <class ClipPolygon, class ClipByConvex, class ClipSegment>
-void AddClipped(Digest& digest, ClipPolygon clipPolygon, ClipByConvex clipByConvex, ClipSegment clipSegment) {
-    Input input;
-    for (int round = 0; round < ROUNDS; ++round) {
-        const Points polygon(input);
-        const Points planes(input);
-        VectorSIMD4f clipped[8];
-        VectorSIMD4f scratch[8];
-        const auto add = [&](unsigned long count) {
-            digest.Add(count);
-            for (unsigned long i = 0; i < count; ++i) {
-                digest.Add(clipped[i]);
-            }
-        };
-        add(clipPolygon(polygon.p, 3, planes.p[0], clipped));
-        add(clipPolygon(polygon.p, 5, planes.p[0], clipped));
-        add(clipByConvex(polygon.p, 3, planes.p, 5, clipped, scratch));
-        VectorSIMD4f a = polygon.p[0];
-        VectorSIMD4f b = polygon.p[1];
-        digest.Add(clipSegment(a, b, planes.p, 3));
-        digest.Add(a, b);
-    }
+void AddClipped(Digest& digest, Input& input, ClipPolygon clipPolygon, ClipByConvex clipByConvex,
+                ClipSegment clipSegment) {
+    const Points polygon(input);
+    const Points planes(input);
+    VectorSIMD4f clipped[8];
+    VectorSIMD4f scratch[8];
+    const auto add = [&](unsigned long count) {
+        digest.Add(count);
+        for (unsigned long i = 0; i < count; ++i) {
+            digest.Add(clipped[i]);
+        }
+    };
+    add(clipPolygon(polygon.p, 3, planes.p[0], clipped));
+    add(clipPolygon(polygon.p, 5, planes.p[0], clipped));
+    add(clipByConvex(polygon.p, 3, planes.p, 5, clipped, scratch));
+    VectorSIMD4f a = polygon.p[0];
+    VectorSIMD4f b = polygon.p[1];
+    digest.Add(clipSegment(a, b, planes.p, 3));
+    digest.Add(a, b);
 }
 
 /// Of either namespace.
@@ -379,88 +360,67 @@ void AddClipped(Digest& digest, ClipPolygon clipPolygon, ClipByConvex clipByConv
         into.Add(t, written);                                                                           \
     }
 
-template <class Add>
-void AddSwept(Digest& digest, Add add) {
-    Input input;
-    for (int round = 0; round < ROUNDS; ++round) {
-        add(digest, input);
-    }
-}
-
-} // namespace
-
-void DigestMath(Digest& digest) {
-    Input input;
-    for (int round = 0; round < ROUNDS; ++round) {
-        AddPlainVectors<Z4::Vector3f>(digest, input);
-        AddPlainVectors<Z4::Vector4d>(digest, input);
-        AddMatrices<Z4::Matrix33f>(digest, input);
-        AddMatrices<Z4::Matrix44d>(digest, input);
-        AddMatrices<Z4::MatrixSIMD34f>(digest, input);
-        AddMatrices<MatrixSIMD44f>(digest, input);
-        AddTransformed(digest, input);
-        AddLanes(digest, input);
-    }
+void AddMath(Digest& digest, Input& input) {
+    AddPlainVectors<Z4::Vector3f>(digest, input);
+    AddPlainVectors<Z4::Vector4d>(digest, input);
+    AddMatrices<Z4::Matrix33f>(digest, input);
+    AddMatrices<Z4::Matrix44d>(digest, input);
+    AddMatrices<Z4::MatrixSIMD34f>(digest, input);
+    AddMatrices<MatrixSIMD44f>(digest, input);
+    AddTransformed(digest, input);
+    AddLanes(digest, input);
 }
 
 /// Without the numbers whose sine is the platform's own matter.
-void DigestRotations(Digest& digest) {
-    Input input;
-    for (int round = 0; round < ROUNDS; ++round) {
-        const VectorSIMD4f axis = Point(input, KINDS[input.Below(2)]);
-        AddMatrix(digest, Z4::MakeRotation<Z4::MatrixSIMD34f>(axis, static_cast<double>(input.Number(4))));
-        GeometryOBB box = Box(input);
-        box.Rotate(axis, input.Number(4));
-        AddBox(digest, box);
-        AddBox(digest, GeometryOBB{axis, axis, axis});
-    }
+void AddRotations(Digest& digest, Input& input) {
+    const VectorSIMD4f axis = Point(input, KINDS[input.Below(2)]);
+    AddMatrix(digest, Z4::MakeRotation<Z4::MatrixSIMD34f>(axis, static_cast<double>(input.Number(4))));
+    GeometryOBB box = Box(input);
+    box.Rotate(axis, input.Number(4));
+    AddBox(digest, box);
+    AddBox(digest, GeometryOBB{axis, axis, axis});
 }
 
-void DigestGeometry(Digest& digest) {
-    Input input;
-    for (int round = 0; round < ROUNDS; ++round) {
-        AddBounds(digest, input);
-        AddOriented(digest, input);
-        AddQueries(digest, input, ZelkTest::Queries::FAST);
-    }
+void AddGeometry(Digest& digest, Input& input) {
+    AddBounds(digest, input);
+    AddOriented(digest, input);
+    AddQueries(digest, input, ZelkTest::Queries::FAST);
 }
 
-void DigestConsistentGeometry(Digest& digest) {
-    Input input;
-    for (int round = 0; round < ROUNDS; ++round) {
-        GeometryOBB box = Box(input);
-        const GeometryOBB other = Box(input);
-        digest.Add(box.ContainsWithEpsilonConsistent(Point(input), 0.125F));
-        digest.Add(box.GetBoxVertexConsistent(input.Below(9)));
-        digest.Add(box.GetXYAxesCosAngle());
-        box.TransformConsistent(other.GetMatrix());
-        AddBox(digest, box);
-        AddQueries(digest, input, ZelkTest::Queries::CONSISTENT);
-    }
+void AddConsistentGeometry(Digest& digest, Input& input) {
+    GeometryOBB box = Box(input);
+    const GeometryOBB other = Box(input);
+    digest.Add(box.ContainsWithEpsilonConsistent(Point(input), 0.125F));
+    digest.Add(box.GetBoxVertexConsistent(input.Below(9)));
+    digest.Add(box.GetXYAxesCosAngle());
+    box.TransformConsistent(other.GetMatrix());
+    AddBox(digest, box);
+    AddQueries(digest, input, ZelkTest::Queries::CONSISTENT);
 }
 
-void DigestIntersections(Digest& digest) {
-    AddAllIntersections<0>(digest);
-}
+constexpr Room MATH[] = {{"math", AddMath, ROUNDS},
+                         {"rotations", AddRotations, ROUNDS},
+                         {"geometry", AddGeometry, ROUNDS},
+                         {"consistent-geometry", AddConsistentGeometry, ROUNDS},
+                         {"intersections", AddIntersections<0>, ROUNDS},
+                         {"consistent-intersections", AddIntersections<1>, ROUNDS},
+                         {"clipping",
+                          [](Digest& digest, Input& input) {
+                              using namespace Z4::Geometry;
+                              AddClipped(digest, input, ClipPolygon, ClipPolygonByConvex, ClipSegment);
+                          },
+                          ROUNDS},
+                         {"consistent-clipping",
+                          [](Digest& digest, Input& input) {
+                              using namespace Z4::Geometry::Consistent;
+                              AddClipped(digest, input, ClipPolygon, ClipPolygonByConvex, ClipSegment);
+                          },
+                          ROUNDS},
+                         {"sweeps", ZELK_ADD_SWEPT(Z4::Geometry), ROUNDS},
+                         {"consistent-sweeps", ZELK_ADD_SWEPT(Z4::Geometry::Consistent), ROUNDS}};
 
-void DigestConsistentIntersections(Digest& digest) {
-    AddAllIntersections<1>(digest);
-}
+} // namespace
 
-void DigestClipping(Digest& digest) {
-    using namespace Z4::Geometry;
-    AddClipped(digest, ClipPolygon, ClipPolygonByConvex, ClipSegment);
-}
-
-void DigestConsistentClipping(Digest& digest) {
-    using namespace Z4::Geometry::Consistent;
-    AddClipped(digest, ClipPolygon, ClipPolygonByConvex, ClipSegment);
-}
-
-void DigestSweeps(Digest& digest) {
-    AddSwept(digest, ZELK_ADD_SWEPT(Z4::Geometry));
-}
-
-void DigestConsistentSweeps(Digest& digest) {
-    AddSwept(digest, ZELK_ADD_SWEPT(Z4::Geometry::Consistent));
+std::span<const Room> MathRooms() {
+    return MATH;
 }

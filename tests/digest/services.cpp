@@ -37,20 +37,6 @@ Bytes Sample(Input& input, unsigned size) {
     return sample;
 }
 
-/// In pieces of input and output, as streams come.
-void AddProcessed(Digest& digest, Z4::CompressionInterface& codec, const Bytes& sample, std::size_t piece) {
-    Bytes output(2 * sample.size() + 1000);
-    codec.FeedOutputBuffer(output.data(), static_cast<unsigned long>(output.size()));
-    for (std::size_t at = 0, size = 0; at < sample.size(); at += size) {
-        size = std::min(piece, sample.size() - at);
-        codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(size));
-        digest.Add(codec.Process());
-    }
-    const auto flushed = codec.Flush();
-    digest.Add(flushed, codec.GetOutputDataSize());
-    digest.Add(output.data(), output.size());
-}
-
 template <class Cipher>
 void AddCipher(Digest& digest) {
     Input input;
@@ -69,22 +55,30 @@ void AddCipher(Digest& digest) {
     }
 }
 
+/// In pieces of input, as streams come.
 template <class Codec>
-void AddCodec(Digest& digest, std::size_t piece) {
+void AddCodec(Digest& digest, Input& input, std::size_t piece) {
     using Z4::CompressionInterface;
-    Input input;
     for (const auto level :
          {CompressionInterface::CMP_DEFAULT, CompressionInterface::CMP_FAST, CompressionInterface::CMP_BEST}) {
-        for (const unsigned size : {0u, 1u, 1000u, 100'000u}) {
+        for (const unsigned length : {0u, 1u, 1000u, 100'000u}) {
+            const Bytes sample = Sample(input, length);
             Codec codec(level);
-            AddProcessed(digest, codec, Sample(input, size), piece);
+            Bytes output(2 * sample.size() + 1000);
+            codec.FeedOutputBuffer(output.data(), static_cast<unsigned long>(output.size()));
+            for (std::size_t at = 0, size = 0; at < sample.size(); at += size) {
+                size = std::min(piece, sample.size() - at);
+                codec.FeedInputBuffer(sample.data() + at, static_cast<unsigned long>(size));
+                digest.Add(codec.Process());
+            }
+            const auto flushed = codec.Flush();
+            digest.Add(flushed, codec.GetOutputDataSize());
+            digest.Add(output.data(), output.size());
         }
     }
 }
 
-} // namespace
-
-void DigestUniformDraws(Digest& digest) {
+void AddUniformDraws(Digest& digest, Input&) {
     for (const std::uint32_t seed : {1u, 2u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
         Uniform generator;
         generator.SetSeed(seed);
@@ -94,7 +88,7 @@ void DigestUniformDraws(Digest& digest) {
     }
 }
 
-void DigestZigguratDraws(Digest& digest) {
+void AddZigguratDraws(Digest& digest, Input&) {
     for (const std::uint32_t seed : {1u, 12345u, 0x80000000u, 0xFFFFFFFFu}) {
         Ziggurat generator(seed);
         for (int i = 0; i < 20'000; ++i) {
@@ -104,21 +98,7 @@ void DigestZigguratDraws(Digest& digest) {
     }
 }
 
-void DigestCiphers(Digest& digest) {
-    AddCipher<Z4::Tea>(digest);
-    AddCipher<Z4::XTea>(digest);
-}
-
-void DigestZLib(Digest& digest) {
-    AddCodec<Z4::ZLibDeflate>(digest, 7000);
-}
-
-void DigestLzo(Digest& digest) {
-    AddCodec<Z4::LzoDeflate>(digest, SIZE_MAX);
-}
-
-void DigestStringCompressor(Digest& digest) {
-    Input input;
+void AddStringCompressor(Digest& digest, Input& input) {
     const Z4::StringCompressor compressor;
     for (unsigned long size = 1; size < 20'000; size += 1 + size / 8) {
         Bytes text(size);
@@ -132,4 +112,22 @@ void DigestStringCompressor(Digest& digest) {
         digest.Add(static_cast<std::int32_t>(error), outSize, encoded);
         digest.Add(output.data(), output.size());
     }
+}
+
+constexpr Room SERVICES[] = {
+    {"uniform-draws", AddUniformDraws},
+    {"ziggurat-draws", AddZigguratDraws},
+    {"ciphers",
+     [](Digest& digest, Input&) {
+         AddCipher<Z4::Tea>(digest);
+         AddCipher<Z4::XTea>(digest);
+     }},
+    {"zlib", [](Digest& digest, Input& input) { AddCodec<Z4::ZLibDeflate>(digest, input, 7000); }},
+    {"lzo", [](Digest& digest, Input& input) { AddCodec<Z4::LzoDeflate>(digest, input, SIZE_MAX); }},
+    {"string-compressor", AddStringCompressor}};
+
+} // namespace
+
+std::span<const Room> ServiceRooms() {
+    return SERVICES;
 }

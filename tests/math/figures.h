@@ -1,60 +1,78 @@
-// Random vectors and orientations, and equality to the bit.
+// Random vectors, orientations and figures, and equality to the bit.
 #pragma once
 
-#include <bit>
+#include <cstring>
+#include <limits>
 #include <tests/support/random.h>
 #include <zelk_core/math/matrixsimd.h>
 
 namespace ZelkTest {
 
-/// Components from -10 to 10.
-template <Z4::PlainFloatVector V>
-V RandomVector(Input& input) {
-    V result;
-    for (unsigned i = 0; i < V::SIZE; ++i) {
-        result[i] = static_cast<typename V::Element>(input.Number(-10, 10));
-    }
-    return result;
-}
+using V = Z4::VectorSIMD4f;
+
+inline constexpr float INF = std::numeric_limits<float>::infinity();
+inline constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
 
 /// Components from -`size` to `size`, and w.
-inline Z4::VectorSIMD4f RandomPoint(Input& input, float size, float w = 0) {
+inline V RandomPoint(Input& input, float size, float w = 0) {
     const float x = input.Number(size);
     const float y = input.Number(size);
     return {x, y, input.Number(size), w};
 }
 
 /// Any number in any lane.
-inline Z4::VectorSIMD4f EdgePoint(Input& input) {
-    return Z4::VectorSIMD4f{input.Number(), input.Number(), input.Number(), input.Number()};
+inline V EdgePoint(Input& input) {
+    return V{input.Number(), input.Number(), input.Number(), input.Number()};
 }
 
-/// Any rotation, without the platform's sine: the rows that a quaternion stands for.
-inline Z4::MatrixSIMD44f RandomRotation(Input& input) {
-    double q[4];
-    double square = 0;
-    for (double& component : q) {
-        component = input.Number(-1, 1);
-        square += component * component;
-    }
+/// The rotation that a quaternion stands for, without the platform's sine.
+inline Z4::MatrixSIMD44f Rotation(const double (&q)[4]) {
+    const double scale = 2.0 / (q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
     Z4::MatrixSIMD44f m = Z4::MatrixSIMD44f::IDENTITY;
     for (unsigned i = 0; i < 3; ++i) {
         const unsigned j = (i + 1) % 3;
         const unsigned k = (i + 2) % 3;
-        m.Row(i).Set(i, static_cast<float>(1 - 2 * (q[j] * q[j] + q[k] * q[k]) / square));
-        m.Row(i).Set(j, static_cast<float>(2 * (q[i] * q[j] + q[k] * q[3]) / square));
-        m.Row(i).Set(k, static_cast<float>(2 * (q[i] * q[k] - q[j] * q[3]) / square));
+        m.Row(i).Set(i, static_cast<float>(1 - scale * (q[j] * q[j] + q[k] * q[k])));
+        m.Row(i).Set(j, static_cast<float>(scale * (q[i] * q[j] + q[3] * q[k])));
+        m.Row(i).Set(k, static_cast<float>(scale * (q[i] * q[k] - q[3] * q[j])));
     }
     return m;
 }
+inline Z4::MatrixSIMD44f RandomRotation(Input& input) {
+    const double q[] = {input.Number(-1, 1), input.Number(-1, 1), input.Number(-1, 1), input.Number(-1, 1)};
+    return Rotation(q);
+}
+
+/// The points of a figure by their kinds: a (p)oint with a radius as its w, the lower and the upper corner of a (b)ox,
+/// an (e)xtent of an oriented one, its (a)xis, a (v)ector, or a p(l)ane.
+struct Figure {
+    Figure(Input& input, const char* kinds) {
+        const Z4::MatrixSIMD44f axes = RandomRotation(input);
+        for (unsigned i = 0, axis = 0; kinds[i] != '\0'; ++i) {
+            p[i] = RandomPoint(input, 2, 1 + input.Number(1.0F));
+            p[i] = kinds[i] == 'a' ? axes.Row(axis++) : kinds[i] == 'e' ? Abs(p[i]) : p[i];
+        }
+        SortCorners(kinds);
+    }
+    void SortCorners(const char* kinds) {
+        if (const char* const box = std::strchr(kinds, 'b')) {
+            V* const corners = p + (box - kinds);
+            const V low = Min(corners[0], corners[1]);
+            corners[1] = Max(corners[0], corners[1]);
+            corners[0] = low;
+        }
+    }
+
+    V p[6];
+};
 
 /// (x, y, z) in double precision.
-inline Z4::Vector3d Wide(const Z4::VectorSIMD4f& v) {
+inline Z4::Vector3d Wide(const V& v) {
     return Z4::Vector3d(Z4::ToVector3f(v));
 }
 
 /// The same bits in all lanes, zeros of one sign; no NaN is the same.
-inline bool Same(const Z4::VectorSIMD4f& a, const Z4::VectorSIMD4f& b) {
+inline bool Same(const V& a, const V& b) {
     return a == b && Z4::Lanes::SignBits(a.Native()) == Z4::Lanes::SignBits(b.Native());
 }
 

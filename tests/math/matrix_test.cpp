@@ -1,6 +1,6 @@
-// Hunted here: rows and columns exchanged; a sum in another order than the contract says; an inverse that is none, or
-// that exists where the determinant does not allow it; a rotation the wrong way round; lanes beyond the third column
-// that do not stay 0; constants of the wrong shape.
+// Hunted here: rows and columns exchanged; an inverse that is none, or that exists where the determinant does not allow
+// it; a rotation the wrong way round; lanes beyond the third column that do not stay 0; constants of the wrong shape. A
+// sum in another order than the contract says changes a digest.
 #include "figures.h"
 
 #include <cmath>
@@ -215,19 +215,8 @@ TEST(Matrix, HasTheseAnswers) {
     EXPECT_NEAR(turned.Y(), 1, 1e-15);
     EXPECT_EQ(Vector2f(1, 2) * MakeScale<Matrix22f>(Vector2f(3, 4)), Vector2f(3, 8));
     EXPECT_EQ(Determinant(Matrix22f(Vector2f(1, 2), Vector2f(3, 4))), -2);
-    const Matrix44d projection(Vector4d(1.5, 0, 0, 0), Vector4d(0, 2, 0, 0), Vector4d(0, 0, 1.25, 1),
-                               Vector4d(0, 0, -0.5, 0));
-    ExpectNear(projection * Inverse(projection), Matrix44d::IDENTITY, 1e-15);
     const Matrix44d exchange(Vector4d::BASE_L, Vector4d::BASE_K, Vector4d::BASE_J, Vector4d::BASE_I);
     EXPECT_EQ(Inverse(exchange), exchange);
-}
-
-TEST(Matrix, SumsRunFromTheTranslation) {
-    const MatrixSIMD44f m(VectorSIMD4f(1, 0, 0, 0), VectorSIMD4f(1e8F, 1, 0, 0), VectorSIMD4f(-1e8F, 0, 1, 0),
-                          VectorSIMD4f(3, 4, 5, 1));
-    // ((-1e8 + 3) + 1e8) + 1: the 3 is lost in the first sum.
-    EXPECT_EQ(TransformPoint(VectorSIMD4f(1, 1, 1, 55), m), VectorSIMD4f(1, 5, 6, 1));
-    EXPECT_EQ(VectorSIMD4f(1, 1, 1, 1) * m, VectorSIMD4f(1, 5, 6, 1));
 }
 
 TEST(Matrix, ConvertsBetweenShapes) {
@@ -237,7 +226,6 @@ TEST(Matrix, ConvertsBetweenShapes) {
     EXPECT_EQ(full.Row(3), VectorSIMD4f(10, 11, 12, 1));
     EXPECT_EQ(ConvertMatrix<Matrix34f>(full), affine);
     EXPECT_EQ(ConvertMatrix<MatrixSIMD34f>(full).Row(3), VectorSIMD4f(10, 11, 12, 0));
-    EXPECT_EQ(ConvertMatrix<Matrix44d>(Matrix22f::IDENTITY), Matrix44d::IDENTITY);
     EXPECT_EQ(ConvertMatrix<Matrix22f>(affine).Row(1), Vector2f(4, 5));
 }
 

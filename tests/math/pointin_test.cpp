@@ -12,12 +12,8 @@ namespace {
 
 using namespace Z4::Geometry;
 using namespace ZelkTest;
-using V = Z4::VectorSIMD4f;
 using Z4::Vector2f;
 using Z4::Vector3d;
-
-constexpr float INF = std::numeric_limits<float>::infinity();
-constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
 
 int SignOf(double value) {
     return (value > 0 ? 1 : 0) - (value < 0 ? 1 : 0);
@@ -155,7 +151,8 @@ TEST(PointIn, TetrahedraAndTrianglesHaveTheirSides) {
     const V a(2, 3, 4, 0);
     EXPECT_TRUE(IsPointInCylinder(a, a, a, 0) && Consistent::IsPointInCylinder(a, a, a, 1));
     EXPECT_FALSE(IsPointInCylinder(a, a, a, -1) || Consistent::IsPointInCylinder(V::ZERO, a, a, 9));
-    EXPECT_TRUE(IsPointInConvex(a, nullptr, 0));
+    float t = 7;
+    EXPECT_TRUE(IsPointInConvex(a, nullptr, 0) && !IntersectRayConvex(GeometryRay(a, a), nullptr, 0, t, t));
     EXPECT_FALSE(IsPointInConvex({0, NOT, 0, 0}, nullptr, 0));
 }
 

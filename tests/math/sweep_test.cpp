@@ -1,4 +1,5 @@
 // Moving spheres and boxes against samples of their ways: apart before the touch, touching then, and never on a miss.
+// That a miss writes nothing is what fuzz/intersect_fuzz.cpp holds.
 #include "figures.h"
 
 #include <cmath>
@@ -11,9 +12,6 @@ namespace {
 
 using namespace ZelkTest;
 using namespace Z4::Geometry;
-using V = Z4::VectorSIMD4f;
-
-constexpr float NOT = std::numeric_limits<float>::quiet_NaN();
 
 struct Body {
     V center;
@@ -93,9 +91,7 @@ TEST(Sweep, SpheresTouchAtTheFirstTime) {
                     const float at = static_cast<float>(i) / 64 * (isHit ? t : 1);
                     ASSERT_GE(distanceAt(at), body.radius - NEAR) << shape.name << ", round " << round;
                 }
-                ASSERT_EQ(t == 9, !isHit);
                 if (!isHit) {
-                    ASSERT_EQ(contact, V(9, 9, 9, 9));
                     continue;
                 }
                 ++hits;
@@ -125,9 +121,6 @@ TEST(Sweep, BoxesTouchAtTheFirstTime) {
         float t = 9;
         V normal(9, 9, 9, 9);
         const bool isHit = IntersectSweptAABBAABB(a, move, b, t, normal);
-        if (!isHit) {
-            ASSERT_TRUE(t == 9 && normal == V(9, 9, 9, 9));
-        }
         for (unsigned i = 0; i <= 64 && t != 0; ++i) {
             GeometryAABB moved(a);
             moved.Translate(static_cast<float>(i) / 64 * (isHit ? t : 1) * move);

@@ -37,7 +37,7 @@ enum FrameOrigin : unsigned char {
 /// The addresses of one call stack, a plain value of 328 bytes. Each capture replaces what was in it. Different threads
 /// may use different objects at the same time; the static function is for any thread.
 ///
-/// A capture allocates nothing, takes no lock, and needs less than 1,600 bytes of stack besides the object. It reads
+/// A capture allocates nothing, takes no lock, and needs less than 2 KiB of stack besides the object. It reads
 /// the stack between the stack pointer and the stack's end, and the code and tables of known modules, and nothing else.
 /// Each frame lies higher than the one before, so it ends on whatever the stack holds. So a handler of exceptions may
 /// capture, whatever has happened to the thread.

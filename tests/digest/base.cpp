@@ -2,6 +2,7 @@
 
 #include <zelk_core/base/hash.h>
 #include <zelk_core/base/strformat.h>
+#include <zelk_core/base/structureswap.h>
 
 namespace {
 
@@ -40,10 +41,7 @@ double AnyMagnitude(Input& input) {
     return value;
 }
 
-} // namespace
-
-void DigestFormatter(Digest& digest) {
-    Input input;
+void AddFormatter(Digest& digest, Input& input) {
     for (int round = 0; round < 500; ++round) {
         for (const Format& format : INTEGERS) {
             AddTexts(digest, format, input.Bits() >> input.Below(32));
@@ -61,9 +59,8 @@ void DigestFormatter(Digest& digest) {
     }
 }
 
-void DigestHashes(Digest& digest) {
+void AddHashes(Digest& digest, Input& input) {
     using Z4::Hash;
-    Input input;
     std::uint32_t table[256];
     Hash::CreateCrcTable(0x82F63B78, table);
     alignas(16) unsigned char data[1100];
@@ -77,21 +74,39 @@ void DigestHashes(Digest& digest) {
         digest.Add(Hash::Dobbs(buffer, size), Hash::Fast(buffer, size), Hash::CRC(buffer, size, seed),
                    Hash::CRC(buffer, size, table, seed));
 
+        // Strings have the hash of their bytes.
         char text[1024] = {};
         input.FillText(text, size);
-        wchar_t wide[1024] = {};
-        for (unsigned i = 0; i < size; ++i) {
-            wide[i] = static_cast<wchar_t>(input.Bits() | 1);
-        }
-        const auto addBoth = [&](auto hash) { digest.Add(hash(text), hash(wide)); };
-        addBoth([](auto* string) { return Hash::FNV32(string); });
-        addBoth([](auto* string) { return Hash::FNV64(string); });
-        addBoth([=](auto* string) { return Hash::Knuth(string, seed); });
-        addBoth([=](auto* string) { return Hash::XXH32(string, seed); });
-        addBoth([=](auto* string) { return Hash::XXH64(string, seed); });
-        addBoth([](auto* string) { return Hash::Dobbs(string); });
-        addBoth([](auto* string) { return Hash::Fast(string); });
-        addBoth([=](auto* string) { return Hash::CRC(string, seed); });
         digest.Add(Hash::CTCRC(text, seed), Hash::CTCRC32B(text, seed));
     }
+}
+
+void AddByteOrder(Digest& digest, Input& input) {
+    using Z4::StructureSwap;
+    static constexpr Z4::SwapField FIELDS[] = {
+        {0, 3, 2, nullptr}, {8, 2, 4, nullptr}, {17, 1, 8, nullptr}, {25, 1, 16, nullptr}};
+    static constexpr Z4::SwapLayout LAYOUT{FIELDS, 4, 43};
+    unsigned char data[1024];
+    unsigned char swapped[1024];
+    for (unsigned size = 0; size < sizeof data; size += 1 + size / 16) {
+        input.Fill(data, sizeof data);
+        std::memset(swapped, 0, sizeof swapped);
+        StructureSwap::Array16(swapped, data, size / 2);
+        digest.Add(swapped, size);
+        StructureSwap::Array32(swapped, data, size / 4);
+        digest.Add(swapped, size);
+        StructureSwap::Array64(swapped, data, size / 8);
+        digest.Add(swapped, size);
+        StructureSwap::Record(swapped, data, LAYOUT, size / LAYOUT.recordSize);
+        digest.Add(swapped, size);
+        digest.Add(Z4::LoadBig<std::uint64_t>(data + size % 64));
+        digest.Add(Z4::LoadLittle<std::uint32_t>(data + size % 64));
+    }
+}
+
+} // namespace
+
+constexpr Room BASE[] = {{"formatter", AddFormatter}, {"hashes", AddHashes}, {"byte-order", AddByteOrder}};
+std::span<const Room> BaseRooms() {
+    return BASE;
 }
