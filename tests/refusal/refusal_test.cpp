@@ -1,8 +1,7 @@
 // What the library does on a host that refuses: one scenario for each room that takes anything from it, run once for
 // each thing that it takes, with that one refused, and with that one and all after it. Hunted are crashes, blocks that
 // are left behind, results that do not tell of the refusal, and what was there before and is lost. Containers of every
-// kind meet it in the models of the generics' tests, the adapters' list and the random numbers' generator in tests of
-// their own.
+// kind meet it in the models of the generics' tests.
 #include <tests/services/dbghelp/standin.h>
 #include <tests/support/testhost.h>
 
@@ -20,6 +19,19 @@ constexpr char TEXT[] = "a text that is told again and again, again and again, u
 void LoadAModule() {
     const std::unique_ptr<DllWrapper> module(new DllWrapper("no such.dll"));
     EXPECT_TRUE(module == nullptr || !module->IsDLLLoaded());
+}
+
+void FillAMap() {
+    Map<int, ZelkString> map;
+    unsigned size = 0;
+    for (int i = 0; i < 10; ++i) {
+        const auto result = map.Insert(i * 7 % 10, TEXT);
+        EXPECT_EQ(result.inserted, result.position != map.end());
+        size += result.inserted ? 1u : 0u;
+        EXPECT_EQ(map.Size(), size);
+    }
+    const Map<int, ZelkString> copy = map;
+    EXPECT_TRUE(copy.IsEmpty() || copy.Size() == size);
 }
 
 void Encrypt() {
@@ -78,6 +90,15 @@ void CompressByLzo() {
     CompressWith(new LzoDeflate(CompressionInterface::CMP_BEST), new LzoInflate(true), sizeof TEXT);
 }
 
+void DrawNumbers() {
+    InitializeRandomService();
+    Random::SetSeed(1);
+    const long drawn = Random::InRangeS32(5, 1'000'000);
+    EXPECT_GE(drawn, 5);
+    EXPECT_EQ(Random::Normal(7, 0), 7) << "with an object and without";
+    ShutdownRandomService();
+}
+
 void RegisterClasses() {
     const auto create = [](void*) -> void* { return const_cast<char*>(TEXT); };
     Private::ClassFactoryNode parked;
@@ -125,6 +146,19 @@ void RunAHostThread() {
     ShutdownEalUtils();
 }
 
+void AskForAdapters() {
+    InitializeOS();
+    {
+        const NICInfo adapters;
+        for (const NICEntry& adapter : adapters) {
+            EXPECT_TRUE(adapter.GetName() == nullptr || adapter.GetName()[0] != '\0');
+        }
+        const std::unique_ptr<TcpSocket> socket(new TcpSocket);
+        EXPECT_TRUE(socket == nullptr || socket->Bind("127.0.0.1", 0));
+    }
+    ShutdownOS();
+}
+
 void ExplainAnAddress() {
     ZelkTest::StandIn library;
     library.answers["SymGetLineFromAddr64"] = ZelkTest::StandIn::Fails(1, 0);
@@ -156,12 +190,15 @@ void PrintTo(const Scenario& scenario, std::ostream* out) {
 
 constexpr Scenario SCENARIOS[] = {
     {"Base", LoadAModule, 1, 0},
+    {"Generics", FillAMap, 10, 0},
     {"Cipher", Encrypt, 4, 0},
     {"ZLib", Deflate, 9, 0},
     {"Lzo", CompressByLzo, 3, 0},
+    {"Random", DrawNumbers, 1, 0},
     {"Factory", RegisterClasses, 40, 0},
     {"Thread", RunAThread, 1, 0},
     {"EalThread", RunAHostThread, 0, 2},
+    {"Net", AskForAdapters, 3, 0},
     {"DebugHelp", ExplainAnAddress, 4, 0},
 };
 
