@@ -72,6 +72,8 @@ protected:
         if (SetOnThis() == ERR_UNSUPPORTED) {
             GTEST_SKIP() << "this system refuses debug registers";
         }
+        ShutdownDbgHelpService(); // and the handler of exceptions goes
+        InitializeDbgHelpService(false);
     }
 
     HANDLE m_event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
