@@ -2,6 +2,7 @@
 #pragma once
 
 #include <csetjmp>
+#include <cstdlib>
 #include <tests/support/testhost.h>
 
 namespace ZelkTest {
@@ -11,7 +12,7 @@ namespace ZelkTest {
 #if defined(ZELK_LIBRARY_CHECKS)
 inline constexpr bool LIBRARY_CHECKS = true;
 #else
-inline constexpr bool LIBRARY_CHECKS = false;
+inline const bool LIBRARY_CHECKS = std::getenv("ZELK_CHECKED_PROGRAMS") != nullptr; // as `make checked` runs them
 #endif
 
 /// While it lives, exactly `reports` broken contracts must be reported, by any thread, and none stops the program.
