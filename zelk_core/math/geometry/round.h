@@ -42,8 +42,9 @@ Z4_ALWAYS_INLINE bool IsWithin(float distanceSqr, float radius) {
     return distanceSqr <= (reachSqr < largest ? reachSqr : largest) && radius >= 0;
 }
 
-/// Where the line r + t d is no farther than `radius` from 0. `inverseLength` is 1 over the length of d, and 0 where
-/// there is no d: then it is everywhere or nowhere so.
+/// Where the line r + t d is no farther than `radius` from 0. `inverseLength` is 1 over the length of d. Where that is
+/// 0 or, after an overflow, NaN, nothing is known of d, and the line is taken for the point r: everywhere or nowhere
+/// so.
 /// @return whether it is anywhere so; only then does `part` tell where.
 template <SumOrder ORDER>
 Z4_ALWAYS_INLINE bool FindRoundPart(const VectorSIMD4f& r, const VectorSIMD4f& d, float radius, float inverseLength,
