@@ -8,11 +8,11 @@
 #include <gtest/gtest.h>
 #include <tests/support/counts.h>
 #include <vector>
+#include <zelk_core/math/geometry/clip.h>
 #include <zelk_core/math/geometry/cull.h>
 
 namespace {
 
-using Z4::Vector3d;
 using Z4::Geometry::GeometryAABB;
 using Z4::Geometry::GeometryOBB;
 using namespace ZelkTest;
@@ -165,31 +165,14 @@ TEST(IntersectPair, TrianglesShareTheSegmentThatIsInBoth) {
     EXPECT_GT(segments, 500);
 }
 
-/// Whether something of a triangle is left when it is cut along planes that are moved out by so much (I. Sutherland and
-/// G. Hodgman, "Reentrant Polygon Clipping", 1974).
-bool IsLeft(const V* corners, const std::vector<V>& planes, double growth) {
-    std::vector<Vector3d> polygon;
-    for (unsigned i = 0; i < 3; ++i) {
-        polygon.emplace_back(Z4::ToVector3f(corners[i]));
+/// Whether something of a triangle is left when it is cut along planes that are moved out by so much.
+bool IsLeft(const V* corners, std::vector<V> planes, float growth) {
+    for (V& plane : planes) {
+        plane.SetW(plane.W() + growth);
     }
-    for (const V& plane : planes) {
-        const auto inside = [&](const Vector3d& p) {
-            return (Dot(Vector3d(Z4::ToVector3f(plane)), p) + plane.W()) + growth;
-        };
-        std::vector<Vector3d> rest;
-        for (std::size_t i = 0; i < polygon.size(); ++i) {
-            const Vector3d& p = polygon[i];
-            const Vector3d& q = polygon[(i + 1) % polygon.size()];
-            if (inside(p) >= 0) {
-                rest.push_back(p);
-            }
-            if ((inside(p) >= 0) != (inside(q) >= 0)) {
-                rest.push_back(p + (q - p) * (inside(p) / (inside(p) - inside(q))));
-            }
-        }
-        polygon = rest;
-    }
-    return !polygon.empty();
+    V clipped[9];
+    V scratch[9];
+    return Z4::Geometry::ClipPolygonByConvex(corners, 3, planes.data(), planes.size(), clipped, scratch) != 0;
 }
 std::vector<V> Sides(const GeometryOBB& box) {
     std::vector<V> sides;
@@ -212,9 +195,9 @@ TEST(IntersectPair, TrianglesMeetBoxesThatCutSomethingOut) {
         const GeometryAABB box(Min(c.p[3], c.p[4]), Max(c.p[3], c.p[4]));
         const V p[] = {c.p[0], c.p[1], c.p[2], box.GetMin(), box.GetMax()};
         const std::vector<V> sides = Sides(box.ToOOBox());
-        const bool isLeft = IsLeft(p, sides, 1e-5);
+        const bool isLeft = IsLeft(p, sides, 1e-5F);
         meeting += isLeft ? 1 : 0;
-        if (isLeft != IsLeft(p, sides, isWhole ? 1e-5 : -1e-5)) {
+        if (isLeft != IsLeft(p, sides, isWhole ? 1e-5F : -1e-5F)) {
             continue; // too near to tell
         }
         for (const bool isConsistent : {false, true}) {
@@ -227,7 +210,7 @@ TEST(IntersectPair, TrianglesMeetBoxesThatCutSomethingOut) {
 /// Six sides, numbered as those of a box.
 struct Solid {
     /// Whether a face of the other is cut, or the other holds this one.
-    bool Meets(const Solid& other, double growth) const {
+    bool Meets(const Solid& other, float growth) const {
         bool isMet = IsLeft(std::vector<V>(3, corners[0]).data(), other.planes, growth);
         for (unsigned long i = 0; i < 12 && !isMet; ++i) {
             unsigned short k[3];
@@ -288,12 +271,12 @@ TEST(IntersectPair, SolidsMeetWhatTheyCut) {
         }
         const V triangle[] = {boxes[0][0], boxes[0][2], boxes[0][4]};
         // Axes of edges that are nearly parallel are none to the library, which may then take boxes for meeting.
-        const double excess = 0.02;
+        const float excess = 0.02F;
         const struct {
             bool answer;
             const Solid& solid;
             const Solid* other; // else the triangle
-            double excess = 1e-4;
+            float excess = 1e-4F;
         } rows[] = {
             {IntersectFrustumFrustum(frusta[0], frusta[1]), solids[0], &solids[1]},
             {isStraight ? IntersectFrustumAABB(frusta[0], boxes[0].ToAABox())
@@ -305,12 +288,12 @@ TEST(IntersectPair, SolidsMeetWhatTheyCut) {
             {IntersectTriangleOBB(triangle[0], triangle[1], triangle[2], boxes[1]), solids[3], nullptr},
         };
         for (const auto& row : rows) {
-            const auto meets = [&](double growth) {
+            const auto meets = [&](float growth) {
                 return row.other != nullptr ? row.solid.Meets(*row.other, growth)
                                             : IsLeft(triangle, row.solid.planes, growth);
             };
             meeting[&row - rows] += row.answer ? 1 : 0;
-            ASSERT_TRUE(row.answer ? meets(row.excess) : !meets(-1e-4)) << round << ", " << &row - rows;
+            ASSERT_TRUE(row.answer ? meets(row.excess) : !meets(-1e-4F)) << round << ", " << &row - rows;
         }
         planesErr += !rows[1].answer && ClassifyOBBByFrustum(frusta[0], boxes[0]) != Containment::OUTSIDE ? 1 : 0;
         const V nothing(NOT, 0, 0, 0);
