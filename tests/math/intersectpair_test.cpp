@@ -22,7 +22,6 @@ bool Meets(PairShapes shapes, const V* p, bool isConsistent = false) {
 
 TEST(IntersectPair, DegenerateFigures) {
     const V zero(0, 0, 0, 0);
-    const V ball(0, 0, 0, 2);
     const V low(3, -1, -1, 0);
     const V high(5, 1, 1, 0);
     const V x(1, 0, 0, 0);
@@ -34,8 +33,8 @@ TEST(IntersectPair, DegenerateFigures) {
         bool isHit;
         V p[6];
     } rows[] = {
-        {__LINE__, SPHERE_SPHERE, true, {ball, {3, 0, 0, 1}}},
-        {__LINE__, SPHERE_SPHERE, false, {ball, {3.01F, 0, 0, 1}}},
+        {__LINE__, SPHERE_SPHERE, true, {{-1, 0, 0, 2}, {4, 0, 0, 3}}},
+        {__LINE__, SPHERE_SPHERE, false, {{-1, 0, 0, 2}, {4.01F, 0, 0, 3}}},
         {__LINE__, SPHERE_SPHERE, true, {zero, zero}},
         {__LINE__, SPHERE_SPHERE, false, {{0, 0, 0, -1}, {0, 0, 0, 3}}},
         {__LINE__, SPHERE_SPHERE, true, {{0, 0, 0, INF}, {1e18F, 0, 0, 0}}},

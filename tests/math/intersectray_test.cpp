@@ -79,7 +79,7 @@ TEST(IntersectRay, DegenerateFigures) {
         V p[5];
         float t; // MISS: nothing is written
     } rows[] = {
-        {__LINE__, PLANE, along, {x}, 3},
+        {__LINE__, PLANE, down, {{0, 0, 1, -1}}, 1},
         {__LINE__, PLANE, along, {y}, 0}, // within it
         {__LINE__, PLANE, along, {{0, 1, 0, 1}}, MISS},
         {__LINE__, PLANE, point, {{1, 0, 0, -1}}, MISS},
@@ -135,7 +135,7 @@ TEST(IntersectRay, DegenerateFigures) {
         {__LINE__, TRIANGLE, GeometryRay(-z + 2 * tiny, z, 9), {tiny, tinyY - tiny, -tiny - tinyY}, MISS},
         {__LINE__, TRIANGLE, GeometryRay(-z - 2 * tiny, z, 9), {tiny, tinyY - tiny, -tiny - tinyY}, MISS},
         {__LINE__, RECTANGLE, down, {zero, x, y}, 1.5F},
-        {__LINE__, RECTANGLE, down, {zero, x + z, y + 0.5F * z}, 1.25F},
+        {__LINE__, RECTANGLE, down, {{-0.5F, 0, 1, 0}, x + z, y + 0.5F * z}, 0.5F},
         {__LINE__, RECTANGLE, GeometryRay({1.25F, 0.5F, 3, 0}, -z), {zero, x, y}, MISS},
         {__LINE__, RECTANGLE, GeometryRay({0.5F, 1.25F, 3, 0}, -z), {zero, x, y}, MISS},
         {__LINE__, RECTANGLE, GeometryRay({1, 1, 3, 0}, {0, 0, -1, 0}), {zero, y, x}, 3}, // at a corner
