@@ -1,7 +1,7 @@
 // Hunted here: a query between two figures that misses the nearest points, in any position of the figures. The proof
-// knows nothing of their cases: of two convex figures those points are nearest across whose way to each other two
-// planes part the figures, one through each (D. Luenberger, "Optimization by Vector Space Methods", 1969,
-// section 3.12).
+// knows nothing of their cases: points of two convex figures are the nearest ones exactly where the planes through
+// them, across the way from one to the other, leave each figure on its own side (D. Luenberger, "Optimization by Vector
+// Space Methods", 1969, section 3.12).
 #include "figures.h"
 #include "queries.h"
 
@@ -30,7 +30,7 @@ struct Figure {
     Vector3d At(double u, double v) const { return corner + edge0 * u + edge1 * v; }
 };
 
-/// How far the figure reaches beyond its point `p`, towards `way`, times the length of that.
+/// How far the figure reaches past the plane across `way` through its point `p`, times the length of `way`.
 double Beyond(const Figure& f, const Vector3d& p, const Vector3d& way) {
     if (f.shape == Shape::LINE) {
         return std::fabs(Dot(f.edge0, way));

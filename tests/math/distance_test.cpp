@@ -1,6 +1,6 @@
 // Hunted here: answers that are wrong in the plain cases, in degenerate ones, or at either side of a limit; a query
 // that counts lanes it must not, or writes where it must not. The queries' arithmetic, with NaN too, is held to plain
-// code by the digests, their results to a search by distance_search_test.cpp.
+// code by the digests, their results are proven by distance_search_test.cpp.
 #include "figures.h"
 #include "queries.h"
 

@@ -101,7 +101,7 @@ struct Corners {
     V p[6];
 };
 
-// Distances are held to a search. Whole numbers leave triangles apart by more than their error, or not at all.
+// Distances are proven nearest elsewhere. Whole numbers leave triangles apart by more than their error, or not at all.
 TEST(IntersectPair, TrianglesMeetWhereTheirDistanceIsNothing) {
     Input input(21);
     int meeting = 0;
