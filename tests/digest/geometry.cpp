@@ -3,6 +3,7 @@
 // another holds the registers to plain arithmetic; the others hold all compilers to the same bits.
 #include "digest.h"
 
+#include <algorithm>
 #include <tests/math/figures.h>
 #include <tests/math/pairqueries.h>
 #include <tests/math/queries.h>
@@ -28,7 +29,8 @@ using Z4::Geometry::GeometryOBB;
 
 constexpr int ROUNDS = 4000;
 
-// Where input is drawn for several parameters, it is in braces, which fix the order.
+// Where input is drawn for several parameters, it is in braces, which fix the order. Results are added by reference, so
+// what a call writes may stand behind it.
 
 /// How numbers are drawn: in general position, on a coarse grid, or with edge numbers among them.
 using Kind = float (*)(Input& input);
@@ -208,8 +210,7 @@ void AddCulled(Digest& digest, Input& input) {
     const MatrixSIMD44f matrix{Point(input, kind), Point(input, kind), Point(input, kind), Point(input, kind)};
     const Z4::Geometry::GeometryFrustum frustum(matrix, static_cast<DepthRange>(input.Below(3)));
     VectorSIMD4f corners[8] = {};
-    digest.Add(frustum.GetCorners(corners));
-    digest.Add(corners[input.Below(8)]);
+    digest.Add(frustum.GetCorners(corners), corners[input.Below(8)]);
     digest.Add(frustum.GetPlane(input.Below(6)));
     GeometryAABB boxes[8];
     GeometryOBB oriented[4];
@@ -228,29 +229,27 @@ void AddCulled(Digest& digest, Input& input) {
                IntersectFrustumTriangle(frustum, corners[0], corners[1], corners[2]),
                IntersectFrustumFrustum(frustum, Z4::Geometry::GeometryFrustum(corners)));
     digest.Add(where, sizeof where);
-    digest.Add(CullAABBsByFrustum(frustum, boxes, 8, visible));
-    digest.Add(CullAABBsByFrustum(frustum, groups, 2, visible + 1));
-    digest.Add(CullOBBsByFrustum(frustum, oriented, 4, visible + 2));
-    digest.Add(CullSpheresByFrustum(frustum, corners, 8, visible + 3));
+    digest.Add(CullAABBsByFrustum(frustum, boxes, 8, visible), CullAABBsByFrustum(frustum, groups, 2, visible + 1),
+               CullOBBsByFrustum(frustum, oriented, 4, visible + 2),
+               CullSpheresByFrustum(frustum, corners, 8, visible + 3));
     digest.Add(visible, sizeof visible);
 }
 
-/// Of either namespace, one after another, as what they write is digested behind them.
-#define ZELK_ADD_PLANES(form)                                                                           \
-    [](Digest& into, const VectorSIMD4f* p, const GeometryAABB& box, const GeometryOBB& oriented,       \
-       const VectorSIMD4f& t) {                                                                         \
-        VectorSIMD4f point = VectorSIMD4f::ZERO;                                                        \
-        VectorSIMD4f direction = VectorSIMD4f::ZERO;                                                    \
-        into.Add(form::IntersectPlanePlane(p[0], p[1], point, direction));                              \
-        into.Add(t, point, direction);                                                                  \
-        into.Add(form::IntersectPlanes(p[2], p[3], p[4], point));                                       \
-        into.Add(point, form::DistancePointToPlane(p[0], p[1]), form::ClosestPointToPlane(p[0], p[1])); \
-        for (const Z4::Geometry::Containment where :                                                    \
-             {form::ClassifyAABBByPlane(box, p[3]), form::ClassifyOBBByPlane(oriented, p[3]),           \
-              form::ClassifySphereByPlane(p[0], p[1].X(), p[3]),                                        \
-              form::ClassifyTriangleByPlane(p[0], p[1], p[2], p[3])}) {                                 \
-            into.Add(static_cast<int>(where));                                                          \
-        }                                                                                               \
+/// Of either namespace.
+#define ZELK_ADD_PLANES(form)                                                                                   \
+    [](Digest& into, const VectorSIMD4f* p, const GeometryAABB& box, const GeometryOBB& oriented,               \
+       const VectorSIMD4f& t) {                                                                                 \
+        VectorSIMD4f point = VectorSIMD4f::ZERO;                                                                \
+        VectorSIMD4f direction = VectorSIMD4f::ZERO;                                                            \
+        into.Add(form::IntersectPlanePlane(p[0], p[1], point, direction), t, point, direction);                 \
+        into.Add(form::IntersectPlanes(p[2], p[3], p[4], point), point, form::DistancePointToPlane(p[0], p[1]), \
+                 form::ClosestPointToPlane(p[0], p[1]));                                                        \
+        for (const Z4::Geometry::Containment where :                                                            \
+             {form::ClassifyAABBByPlane(box, p[3]), form::ClassifyOBBByPlane(oriented, p[3]),                   \
+              form::ClassifySphereByPlane(p[0], p[1].X(), p[3]),                                                \
+              form::ClassifyTriangleByPlane(p[0], p[1], p[2], p[3])}) {                                         \
+            into.Add(static_cast<int>(where));                                                                  \
+        }                                                                                                       \
     }
 
 constexpr void (*ADD_PLANES[])(Digest& into, const VectorSIMD4f* p, const GeometryAABB& box,
@@ -290,20 +289,18 @@ void AddIntersections(Digest& digest, Input& input) {
     }
     if constexpr (FORM == 0) {
         const GeometryAABB boxes[] = {box, GeometryAABB(p[2], p[3]), box, GeometryAABB(p, 5)};
-        digest.Add(IntersectRayAABB4(ray, Fast::GeometryAABB4(boxes), t));
-        digest.Add(t);
+        digest.Add(IntersectRayAABB4(ray, Fast::GeometryAABB4(boxes), t), t);
         digest.Add(Fast::IntersectRayTriangle4(ray, triangles, t));
         ADD_PLANES[0](digest, p, box, oriented, t);
         VectorSIMD4f plane = p[4];
-        digest.Add(Fast::MakePlane(plane, p[0], p[1], p[2]));
-        digest.Add(plane);
-        digest.Add(Fast::MakePlane(plane, p, 5));
-        digest.Add(plane, Fast::MakePlane(p[0], p[1]), Fast::TransformPlane(plane, oriented.GetMatrix()));
+        digest.Add(Fast::MakePlane(plane, p[0], p[1], p[2]), plane);
+        digest.Add(Fast::MakePlane(plane, p, 5), plane, Fast::MakePlane(p[0], p[1]));
+        digest.Add(Fast::TransformPlane(plane, oriented.GetMatrix()));
         const Z4::Vector2f q[] = {ToVector2f(start), ToVector2f(target), ToVector2f(p[0]), ToVector2f(p[1])};
         float parameters[2] = {};
-        digest.Add(Fast::IntersectSegmentSegment2D(q[0], q[1], q[2], q[3], parameters[0], parameters[1]));
-        digest.Add(parameters[0], parameters[1], Fast::Orientation2D(q[0], q[2], q[3]));
-        digest.Add(Fast::IsPointInTriangle2D(q[0], q[1], q[2], q[3]), Fast::IsPointInPolygon2D(q[0], p, 5),
+        digest.Add(Fast::IntersectSegmentSegment2D(q[0], q[1], q[2], q[3], parameters[0], parameters[1]), parameters[0],
+                   parameters[1], Fast::Orientation2D(q[0], q[2], q[3]),
+                   Fast::IsPointInTriangle2D(q[0], q[1], q[2], q[3]), Fast::IsPointInPolygon2D(q[0], p, 5),
                    Fast::IsPointInConvexPolygon2D(q[0], p, 5));
         AddCulled(digest, input);
     } else {
@@ -312,52 +309,42 @@ void AddIntersections(Digest& digest, Input& input) {
     }
 }
 
-/// Of the forms' functions, those that are given.
-template <class ClipPolygon, class ClipByConvex, class ClipSegment>
-void AddClipped(Digest& digest, Input& input, ClipPolygon clipPolygon, ClipByConvex clipByConvex,
-                ClipSegment clipSegment) {
-    const Points polygon(input);
-    const Points planes(input);
-    VectorSIMD4f clipped[8];
-    VectorSIMD4f scratch[8];
-    const auto add = [&](unsigned long count) {
-        digest.Add(count);
-        for (unsigned long i = 0; i < count; ++i) {
-            digest.Add(clipped[i]);
-        }
-    };
-    add(clipPolygon(polygon.p, 3, planes.p[0], clipped));
-    add(clipPolygon(polygon.p, 5, planes.p[0], clipped));
-    add(clipByConvex(polygon.p, 3, planes.p, 5, clipped, scratch));
-    VectorSIMD4f a = polygon.p[0];
-    VectorSIMD4f b = polygon.p[1];
-    digest.Add(clipSegment(a, b, planes.p, 3));
-    digest.Add(a, b);
-}
+/// Of either namespace.
+#define ZELK_ADD_CLIPPED(form)                                                                                  \
+    [](Digest& into, Input& input) {                                                                            \
+        const Points polygon(input);                                                                            \
+        const Points planes(input);                                                                             \
+        VectorSIMD4f clipped[8];                                                                                \
+        VectorSIMD4f scratch[8];                                                                                \
+        const auto add = [&](unsigned long count) {                                                             \
+            into.Add(count);                                                                                    \
+            std::for_each(clipped, clipped + count, [&into](const VectorSIMD4f& corner) { into.Add(corner); }); \
+        };                                                                                                      \
+        add(form::ClipPolygon(polygon.p, 3, planes.p[0], clipped));                                             \
+        add(form::ClipPolygon(polygon.p, 5, planes.p[0], clipped));                                             \
+        add(form::ClipPolygonByConvex(polygon.p, 3, planes.p, 5, clipped, scratch));                            \
+        VectorSIMD4f a = polygon.p[0];                                                                          \
+        VectorSIMD4f b = polygon.p[1];                                                                          \
+        into.Add(form::ClipSegment(a, b, planes.p, 3), a, b);                                                   \
+    }
 
 /// Of either namespace.
-#define ZELK_ADD_SWEPT(form)                                                                            \
-    [](Digest& into, Input& input) {                                                                    \
-        const Points points(input);                                                                     \
-        const VectorSIMD4f* const p = points.p;                                                         \
-        const float radius = Abs(p[4]).W();                                                             \
-        const GeometryAABB box(Min(p[1], p[2]), Max(p[1], p[2]));                                       \
-        const GeometryAABB other(Min(p[3], p[4]), Max(p[3], p[4]));                                     \
-        const VectorSIMD4f move = p[3] - p[0];                                                          \
-        float t = 7;                                                                                    \
-        VectorSIMD4f written(7, 7, 7, 7);                                                               \
-        into.Add(form::IntersectSweptSpherePlane(p[0], radius, move, p[1], t));                         \
-        into.Add(t);                                                                                    \
-        into.Add(form::IntersectSweptSphereSphere(p[0], radius, move, p[1], p[2].W(), t));              \
-        into.Add(t);                                                                                    \
-        into.Add(form::IntersectSweptSphereTriangle(p[0], radius, move, p[1], p[2], p[4], t, written)); \
-        into.Add(t, written);                                                                           \
-        into.Add(form::IntersectSweptSphereAABB(p[0], radius, move, box, t, written));                  \
-        into.Add(t, written);                                                                           \
-        into.Add(form::IntersectSweptSphereOBB(p[0], radius, move, Box(input), t, written));            \
-        into.Add(t, written);                                                                           \
-        into.Add(form::IntersectSweptAABBAABB(box, move, other, t, written));                           \
-        into.Add(t, written);                                                                           \
+#define ZELK_ADD_SWEPT(form)                                                                                        \
+    [](Digest& into, Input& input) {                                                                                \
+        const Points points(input);                                                                                 \
+        const VectorSIMD4f* const p = points.p;                                                                     \
+        const float radius = Abs(p[4]).W();                                                                         \
+        const GeometryAABB box(Min(p[1], p[2]), Max(p[1], p[2]));                                                   \
+        const GeometryAABB other(Min(p[3], p[4]), Max(p[3], p[4]));                                                 \
+        const VectorSIMD4f move = p[3] - p[0];                                                                      \
+        float t = 7;                                                                                                \
+        VectorSIMD4f written(7, 7, 7, 7);                                                                           \
+        into.Add(form::IntersectSweptSpherePlane(p[0], radius, move, p[1], t), t);                                  \
+        into.Add(form::IntersectSweptSphereSphere(p[0], radius, move, p[1], p[2].W(), t), t);                       \
+        into.Add(form::IntersectSweptSphereTriangle(p[0], radius, move, p[1], p[2], p[4], t, written), t, written); \
+        into.Add(form::IntersectSweptSphereAABB(p[0], radius, move, box, t, written), t, written);                  \
+        into.Add(form::IntersectSweptSphereOBB(p[0], radius, move, Box(input), t, written), t, written);            \
+        into.Add(form::IntersectSweptAABBAABB(box, move, other, t, written), t, written);                           \
     }
 
 void AddMath(Digest& digest, Input& input) {
@@ -404,18 +391,8 @@ constexpr Room MATH[] = {{"math", AddMath, ROUNDS},
                          {"consistent-geometry", AddConsistentGeometry, ROUNDS},
                          {"intersections", AddIntersections<0>, ROUNDS},
                          {"consistent-intersections", AddIntersections<1>, ROUNDS},
-                         {"clipping",
-                          [](Digest& digest, Input& input) {
-                              using namespace Z4::Geometry;
-                              AddClipped(digest, input, ClipPolygon, ClipPolygonByConvex, ClipSegment);
-                          },
-                          ROUNDS},
-                         {"consistent-clipping",
-                          [](Digest& digest, Input& input) {
-                              using namespace Z4::Geometry::Consistent;
-                              AddClipped(digest, input, ClipPolygon, ClipPolygonByConvex, ClipSegment);
-                          },
-                          ROUNDS},
+                         {"clipping", ZELK_ADD_CLIPPED(Z4::Geometry), ROUNDS},
+                         {"consistent-clipping", ZELK_ADD_CLIPPED(Z4::Geometry::Consistent), ROUNDS},
                          {"sweeps", ZELK_ADD_SWEPT(Z4::Geometry), ROUNDS},
                          {"consistent-sweeps", ZELK_ADD_SWEPT(Z4::Geometry::Consistent), ROUNDS}};
 

@@ -1,11 +1,10 @@
 // Hunted here: answers that are wrong in the plain cases, in degenerate ones, or at either side of a limit; a query
 // that counts lanes it must not, or writes where it must not. The queries' arithmetic, with NaN too, is held to plain
-// code by the digests, their results to a search by distance_search_test.cpp.
+// code by the digests, their results are proven by distance_search_test.cpp.
 #include "figures.h"
 #include "queries.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <sstream>
@@ -53,16 +52,6 @@ TEST(Distance, ParametersOfALineAndATriangleAreAskedForOrNot) {
     const V p[] = {{0, 0, 3, 0}, {1, 0, 3, 0}, {0, -1, 0, 0}, {1, -1, 0, 0}, {0, 4, 1, 0}};
     EXPECT_EQ(Z4::Geometry::DistanceLineToTriangleSqr(p[0], p[1], p[2], p[3], p[4], nullptr),
               Named("LINE_TRIANGLE")(p).returned);
-}
-
-// Its weights cancel: taken as they are, they give a point that is four times as far away.
-TEST(Distance, AThinTriangleHasANearestPointToo) {
-    std::array<float, 4> nearest{};
-    Z4::Geometry::ClosestTrianglePointToPoint({5, 6, -2, 0}, {5, 8, -5, 0}, {5, 1, 8, 0},
-                                              {4.99999428F, 4.49999714F, 1.50000191F, 0})
-        .Store(nearest.data());
-    EXPECT_NEAR(nearest[1], 6.3F, 0.01F);
-    EXPECT_NEAR(nearest[2], -1.84F, 0.01F);
 }
 
 TEST(Distance, FromNoBoxIsInfinite) {

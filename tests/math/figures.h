@@ -1,7 +1,6 @@
-// Random vectors, orientations and figures, and equality to the bit.
+// Random vectors and orientations, and equality to the bit.
 #pragma once
 
-#include <cstring>
 #include <limits>
 #include <tests/support/random.h>
 #include <zelk_core/math/matrixsimd.h>
@@ -42,29 +41,6 @@ inline Z4::MatrixSIMD44f RandomRotation(Input& input) {
     const double q[] = {input.Number(-1, 1), input.Number(-1, 1), input.Number(-1, 1), input.Number(-1, 1)};
     return Rotation(q);
 }
-
-/// The points of a figure by their kinds: a (p)oint with a radius as its w, the lower and the upper corner of a (b)ox,
-/// an (e)xtent of an oriented one, its (a)xis, a (v)ector, or a p(l)ane.
-struct Figure {
-    Figure(Input& input, const char* kinds) {
-        const Z4::MatrixSIMD44f axes = RandomRotation(input);
-        for (unsigned i = 0, axis = 0; kinds[i] != '\0'; ++i) {
-            p[i] = RandomPoint(input, 2, 1 + input.Number(1.0F));
-            p[i] = kinds[i] == 'a' ? axes.Row(axis++) : kinds[i] == 'e' ? Abs(p[i]) : p[i];
-        }
-        SortCorners(kinds);
-    }
-    void SortCorners(const char* kinds) {
-        if (const char* const box = std::strchr(kinds, 'b')) {
-            V* const corners = p + (box - kinds);
-            const V low = Min(corners[0], corners[1]);
-            corners[1] = Max(corners[0], corners[1]);
-            corners[0] = low;
-        }
-    }
-
-    V p[6];
-};
 
 /// (x, y, z) in double precision.
 inline Z4::Vector3d Wide(const V& v) {

@@ -31,6 +31,10 @@ void Expect(int line, RayShape shape, const GeometryRay& ray, const V* p, float 
         const RayAnswer answer = query(ray, p);
         EXPECT_EQ(answer.isHit, t != MISS) << query.name << ", line " << line;
         EXPECT_EQ(answer.written[0], t) << query.name << ", line " << line;
+        if (shape == RECTANGLE && answer.isHit) {
+            const V point = p[0] + answer.written[1] * p[1] + answer.written[2] * p[2];
+            EXPECT_EQ(Wide(point), Wide(ray.At(answer.written[0]))) << query.name << ", line " << line;
+        }
         GeometryRay none(ray);
         none.SetLast(NOT);
         EXPECT_FALSE(query(none, p).isHit) << query.name << ", line " << line;
@@ -61,7 +65,7 @@ TEST(IntersectRay, DegenerateFigures) {
     const GeometryRay inside(zero, x);
     const GeometryRay point(zero, zero);
     const GeometryRay away({3, 3, 3, 0}, zero);
-    const GeometryRay down({0.25F, 0.25F, 3, 0}, {0, -0.0F, -2, 0});
+    const GeometryRay down({0.25F, 0.5F, 3, 0}, {0, -0.0F, -2, 0});
     const GeometryRay standing({-3, 0, 0, 0}, {-1e-39F, 0, 0, 0}); // too short to lead anywhere
     const V tiny(1e-25F, 0, 0, 0);
     const V tinyY(0, 1e-25F, 0, 0);
@@ -75,7 +79,7 @@ TEST(IntersectRay, DegenerateFigures) {
         V p[5];
         float t; // MISS: nothing is written
     } rows[] = {
-        {__LINE__, PLANE, along, {x}, 3},
+        {__LINE__, PLANE, down, {{0, 0, 1, -1}}, 1},
         {__LINE__, PLANE, along, {y}, 0}, // within it
         {__LINE__, PLANE, along, {{0, 1, 0, 1}}, MISS},
         {__LINE__, PLANE, point, {{1, 0, 0, -1}}, MISS},
@@ -131,6 +135,9 @@ TEST(IntersectRay, DegenerateFigures) {
         {__LINE__, TRIANGLE, GeometryRay(-z + 2 * tiny, z, 9), {tiny, tinyY - tiny, -tiny - tinyY}, MISS},
         {__LINE__, TRIANGLE, GeometryRay(-z - 2 * tiny, z, 9), {tiny, tinyY - tiny, -tiny - tinyY}, MISS},
         {__LINE__, RECTANGLE, down, {zero, x, y}, 1.5F},
+        {__LINE__, RECTANGLE, down, {{-0.5F, 0, 1, 0}, x + z, y + 0.5F * z}, 0.5F},
+        {__LINE__, RECTANGLE, GeometryRay({1.25F, 0.5F, 3, 0}, -z), {zero, x, y}, MISS},
+        {__LINE__, RECTANGLE, GeometryRay({0.5F, 1.25F, 3, 0}, -z), {zero, x, y}, MISS},
         {__LINE__, RECTANGLE, GeometryRay({1, 1, 3, 0}, {0, 0, -1, 0}), {zero, y, x}, 3}, // at a corner
         {__LINE__, RECTANGLE, along, {zero, x, y}, MISS},
         {__LINE__, RECTANGLE, point, {zero, x, y}, MISS},
@@ -159,10 +166,21 @@ TEST(IntersectRay, DegenerateFigures) {
 }
 
 /// A solid, and how far a point is outside of it, below 0 inside, about.
-struct Solid : Figure {
-    Solid(RayShape shape, Input& input) : Figure(input, RAY_KINDS[shape]), m_shape(shape) {
-        for (unsigned i = 0; i < 5 && shape == CONVEX; ++i) { // unit normals make heights distances
-            EXPECT_TRUE(Z4::Geometry::NormalizePlane(p[i]));
+struct Solid {
+    Solid(RayShape shape, Input& input) : m_shape(shape) {
+        for (V& point : p) {
+            point = RandomPoint(input, 2, 1 + input.Number(1.0F));
+            // Unit normals make heights distances.
+            EXPECT_TRUE(shape != CONVEX || Z4::Geometry::NormalizePlane(point));
+        }
+        if (shape == AABB) {
+            const GeometryAABB box(p, 2);
+            p[0] = box.GetMin();
+            p[1] = box.GetMax();
+        } else if (shape == OBB) {
+            const Z4::MatrixSIMD44f axes = RandomRotation(input);
+            p[1] = Abs(p[1]);
+            std::copy(&axes.Row(0), &axes.Row(0) + 3, p + 2);
         }
     }
 
@@ -193,6 +211,8 @@ struct Solid : Figure {
             return outside;
         }
     }
+
+    V p[5];
 
 private:
     RayShape m_shape;

@@ -8,8 +8,8 @@ namespace ZelkTest {
 
 struct PairQuery {
     const char* name;
-    /// Of the points that it takes, as in figures.h. A radius is the w of the first point of its shape.
-    const char* kinds;
+    /// How many it takes. A radius is the w of the first point of its shape.
+    unsigned points;
     /// The fast form and the consistent one.
     bool (*calls[2])(const VectorSIMD4f* p);
 };
@@ -20,9 +20,9 @@ struct PairQuery {
         [[maybe_unused]] const auto box = [](const VectorSIMD4f* q) { return Box(q[0], q[1]); }; \
         return Z4::Geometry::form call;                                                          \
     }
-#define ZELK_PAIR(name, kinds, call)                                   \
+#define ZELK_PAIR(name, points, call)                                  \
     {                                                                  \
-#        name, kinds, {                                                \
+#        name, points, {                                               \
             ZELK_PAIR_FORM(, call), ZELK_PAIR_FORM(Consistent::, call) \
         }                                                              \
     }
@@ -46,18 +46,18 @@ enum PairShapes {
 /// An axis-aligned box is its corners, in whichever order; an oriented one is Turned() about its centre, with its
 /// extent.
 inline constexpr PairQuery PAIR_QUERIES[PAIR_COUNT] = {
-    ZELK_PAIR(sphere_sphere, "pp", IntersectSphereSphere(p[0], p[0].W(), p[1], p[1].W())),
-    ZELK_PAIR(sphere_aabb, "pbb", IntersectSphereAABB(p[0], p[0].W(), box(p + 1))),
-    ZELK_PAIR(sphere_obb, "ppe", IntersectSphereOBB(p[0], p[0].W(), Queries::Turned(p[1], p[2]))),
-    ZELK_PAIR(sphere_triangle, "pppp", IntersectSphereTriangle(p[0], p[0].W(), p[1], p[2], p[3])),
-    ZELK_PAIR(sphere_capsule, "ppp", IntersectSphereCapsule(p[0], p[0].W(), p[1], p[2], p[1].W())),
-    ZELK_PAIR(capsule_capsule, "pppp", IntersectCapsuleCapsule(p[0], p[1], p[0].W(), p[2], p[3], p[2].W())),
-    ZELK_PAIR(capsule_aabb, "ppbb", IntersectCapsuleAABB(p[0], p[1], p[0].W(), box(p + 2))),
-    ZELK_PAIR(capsule_obb, "pppe", IntersectCapsuleOBB(p[0], p[1], p[0].W(), Queries::Turned(p[2], p[3]))),
-    ZELK_PAIR(capsule_triangle, "ppppp", IntersectCapsuleTriangle(p[0], p[1], p[0].W(), p[2], p[3], p[4])),
-    ZELK_PAIR(triangle_aabb, "pppbb", IntersectTriangleAABB(p[0], p[1], p[2], box(p + 3))),
-    ZELK_PAIR(triangle_obb, "ppppe", IntersectTriangleOBB(p[0], p[1], p[2], Queries::Turned(p[3], p[4]))),
-    ZELK_PAIR(triangle_triangle, "pppppp", IntersectTriangleTriangle(p[0], p[1], p[2], p[3], p[4], p[5])),
+    ZELK_PAIR(sphere_sphere, 2, IntersectSphereSphere(p[0], p[0].W(), p[1], p[1].W())),
+    ZELK_PAIR(sphere_aabb, 3, IntersectSphereAABB(p[0], p[0].W(), box(p + 1))),
+    ZELK_PAIR(sphere_obb, 3, IntersectSphereOBB(p[0], p[0].W(), Queries::Turned(p[1], p[2]))),
+    ZELK_PAIR(sphere_triangle, 4, IntersectSphereTriangle(p[0], p[0].W(), p[1], p[2], p[3])),
+    ZELK_PAIR(sphere_capsule, 3, IntersectSphereCapsule(p[0], p[0].W(), p[1], p[2], p[1].W())),
+    ZELK_PAIR(capsule_capsule, 4, IntersectCapsuleCapsule(p[0], p[1], p[0].W(), p[2], p[3], p[2].W())),
+    ZELK_PAIR(capsule_aabb, 4, IntersectCapsuleAABB(p[0], p[1], p[0].W(), box(p + 2))),
+    ZELK_PAIR(capsule_obb, 4, IntersectCapsuleOBB(p[0], p[1], p[0].W(), Queries::Turned(p[2], p[3]))),
+    ZELK_PAIR(capsule_triangle, 5, IntersectCapsuleTriangle(p[0], p[1], p[0].W(), p[2], p[3], p[4])),
+    ZELK_PAIR(triangle_aabb, 5, IntersectTriangleAABB(p[0], p[1], p[2], box(p + 3))),
+    ZELK_PAIR(triangle_obb, 5, IntersectTriangleOBB(p[0], p[1], p[2], Queries::Turned(p[3], p[4]))),
+    ZELK_PAIR(triangle_triangle, 6, IntersectTriangleTriangle(p[0], p[1], p[2], p[3], p[4], p[5])),
 };
 
 #undef ZELK_PAIR

@@ -51,8 +51,6 @@ enum RayShape {
     FRONT,
     RECTANGLE
 };
-/// The kinds of each shape's points, as in figures.h.
-inline constexpr const char* RAY_KINDS[] = {"lllll", "p", "pp", "pp", "l", "bb", "peaaa", "ppp", "ppp", "pvv"};
 
 inline constexpr RayQuery RAY_QUERIES[][2] = {
     ZELK_RAY_QUERY(convex, IntersectRayConvex(ray, p, 5, a.written[0], a.written[1])),

@@ -4,8 +4,8 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <zelk_core/math/geometry/distance.h>
 #include <zelk_core/math/geometry/plane.h>
+#include <zelk_core/math/geometry/shapedistance.h>
 #include <zelk_core/math/geometry/sweep.h>
 
 namespace {
@@ -26,13 +26,6 @@ struct Shape {
     bool (*sweep[2])(const Body& body, float& t, V& contact);
     V (*nearest)(const Body& body, const V& p);
 };
-
-V NearestOfBox(const Body& body, const V& p) {
-    const Z4::MatrixSIMD44f out = body.box.GetMatrix();
-    const V local = ClosestAABBPointToPoint(TransformPoint(p, InverseAffine(out)),
-                                            GeometryAABB(-body.box.GetExtent(), body.box.GetExtent()));
-    return TransformPoint(local, out);
-}
 
 #define ZELK_SWEEP(form, call)                                 \
     [](const Body& s, float& t, [[maybe_unused]] V& contact) { \
@@ -56,7 +49,12 @@ const Shape SHAPES[] = {
      [](const Body& s, const V& p) { return ClosestTrianglePointToPoint(p, s.p[0], s.p[1], s.p[2]); }},
     {"aabb", ZELK_SWEEPS(IntersectSweptSphereAABB(s.center, s.radius, s.move, GeometryAABB(s.p, 2), t, contact)),
      [](const Body& s, const V& p) { return ClosestAABBPointToPoint(p, GeometryAABB(s.p, 2)); }},
-    {"obb", ZELK_SWEEPS(IntersectSweptSphereOBB(s.center, s.radius, s.move, s.box, t, contact)), NearestOfBox},
+    {"obb", ZELK_SWEEPS(IntersectSweptSphereOBB(s.center, s.radius, s.move, s.box, t, contact)),
+     [](const Body& s, const V& p) {
+         V nearest;
+         static_cast<void>(DistancePointToOBBSqr(p, s.box, nearest));
+         return nearest;
+     }},
 };
 
 TEST(Sweep, SpheresTouchAtTheFirstTime) {
