@@ -3,7 +3,6 @@
 #include "rawsocket.h"
 
 #include <tests/support/importhook.h>
-#include <tests/support/testhost.h>
 
 #include <iphlpapi.h>
 
