@@ -6,6 +6,7 @@
 #include <tests/support/importhook.h>
 
 #include <string>
+#include <tuple>
 #include <zelk_core/net/hostinfo.h>
 #include <zelk_core/net/socketaddr.h>
 
