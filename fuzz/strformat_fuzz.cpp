@@ -22,9 +22,16 @@ namespace {
 
 using ZelkTest::Arguments;
 using ZelkTest::ExactCopy;
-using ZelkTest::Widen;
 
 constexpr int LONGEST_COMPARED = 5000;
+
+/// Each character as a wide one. (The C++ library's wide string class is compiled for larger wide characters here.)
+std::vector<wchar_t> Widen(const std::string& text) {
+    std::vector<wchar_t> wide(text.size());
+    std::transform(text.begin(), text.end(), wide.begin(),
+                   [](char character) { return static_cast<wchar_t>(static_cast<unsigned char>(character)); });
+    return wide;
+}
 
 void Require(bool condition, const char* law, const std::string& format) {
     if (!condition) {
@@ -169,8 +176,8 @@ private:
         if (conversion.precision < 0 || static_cast<long long>(string.size()) < conversion.precision) {
             string += '\0';
         }
-        narrow.AddNarrow(string);
-        wide.AddWide(string);
+        narrow.AddString(string);
+        wide.AddString(Widen(string));
     }
 
     const std::string& m_format;

@@ -51,7 +51,7 @@ TEST(StrFormat, Rows) {
             if (type == "double") {
                 arguments.Add(std::strtod(value.c_str(), nullptr));
             } else if (type == "text") {
-                arguments.AddNarrow(value + '\0');
+                arguments.AddString(value + '\0');
             } else if (type == "long") {
                 arguments.Add(std::strtoull(value.c_str(), nullptr, 0));
             } else {

@@ -54,8 +54,6 @@ public:
         SetStdHandle(STD_ERROR_HANDLE, m_previous);
         CloseHandle(m_handle);
     }
-    CapturedError(const CapturedError&) = delete;
-    CapturedError& operator=(const CapturedError&) = delete;
 
     std::string Text() const { return m_file.Content(); }
 

@@ -11,6 +11,7 @@
 #include <tests/support/importhook.h>
 #include <tests/support/random.h>
 #include <tests/support/rows.h>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -288,19 +289,16 @@ TEST(HostFiles, NamesThatCannotBeOpenedSayWhy) {
     const TemporaryFile name;
     std::ofstream(name.Path()) << "text";
     const std::string folder = name.Utf8().substr(0, name.Utf8().find_last_of(g_table.separator()));
-    const struct {
-        std::string path;
-        unsigned mode;
-        eal_file_status status;
-    } rows[] = {{folder, EAL_FILE_READ, EAL_FILE_IS_DIRECTORY},
-                {folder + "\\none\\file", EAL_FILE_READ, EAL_FILE_PATH_NOT_FOUND},
-                {folder + "\\a|b", READ_WRITE_CREATE, EAL_FILE_INVALID_NAME},
-                {folder + "\\\xC3", READ_WRITE_CREATE, EAL_FILE_INVALID_NAME},
-                {folder + "\\" + std::string(40000, 'x'), READ_WRITE_CREATE, EAL_FILE_PATH_TOO_LONG},
-                {"NUL", EAL_FILE_WRITE, EAL_FILE_NOT_SEEKABLE}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(StatusOfOpen(row.path, row.mode), row.status) << row.path.substr(0, 200);
-        EXPECT_EQ(g_table.exists(row.path.c_str()) != 0, row.path == "NUL") << row.path.substr(0, 200);
+    const std::tuple<std::string, unsigned, eal_file_status> rows[] = {
+        {folder, EAL_FILE_READ, EAL_FILE_IS_DIRECTORY},
+        {folder + "\\none\\file", EAL_FILE_READ, EAL_FILE_PATH_NOT_FOUND},
+        {folder + "\\a|b", READ_WRITE_CREATE, EAL_FILE_INVALID_NAME},
+        {folder + "\\\xC3", READ_WRITE_CREATE, EAL_FILE_INVALID_NAME},
+        {folder + "\\" + std::string(40000, 'x'), READ_WRITE_CREATE, EAL_FILE_PATH_TOO_LONG},
+        {"NUL", EAL_FILE_WRITE, EAL_FILE_NOT_SEEKABLE}};
+    for (const auto& [path, mode, status] : rows) {
+        EXPECT_EQ(StatusOfOpen(path, mode), status) << path.substr(0, 200);
+        EXPECT_EQ(g_table.exists(path.c_str()) != 0, path == "NUL") << path.substr(0, 200);
     }
     eal_file_handle handle = nullptr;
     EXPECT_EQ(g_table.exists(nullptr), 0);

@@ -60,17 +60,15 @@ TEST(HostThreads, WhatCannotStartIsNull) {
 }
 
 TEST(HostThreads, MayJoinThemselves) {
-    std::atomic<Z4::eal_thread_handle> thread = nullptr;
-    thread = Start(
-        [](void* argument) {
-            auto& self = *static_cast<std::atomic<Z4::eal_thread_handle>*>(argument);
-            while (self == nullptr) {
-                Sleep(1);
-            }
-            g_threads.join(self);
-            self = nullptr;
-        },
-        &thread);
+    static std::atomic<Z4::eal_thread_handle> thread;
+    const Z4::eal_thread_entry joinItself = [](void*) {
+        while (thread == nullptr) {
+            Sleep(1);
+        }
+        g_threads.join(thread);
+        thread = nullptr;
+    };
+    thread = Start(joinItself, nullptr);
     while (thread != nullptr) {
         Sleep(1);
     }

@@ -6,6 +6,7 @@
 #include <tests/support/importhook.h>
 
 #include <string>
+#include <tuple>
 #include <zelk_core/net/hostinfo.h>
 #include <zelk_core/net/socketaddr.h>
 
@@ -116,17 +117,14 @@ TEST_F(HostInfoTest, FailuresOfTheResolver) {
 
 TEST_F(HostInfoTest, FailuresOfTheConversionToAnAddress) {
     const ImportHook hook(ZELK_FAILING(inet_pton));
-    const struct {
-        int result, number;
-        Error error;
-    } rows[] = {{0, WSAEFAULT, ERR_INVALID},
-                {-1, WSAEFAULT, ERR_INVALID},
-                {-1, WSAEAFNOSUPPORT, ERR_UNSUPPORTED},
-                {-1, WSAEINVAL, ERR_UNHANDLED}};
-    for (const auto& row : rows) {
-        Failure::s_result = row.result;
-        Failure::s_error = static_cast<DWORD>(row.number);
-        EXPECT_EQ(SocketAddr("1.2.3.4", 80).GetStatus(), row.error) << row.result << " with " << row.number;
+    const std::tuple<int, DWORD, Error> rows[] = {{0, WSAEINVAL, ERR_INVALID},
+                                                  {-1, WSAEFAULT, ERR_INVALID},
+                                                  {-1, WSAEAFNOSUPPORT, ERR_UNSUPPORTED},
+                                                  {-1, WSAEINVAL, ERR_UNHANDLED}};
+    for (const auto& [result, number, error] : rows) {
+        Failure::s_result = result;
+        Failure::s_error = number;
+        EXPECT_EQ(SocketAddr("1.2.3.4", 80).GetStatus(), error) << result << " with " << number;
     }
     HostInfo host("1.2.3.4");
     EXPECT_STREQ(host.GetName(), "");

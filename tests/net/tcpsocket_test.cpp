@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <zelk_core/net/tcpsocket.h>
 #include <zelk_core/net/udpsocket.h>
 
@@ -87,10 +88,6 @@ TEST_F(TcpSocketTest, HandlesMoveAndAreClosedOnce) {
     EXPECT_EQ(target.Send("hello", 5), 5);
     target = StreamSocket<TcpSocket>(-1);
     EXPECT_EQ(connection.ReceiveAll(), "hello") << "closed with its last owner";
-
-    // On the heap too, through the base, in the host's memory: the balance is checked after each test.
-    Socket* const heap = new TcpSocket;
-    delete heap;
 }
 
 TEST_F(TcpSocketTest, OptionsReachTheSystem) {
@@ -121,15 +118,12 @@ TEST_F(TcpSocketTest, OptionsReachTheSystem) {
 
 TEST_F(TcpSocketTest, WhatCannotBeConnectedTo) {
     RawSocket silent(SOCK_STREAM);
-    const struct {
-        const char* host;
-        unsigned short port;
-        Error error = ERR_INVALID;
-    } rows[] = {{"0.0.0.0", 80},
-                {"no.such.host.invalid", 80},
-                {nullptr, 80},
-                {"127.0.0.1", 0},
-                {"127.0.0.1", silent.Bind(), ERR_CONNECTION_REFUSED}};
+    const std::tuple<const char*, unsigned short, Error> rows[] = {
+        {"0.0.0.0", 80, ERR_INVALID},
+        {"no.such.host.invalid", 80, ERR_INVALID},
+        {nullptr, 80, ERR_INVALID},
+        {"127.0.0.1", 0, ERR_INVALID},
+        {"127.0.0.1", silent.Bind(), ERR_CONNECTION_REFUSED}};
     for (const auto& [host, port, error] : rows) {
         const TcpSocket socket(host, port);
         EXPECT_EQ(socket.GetLastError(), error) << testing::PrintToString(host) << ':' << port;
@@ -215,11 +209,7 @@ TEST_F(TcpSocketTest, TimeOuts) {
     UdpSocket udp;
     SocketAddr peer("127.0.0.1", 1);
     char byte = 0;
-    const struct {
-        const Socket& socket;
-        std::function<bool()> call;
-        std::string set;
-    } rows[] = {
+    const std::tuple<const Socket&, std::function<bool()>, std::string> rows[] = {
         {tcp, [&] { return tcp.Send(&byte, 1) >= 0; }, "w"},
         {tcp, [&] { return tcp.Receive(&byte, 1) >= 0; }, "r"},
         {tcp, [&] { return tcp.Accept(accepted); }, "r"},
@@ -232,10 +222,10 @@ TEST_F(TcpSocketTest, TimeOuts) {
     for (const auto& [ms, limit] : limits) {
         tcp.SetTimeout(ms);
         udp.SetTimeout(ms);
-        for (const auto& row : rows) {
-            EXPECT_FALSE(row.call());
-            EXPECT_EQ(system.s_asked, row.set + limit);
-            EXPECT_EQ(row.socket.GetLastError(), ERR_TIMEOUT);
+        for (const auto& [socket, call, set] : rows) {
+            EXPECT_FALSE(call());
+            EXPECT_EQ(system.s_asked, set + limit);
+            EXPECT_EQ(socket.GetLastError(), ERR_TIMEOUT);
         }
     }
     // Without a limit, or without blocking, there is nothing to ask for.

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -23,15 +22,6 @@ std::unique_ptr<Value[]> ExactCopy(const Value* values, std::size_t count) {
     return block;
 }
 
-/// Each character as a wide one. (The C++ library's wide string class is compiled for larger wide characters on some
-/// platforms.)
-inline std::vector<wchar_t> Widen(const std::string& text) {
-    std::vector<wchar_t> wide(text.size());
-    std::transform(text.begin(), text.end(), wide.begin(),
-                   [](char character) { return static_cast<wchar_t>(static_cast<unsigned char>(character)); });
-    return wide;
-}
-
 /// Argument words, and the strings that they point to.
 class Arguments {
 public:
@@ -43,14 +33,10 @@ public:
     }
 
     /// A pointer to these characters, which bring their own terminator if they need one.
-    void AddNarrow(const std::string& characters) {
-        m_narrow.push_back(ExactCopy(characters.data(), characters.size()));
-        Add(m_narrow.back().get());
-    }
-    void AddWide(const std::string& characters) {
-        const std::vector<wchar_t> wide = Widen(characters);
-        m_wide.push_back(ExactCopy(wide.data(), wide.size()));
-        Add(m_wide.back().get());
+    template <class Characters>
+    void AddString(const Characters& characters) {
+        m_strings.push_back(ExactCopy(characters.data(), characters.size()));
+        Add(m_strings.back().get());
     }
 
     std::size_t Size() const { return m_words.size(); }
@@ -62,8 +48,7 @@ public:
 
 private:
     std::vector<std::uint32_t> m_words;
-    std::vector<std::unique_ptr<char[]>> m_narrow;
-    std::vector<std::unique_ptr<wchar_t[]>> m_wide;
+    std::vector<std::shared_ptr<const void>> m_strings;
 };
 
 } // namespace ZelkTest

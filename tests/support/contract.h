@@ -8,12 +8,8 @@
 namespace ZelkTest {
 
 /// Whether the library under test was built with its checks; the tests' own code, with the library's headers, always
-/// is.
-#if defined(ZELK_LIBRARY_CHECKS)
-inline constexpr bool LIBRARY_CHECKS = true;
-#else
-inline const bool LIBRARY_CHECKS = std::getenv("ZELK_CHECKED_PROGRAMS") != nullptr; // as `make checked` runs them
-#endif
+/// is. `make checked` runs programs of another build.
+inline const bool LIBRARY_CHECKS = ZELK_LIBRARY_CHECKS || std::getenv("ZELK_CHECKED_PROGRAMS") != nullptr;
 
 /// While it lives, exactly `reports` broken contracts must be reported, by any thread, and none stops the program.
 /// Outside such a scope a report fails the test. One at a time.

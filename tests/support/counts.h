@@ -4,11 +4,7 @@
 
 namespace ZelkTest {
 
-#if defined(ZELK_SOAK)
-inline constexpr bool SOAK = true;
-#else
-inline constexpr bool SOAK = false;
-#endif
+inline constexpr bool SOAK = ZELK_SOAK;
 
 /// `usual` in the tests, `soak` in the program of the soak tier.
 constexpr unsigned Repeats(unsigned usual, unsigned soak) {

@@ -29,7 +29,8 @@ inline DebuggedRun RunUnderDebugger(const char* arguments) {
         return run;
     }
     bool isAtStart = true; // the system stops each new process once
-    for (DEBUG_EVENT event; WaitForDebugEvent(&event, INFINITE) != 0;) {
+    DEBUG_EVENT event{};
+    while (event.dwDebugEventCode != EXIT_PROCESS_DEBUG_EVENT && WaitForDebugEvent(&event, INFINITE) != 0) {
         DWORD answer = DBG_CONTINUE;
         if (event.dwDebugEventCode == OUTPUT_DEBUG_STRING_EVENT) {
             const OUTPUT_DEBUG_STRING_INFO& text = event.u.DebugString;
@@ -45,8 +46,6 @@ inline DebuggedRun RunUnderDebugger(const char* arguments) {
             answer = isBreak ? DBG_CONTINUE : DBG_EXCEPTION_NOT_HANDLED;
         } else if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT) {
             run.exitCode = event.u.ExitProcess.dwExitCode;
-            ContinueDebugEvent(event.dwProcessId, event.dwThreadId, DBG_CONTINUE);
-            break;
         }
         ContinueDebugEvent(event.dwProcessId, event.dwThreadId, answer);
     }

@@ -5,30 +5,21 @@
 
 #include <cstddef>
 #include <cstring>
-#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
 
 namespace ZelkTest {
 
 /// While it lives, calls of the imported function `name` in `module`, which is the library unless said otherwise, go to
-/// `replacement`: a function of the same type and calling convention. Fails the test when nothing imports that name.
+/// `replacement`: a function of the same type and calling convention. Ends the test when nothing imports that name.
 class ImportHook {
 public:
-    ImportHook(const char* name, void* replacement, HMODULE module = GetModuleHandleA(ZELK_DLL_FILE))
-        : m_slot(Find(name, reinterpret_cast<std::byte*>(module))) {
-        if (m_slot == nullptr) {
-            ADD_FAILURE() << "no import of " << name;
-        } else {
-            m_original = *m_slot;
-            Store(replacement);
-        }
-    }
     template <class Function>
-    ImportHook(const char* name, Function* replacement) : ImportHook(name, reinterpret_cast<void*>(replacement)) {}
-    ~ImportHook() {
-        if (m_slot != nullptr) {
-            Store(m_original);
-        }
+    ImportHook(const char* name, Function* replacement, HMODULE module = GetModuleHandleA(ZELK_DLL_FILE))
+        : m_slot(Find(name, reinterpret_cast<std::byte*>(module))), m_original(*m_slot) {
+        Store(reinterpret_cast<void*>(replacement));
     }
+    ~ImportHook() { Store(m_original); }
     ImportHook(const ImportHook&) = delete;
     ImportHook& operator=(const ImportHook&) = delete;
 
@@ -51,7 +42,7 @@ private:
                 }
             }
         }
-        return nullptr;
+        throw std::invalid_argument(std::string("no import of ") + name);
     }
 
     void Store(void* function) {
@@ -61,8 +52,8 @@ private:
         VirtualProtect(m_slot, sizeof *m_slot, protection, &protection);
     }
 
-    void** m_slot;
-    void* m_original = nullptr;
+    void** const m_slot;
+    void* const m_original;
 };
 
 /// What functions by ZELK_FAILING() do: they leave `s_error` as the last error, and answer `s_result`.

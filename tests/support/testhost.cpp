@@ -16,7 +16,7 @@ namespace {
 
 LogCapture* g_capture = nullptr;
 Balance g_leftBehind{};
-Guard g_guard = Guard::END;
+ZelkHost::MemoryMode g_mode{};
 std::atomic<bool> g_contractsExpected;
 std::atomic<unsigned> g_contractReports;
 
@@ -92,13 +92,9 @@ void LeaveBehind(std::size_t blocks) {
     g_leftBehind = balance;
 }
 
-Balance LeftBehind() {
-    return g_leftBehind;
-}
-
-void InstallHost(Guard guard) {
-    g_guard = guard;
-    InstallMemory(guard);
+void InstallHost(ZelkHost::MemoryMode mode) {
+    g_mode = mode;
+    InstallMemory(mode);
     Z4::SetEalInterface(LogTable());
 }
 
@@ -113,7 +109,7 @@ Z4::eal_log_dll_interface LogTable() {
 }
 
 void ReinstallHost() {
-    InstallHost(g_guard);
+    InstallHost(g_mode);
 }
 
 } // namespace ZelkTest

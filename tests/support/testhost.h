@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <host/zelkhost.h>
 #include <initializer_list>
 #include <mutex>
 #include <string>
@@ -33,8 +34,6 @@ class LogCapture {
 public:
     explicit LogCapture(unsigned levels = 7);
     ~LogCapture();
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
 
     std::vector<LogLine> Lines() const;
     /// Expects that there were these messages of the library's and no others, in this order.
@@ -47,15 +46,8 @@ private:
     std::vector<LogLine> m_lines;
 };
 
-/// Which side of a memory block an inaccessible page lies at.
-enum class Guard {
-    NONE,
-    START,
-    END
-};
-
-/// Installs the test program's own tables.
-void InstallHost(Guard guard);
+/// Installs the test program's own tables. Natively the memory has one mode only.
+void InstallHost(ZelkHost::MemoryMode mode);
 
 /// The log table among them.
 Z4::eal_log_dll_interface LogTable();
@@ -69,16 +61,15 @@ struct Balance {
 };
 Balance OutstandingMemory();
 
-/// Expects that `blocks` more than at its last call are held, and holds them against no test any more.
+/// Expects that `blocks` more than at its last call are held, and holds them against no test any more. None may be at a
+/// test's end.
 void LeaveBehind(std::size_t blocks);
-/// What was left behind so far.
-Balance LeftBehind();
 
 /// Lets the memory table refuse `count` allocations, beginning with the `first`-th from now, or none from now on when
 /// that is 0. Without a count they have no end.
 void FailAllocations(std::size_t first, std::size_t count = SIZE_MAX);
 
 /// Forms the memory table of the platform at hand; testmemory_*.cpp.
-void InstallMemory(Guard guard);
+void InstallMemory(ZelkHost::MemoryMode mode);
 
 } // namespace ZelkTest

@@ -22,11 +22,8 @@ void* Alloc(std::size_t size, std::size_t alignment, unsigned, int) {
     if (g_first != 0 && number >= g_first && number - g_first < g_count) {
         return nullptr;
     }
-    void* block = nullptr;
-    if (posix_memalign(&block, std::max(alignment, sizeof(void*)), size) != 0) {
-        return nullptr;
-    }
-    ++g_blocks;
+    void* const block = memalign(alignment, size);
+    g_blocks += block != nullptr ? 1U : 0U;
     return block;
 }
 
@@ -47,7 +44,7 @@ void* Realloc(void* block, std::size_t size, std::size_t alignment) {
 
 } // namespace
 
-void InstallMemory(Guard) {
+void InstallMemory(ZelkHost::MemoryMode) {
     Z4::eal_mem_dll_interface memory{};
     memory.init = [](unsigned) { return 0; };
     memory.shutdown = [] { return 0; };

@@ -1,8 +1,6 @@
 #include "testhost.h"
 
-#include <cstdint>
 #include <gtest/gtest.h>
-#include <host/zelkhost.h>
 #include <zelk_core/base/ealid.h>
 
 namespace ZelkTest {
@@ -16,13 +14,8 @@ void Z4_CDECL Free(void* block) {
 
 } // namespace
 
-void InstallMemory(Guard guard) {
-    using ZelkHost::MemoryMode;
-    ZelkHost::Options options;
-    options.memoryMode = guard == Guard::NONE    ? MemoryMode::PLAIN
-                         : guard == Guard::START ? MemoryMode::GUARD_START
-                                                 : MemoryMode::GUARD_END;
-    ZelkHost::Install(options);
+void InstallMemory(ZelkHost::MemoryMode mode) {
+    ZelkHost::Install({.memoryMode = mode});
     Z4::eal_mem_dll_interface memory = ZelkHost::MemoryTable();
     memory.free = Free;
     Z4::SetEalInterface(memory);

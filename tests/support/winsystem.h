@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <utility>
 #include <windows.h>
 
 namespace ZelkTest {
@@ -32,23 +30,6 @@ public:
 
 private:
     HANDLE m_event;
-};
-
-/// Calls `work` on a thread that armed it, on that thread's way out of the system. Must outlive the thread.
-class AtThreadExit {
-public:
-    explicit AtThreadExit(std::function<void()> work) : m_work(std::move(work)) {}
-    ~AtThreadExit() { FlsFree(m_slot); }
-    AtThreadExit(const AtThreadExit&) = delete;
-    AtThreadExit& operator=(const AtThreadExit&) = delete;
-
-    void Arm() { FlsSetValue(m_slot, this); }
-
-private:
-    static void WINAPI Call(void* self) { static_cast<AtThreadExit*>(self)->m_work(); }
-
-    std::function<void()> m_work;
-    DWORD m_slot = FlsAlloc(Call);
 };
 
 } // namespace ZelkTest

@@ -281,13 +281,14 @@ TEST_F(StandInTest, AHostThatAsksForSymbolsWhileTheLoaderLogsIsAnswered) {
     EXPECT_EQ(m_library.Names(), "GetOptions SetOptions Initialize GetOptions Initialize ");
 }
 
+void WINAPI WaitAtThreadExit(void* gate) {
+    static_cast<Gate*>(gate)->Wait();
+}
+
 TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
     Gate gate;
-    AtThreadExit end([&] { gate.Wait(); });
-    m_library.answers["SymInitialize"] = [&](const auto&) {
-        end.Arm();
-        return TRUE;
-    };
+    const DWORD slot = FlsAlloc(WaitAtThreadExit);
+    m_library.answers["SymInitialize"] = [&](const auto&) { return FlsSetValue(slot, &gate); };
     Actor owner; // made before the loader ends: that happens under the lock that starting a thread takes
     while (!WinDbgHelp::Instance().IsReady()) {
         Sleep(1);
@@ -295,6 +296,7 @@ TEST_F(StandInTest, ShutDownWaitsForTheEndOfTheThread) {
     owner.Waits([] { WinDbgHelp::SingletonShutdown(); });
     gate.Open();
     owner.Proceeds();
+    FlsFree(slot);
 }
 
 void Leave(const WinDbgHelp::DllNotificationData&, void*) {

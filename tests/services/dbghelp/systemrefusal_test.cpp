@@ -6,6 +6,7 @@
 #include <tlhelp32.h>
 #include <winternl.h>
 
+#include <gtest/gtest.h>
 #include <zelk_core/services/dbghelp/breakpoint.h>
 #include <zelk_core/services/dbghelp/callstack.h>
 #include <zelk_core/services/dbghelp/lifecycle.h>
