@@ -144,19 +144,4 @@ TEST_F(SystemRefusal, PassesOnTheStepsOfOthers) {
     RemoveVectoredExceptionHandler(handler);
 }
 
-TEST_F(SystemRefusal, LeavesABreakpointOfOneThreadToThat) {
-    unsigned long slots[2];
-    int other = 0;
-    ASSERT_EQ(HardwareBreakpoint::Set(&g_watched, 4, BREAK_ON_WRITE, GetCurrentThreadId(), nullptr, nullptr, slots[0]),
-              ERR_OK);
-    ASSERT_EQ(
-        HardwareBreakpoint::Set(&other, 4, BREAK_ON_WRITE, HardwareBreakpoint::ALL_THREADS, nullptr, nullptr, slots[1]),
-        ERR_OK);
-    CONTEXT context{};
-    context.ContextFlags = CONTEXT_DEBUG_REGISTERS;
-    EXPECT_NE(GetThreadContext(m_thread, &context), 0);
-    EXPECT_EQ(context.Dr7 & 0xF, 1u << 2 * slots[1]);
-    HardwareBreakpoint::ClearAll();
-}
-
 } // namespace
