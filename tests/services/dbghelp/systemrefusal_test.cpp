@@ -37,16 +37,6 @@ Error Capture() {
     return CallStack().CaptureThread(g_other);
 }
 
-void* WINAPI RefuseHandler(ULONG, PVECTORED_EXCEPTION_HANDLER) {
-    return nullptr;
-}
-HANDLE WINAPI RefuseThread(DWORD, BOOL, DWORD) {
-    SetLastError(Failure::s_error);
-    return nullptr;
-}
-HANDLE WINAPI RefuseSnapshot(DWORD, DWORD) {
-    return INVALID_HANDLE_VALUE;
-}
 DWORD WINAPI WaitFor(void* event) {
     return WaitForSingleObject(event, INFINITE);
 }
@@ -89,7 +79,7 @@ TEST_F(SystemRefusal, IsToldAndLeavesNothingBehind) {
         Error (*ask)();
         Error error;
     } rows[] = {
-        {"AddVectoredExceptionHandler", reinterpret_cast<void*>(RefuseHandler), 0, 0, SetOnThis, ERR_OUT_OF_RESOURCES},
+        {ZELK_FAILING(AddVectoredExceptionHandler), 0, 0, SetOnThis, ERR_OUT_OF_RESOURCES},
         {ZELK_FAILING(GetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnThis, ERR_ACCESS_DENIED},
         {ZELK_FAILING(GetThreadContext), ERROR_NOT_SUPPORTED, 0, SetOnThis, ERR_UNSUPPORTED},
         {ZELK_FAILING(GetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},
@@ -97,16 +87,17 @@ TEST_F(SystemRefusal, IsToldAndLeavesNothingBehind) {
         {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnThis, ERR_UNSUPPORTED},
         {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnOther, ERR_UNSUPPORTED},
         {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnThis, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnAll, ERR_ACCESS_DENIED},
         {ZELK_FAILING(SuspendThread), 0, -1, SetOnOther, ERR_ACCESS_DENIED},
         {ZELK_FAILING(SuspendThread), 0, -1, Capture, ERR_ACCESS_DENIED},
-        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},
-        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_ACCESS_DENIED, 0, Capture, ERR_ACCESS_DENIED},
-        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_INVALID_PARAMETER, 0, Capture, ERR_NOT_FOUND},
+        {ZELK_FAILING(OpenThread), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(OpenThread), ERROR_ACCESS_DENIED, 0, Capture, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(OpenThread), ERROR_INVALID_PARAMETER, 0, Capture, ERR_NOT_FOUND},
         {ZELK_FAILING(GetProcessIdOfThread), 0, 0, SetOnOther, ERR_NOT_FOUND},
         {ZELK_FAILING(GetProcessIdOfThread), 0, 0, Capture, ERR_NOT_FOUND},
         {ZELK_FAILING(GetExitCodeThread), 0, 0, Capture, ERR_NOT_FOUND},
         {ZELK_FAILING(NtQueryInformationThread), 0, -1, Capture, ERR_NOT_FOUND},
-        {"CreateToolhelp32Snapshot", reinterpret_cast<void*>(RefuseSnapshot), 0, 0, SetOnAll, ERR_OUT_OF_RESOURCES},
+        {ZELK_FAILING(CreateToolhelp32Snapshot), 0, -1, SetOnAll, ERR_OUT_OF_RESOURCES},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.name << " " << row.lastError);
