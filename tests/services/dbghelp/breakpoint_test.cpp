@@ -90,6 +90,7 @@ TEST_F(HardwareBreakpointTest, HitsTheBytesAndAccessesThatWereAskedFor) {
                 EXPECT_EQ(HitsOf([&] { Write(offset); }), inside ? 1u : 0u) << offset << " of " << size;
                 EXPECT_EQ(HitsOf([&] { Read(offset); }), inside && on == BREAK_ON_ACCESS ? 1u : 0u) << offset;
             }
+            EXPECT_EQ(HardwareBreakpoint::GetHits(slot), on == BREAK_ON_ACCESS ? 2 * size : size) << "not its own";
             EXPECT_EQ(HardwareBreakpoint::Clear(slot), ERR_OK);
             EXPECT_EQ(DebugControl() & 0xFF, 0u);
         }

@@ -86,6 +86,7 @@ TEST_F(SystemRefusal, IsToldAndLeavesNothingBehind) {
         {ZELK_FAILING(GetThreadContext), 0, 0, Capture, ERR_ACCESS_DENIED},
         {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnThis, ERR_UNSUPPORTED},
         {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnOther, ERR_UNSUPPORTED},
+        {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnAll, ERR_UNSUPPORTED},
         {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnThis, ERR_ACCESS_DENIED},
         {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnAll, ERR_ACCESS_DENIED},
         {ZELK_FAILING(SuspendThread), 0, -1, SetOnOther, ERR_ACCESS_DENIED},
