@@ -89,6 +89,7 @@ TEST_F(SystemRefusal, IsToldAndLeavesNothingBehind) {
         {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnAll, ERR_UNSUPPORTED},
         {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnThis, ERR_ACCESS_DENIED},
         {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnAll, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(SetThreadContext), 0, TRUE, SetOnThis, ERR_UNSUPPORTED}, // says that it has written
         {ZELK_FAILING(SuspendThread), 0, -1, SetOnOther, ERR_ACCESS_DENIED},
         {ZELK_FAILING(SuspendThread), 0, -1, Capture, ERR_ACCESS_DENIED},
         {ZELK_FAILING(OpenThread), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},

@@ -258,6 +258,7 @@ TEST_F(Factory, ARegistrationObjectLastsAsLongAsItsModule) {
     {
         const ClassRegistration<Circle, Shape> loaded(CIRCLE);
         EXPECT_EQ(loaded.GetType(), CIRCLE);
+        EXPECT_EQ((ClassRegistration<Circle, Shape>(CIRCLE).GetType()), TypeID()) << "a second one";
         // Objects come as their base, wherever that lies in them.
         auto* const shape = static_cast<Shape*>(Instance().CreateInstance(CIRCLE));
         ASSERT_NE(shape, nullptr);
