@@ -33,13 +33,11 @@ TEST(HostNew, ReportsMisalignedMemoryBeforeItIsAnObject) {
 }
 
 TEST(HostNew, GivesNullWhereTheHostRefuses) {
-    Z4::eal_mem_dll_interface refusing = {};
-    refusing.alloc = [](std::size_t, std::size_t, unsigned, int) -> void* { return nullptr; };
-    Z4::SetEalInterface(refusing);
+    ZelkTest::FailAllocations(1);
     const auto* const one = new Z4::VectorSIMD4f(1, 2, 3, 4);
     const auto* const some = new Z4::MatrixSIMD44f[2];
     const auto* const derived = new Component;
-    ZelkTest::ReinstallHost();
+    ZelkTest::FailAllocations(0);
     EXPECT_TRUE(one == nullptr && some == nullptr && derived == nullptr);
 }
 

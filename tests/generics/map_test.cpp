@@ -53,14 +53,11 @@ using Model = std::map<int, int, std::greater<>>;
 constexpr unsigned KEYS = 300;
 
 struct Arguments {
-    Arguments(const Model& model, Input& input)
-        : key(static_cast<int>(input.Below(KEYS))),
-          number(static_cast<int>(input.Below(20))),
-          isThere(model.contains(key)) {}
-
-    int key;
-    int number;
-    bool isThere;
+    const Model& model;
+    Input& input;
+    int key = static_cast<int>(input.Below(KEYS));
+    int number = static_cast<int>(input.Below(20));
+    bool isThere = model.contains(key);
 };
 using A = const Arguments&;
 

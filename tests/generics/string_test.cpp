@@ -33,7 +33,7 @@ TEST(String, SharesOneTextUntilItChanges) {
 
 TEST(String, CountsReferencesFromManyThreads) {
     const ZelkString shared = "shared";
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     while (threads.size() < 4) {
         threads.emplace_back([&shared] {
             for (int i = 0; i < 50000; ++i) {
@@ -41,9 +41,6 @@ TEST(String, CountsReferencesFromManyThreads) {
                 EXPECT_EQ(ZelkString(copy).Size(), 6u);
             }
         });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
     }
 }
 

@@ -109,28 +109,18 @@ int Below(Input& input, unsigned end) {
     return static_cast<int>(input.Below(end));
 }
 struct Arguments {
-    Arguments(const Model& model, Input& input)
-        : size(static_cast<unsigned>(model.size())),
-          number(Below(input, 10000)),
-          index(input.Below(size != 0 ? size : 1)),
-          few(input.Below(6)),
-          many(input.Below(30)),
-          count(input.Below(size + 1)),
-          at(Below(input, size + 1)),
-          first(Below(input, size - count + 1)),
-          last(first + static_cast<int>(count)),
-          part(model.data() + first, model.data() + last) {}
-
-    unsigned size;
-    int number;
-    unsigned index; ///< that of an element, if there is one
-    unsigned few;
-    unsigned many;
-    unsigned count; ///< of the elements from `first` to before `last`, perhaps none
-    int at;         ///< an index or that of the end
-    int first;
-    int last;
-    Model part; ///< those elements
+    const Model& model;
+    Input& input;
+    unsigned size = static_cast<unsigned>(model.size());
+    int number = Below(input, 10000);
+    unsigned index = input.Below(size != 0 ? size : 1); ///< that of an element, if there is one
+    unsigned few = input.Below(6);
+    unsigned many = input.Below(30);
+    unsigned count = input.Below(size + 1); ///< of the elements from `first` to before `last`, perhaps none
+    int at = Below(input, size + 1);        ///< an index or that of the end
+    int first = Below(input, size - count + 1);
+    int last = first + static_cast<int>(count);
+    Model part{model.data() + first, model.data() + last}; ///< those elements
 };
 using A = const Arguments&;
 

@@ -167,8 +167,6 @@ TEST_F(Streams, WhatDoesNotFitIsCut) {
     SubStream tooLong(view, 3, 100);
     std::uint64_t length = 0;
     EXPECT_TRUE(tooLong.GetLength(length) && length == 2);
-    EXPECT_EQ(SubStream(view, 9, UINT64_MAX).GetError(), ERR_INVALID);
-    EXPECT_TRUE(SubStream(view, 9, 1).IsAtEnd());
 }
 
 TEST_F(Streams, WholeFilesAtOnce) {
@@ -241,8 +239,7 @@ TEST_F(Streams, PartsSayWhyTheyCannotBe) {
     EXPECT_EQ(SubStream(forward, 0, 1).GetError(), ERR_UNSUPPORTED);
     EXPECT_EQ(SubStream(memory, 1ULL << 63, 1).GetError(), ERR_INVALID);
     EXPECT_EQ(SubStream(memory, 1, INT64_MAX).GetError(), ERR_INVALID);
-    SubStream behind(memory, 20, 5);
-    EXPECT_TRUE(behind.IsAtEnd());
+    EXPECT_TRUE(SubStream(memory, 20, 5).IsAtEnd());
     memory.Fail(ERR_CORRUPTED_DATA);
     EXPECT_EQ(SubStream(memory, 0, 1).GetError(), ERR_CORRUPTED_DATA);
 }
@@ -250,12 +247,11 @@ TEST_F(Streams, PartsSayWhyTheyCannotBe) {
 TEST_F(Streams, SyncReachesTheDeviceThroughOthers) {
     FileStream file;
     ASSERT_EQ(file.Open("file", EalFile::REPLACE), ERR_OK);
-    const int before = ZelkTest::MemoryFiles::flushes;
     SubStream part(file, 0, 100);
     EXPECT_TRUE(part.Write("part", 4) && part.Sync());
     DeflateStream packed(part, CompressionInterface::CMP_FAST);
     EXPECT_TRUE(packed.Write("more", 4) && packed.Sync());
-    EXPECT_EQ(ZelkTest::MemoryFiles::flushes, before + 2);
+    EXPECT_EQ(MemoryFiles::flushes, 2);
     file.Fail(ERR_INVALID);
     EXPECT_FALSE(packed.Sync());
     EXPECT_FALSE(part.Sync());

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 namespace ZelkTest {
 
@@ -56,6 +57,16 @@ private:
     void* const m_original;
 };
 
+/// An argument or result of the system's functions from a number.
+template <class T>
+T FromNumber(unsigned long long number) {
+    if constexpr (std::is_pointer_v<T>) {
+        return reinterpret_cast<T>(static_cast<ULONG_PTR>(number));
+    } else {
+        return static_cast<T>(number);
+    }
+}
+
 /// What functions by ZELK_FAILING() do: they leave `s_error` as the last error, and answer `s_result`.
 struct Failure {
     static inline DWORD s_error;
@@ -70,7 +81,7 @@ void* Failing(Result(WINAPI*)(Arguments...)) {
     struct Function {
         static Result WINAPI Fail(Arguments...) {
             SetLastError(Failure::s_error);
-            return static_cast<Result>(Failure::s_result);
+            return FromNumber<Result>(static_cast<unsigned long long>(Failure::s_result));
         }
     };
     return reinterpret_cast<void*>(Function::Fail);

@@ -73,7 +73,7 @@ void ExpectAscending(const T (&values)[COUNT]) {
     }
 }
 
-/// @tparam Arguments what an operation is applied with, made from `(const Model&, Input&)`.
+/// @tparam Arguments what an operation is applied with, made from `{const Model&, Input&}`.
 template <class Real, class Model, class Arguments>
 struct Operation {
     const char* name;
@@ -92,7 +92,7 @@ void RunModel(Real& real, Model& model, std::span<const Operation<Real, Model, A
     for (unsigned step = 0; step < steps; ++step) {
         const auto& operation = operations[input.Below(static_cast<unsigned>(operations.size()))];
         const Model before = model;
-        const Arguments arguments(before, input);
+        const Arguments arguments{before, input};
         const unsigned refused = input.OnceIn(4) ? 1 + input.Below(input.OnceIn(2) ? 2 : 20) : 0;
         history.push_back(operation.name + (refused != 0 ? " without memory from " + std::to_string(refused) : ""));
         FailAllocations(refused);

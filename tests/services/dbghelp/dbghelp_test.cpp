@@ -193,25 +193,19 @@ TEST_F(DbgHelpTest, ANewThreadGetsTheEntryOfAnEndedOne) {
     EXPECT_EQ(entry.threadId, GetCurrentThreadId()) << "the oldest, which runs";
 }
 
-DWORD g_versionSize;
-
-DWORD WINAPI AnswerVersionSize(HMODULE, HRSRC) {
-    return g_versionSize;
-}
-
 void* WINAPI LockUnsigned(HGLOBAL) {
     static char record[200];
     return record;
 }
 
 TEST(FileVersion, IsReadUpTo64KiB) {
-    constexpr DWORD RECORD = 40 + sizeof(VS_FIXEDFILEINFO);
+    constexpr long RECORD = 40 + sizeof(VS_FIXEDFILEINFO);
     unsigned short version[4] = {};
     ASSERT_TRUE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version));
-    const ZelkTest::ImportHook hook("SizeofResource", AnswerVersionSize);
-    const auto expectRefused = [&](const std::string& file, DWORD size, unsigned long line, const std::string& text) {
+    const ZelkTest::ImportHook hook(ZELK_FAILING(SizeofResource));
+    const auto expectRefused = [&](const std::string& file, long size, unsigned long line, const std::string& text) {
         const ZelkTest::LogCapture log;
-        g_versionSize = size;
+        ZelkTest::Failure::s_result = size;
         EXPECT_FALSE(WinDbgHelp::GetVersionInfo(file.c_str(), version));
         log.ExpectOnly({{EAL_LOG_WARNING, "services/dbghelp/private/windbghelp_ms_pc", line,
                          "[Z4::WinDbgHelp] EAL_LOG_WARNING: " + text + "\n"}});
@@ -221,8 +215,8 @@ TEST(FileVersion, IsReadUpTo64KiB) {
     }
     expectRefused(ZELK_DLL_FILE, 65537, 662,
                   "Reading the version info of " ZELK_DLL_FILE " would require a size of 65537 bytes");
-    for (const DWORD size : {DWORD{65536}, RECORD}) {
-        g_versionSize = size;
+    for (const long size : {65536L, RECORD}) {
+        ZelkTest::Failure::s_result = size;
         EXPECT_TRUE(WinDbgHelp::GetVersionInfo(ZELK_DLL_FILE, version));
     }
     const ZelkTest::LogCapture log;

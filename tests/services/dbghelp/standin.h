@@ -3,11 +3,12 @@
 
 #include <windows.h>
 
+#include <winternl.h>
+
 #include <functional>
 #include <map>
 #include <string>
 #include <tests/support/importhook.h>
-#include <type_traits>
 #include <vector>
 
 namespace ZelkTest {
@@ -21,21 +22,13 @@ namespace ZelkTest {
     DO(SymUnloadModule64) DO(SymFindFileInPath) DO(MiniDumpWriteDump) DO(ImageNtHeader)
 // clang-format on
 
-/// An argument or result of the library's functions as a number, and back.
+/// An argument or result of the library's functions as a number; FromNumber() makes it back.
 template <class T>
 unsigned long long ToNumber(T value) {
     if constexpr (std::is_pointer_v<T>) {
         return reinterpret_cast<ULONG_PTR>(value);
     } else {
         return static_cast<unsigned long long>(value);
-    }
-}
-template <class T>
-T FromNumber(unsigned long long number) {
-    if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<T>(static_cast<ULONG_PTR>(number));
-    } else {
-        return static_cast<T>(number);
     }
 }
 
@@ -48,6 +41,15 @@ public:
         DWORD thread;
     };
     using Answer = std::function<unsigned long long(const Call&)>;
+
+    /// What the loader tells of a module.
+    struct Notification {
+        ULONG flags;
+        const UNICODE_STRING* fullName;
+        const UNICODE_STRING* baseName;
+        void* address;
+        ULONG size;
+    };
 
     static constexpr unsigned long long USUAL_ANSWER =
         0x200000002; ///< of functions that were told none; true as a BOOL

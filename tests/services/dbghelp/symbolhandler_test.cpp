@@ -8,7 +8,6 @@
 #include <windows.h>
 
 #include <dbghelp.h>
-#include <winternl.h>
 
 #include <fstream>
 #include <gmock/gmock.h>
@@ -281,14 +280,11 @@ TEST_F(SymbolHandlerTest, HoldsFilesOfSoManyModules) {
     DeleteFileA(list.c_str());
 }
 
-FARPROC WINAPI FindNothing(HMODULE, LPCSTR) {
-    return nullptr;
-}
-
 TEST_F(SymbolHandlerTest, MakesNamesReadable) {
     ASSERT_TRUE(WinDbgHelp::Instance().IsLoaded());
     {
-        const ZelkTest::ImportHook hook("GetProcAddress", FindNothing);
+        ZelkTest::Failure::s_result = 0;
+        const ZelkTest::ImportHook hook(ZELK_FAILING(GetProcAddress));
         EXPECT_EQ(m_handler.Demangle("?f@@YAXXZ", nullptr, 0), 1u) << "in short, where the library cannot";
     }
     const auto read = [&](const char* name) {
@@ -361,13 +357,7 @@ TEST(LateModules, AreReadAndForgotten) {
     }
 
     const UNICODE_STRING name{2, 2, const_cast<wchar_t*>(L"m")};
-    struct {
-        ULONG flags = 0;
-        const UNICODE_STRING* fullName;
-        const UNICODE_STRING* baseName;
-        void* address;
-        ULONG size = 16;
-    } data{0, &name, &name, nullptr, 16};
+    ZelkTest::StandIn::Notification data{0, &name, &name, nullptr, 16};
     for (const unsigned count : {64u, 65u}) {
         library.calls.clear();
         for (unsigned i = 1; i <= count; ++i) {

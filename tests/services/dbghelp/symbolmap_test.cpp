@@ -7,13 +7,10 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <map>
-#include <random>
-#include <set>
 #include <string>
 #include <tests/support/random.h>
 #include <tests/support/rows.h>
 #include <utility>
-#include <vector>
 #include <zelk_core/generics/stringpool.h>
 #include <zelk_core/os/nullock.h>
 #include <zelk_core/os/spinlock.h>

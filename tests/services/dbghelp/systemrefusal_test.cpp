@@ -38,16 +38,6 @@ Error Capture() {
     return CallStack().CaptureThread(g_other);
 }
 
-void* WINAPI RefuseHandler(ULONG, PVECTORED_EXCEPTION_HANDLER) {
-    return nullptr;
-}
-HANDLE WINAPI RefuseThread(DWORD, BOOL, DWORD) {
-    SetLastError(Failure::s_error);
-    return nullptr;
-}
-HANDLE WINAPI RefuseSnapshot(DWORD, DWORD) {
-    return INVALID_HANDLE_VALUE;
-}
 DWORD WINAPI WaitFor(void* event) {
     return WaitForSingleObject(event, INFINITE);
 }
@@ -90,24 +80,27 @@ TEST_F(SystemRefusal, IsToldAndLeavesNothingBehind) {
         Error (*ask)();
         Error error;
     } rows[] = {
-        {"AddVectoredExceptionHandler", reinterpret_cast<void*>(RefuseHandler), 0, 0, SetOnThis, ERR_OUT_OF_RESOURCES},
+        {ZELK_FAILING(AddVectoredExceptionHandler), 0, 0, SetOnThis, ERR_OUT_OF_RESOURCES},
         {ZELK_FAILING(GetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnThis, ERR_ACCESS_DENIED},
         {ZELK_FAILING(GetThreadContext), ERROR_NOT_SUPPORTED, 0, SetOnThis, ERR_UNSUPPORTED},
         {ZELK_FAILING(GetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},
         {ZELK_FAILING(GetThreadContext), 0, 0, Capture, ERR_ACCESS_DENIED},
         {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnThis, ERR_UNSUPPORTED},
         {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnOther, ERR_UNSUPPORTED},
+        {"GetThreadContext", reinterpret_cast<void*>(ShowNone), 0, 0, SetOnAll, ERR_UNSUPPORTED},
         {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnThis, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(SetThreadContext), ERROR_ACCESS_DENIED, 0, SetOnAll, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(SetThreadContext), 0, TRUE, SetOnThis, ERR_UNSUPPORTED}, // says that it has written
         {ZELK_FAILING(SuspendThread), 0, -1, SetOnOther, ERR_ACCESS_DENIED},
         {ZELK_FAILING(SuspendThread), 0, -1, Capture, ERR_ACCESS_DENIED},
-        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},
-        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_ACCESS_DENIED, 0, Capture, ERR_ACCESS_DENIED},
-        {"OpenThread", reinterpret_cast<void*>(RefuseThread), ERROR_INVALID_PARAMETER, 0, Capture, ERR_NOT_FOUND},
+        {ZELK_FAILING(OpenThread), ERROR_ACCESS_DENIED, 0, SetOnOther, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(OpenThread), ERROR_ACCESS_DENIED, 0, Capture, ERR_ACCESS_DENIED},
+        {ZELK_FAILING(OpenThread), ERROR_INVALID_PARAMETER, 0, Capture, ERR_NOT_FOUND},
         {ZELK_FAILING(GetProcessIdOfThread), 0, 0, SetOnOther, ERR_NOT_FOUND},
         {ZELK_FAILING(GetProcessIdOfThread), 0, 0, Capture, ERR_NOT_FOUND},
         {ZELK_FAILING(GetExitCodeThread), 0, 0, Capture, ERR_NOT_FOUND},
         {ZELK_FAILING(NtQueryInformationThread), 0, -1, Capture, ERR_NOT_FOUND},
-        {"CreateToolhelp32Snapshot", reinterpret_cast<void*>(RefuseSnapshot), 0, 0, SetOnAll, ERR_OUT_OF_RESOURCES},
+        {ZELK_FAILING(CreateToolhelp32Snapshot), 0, -1, SetOnAll, ERR_OUT_OF_RESOURCES},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.name << " " << row.lastError);
@@ -143,21 +136,6 @@ TEST_F(SystemRefusal, PassesOnTheStepsOfOthers) {
     RaiseException(static_cast<DWORD>(EXCEPTION_SINGLE_STEP), 0, 0, nullptr);
     EXPECT_EQ(g_steps, 1u);
     RemoveVectoredExceptionHandler(handler);
-}
-
-TEST_F(SystemRefusal, LeavesABreakpointOfOneThreadToThat) {
-    unsigned long slots[2];
-    int other = 0;
-    ASSERT_EQ(HardwareBreakpoint::Set(&g_watched, 4, BREAK_ON_WRITE, GetCurrentThreadId(), nullptr, nullptr, slots[0]),
-              ERR_OK);
-    ASSERT_EQ(
-        HardwareBreakpoint::Set(&other, 4, BREAK_ON_WRITE, HardwareBreakpoint::ALL_THREADS, nullptr, nullptr, slots[1]),
-        ERR_OK);
-    CONTEXT context{};
-    context.ContextFlags = CONTEXT_DEBUG_REGISTERS;
-    EXPECT_NE(GetThreadContext(m_thread, &context), 0);
-    EXPECT_EQ(context.Dr7 & 0xF, 1u << 2 * slots[1]);
-    HardwareBreakpoint::ClearAll();
 }
 
 } // namespace

@@ -134,13 +134,15 @@ TEST(VariableType, KnowsThePrimitives) {
     for (const Form& form : FORMS) {
         SCOPED_TRACE(form.text);
         const VariableType type = form.type;
+        // At an odd address.
+        std::string memory = '#' + form.bytes;
+        void* const value = memory.data() + 1;
         EXPECT_EQ(type, VariableType(form.tag));
         EXPECT_EQ(Traits(type), form.traits);
         EXPECT_EQ(type.Size(), form.tag == VARIABLE_NONE ? 0 : form.bytes.size());
         EXPECT_EQ(type.Size(nullptr), type.Size());
-        // At an odd address.
-        std::string memory = '#' + form.bytes;
-        void* const value = memory.data() + 1;
+        EXPECT_TRUE(type.IsString() || type.Size(value) == type.Size());
+        EXPECT_TRUE(form.text != "(null)" || type.Size(value) == 0);
         char text[128];
         const auto length = static_cast<int>(form.text.size());
         EXPECT_EQ(type.Print(text, sizeof(text), value), length);
@@ -161,16 +163,12 @@ TEST(VariableType, KnowsThePrimitives) {
         EXPECT_EQ(memory, '#' + swapped);
     }
     EXPECT_EQ(VariableType(VARIABLE_WSTRING + 1).GetTag(), VARIABLE_NONE);
-    EXPECT_EQ(VariableType(0xFFFFFFFF).GetTag(), VARIABLE_NONE);
     EXPECT_EQ(VariableType::Of<const volatile unsigned long>().GetTag(), VARIABLE_UINT32);
     EXPECT_EQ(VariableType::Of<void (*)()>().GetTag(), VARIABLE_NONE);
     const char* text = "four";
     const wchar_t* wide = L"six";
     EXPECT_EQ(VariableType::Of<const char*>().Size(&text), 5u);
     EXPECT_EQ(VariableType::Of<const wchar_t*>().Size(&wide), 8u);
-    text = nullptr;
-    wide = nullptr;
-    EXPECT_EQ(VariableType::Of<const char*>().Size(&text) + VariableType::Of<const wchar_t*>().Size(&wide), 0u);
 }
 
 } // namespace
