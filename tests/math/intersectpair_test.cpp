@@ -65,6 +65,8 @@ TEST(IntersectPair, DegenerateFigures) {
         {__LINE__, TRIANGLE_AABB, false, {zero, {2.99F, 0, 0, 0}, y, low, high}},
         {__LINE__, TRIANGLE_AABB, false, {zero, {9, 0, 0, 0}, y, high, low}},
         {__LINE__, TRIANGLE_AABB, true, {{-9, 0, 0, 0}, {9, 9, 0, 0}, y, {-INF, -INF, -INF, 0}, {INF, INF, INF, 0}}},
+        // A rounding thick, as is the part of the box within its bounds.
+        {__LINE__, TRIANGLE_AABB, true, {{3.9999998F, -4, 0, 0}, {4, 0, 4, 0}, {3.9999998F, 0, 0, 0}, low, high}},
         {__LINE__, TRIANGLE_OBB, true, {{0, 0, 2, 0}, {1, 0, 9, 0}, {0, 1, 9, 0}, zero, {1, 1, 2, 0}}},
         {__LINE__, TRIANGLE_OBB, false, {{0, 0, 2.01F, 0}, {1, 0, 9, 0}, {0, 1, 9, 0}, zero, {1, 1, 2, 0}}},
         {__LINE__, TRIANGLE_TRIANGLE, true, {zero, x, y, zero, x, y}},
