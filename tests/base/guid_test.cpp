@@ -36,6 +36,9 @@ TEST(Guid, TextsAndBytes) {
         EXPECT_EQ(bytes[i], 0x11 * i);
     }
     EXPECT_EQ(GUID::FromBytes(bytes), SAMPLE);
+    char cut[3];
+    EXPECT_TRUE(SAMPLE.Format(cut, sizeof(cut)) == 36 && SAMPLE.Format(cut, 0) == 36);
+    EXPECT_STREQ(cut, "00");
     // All other forms, cut and damaged ones among them, are the fuzzer's.
     GUID read{};
     for (const char* const text : {"00112233-4455-6677-8899-aabbccddeeff0", static_cast<const char*>(nullptr)}) {

@@ -52,10 +52,10 @@ TEST(Utf, WhatIsIllFormedIsReplacedByParts) {
         EXPECT_EQ(Utf::ToUtf8(bytes, 40, {units, length}, length), Z4::ERR_OK);
         EXPECT_EQ(bytes, row.Text(2)) << row.Where();
     }
-    const wchar_t lone[] = {'a', 0xDC00, 0xD800, 'b', 0xD83D, 0xDE00, 0xD800, 0};
+    const wchar_t lone[] = {'a', 0xDC00, 0xD800, 'b', 0xD83D, 0xDE00, 0xD800, 0xE000, 0xD800, 0};
     EXPECT_EQ(Utf::ToUtf8Lossy(bytes, sizeof(bytes), lone, length), Z4::ERR_OK);
     EXPECT_STREQ(bytes, "a\xEF\xBF\xBD\xEF\xBF\xBD"
-                        "b\xF0\x9F\x98\x80\xEF\xBF\xBD");
+                        "b\xF0\x9F\x98\x80\xEF\xBF\xBD\xEE\x80\x80\xEF\xBF\xBD");
     EXPECT_EQ(Utf::ToUtf8(bytes, sizeof(bytes), lone, length, &badAt), Z4::ERR_CORRUPTED_DATA);
     EXPECT_STREQ(bytes, "a");
     EXPECT_EQ(badAt, 1u);

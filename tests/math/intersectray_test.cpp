@@ -422,7 +422,10 @@ TEST(Group4, EndsOfRaysAndOfGroups) {
     float t[3];
     EXPECT_EQ(IntersectRayTriangles(GeometryRay({0, 0, -1, 0}, {0, 0, 1, 0}, 1), &group, 1, t[0], t[1], t[2]), 2u);
     EXPECT_EQ(t[0], 1);
-    EXPECT_TRUE(GeometryAABB4().Get(4) == GeometryAABB());
+    const GeometryAABB box({1, 2, 3, 0}, {4, 6, 8, 0});
+    GeometryAABB4 boxes;
+    boxes.Set(2, box);
+    EXPECT_TRUE(boxes.Get(2) == box && !boxes.Get(3).IsValid() && boxes.Get(4) == GeometryAABB());
     V corners[3];
     group.Get(4, corners[0], corners[1], corners[2]);
     EXPECT_FALSE(corners[0] == corners[0] || corners[1] == corners[1] || corners[2] == corners[2]);

@@ -52,7 +52,8 @@ bool TriangleMeetsBox(const V& a, const V& b, const V& c, const V& low, const V&
     if (!AllTrue3(And(LessEqual(from, to), LessEqual(low, high)))) {
         return false;
     }
-    // Half the way is not half of what the centre was rounded to. Of a part that is a rounding thick, that is all of it.
+    // Half the way is not half of what the centre was rounded to. Of a part that is a rounding thick, that is all of
+    // it.
     const V center = from + (to - from) * 0.5F;
     const V h = Max(center - from, to - center);
     const V p = a - center;
