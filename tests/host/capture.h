@@ -1,11 +1,13 @@
-// Files that a test leaves nothing of, and what the host writes to standard error.
+// Files that a test leaves nothing of, what the host writes to standard error, and whether it writes one at a time.
 #pragma once
 
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
+#include <tests/support/importhook.h>
 #include <windows.h>
 
 namespace ZelkTest {
@@ -61,6 +63,21 @@ private:
     TemporaryFile m_file;
     HANDLE m_previous;
     HANDLE m_handle;
+};
+
+/// While it lives, the host's writes last so long that another thread's comes in between, which fails the test, unless
+/// a lock keeps it out.
+class LoneWrites {
+    static inline std::atomic<int> s_writers;
+    static BOOL WINAPI Write(HANDLE file, const void* bytes, DWORD size, DWORD* written, OVERLAPPED* overlapped) {
+        EXPECT_EQ(s_writers++, 0);
+        Sleep(1);
+        --s_writers;
+        void* const own = reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32.dll"), "WriteFile"));
+        return reinterpret_cast<decltype(&::WriteFile)>(own)(file, bytes, size, written, overlapped);
+    }
+
+    ImportHook m_hook{"WriteFile", &Write, GetModuleHandleA(nullptr)};
 };
 
 } // namespace ZelkTest

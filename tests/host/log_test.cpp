@@ -73,6 +73,7 @@ TEST(HostLog, MessagesOfAnyLengthAndManyThreadsStayWhole) {
     for (unsigned i = 0; i < THREADS * 4 * std::size(LENGTHS); ++i) {
         missing.insert(std::string(LENGTHS[i / THREADS % std::size(LENGTHS)], static_cast<char>('a' + i % THREADS)));
     }
+    const ZelkTest::LoneWrites lone;
     ZelkTest::RunCrowd(THREADS, [&](unsigned thread) {
         for (std::size_t i = 0; i < 4 * std::size(LENGTHS); ++i) {
             const std::string text(LENGTHS[i % std::size(LENGTHS)], static_cast<char>('a' + thread));
