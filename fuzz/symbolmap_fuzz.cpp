@@ -16,11 +16,16 @@ long g_untilRefusal = -1;
 
 void RequireSound(const SymbolMap& map) {
     SymbolMap::Symbol symbol{};
+    const char* judged = nullptr;
     for (unsigned long rva = 0xFF0; rva < 0x1110; ++rva) {
         if (!map.Find(rva, symbol)) {
             continue;
         }
         Require(symbol.rva <= rva && rva - symbol.rva < symbol.size);
+        if (symbol.rva != rva && symbol.function == judged) {
+            continue;
+        }
+        judged = symbol.function;
         Require(std::strlen(symbol.function) <= SymbolMap::LONGEST_NAME);
         Require(std::strlen(symbol.object) <= SymbolMap::LONGEST_NAME);
         unsigned long place = 0;
