@@ -49,7 +49,7 @@ test: build/mingw/build.ninja
 	ctest --preset mingw
 
 soak: build/mingw/build.ninja
-	cmake --build --preset mingw --target soak
+	cmake --build --preset mingw
 	ctest --preset soak
 
 # The lists of tests/pinned that programs print, to be read as a diff.

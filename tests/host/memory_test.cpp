@@ -121,7 +121,7 @@ TEST_P(Memory, ArgumentsThatCannotBeServedGiveNull) {
 }
 
 TEST_P(Memory, ThreadsShareTheTable) {
-    constexpr unsigned ROUNDS = ZelkTest::Repeats(2'000, 20'000);
+    const unsigned ROUNDS = ZelkTest::Repeats(2'000, 20'000);
     constexpr unsigned THREADS = 4;
     constexpr unsigned SLOTS = 8;
     const std::uint64_t before = ZelkHost::GetMemoryStatistics(ID).allocations;

@@ -271,7 +271,7 @@ TEST_F(TcpSocketTest, HalfCloseLeavesTheOtherDirection) {
 }
 
 TEST_F(TcpSocketTest, ManyConnectionsLeakNoHandle) {
-    constexpr unsigned CONNECTIONS = Repeats(150, 10'000);
+    const unsigned CONNECTIONS = Repeats(150, 10'000);
     TcpSocket listener(0);
     ASSERT_TRUE(listener.Listen(8));
     unsigned before = 0;

@@ -342,12 +342,12 @@ TEST_F(ThreadTest, DetachedItsDestructorWaitsUntilRunIsSkipped) {
 }
 
 TEST_F(ThreadTest, ManyJoinedAndDetachedLeaveNothingBehind) {
-    constexpr int THREADS = Repeats(50, 10'000);
+    const unsigned THREADS = Repeats(50, 10'000);
     ASSERT_EQ(worker.CreateThread(), ERR_OK); // What the process makes once for its first thread does not count.
     Finish();
     const unsigned handles = CountHandles();
     const Balance balance = OutstandingMemory();
-    for (int i = 0; i < 2 * THREADS; ++i) {
+    for (unsigned i = 0; i < 2 * THREADS; ++i) {
         const bool detached = i >= THREADS;
         ASSERT_EQ(worker.CreateThread(0, false, detached), ERR_OK);
         ASSERT_EQ(worker.JoinThread(), detached ? ERR_UNREACHABLE : ERR_OK);

@@ -1,13 +1,13 @@
-// How often a body repeats itself. Most faults show in few rounds; the soak tier compiles the same sources for the
-// many.
+// How often a body repeats itself. Most faults show in few rounds; `make soak` runs the same programs for the many.
 #pragma once
+
+#include <cstdlib>
 
 namespace ZelkTest {
 
-inline constexpr bool SOAK = ZELK_SOAK;
+inline const bool SOAK = std::getenv("ZELK_SOAK") != nullptr;
 
-/// `usual` in the tests, `soak` in the program of the soak tier.
-constexpr unsigned Repeats(unsigned usual, unsigned soak) {
+inline unsigned Repeats(unsigned usual, unsigned soak) {
     return SOAK ? soak : usual;
 }
 

@@ -28,7 +28,7 @@ protected:
 };
 
 constexpr unsigned THREADS = 4;
-constexpr unsigned DRAWS_PER_THREAD = ZelkTest::Repeats(50'000, 1'000'000);
+const unsigned DRAWS_PER_THREAD = ZelkTest::Repeats(50'000, 1'000'000);
 
 /// Draws on one thread, then, restarted, on several, and compares what came in all.
 template <class Draw, class Restart>
