@@ -61,12 +61,12 @@ pinned: build/mingw/build.ninja
 mutants: build/mingw/build.ninja
 	scripts/mutate $(addprefix --room ,$(ROOM))
 
-# The programs of `make test`, beside another DLL, each once; those that load the DLL.
+# Runs the programs of `make test` that load the DLL once more, beside one that checks its callers.
 checked: build/mingw/build.ninja build/checked/build.ninja
 	cmake --build --preset mingw
 	cmake --build --preset checked --target zelk_core
 	rm -rf build/checked/programs && cp -al build/mingw/bin build/checked/programs
-	ln -f build/checked/bin/* build/checked/programs
+	. build/checked/facts && ln -f build/checked/bin/$$dll* build/checked/programs
 	ZELK_CHECKED_PROGRAMS=$(CURDIR)/build/checked/programs ctest --preset mingw \
 	    --exclude-regex 'guard_start|_unoptimized|_plain_lanes|_internal_test|_replay|^tables|^base_formats|^install|^exports'
 

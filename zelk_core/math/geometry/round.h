@@ -42,9 +42,9 @@ Z4_ALWAYS_INLINE bool IsWithin(float distanceSqr, float radius) {
     return distanceSqr <= (reachSqr < largest ? reachSqr : largest) && radius >= 0;
 }
 
-/// Where the line r + t d is no farther than `radius` from 0. `inverseLength` is 1 over the length of d. Where that is
-/// 0 or, after an overflow, NaN, nothing is known of d, and the line is taken for the point r: everywhere or nowhere
-/// so.
+/// Where the line r + t d is no farther than `radius` from 0. `inverseLength` is 1 over the length of d. Where it is 0,
+/// or NaN because something overflowed, d counts as 0, and the line as the point r: then `part` is all of it, or there
+/// is none.
 /// @return whether it is anywhere so; only then does `part` tell where.
 template <SumOrder ORDER>
 Z4_ALWAYS_INLINE bool FindRoundPart(const VectorSIMD4f& r, const VectorSIMD4f& d, float radius, float inverseLength,

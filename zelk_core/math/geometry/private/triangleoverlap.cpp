@@ -52,8 +52,8 @@ bool TriangleMeetsBox(const V& a, const V& b, const V& c, const V& low, const V&
     if (!AllTrue3(And(LessEqual(from, to), LessEqual(low, high)))) {
         return false;
     }
-    // Half the way is not half of what the centre was rounded to. Of a part that is a rounding thick, that is all of
-    // it.
+    // The centre is rounded, so one side is farther from it than the other. Half the way between them would leave out
+    // half of a part that is only a rounding thick.
     const V center = from + (to - from) * 0.5F;
     const V h = Max(center - from, to - center);
     const V p = a - center;
